@@ -1,0 +1,45 @@
+# A room is one folder of sources with the rooms it may include. Its objects go into one of the two shared
+# libraries; tests link the objects of a room and of all rooms below it directly.
+
+# kp_room(NAME [USES rooms...] [LIBRARIES targets...] [SOURCES files...]); without SOURCES, all of the folder.
+function(kp_room name)
+    cmake_parse_arguments(PARSE_ARGV 1 room "" "" "USES;LIBRARIES;SOURCES")
+    if(NOT room_SOURCES)
+        file(GLOB room_SOURCES CONFIGURE_DEPENDS *.cpp *.h)
+    endif()
+    add_library(${name} OBJECT ${room_SOURCES})
+    set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON LINKER_LANGUAGE CXX)
+    target_link_libraries(${name} PUBLIC kp_settings ${room_USES} ${room_LIBRARIES})
+
+    set(closure ${name})
+    foreach(used IN LISTS room_USES)
+        get_target_property(below ${used} KP_CLOSURE)
+        list(APPEND closure ${below})
+    endforeach()
+    list(REMOVE_DUPLICATES closure)
+    set_target_properties(${name} PROPERTIES KP_CLOSURE "${closure}")
+endfunction()
+
+# kp_shared_library(NAME ROOMS rooms... [LIBRARIES targets...])
+function(kp_shared_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 library "" "" "ROOMS;LIBRARIES")
+    add_library(${name} SHARED)
+    set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX)
+    target_link_libraries(${name} PRIVATE ${library_ROOMS} PUBLIC ${library_LIBRARIES})
+    target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/shared/common)
+endfunction()
+
+# kp_test(NAME ROOM room SOURCES files...): a GoogleTest program over the objects of a room and what it stands on.
+function(kp_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 test "" "" "ROOMS;SOURCES")
+    set(objects "")
+    foreach(room IN LISTS test_ROOMS)
+        get_target_property(closure ${room} KP_CLOSURE)
+        list(APPEND objects ${closure})
+    endforeach()
+    list(REMOVE_DUPLICATES objects)
+    add_executable(${name} ${test_SOURCES})
+    target_link_libraries(${name} PRIVATE ${objects} GTest::gtest_main GTest::gmock)
+    target_compile_definitions(${name} PRIVATE KP_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 600)
+endfunction()

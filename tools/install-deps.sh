@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that building and testing need: those that are missing, and nothing else.
+set -euo pipefail
+
+# For the library and the command kp.
+build=(
+    g++ cmake ninja-build pkg-config
+    libboost-dev libboost-filesystem-dev libboost-iostreams-dev
+    libzip-dev libdeflate-dev zlib1g-dev libssl-dev libexpat1-dev
+    libcli11-dev nlohmann-json3-dev tcl8.6-dev
+)
+# For the tests, the format check and the demo.
+tests=(
+    libgtest-dev libgmock-dev clang-format
+    zip unzip 7zip libarchive-tools python3
+)
+
+fail() {
+    echo "install-deps: $*" >&2
+    exit 1
+}
+
+command -v dpkg-query >/dev/null || fail "needs a Debian system. Install the equivalents of: ${build[*]} ${tests[*]}"
+
+# dpkg-query fails when it does not know one of the names; what it knows is still listed.
+installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "${build[@]}" "${tests[@]}" 2>/dev/null || true)
+missing=()
+for package in "${build[@]}" "${tests[@]}"; do
+    grep -qxF "installed $package" <<<"$installed" || missing+=("$package")
+done
+((${#missing[@]})) || exit 0
+
+as_root=()
+if ((EUID != 0)); then
+    command -v sudo >/dev/null || fail "needs root or sudo to install: ${missing[*]}"
+    as_root=(sudo)
+fi
+echo "install-deps: installing ${missing[*]}" >&2
+apt_get() { "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=120 "$@" >&2; }
+apt_get update || fail "apt-get update failed; see above"
+apt_get install -y --no-install-recommends "${missing[@]}" || fail "apt-get could not install: ${missing[*]}"
