@@ -1,0 +1,48 @@
+#pragma once
+
+#include "platform/base/Export.h"
+
+#include <exception>
+#include <stdexcept>
+#include <string>
+
+/// An operation failed; what() is one complete sentence.
+class KP_EXPORT HEXAlgException : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+    ~HEXAlgException() override;
+};
+
+/// The general exception of the host: what() is the text of a numbered message (see ComMsgMgr::raise).
+class KP_EXPORT HEXAll : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+    ~HEXAll() override;
+};
+
+/// A named file is missing; what() names it and says so.
+class KP_EXPORT HEXFileNotFoundException : public std::runtime_error {
+public:
+    explicit HEXFileNotFoundException(const std::string& path);
+    ~HEXFileNotFoundException() override;
+
+    /// The path as the caller gave it; empty when none was given.
+    const std::string& getPath() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+/// XML output could not be opened or produced.
+class KP_EXPORT HXMLException : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+    ~HXMLException() override;
+};
+
+/// A condition that none of the other exceptions names.
+class KP_EXPORT HEXError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+    ~HEXError() override;
+};

@@ -1,0 +1,271 @@
+#include "platform/files/Disk.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <system_error>
+
+#include <climits>
+#include <dirent.h>
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace disk {
+namespace {
+
+const DiskFaults::Decide* faults = nullptr;
+
+bool isInjected(std::string_view call, const std::string& path) {
+    if (faults == nullptr) [[likely]]
+        return false;
+    errno = (*faults)(call, path);
+    return errno != 0;
+}
+
+/// The result of a system call, which is negative when it failed; made again when a signal interrupted it.
+template <class SystemCall>
+auto attempt(std::string_view call, const std::string& path, SystemCall systemCall) {
+    for (;;) {
+        const auto result = isInjected(call, path) ? decltype(systemCall()){-1} : systemCall();
+        if (result >= 0 || errno != EINTR) return result;
+    }
+}
+
+[[noreturn]] void fail(std::string_view call, const std::string& path) {
+    const std::string reason = std::generic_category().message(errno);
+    throw HEXAlgException("Failed to " + std::string(call) + " '" + path + "': " + reason);
+}
+
+template <class SystemCall>
+auto require(std::string_view call, const std::string& path, SystemCall systemCall) {
+    const auto result = attempt(call, path, systemCall);
+    if (result < 0) fail(call, path);
+    return result;
+}
+
+int openNumber(const std::string& path, int flags, mode_t mode) {
+    return attempt("open", path, [&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); });
+}
+
+bool isNothingThere() {
+    return errno == ENOENT || errno == ENOTDIR;
+}
+
+bool isUnsupported() {
+    return errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP || errno == EBADF;
+}
+
+/// Copies one stretch inside the system; 0 at the source's end, negative where the file systems cannot.
+ssize_t copyInside(const FileDescriptor& from, std::uint64_t fromOffset, const FileDescriptor& to,
+                   std::uint64_t toOffset, std::uint64_t size) {
+    const std::size_t stretch = std::min<std::uint64_t>(size, std::uint64_t{1} << 30);
+    return attempt("write", to.path(), [&] {
+        auto in = static_cast<loff_t>(fromOffset);
+        auto out = static_cast<loff_t>(toOffset);
+        return ::copy_file_range(from.number(), &in, to.number(), &out, stretch, 0);
+    });
+}
+
+[[noreturn]] void failCutShort(const FileDescriptor& file) {
+    throw HEXAlgException("'" + file.path() + "' became shorter while it was read");
+}
+
+void copyThroughMemory(const FileDescriptor& from, std::uint64_t fromOffset, const FileDescriptor& to,
+                       std::uint64_t toOffset, std::uint64_t size) {
+    constexpr std::size_t bufferSize = std::size_t{1} << 20;
+    const auto buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
+    while (size > 0) {
+        const std::size_t got =
+            readAt(from, fromOffset, buffer.get(), std::min<std::uint64_t>(size, bufferSize));
+        if (got == 0) failCutShort(from);
+        writeAt(to, toOffset, {buffer.get(), got});
+        fromOffset += got;
+        toOffset += got;
+        size -= got;
+    }
+}
+
+}  // namespace
+
+FileDescriptor::FileDescriptor(FileDescriptor&& other) noexcept
+    : number_(std::exchange(other.number_, -1)), path_(std::move(other.path_)) {}
+
+FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    std::swap(path_, other.path_);
+    return *this;
+}
+
+void FileDescriptor::close() noexcept {
+    if (isOpen()) ::close(std::exchange(number_, -1));
+}
+
+FileDescriptor open(const std::string& path, int flags, mode_t mode) {
+    const int number = openNumber(path, flags, mode);
+    if (number < 0) fail("open", path);
+    return {number, path};
+}
+
+FileDescriptor openIfThere(const std::string& path, int flags) {
+    const int number = openNumber(path, flags, 0);
+    if (number < 0 && !isNothingThere()) fail("open", path);
+    return {number, path};
+}
+
+FileDescriptor createIfAbsent(const std::string& path, int flags, mode_t mode) {
+    const int number = openNumber(path, flags | O_CREAT | O_EXCL, mode);
+    if (number < 0 && errno != EEXIST) fail("open", path);
+    return {number, path};
+}
+
+std::size_t readAt(const FileDescriptor& file, std::uint64_t offset, void* buffer, std::size_t size) {
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t got = require("read", file.path(), [&] {
+            return ::pread(file.number(), static_cast<char*>(buffer) + done, size - done,
+                           static_cast<off_t>(offset + done));
+        });
+        if (got == 0) break;
+        done += static_cast<std::size_t>(got);
+    }
+    return done;
+}
+
+void writeAt(const FileDescriptor& file, std::uint64_t offset, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t put = require("write", file.path(), [&] {
+            return ::pwrite(file.number(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        });
+        offset += static_cast<std::uint64_t>(put);
+        bytes.remove_prefix(static_cast<std::size_t>(put));
+    }
+}
+
+void copy(const FileDescriptor& from, std::uint64_t fromOffset, const FileDescriptor& to,
+          std::uint64_t toOffset, std::uint64_t size) {
+    while (size > 0) {
+        const ssize_t copied = copyInside(from, fromOffset, to, toOffset, size);
+        if (copied < 0 && isUnsupported()) return copyThroughMemory(from, fromOffset, to, toOffset, size);
+        if (copied < 0) fail("write", to.path());
+        if (copied == 0) failCutShort(from);
+        const auto step = static_cast<std::uint64_t>(copied);
+        fromOffset += step;
+        toOffset += step;
+        size -= step;
+    }
+}
+
+void truncate(const FileDescriptor& file, std::uint64_t size) {
+    require("truncate", file.path(), [&] { return ::ftruncate(file.number(), static_cast<off_t>(size)); });
+}
+
+void sync(const FileDescriptor& file) {
+    require("sync", file.path(), [&] { return ::fsync(file.number()); });
+}
+
+void syncDirectory(const std::string& path) {
+    sync(open(path, O_RDONLY | O_DIRECTORY));
+}
+
+struct stat status(const FileDescriptor& file) {
+    struct stat result {};
+    require("inspect", file.path(), [&] { return ::fstat(file.number(), &result); });
+    return result;
+}
+
+bool statusIfThere(const std::string& path, struct stat& status) {
+    if (attempt("inspect", path, [&] { return ::stat(path.c_str(), &status); }) == 0) return true;
+    if (!isNothingThere()) fail("inspect", path);
+    return false;
+}
+
+std::string linkTarget(const std::string& path) {
+    std::string target(PATH_MAX, '\0');
+    const ssize_t length =
+        attempt("inspect", path, [&] { return ::readlink(path.c_str(), target.data(), target.size()); });
+    if (length < 0 && errno != EINVAL && !isNothingThere()) fail("inspect", path);
+    target.resize(static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    return target;
+}
+
+std::vector<DirectoryItem> list(const std::string& directory) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> handle(
+        isInjected("list", directory) ? nullptr : ::opendir(directory.c_str()), &::closedir);
+    if (!handle) fail("list", directory);
+    std::vector<DirectoryItem> items;
+    errno = 0;
+    while (const dirent* item = ::readdir(handle.get())) {
+        const std::string_view name = item->d_name;
+        if (name != "." && name != "..") items.push_back({std::string(name), item->d_type});
+        errno = 0;
+    }
+    if (errno != 0) fail("list", directory);
+    return items;
+}
+
+void lock(const FileDescriptor& file) {
+    require("lock", file.path(), [&] { return ::flock(file.number(), LOCK_EX); });
+}
+
+bool tryLock(const FileDescriptor& file) {
+    const int result =
+        attempt("lock", file.path(), [&] { return ::flock(file.number(), LOCK_EX | LOCK_NB); });
+    if (result < 0 && errno != EWOULDBLOCK) fail("lock", file.path());
+    return result == 0;
+}
+
+void setMode(const FileDescriptor& file, mode_t mode) {
+    require("change the mode of", file.path(), [&] { return ::fchmod(file.number(), mode); });
+}
+
+void setOwner(const FileDescriptor& file, uid_t owner, gid_t group) {
+    constexpr auto unchanged = static_cast<uid_t>(-1);
+    for (const uid_t user : {owner, unchanged}) {
+        const auto change = [&] { return ::fchown(file.number(), user, group); };
+        if (attempt("change the owner of", file.path(), change) == 0) return;
+        if (errno != EPERM) fail("change the owner of", file.path());
+    }
+}
+
+void rename(const std::string& from, const std::string& to) {
+    require("rename", from, [&] { return ::rename(from.c_str(), to.c_str()); });
+}
+
+bool renameNoReplace(const std::string& from, const std::string& to) {
+    const auto byRename = [&] {
+        return ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE);
+    };
+    if (attempt("rename", from, byRename) == 0) return true;
+    if (errno == EEXIST) return false;
+    if (!isUnsupported()) fail("rename", from);
+
+    if (attempt("rename", from, [&] { return ::link(from.c_str(), to.c_str()); }) < 0) {
+        if (errno == EEXIST) return false;
+        fail("rename", from);
+    }
+    remove(from);
+    return true;
+}
+
+void remove(const std::string& path) {
+    if (attempt("remove", path, [&] { return ::unlink(path.c_str()); }) < 0 && !isNothingThere())
+        fail("remove", path);
+}
+
+bool makeDirectory(const std::string& path, mode_t mode) {
+    const int result = attempt("create directory", path, [&] { return ::mkdir(path.c_str(), mode); });
+    if (result < 0 && errno != EEXIST) fail("create directory", path);
+    return result == 0;
+}
+
+DiskFaults::DiskFaults(Decide decide) : decide_(std::move(decide)) {
+    faults = &decide_;
+}
+
+DiskFaults::~DiskFaults() {
+    faults = nullptr;
+}
+
+}  // namespace disk

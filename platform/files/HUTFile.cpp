@@ -1,0 +1,82 @@
+#include "platform/files/HUTFile.h"
+
+#include "platform/base/Exceptions.h"
+#include "platform/files/DirectoryTree.h"
+#include "platform/files/Disk.h"
+#include "platform/files/HUTPathUtils.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <boost/filesystem/operations.hpp>
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace fs = boost::filesystem;
+
+bool HUTFile::exists(const std::string& path) {
+    boost::system::error_code ignored;
+    return fs::exists(path, ignored);
+}
+
+bool HUTFile::isFile(const std::string& path) {
+    boost::system::error_code ignored;
+    return fs::is_regular_file(path, ignored);
+}
+
+bool HUTFile::isDir(const std::string& path) {
+    boost::system::error_code ignored;
+    return fs::is_directory(path, ignored);
+}
+
+std::string HUTFile::getCanonicalName(const std::string& path) {
+    boost::system::error_code error;
+    const fs::path canonical = fs::weakly_canonical(fs::absolute(path), error);
+    if (error) throw HEXAlgException("Failed to resolve '" + path + "': " + error.message());
+    return canonical.string();
+}
+
+std::uint64_t HUTFile::fileCount(const std::string& directory) {
+    const std::vector<TreeItem> items = DirectoryTree::walk(directory);
+    return static_cast<std::uint64_t>(
+        std::count_if(items.begin(), items.end(), [](const TreeItem& item) { return !item.isDirectory; }));
+}
+
+HUTFileIter HUTFile::createFileIter(const std::string& directory) {
+    std::vector<std::string> paths;
+    for (const disk::DirectoryItem& item : disk::list(directory)) {
+        std::string path = HUTPathUtils::join(directory, item.name);
+        if (item.type == DT_REG || isFile(path)) paths.push_back(std::move(path));
+    }
+    std::sort(paths.begin(), paths.end());
+    return HUTFileIter(std::move(paths));
+}
+
+void HUTFile::ensureWritableDir(const std::string& directory) {
+    boost::system::error_code error;
+    fs::create_directories(directory, error);
+    if (!error && ::access(directory.c_str(), W_OK | X_OK) != 0)
+        error.assign(errno, boost::system::generic_category());
+    if (error || !isDir(directory))
+        throw HEXAlgException("Failed to make a writable directory of '" + directory +
+                              "': " + error.message());
+}
+
+std::string HUTFile::readFile(const std::string& path) {
+    const disk::FileDescriptor file = disk::open(path, O_RDONLY);
+    std::string bytes;
+    for (;;) {
+        constexpr std::size_t spare = 4096;
+        const auto size = static_cast<std::size_t>(disk::status(file).st_size);
+        const std::size_t had = bytes.size();
+        bytes.resize(std::max(had, size) + spare);
+        bytes.resize(had + disk::readAt(file, had, bytes.data() + had, bytes.size() - had));
+        if (bytes.size() < std::max(had, size) + spare) return bytes;
+    }
+}
+
+void HUTFile::writeFile(const std::string& path, std::string_view bytes) {
+    const disk::FileDescriptor file = disk::open(path, O_WRONLY | O_CREAT | O_TRUNC);
+    disk::writeAt(file, 0, bytes);
+}

@@ -1,0 +1,42 @@
+#include "platform/messages/Catalog.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace messages {
+namespace {
+
+using enum ComMsg::Severity;
+
+constexpr CatalogEntry catalog[] = {
+    {"@17-132@%s%s%d", Error, "%2:%3: %1"},
+    {"@17-1310@", Error, "The package manifest could not be written"},
+    {"@17-1312@%d%s", Warning, "Unknown flow number %1 in the manifest of '%2' is ignored"},
+    {"@17-1313@%d%s", Warning, "Unknown flow number %1 is left out of the manifest of '%2'"},
+    {"@17-1314@%s%s%d", Warning, "%2:%3: %1; it is ignored"},
+    {"@17-1376@%s", Error, "Failed to write '%1'"},
+    {"@17-1377@%s%s", Error, "Failed to write XML: %1: %2"},
+    {"@17-1396@%s", Warning, "The integrity of the package '%1' could not be verified"},
+    {"@17-1406@%s", Warning, "The IP directory '%1' holds no files; no IP is packaged"},
+    {"@17-1525@", Warning, "The package already holds an IP of the same identifier; that IP is replaced"},
+    {"@17-1650@%s", Warning, "The debug directory '%1' is not a directory; it is not packaged"},
+    {"@17-1651@%s", Info, "Packaging the debug directory '%1'"},
+    {"@17-1666@%s", Warning, "The HLS directory '%1' is not a directory; it is not packaged"},
+    {"@17-1667@%s", Info, "Packaging the HLS directory '%1'"},
+    {"@17-1682@%s", Warning,
+     "The kernel '%1' carries an HLS directory, which emulation does not need; emulation uses its sources"},
+    {"@17-1864@", Info, "Both replace and update are given: a kernel of the same name is replaced"},
+    {"@17-1867@", Warning, "The kernel to update is not in the package; it is added"},
+    {"@17-1868@", Warning, "There is nothing to update with: no device image and no shim solution is given"},
+    {"@17-2001@%s", Warning, "The link '%1' leads back to a directory above it; it is not packaged"},
+};
+
+}  // namespace
+
+const CatalogEntry* findInCatalog(std::string_view id) {
+    const auto* entry = std::find_if(std::begin(catalog), std::end(catalog),
+                                     [&](const CatalogEntry& candidate) { return candidate.id == id; });
+    return entry == std::end(catalog) ? nullptr : entry;
+}
+
+}  // namespace messages

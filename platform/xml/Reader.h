@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/base/Export.h"
+#include "platform/xml/Table.h"
+
+#include <functional>
+#include <istream>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+namespace lmx60 {
+
+/// Told of each unknown element or attribute that is passed over. Without a listener they are errors.
+using UnknownListener = std::function<void(const Error&)>;
+
+/// Elements nested deeper than this are refused, so that hostile documents cannot exhaust the stack.
+constexpr int maximumDepth = 2000;
+
+/// Reads a whole document into a record. The record must be newly constructed. Document type declarations are
+/// refused; namespace declarations and `xsi:` attributes are passed over. Children are accepted in the order
+/// of the tables only. Throws ReadError; the record then holds what was read before the error.
+KP_EXPORT void readInto(void* record, const Table& table, std::string_view element, std::string document,
+                        const UnknownListener& onUnknown = {});
+
+/// The bytes of a file; throws ReadError of kind Unreadable.
+KP_EXPORT std::string readBytes(const std::string& path);
+
+/// A record from a document in memory. R names its document element in `R::element`.
+template <class R>
+R parse(std::string document, const UnknownListener& onUnknown = {}) {
+    R record;
+    readInto(&record, R::table, R::element, std::move(document), onUnknown);
+    return record;
+}
+
+template <class R>
+R parseFile(const std::string& path, const UnknownListener& onUnknown = {}) {
+    return parse<R>(readBytes(path), onUnknown);
+}
+
+template <class R>
+R parseStream(std::istream& stream, const UnknownListener& onUnknown = {}) {
+    return parse<R>(std::string(std::istreambuf_iterator<char>(stream), {}), onUnknown);
+}
+
+}  // namespace lmx60

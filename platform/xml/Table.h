@@ -1,0 +1,253 @@
+#pragma once
+
+#include "platform/xml/Errors.h"
+#include "platform/xml/LeafText.h"
+#include "platform/xml/Lists.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+namespace lmx60 {
+
+class Table;
+
+enum class FieldKind { Attribute, Leaf, Marker, Record };
+enum class Occurs { Optional, Required, Any };
+
+/// One attribute or child element of a record: its name in the document, and how the reader, the writer and
+/// the comparison reach the member behind it. `record` is always the record that holds the member.
+struct Field {
+    FieldKind kind = FieldKind::Attribute;
+    Occurs occurs = Occurs::Optional;
+    std::string_view name;
+
+    /// How many values the member holds.
+    std::size_t (*count)(const void* record) = nullptr;
+    bool (*equal)(const void* a, const void* b) = nullptr;
+
+    /// Attributes and leaves: takes in one more value; writes out the one at an index.
+    ErrorKind (*parse)(void* record, std::string_view text) = nullptr;
+    void (*format)(const void* record, std::size_t index, std::string& out) = nullptr;
+
+    /// Records and markers: makes one more child (none for a marker); reaches the one at an index.
+    void* (*append)(void* record) = nullptr;
+    const void* (*at)(const void* record, std::size_t index) = nullptr;
+    const Table& (*childTable)() = nullptr;
+};
+
+/// The fields of one type of record, in document order, attributes first. Reading, writing, equality and
+/// validity of every record come from its table alone.
+class Table {
+public:
+    constexpr Table(std::initializer_list<Field> fields) : size_(fields.size()) {
+        std::copy(fields.begin(), fields.end(), fields_.begin());
+    }
+
+    constexpr const Field* begin() const { return fields_.data(); }
+    constexpr const Field* end() const { return fields_.data() + size_; }
+
+    bool equal(const void* a, const void* b) const {
+        return std::all_of(begin(), end(), [&](const Field& field) { return field.equal(a, b); });
+    }
+
+    /// The first required field that a record lacks, or none.
+    const Field* firstMissing(const void* record) const {
+        const Field* missing = std::find_if(begin(), end(), [&](const Field& field) {
+            return field.occurs == Occurs::Required && field.count(record) == 0;
+        });
+        return missing == end() ? nullptr : missing;
+    }
+
+private:
+    std::array<Field, 20> fields_{};
+    std::size_t size_;
+};
+
+/// Base of every bound record. The record declares `static const lmx60::Table table`.
+template <class Derived>
+struct Record {
+    /// Whether everything that the schema requires of this record itself is present.
+    bool IsOccursOk() const {
+        return Derived::table.firstMissing(static_cast<const Derived*>(this)) == nullptr;
+    }
+
+    friend bool operator==(const Derived& a, const Derived& b) { return Derived::table.equal(&a, &b); }
+};
+
+namespace detail {
+
+/// How a member of one of the field types is reached. The primary template serves a record that is always
+/// there.
+template <class Member>
+struct Access {
+    using Child = Member;
+    static std::size_t count(const Member&) { return 1; }
+    static void* append(Member& member) { return &member; }
+    static const Child& at(const Member& member, std::size_t) { return member; }
+    static bool equal(const Member& a, const Member& b) { return a == b; }
+};
+
+template <class R>
+struct Access<Optional<R>> {
+    using Child = R;
+    static std::size_t count(const Optional<R>& member) { return member ? 1 : 0; }
+    static void* append(Optional<R>& member) { return &member.emplace(); }
+    static const Child& at(const Optional<R>& member, std::size_t) { return *member; }
+    static bool equal(const Optional<R>& a, const Optional<R>& b) {
+        return a.has_value() == b.has_value() && (!a || *a == *b);
+    }
+};
+
+template <class R>
+struct Access<List<R>> {
+    using Child = R;
+    static std::size_t count(const List<R>& member) { return member.size(); }
+    static void* append(List<R>& member) { return &member.append(); }
+    static const Child& at(const List<R>& member, std::size_t index) { return member.get(index); }
+    static bool equal(const List<R>& a, const List<R>& b) {
+        return std::equal(a.begin(), a.end(), b.begin(), b.end());
+    }
+};
+
+template <>
+struct Access<Markers> {
+    static std::size_t count(const Markers& member) { return member.size(); }
+    static void* append(Markers& member) {
+        member.append();
+        return nullptr;
+    }
+    static bool equal(const Markers& a, const Markers& b) { return a.size() == b.size(); }
+};
+
+template <class T>
+struct Access<Value<T>> {
+    using Leaf = T;
+    static std::size_t count(const Value<T>& member) { return member.isPresent() ? 1 : 0; }
+    static void append(Value<T>& member, T value) { member.set(std::move(value)); }
+    static const T& at(const Value<T>& member, std::size_t) { return member.get(); }
+    static bool equal(const Value<T>& a, const Value<T>& b) {
+        return a.isPresent() == b.isPresent() && sameLeaf(a.get(), b.get());
+    }
+};
+
+template <class T>
+struct Access<Leaves<T>> {
+    using Leaf = T;
+    static std::size_t count(const Leaves<T>& member) { return member.size(); }
+    static void append(Leaves<T>& member, T value) { member.append(std::move(value)); }
+    static const T& at(const Leaves<T>& member, std::size_t index) { return member.get(index); }
+    static bool equal(const Leaves<T>& a, const Leaves<T>& b) {
+        return std::equal(a.begin(), a.end(), b.begin(), b.end(), sameLeaf<T>);
+    }
+};
+
+template <class Owner, class Member>
+struct MemberPointer {
+    using OwnerType = Owner;
+    using Type = Member;
+};
+template <class Owner, class Member>
+MemberPointer<Owner, Member> describe(Member Owner::*);
+
+/// The functions of a Field for one member of one record type.
+template <auto member>
+struct Bound {
+    using Owner = typename decltype(describe(member))::OwnerType;
+    using Type = typename decltype(describe(member))::Type;
+    using Reach = Access<Type>;
+
+    static const Type& of(const void* record) { return static_cast<const Owner*>(record)->*member; }
+    static Type& of(void* record) { return static_cast<Owner*>(record)->*member; }
+
+    static std::size_t count(const void* record) { return Reach::count(of(record)); }
+    static bool equal(const void* a, const void* b) { return Reach::equal(of(a), of(b)); }
+    static void* append(void* record) { return Reach::append(of(record)); }
+    static const void* at(const void* record, std::size_t index) { return &Reach::at(of(record), index); }
+    static const Table& childTable() { return Reach::Child::table; }
+
+    static ErrorKind parse(void* record, std::string_view text) {
+        typename Reach::Leaf value{};
+        const ErrorKind error = LeafText<typename Reach::Leaf>::parse(text, value);
+        if (error == ErrorKind::None) Reach::append(of(record), std::move(value));
+        return error;
+    }
+    static void format(const void* record, std::size_t index, std::string& out) {
+        LeafText<typename Reach::Leaf>::append(Reach::at(of(record), index), out);
+    }
+};
+
+template <auto member>
+constexpr Field field(FieldKind kind, Occurs occurs, std::string_view name) {
+    using B = Bound<member>;
+    Field made{.kind = kind, .occurs = occurs, .name = name, .count = B::count, .equal = B::equal};
+    if constexpr (requires { typename B::Reach::Leaf; }) {
+        made.parse = B::parse;
+        made.format = B::format;
+    } else {
+        made.append = B::append;
+    }
+    if constexpr (requires { typename B::Reach::Child; }) {
+        made.at = B::at;
+        made.childTable = B::childTable;
+    }
+    return made;
+}
+
+template <class Member>
+struct Shape {
+    static constexpr FieldKind kind = FieldKind::Record;
+    static constexpr Occurs occurs = Occurs::Required;
+};
+template <class R>
+struct Shape<Optional<R>> {
+    static constexpr FieldKind kind = FieldKind::Record;
+    static constexpr Occurs occurs = Occurs::Optional;
+};
+template <class R>
+struct Shape<List<R>> {
+    static constexpr FieldKind kind = FieldKind::Record;
+    static constexpr Occurs occurs = Occurs::Any;
+};
+template <>
+struct Shape<Markers> {
+    static constexpr FieldKind kind = FieldKind::Marker;
+    static constexpr Occurs occurs = Occurs::Any;
+};
+template <class T>
+struct Shape<Value<T>> {
+    static constexpr FieldKind kind = FieldKind::Leaf;
+    static constexpr Occurs occurs = Occurs::Required;
+};
+template <class T>
+struct Shape<Leaves<T>> {
+    static constexpr FieldKind kind = FieldKind::Leaf;
+    static constexpr Occurs occurs = Occurs::Any;
+};
+
+}  // namespace detail
+
+/// An attribute; the member is a Value.
+template <auto member>
+constexpr Field attribute(std::string_view name, Occurs occurs = Occurs::Optional) {
+    return detail::field<member>(FieldKind::Attribute, occurs, name);
+}
+
+/// A child element; its kind and how often it may occur follow from the member's type: List and Leaves any
+/// number of times, Optional at most once, a Value or a plain record exactly once.
+template <auto member>
+constexpr Field child(std::string_view name) {
+    using S = detail::Shape<typename detail::Bound<member>::Type>;
+    return detail::field<member>(S::kind, S::occurs, name);
+}
+
+/// A child record that a valid document has although a record in memory may lack it.
+template <auto member>
+constexpr Field requiredChild(std::string_view name) {
+    return detail::field<member>(FieldKind::Record, Occurs::Required, name);
+}
+
+}  // namespace lmx60

@@ -1,0 +1,139 @@
+#include "platform/xml/Writer.h"
+
+#include "platform/base/Exceptions.h"
+#include "platform/base/HI18N.h"
+#include "platform/files/HUTFile.h"
+
+namespace lmx60 {
+
+WriteError::~WriteError() = default;
+
+namespace {
+
+enum class Place { Text, Attribute };
+
+/// Whether a character stands in a document as it is; all others are rare and looked at one by one.
+bool standsAsItIs(char c) {
+    return static_cast<unsigned char>(c) >= 0x20 && c != '<' && c != '>' && c != '&' && c != '"';
+}
+
+class Writer {
+public:
+    std::string write(const void* record, const Table& table, std::string_view element) {
+        out_ = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+        writeRecord(record, table, element, 0);
+        return std::move(out_);
+    }
+
+private:
+    void writeRecord(const void* record, const Table& table, std::string_view element, int level);
+    void writeAttributes(const void* record, const Table& table);
+    void writeChild(const void* record, const Field& field, std::size_t index, int level);
+    void writeValue(const void* record, const Field& field, std::size_t index, Place place);
+    void appendEscaped(std::string_view value, std::string_view name, Place place);
+    void indent(int level) { out_.append(static_cast<std::size_t>(level) * 2, ' '); }
+
+    std::string out_;
+    std::string value_;
+};
+
+void Writer::writeRecord(const void* record, const Table& table, std::string_view element, int level) {
+    if (const Field* missing = table.firstMissing(record)) {
+        const char* kind = missing->kind == FieldKind::Attribute ? "attribute" : "element";
+        throw WriteError("element '" + std::string(element) + "' lacks its required " + kind + " '" +
+                         std::string(missing->name) + "'");
+    }
+    indent(level);
+    out_.append("<").append(element);
+    writeAttributes(record, table);
+    bool empty = true;
+    for (const Field& field : table) {
+        if (field.kind == FieldKind::Attribute) continue;
+        for (std::size_t index = 0, count = field.count(record); index < count; ++index) {
+            if (empty) out_ += ">\n";
+            empty = false;
+            writeChild(record, field, index, level + 1);
+        }
+    }
+    if (empty) {
+        out_ += "/>\n";
+    } else {
+        indent(level);
+        out_.append("</").append(element).append(">\n");
+    }
+}
+
+void Writer::writeAttributes(const void* record, const Table& table) {
+    for (const Field& field : table) {
+        if (field.kind != FieldKind::Attribute || field.count(record) == 0) continue;
+        out_.append(" ").append(field.name).append("=\"");
+        writeValue(record, field, 0, Place::Attribute);
+        out_ += '"';
+    }
+}
+
+void Writer::writeChild(const void* record, const Field& field, std::size_t index, int level) {
+    if (field.kind == FieldKind::Record) {
+        writeRecord(field.at(record, index), field.childTable(), field.name, level);
+        return;
+    }
+    indent(level);
+    out_.append("<").append(field.name);
+    if (field.kind == FieldKind::Marker) {
+        out_ += "/>\n";
+        return;
+    }
+    out_ += '>';
+    writeValue(record, field, index, Place::Text);
+    out_.append("</").append(field.name).append(">\n");
+}
+
+void Writer::writeValue(const void* record, const Field& field, std::size_t index, Place place) {
+    value_.clear();
+    field.format(record, index, value_);
+    appendEscaped(value_, field.name, place);
+}
+
+void Writer::appendEscaped(std::string_view value, std::string_view name, Place place) {
+    const auto refuse = [&] {
+        throw WriteError("'" + std::string(name) + "' holds a character that XML cannot carry");
+    };
+    if (!HI18N::isUtf8(value)) refuse();
+    if (value.find("\xEF\xBF\xBE") != value.npos || value.find("\xEF\xBF\xBF") != value.npos) refuse();
+    for (const char c : value) {
+        if (standsAsItIs(c)) {
+            out_ += c;
+        } else if (c == '<') {
+            out_ += "&lt;";
+        } else if (c == '>') {
+            out_ += "&gt;";
+        } else if (c == '&') {
+            out_ += "&amp;";
+        } else if (c == '"') {
+            out_ += place == Place::Attribute ? "&quot;" : "\"";
+        } else if (c == '\r') {
+            out_ += "&#13;";
+        } else if (c == '\t' || c == '\n') {
+            out_ += place == Place::Text ? std::string(1, c) : c == '\t' ? "&#9;" : "&#10;";
+        } else {
+            refuse();
+        }
+    }
+}
+
+}  // namespace
+
+std::string format(const void* record, const Table& table, std::string_view element) {
+    return Writer().write(record, table, element);
+}
+
+Error replaceFile(const std::string& path, const std::string& bytes) {
+    try {
+        HUTFile::writeFile(path, bytes);
+        return {};
+    } catch (const HEXAlgException& failure) {
+        return {ErrorKind::Unwritable, failure.what(), 0};
+    }
+}
+
+}  // namespace lmx60

@@ -1,0 +1,214 @@
+#include "platform/zip/ArchiveEdit.h"
+
+#include "platform/files/DirectoryTree.h"
+#include "platform/files/HUTFile.h"
+#include "platform/files/HUTPathUtils.h"
+#include "platform/messages/ComMsgMgr.h"
+#include "platform/zip/ArchiveLock.h"
+#include "platform/zip/ArchiveWriter.h"
+#include "platform/zip/EntryCopier.h"
+#include "platform/zip/Packer.h"
+#include "platform/zip/PendingFile.h"
+
+#include <algorithm>
+
+namespace {
+
+std::string quoted(std::string_view text) {
+    return "'" + HUTPathUtils::shown(text) + "'";
+}
+
+/// Where a path that is a symbolic link leads, be it there or not.
+std::string followLinks(std::string path) {
+    constexpr int maximumLinks = 40;
+    for (int links = 0; links < maximumLinks; ++links) {
+        const std::string target = disk::linkTarget(path);
+        if (target.empty()) return path;
+        path = target.starts_with('/') ? target : HUTPathUtils::join(HUTPathUtils::parent(path), target);
+    }
+    throw HEXAlgException(quoted(path) + " is a symbolic link that leads through too many others");
+}
+
+/// A folder's name without "/" at its end.
+std::string folderName(std::string folder) {
+    while (folder.ends_with('/'))
+        folder.pop_back();
+    return folder;
+}
+
+void requireStorable(const std::string& name) {
+    constexpr std::size_t longestName = 0xffff;
+    std::string_view reason = unsafeNameReason(name);
+    if (name.size() > longestName) reason = "it is longer than 65535 bytes";
+    if (!reason.empty())
+        throw HEXAlgException(quoted(name) +
+                              " cannot be the name of an archive member: " + std::string(reason));
+}
+
+}  // namespace
+
+ArchiveCreatedMeanwhile::~ArchiveCreatedMeanwhile() = default;
+
+ArchiveEdit::ArchiveEdit(const std::string& path)
+    : target_(followLinks(path)), lock_(std::make_unique<ArchiveLock>(target_)) {
+    if (!lock_->isHeld()) return;
+    snapshot_ = ArchiveSnapshot::open(path);
+    isDeleted_.resize(snapshot_->entries().size());
+}
+
+ArchiveEdit::~ArchiveEdit() = default;
+
+void ArchiveEdit::run(const std::string& path, const std::function<void(ArchiveEdit&)>& operation) {
+    for (;;) {
+        try {
+            ArchiveEdit edit(path);
+            operation(edit);
+            return edit.commit();
+        } catch (const ArchiveCreatedMeanwhile&) {
+            // Now that the archive is there, the edit can wait for its lock.
+        }
+    }
+}
+
+void ArchiveEdit::addBytes(const std::string& name, std::string bytes) {
+    add({Addition::Kind::Bytes, name, std::move(bytes), false});
+}
+
+void ArchiveEdit::addLast(const std::string& name, std::string bytes) {
+    add({Addition::Kind::Bytes, name, std::move(bytes), true});
+}
+
+void ArchiveEdit::addFile(const std::string& name, const std::string& path) {
+    if (!HUTFile::isFile(path)) throw HEXAlgException(quoted(path) + " is not a file");
+    add({Addition::Kind::File, name, path, false});
+}
+
+void ArchiveEdit::addFiles(const std::string& folder, const std::vector<std::string>& paths) {
+    const std::string inside = folderName(folder);
+    for (const std::string& path : paths)
+        addFile(HUTPathUtils::join(inside, HUTPathUtils::lastComponent(path)), path);
+}
+
+void ArchiveEdit::addTree(const std::string& folder, const std::string& directory) {
+    const std::string inside = folderName(folder);
+    const std::vector<TreeItem> items = DirectoryTree::walk(directory, [](const std::string& link) {
+        ComMsgMgr::post("@17-2001@%s", {HUTPathUtils::shown(link)});
+    });
+    if (items.empty() && !inside.empty()) add({Addition::Kind::Directory, inside + "/", directory, false});
+    for (const TreeItem& item : items) {
+        const std::string name = HUTPathUtils::join(inside, item.name);
+        const std::string path = HUTPathUtils::join(directory, item.name);
+        if (!item.isDirectory) add({Addition::Kind::File, name, path, false});
+        if (item.isEmpty) add({Addition::Kind::Directory, name + "/", path, false});
+    }
+}
+
+void ArchiveEdit::add(Addition addition) {
+    requireStorable(addition.name);
+    const std::string origin =
+        addition.kind == Addition::Kind::Bytes ? "generated content" : quoted(addition.source);
+    const auto [first, isNew] = origins_.try_emplace(addition.name, origin);
+    if (!isNew)
+        throw HEXAlgException("Two files are given for " + quoted(addition.name) + " in " + quoted(target_) +
+                              ": " + first->second + " and " + origin);
+    if (snapshot_)
+        for (const std::uint32_t position : snapshot_->positionsNamed(addition.name))
+            isDeleted_[position] = true;
+    additions_.push_back(std::move(addition));
+}
+
+void ArchiveEdit::deleteFile(const std::string& name) {
+    if (snapshot_)
+        for (const std::uint32_t position : snapshot_->positionsNamed(name))
+            isDeleted_[position] = true;
+    if (origins_.erase(name) > 0)
+        std::erase_if(additions_, [&](const Addition& addition) { return addition.name == name; });
+}
+
+void ArchiveEdit::deleteFolder(const std::string& folder) {
+    const std::string inside = folderName(folder);
+    if (inside.empty()) throw HEXAlgException("No folder of " + quoted(target_) + " to delete is named");
+    if (snapshot_)
+        for (const std::uint32_t position : snapshot_->positionsInFolder(inside))
+            isDeleted_[position] = true;
+    const auto isBelow = [prefix = inside + "/"](std::string_view name) { return name.starts_with(prefix); };
+    std::erase_if(origins_, [&](const auto& added) { return isBelow(added.first); });
+    std::erase_if(additions_, [&](const Addition& addition) { return isBelow(addition.name); });
+}
+
+bool ArchiveEdit::changesAnything() const {
+    return seal_ || !additions_.empty() ||
+           std::find(isDeleted_.begin(), isDeleted_.end(), true) != isDeleted_.end();
+}
+
+void ArchiveEdit::commit() {
+    if (changesAnything()) {
+        PendingFile pending(target_);
+        if (exists()) {
+            disk::setOwner(pending.file(), lock_->status().st_uid, lock_->status().st_gid);
+            disk::setMode(pending.file(), lock_->status().st_mode & 07777);
+        }
+        write(pending.file());
+        disk::sync(pending.file());
+        putInPlace(pending);
+    }
+    lock_.reset();
+}
+
+void ArchiveEdit::write(const disk::FileDescriptor& file) {
+    ArchiveWriter writer(file);
+    const std::uint64_t keptPrefix = exists() ? copyKept(writer) : 0;
+    pack(writer);
+    writeComment(writer, file, keptPrefix);
+}
+
+std::uint64_t ArchiveEdit::copyKept(ArchiveWriter& writer) {
+    std::vector<std::uint32_t> positions;
+    for (std::uint32_t position = 0; position < isDeleted_.size(); ++position)
+        if (!isDeleted_[position]) positions.push_back(position);
+    return EntryCopier(*snapshot_, writer).copy(positions);
+}
+
+void ArchiveEdit::pack(ArchiveWriter& writer) {
+    std::stable_partition(additions_.begin(), additions_.end(),
+                          [](const Addition& addition) { return !addition.isLast; });
+    Packer packer(writer);
+    for (const Addition& addition : additions_) {
+        switch (addition.kind) {
+            case Addition::Kind::Bytes:
+                packer.addBytes(addition.name, addition.source);
+                break;
+            case Addition::Kind::File:
+                packer.addFile(addition.name, addition.source);
+                break;
+            case Addition::Kind::Directory:
+                packer.addDirectory(addition.name, addition.source);
+                break;
+        }
+    }
+}
+
+void ArchiveEdit::writeComment(ArchiveWriter& writer, const disk::FileDescriptor& file,
+                               std::uint64_t keptPrefix) {
+    const std::uint64_t end = writer.finish();
+    if (!seal_) return writer.putComment(exists() ? snapshot_->comment() : std::string_view());
+
+    ArchiveSnapshot::HashedPrefix hashed{0, ArchiveDigest(*seal_)};
+    const auto& known = exists() ? snapshot_->hashedPrefix() : std::nullopt;
+    if (known && known->digest.label() == *seal_ && known->position <= keptPrefix) hashed = *known;
+    hashed.digest.add(file, hashed.position, end);
+    writer.putComment(hashed.digest.comment());
+}
+
+void ArchiveEdit::putInPlace(PendingFile& pending) {
+    if (!exists()) {
+        if (!pending.place())
+            throw ArchiveCreatedMeanwhile("Somebody else created " + quoted(target_) + " meanwhile");
+    } else {
+        if (!lock_->isInPlace() || !snapshot_->isCurrent())
+            throw HEXAlgException(quoted(target_) + " was changed by another program while it was edited");
+        pending.replace();
+        snapshot_->forget();
+    }
+    disk::syncDirectory(HUTPathUtils::parent(target_));
+}

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "platform/base/Exceptions.h"
+#include "platform/base/Export.h"
+#include "platform/zip/ArchiveDigest.h"
+#include "platform/zip/ArchiveSnapshot.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+class ArchiveLock;
+class ArchiveWriter;
+class PendingFile;
+
+/// An edit began without an archive, and somebody else created one before the commit. The operation is to
+/// start over.
+class KP_EXPORT ArchiveCreatedMeanwhile : public HEXAlgException {
+public:
+    using HEXAlgException::HEXAlgException;
+    ~ArchiveCreatedMeanwhile() override;
+};
+
+/// One transaction on one archive. Changes are staged, then committed all at once; until then, and when
+/// anything fails, the archive stays as it was. Failures are HEXAlgException.
+///
+/// An existing archive is locked from the constructor on, so that other edits of it wait. A path that is a
+/// symbolic link edits the file that the link leads to. Permission bits stay, and the owner as far as the
+/// process may set it.
+class KP_EXPORT ArchiveEdit {
+public:
+    explicit ArchiveEdit(const std::string& path);
+    ~ArchiveEdit();
+    ArchiveEdit(const ArchiveEdit&) = delete;
+    ArchiveEdit& operator=(const ArchiveEdit&) = delete;
+
+    /// Runs `operation` on an edit of the archive and commits it, again from the start whenever another
+    /// writer created the archive first.
+    static void run(const std::string& path, const std::function<void(ArchiveEdit&)>& operation);
+
+    /// Whether there was an archive when the edit began; if so, what it held.
+    bool exists() const { return snapshot_ != nullptr; }
+    const std::shared_ptr<const ArchiveSnapshot>& snapshot() const { return snapshot_; }
+
+    // Adding. An entry that the archive holds under the name is replaced; a name added twice is refused.
+    // Folders are names such as "k/pdi"; the empty one is the archive's top.
+
+    void addBytes(const std::string& name, std::string bytes);
+    /// As addBytes, but behind everything else in the archive.
+    void addLast(const std::string& name, std::string bytes);
+    /// The regular file is read at the commit; one that changes meanwhile makes it fail.
+    void addFile(const std::string& name, const std::string& path);
+    /// Adds each file under its base name. Two of one base name are refused.
+    void addFiles(const std::string& folder, const std::vector<std::string>& paths);
+    /// Adds all that lies below the directory (see DirectoryTree), empty directories included.
+    void addTree(const std::string& folder, const std::string& directory);
+
+    // Deleting, from the archive and from what was added before. Quiet when there is nothing of the name.
+
+    void deleteFile(const std::string& name);
+    /// Also the folder's own entry.
+    void deleteFolder(const std::string& folder);
+
+    /// Asks for a digest as the archive's comment. Without it the comment stays as it was.
+    void seal(ArchiveDigest::Label label = ArchiveDigest::Label::Sha256) { seal_ = label; }
+
+    /// Writes the new archive, if there is any change, and puts it in place; the edit is over then. Throws
+    /// ArchiveCreatedMeanwhile when the archive did not exist at first and does now.
+    void commit();
+
+private:
+    struct Addition {
+        enum class Kind { Bytes, File, Directory };
+
+        Kind kind = Kind::Bytes;
+        std::string name;
+        std::string source;  ///< the bytes, or the path of the file or directory
+        bool isLast = false;
+    };
+
+    void add(Addition addition);
+    bool changesAnything() const;
+    void write(const disk::FileDescriptor& file);
+    std::uint64_t copyKept(ArchiveWriter& writer);
+    void pack(ArchiveWriter& writer);
+    void writeComment(ArchiveWriter& writer, const disk::FileDescriptor& file, std::uint64_t keptPrefix);
+    void putInPlace(PendingFile& pending);
+
+    std::string target_;  ///< the path with links followed
+    std::unique_ptr<ArchiveLock> lock_;
+    std::shared_ptr<const ArchiveSnapshot> snapshot_;
+    std::vector<bool> isDeleted_;  ///< by position in the snapshot
+    std::vector<Addition> additions_;
+    std::unordered_map<std::string, std::string> origins_;  ///< of the added names, for messages
+    std::optional<ArchiveDigest::Label> seal_;
+};

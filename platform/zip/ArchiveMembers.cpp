@@ -1,0 +1,245 @@
+// Reading the members of an archive.
+
+#include "platform/base/Exceptions.h"
+#include "platform/files/HUTPathUtils.h"
+#include "platform/zip/ArchiveSnapshot.h"
+#include "platform/zip/ZipFormat.h"
+
+#include <algorithm>
+#include <array>
+
+#include <libdeflate.h>
+#include <zlib.h>
+
+namespace {
+
+/// Members up to this size are inflated at once, which is faster and gives no byte before all are checked.
+constexpr std::uint64_t maximumAtOnce = std::uint64_t{16} << 20;
+
+/// Deflate gives at most this many bytes for one.
+constexpr std::uint64_t maximumExpansion = 1032;
+
+[[noreturn]] void refuse(const ArchiveSnapshot& archive, const ArchiveEntry& entry,
+                         const std::string& reason) {
+    throw HEXAlgException("Failed to read '" + HUTPathUtils::shown(entry.name) + "' of the archive '" +
+                          HUTPathUtils::shown(archive.path()) + "': " + reason);
+}
+
+void requireChecksum(const ArchiveSnapshot& archive, const ArchiveEntry& entry, std::uint32_t crc) {
+    if (crc != entry.crc) refuse(archive, entry, "its checksum differs");
+}
+
+std::string readStored(const ArchiveSnapshot& archive, const ArchiveEntry& entry) {
+    std::string stored(entry.storedSize, '\0');
+    const LocalRecord record = archive.localRecord(entry);
+    if (disk::readAt(archive.file(), record.data, stored.data(), stored.size()) != stored.size())
+        refuse(archive, entry, "the archive became shorter");
+    return stored;
+}
+
+libdeflate_decompressor* decompressor() {
+    thread_local const std::unique_ptr<libdeflate_decompressor, void (*)(libdeflate_decompressor*)> instance(
+        libdeflate_alloc_decompressor(), &libdeflate_free_decompressor);
+    if (!instance) throw std::bad_alloc();
+    return instance.get();
+}
+
+std::string inflateWhole(const ArchiveSnapshot& archive, const ArchiveEntry& entry,
+                         const std::string& stored) {
+    std::string bytes(entry.size, '\0');
+    std::size_t used = 0;
+    const libdeflate_result result = libdeflate_deflate_decompress_ex(
+        decompressor(), stored.data(), stored.size(), bytes.data(), bytes.size(), &used, nullptr);
+    if (result == LIBDEFLATE_BAD_DATA) refuse(archive, entry, "its data are damaged");
+    if (result != LIBDEFLATE_SUCCESS || used != stored.size())
+        refuse(archive, entry, "its data do not have the size that the directory states");
+    return bytes;
+}
+
+class WholeMember : public MemberStream {
+public:
+    explicit WholeMember(std::string bytes) : bytes_(std::move(bytes)) {}
+
+    std::size_t read(char* buffer, std::size_t size) override {
+        const std::size_t got = bytes_.copy(buffer, size, position_);
+        position_ += got;
+        return got;
+    }
+
+private:
+    std::string bytes_;
+    std::size_t position_ = 0;
+};
+
+/// A member's stored bytes, a buffer at a time.
+class StoredBytes {
+public:
+    StoredBytes(const disk::FileDescriptor& file, const LocalRecord& record)
+        : file_(file), position_(record.data), end_(record.end) {}
+
+    /// The next bytes; empty at the end.
+    std::string_view next() {
+        const std::size_t size = std::min<std::uint64_t>(buffer_.size(), end_ - position_);
+        const std::size_t got = disk::readAt(file_, position_, buffer_.data(), size);
+        if (got != size) throw HEXAlgException("'" + file_.path() + "' became shorter while it was read");
+        position_ += got;
+        return {buffer_.data(), got};
+    }
+
+private:
+    const disk::FileDescriptor& file_;
+    std::uint64_t position_;
+    std::uint64_t end_;
+    std::array<char, std::size_t{1} << 16> buffer_;
+};
+
+/// A member too large to hold.
+class LargeMember : public MemberStream {
+public:
+    LargeMember(std::shared_ptr<const ArchiveSnapshot> archive, const ArchiveEntry& entry)
+        : archive_(std::move(archive)),
+          entry_(entry),
+          stored_(archive_->file(), archive_->localRecord(entry)) {
+        constexpr int rawDeflate = -15;
+        if (inflateInit2(&inflater_, rawDeflate) != Z_OK) throw std::bad_alloc();
+    }
+    LargeMember(const LargeMember&) = delete;
+    LargeMember& operator=(const LargeMember&) = delete;
+    ~LargeMember() override { inflateEnd(&inflater_); }
+
+    std::size_t read(char* buffer, std::size_t size) override {
+        if (size == 0 || isChecked_) return 0;
+        const std::size_t got =
+            entry_.method == ArchiveEntry::Stored ? copy(buffer, size) : inflate(buffer, size);
+        done_ += got;
+        crc_ = libdeflate_crc32(crc_, buffer, got);
+        if (done_ > entry_.size || (got == 0 && done_ != entry_.size))
+            refuse(*archive_, entry_, "its data do not have the size that the directory states");
+        if (got == 0) finish();
+        return got;
+    }
+
+private:
+    std::size_t copy(char* buffer, std::size_t size) {
+        if (pending_.empty()) pending_ = stored_.next();
+        const std::size_t got = pending_.copy(buffer, size);
+        pending_.remove_prefix(got);
+        return got;
+    }
+
+    std::size_t inflate(char* buffer, std::size_t size) {
+        inflater_.next_out = reinterpret_cast<Bytef*>(buffer);
+        const auto room = static_cast<uInt>(std::min<std::size_t>(size, std::size_t{1} << 30));
+        inflater_.avail_out = room;
+        while (!isInflated_ && inflater_.avail_out == room) {
+            if (pending_.empty()) pending_ = stored_.next();
+            if (pending_.empty()) refuse(*archive_, entry_, "its data are damaged");
+            inflateStep();
+        }
+        return room - inflater_.avail_out;
+    }
+
+    void inflateStep() {
+        inflater_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(pending_.data()));
+        inflater_.avail_in = static_cast<uInt>(pending_.size());
+        const int result = ::inflate(&inflater_, Z_NO_FLUSH);
+        if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR)
+            refuse(*archive_, entry_, "its data are damaged");
+        pending_.remove_prefix(pending_.size() - inflater_.avail_in);
+        isInflated_ = result == Z_STREAM_END;
+    }
+
+    void finish() {
+        if (!pending_.empty() || !stored_.next().empty())
+            refuse(*archive_, entry_, "its data do not have the size that the directory states");
+        requireChecksum(*archive_, entry_, crc_);
+        isChecked_ = true;
+    }
+
+    std::shared_ptr<const ArchiveSnapshot> archive_;
+    const ArchiveEntry& entry_;
+    StoredBytes stored_;
+    std::string_view pending_;
+    z_stream inflater_{};
+    std::uint64_t done_ = 0;
+    std::uint32_t crc_ = 0;
+    bool isInflated_ = false;
+    bool isChecked_ = false;
+};
+
+}  // namespace
+
+LocalRecord ArchiveSnapshot::localRecord(const ArchiveEntry& entry) const {
+    std::string header(zip_format::localSize + entry.name.size(), '\0');
+    if (disk::readAt(file_, entry.offset, header.data(), header.size()) != header.size())
+        refuse(*this, entry, "the archive became shorter");
+    zip_format::FieldReader fields(header);
+    if (fields.u32() != zip_format::localSignature) refuse(*this, entry, "its header is damaged");
+    fields.u16();  // version needed
+    const std::uint16_t flags = fields.u16();
+    const std::uint16_t method = fields.u16();
+    fields.u32();  // time
+    const std::uint32_t crc = fields.u32();
+    std::uint64_t storedSize = fields.u32();
+    std::uint64_t size = fields.u32();
+    const std::uint16_t nameSize = fields.u16();
+    const std::uint16_t extraSize = fields.u16();
+    const bool isNamed = nameSize == entry.name.size() && fields.rest() == entry.name;
+
+    LocalRecord record{entry.offset, entry.offset + header.size() + extraSize, 0};
+    record.end = record.data + entry.storedSize;
+    if (record.end > directoryOffset()) refuse(*this, entry, "its data lie outside the file");
+
+    if (size == zip_format::full32 || storedSize == zip_format::full32) {
+        std::string extra(extraSize, '\0');
+        disk::readAt(file_, entry.offset + header.size(), extra.data(), extra.size());
+        zip_format::FieldReader large(zip_format::extraField(extra, zip_format::zip64Id));
+        if (size == zip_format::full32) size = large.u64();
+        if (storedSize == zip_format::full32) storedSize = large.u64();
+    }
+
+    const bool isDescribedLater = (flags & ArchiveEntry::HasDescriptor) != 0;
+    const auto agrees = [&](std::uint64_t local, std::uint64_t central) {
+        return local == central || (isDescribedLater && local == 0);
+    };
+    constexpr int telling = ArchiveEntry::IsEncrypted | ArchiveEntry::HasDescriptor;
+    if (!isNamed || method != entry.method || ((flags ^ entry.flags) & telling) != 0 ||
+        !agrees(crc, entry.crc) || !agrees(size, entry.size) || !agrees(storedSize, entry.storedSize))
+        refuse(*this, entry, "its header contradicts the directory");
+    return record;
+}
+
+void ArchiveSnapshot::requireReadable(const ArchiveEntry& entry) const {
+    if ((entry.flags & ArchiveEntry::IsEncrypted) != 0) refuse(*this, entry, "it is encrypted");
+    if (entry.method != ArchiveEntry::Stored && entry.method != ArchiveEntry::Deflated)
+        refuse(*this, entry, "its compression method " + std::to_string(entry.method) + " is unknown");
+    const std::uint64_t expansion = entry.method == ArchiveEntry::Stored ? 1 : maximumExpansion;
+    if (entry.size / expansion > entry.storedSize ||
+        (entry.method == ArchiveEntry::Stored && entry.size != entry.storedSize))
+        refuse(*this, entry, "it states a size that its data cannot have");
+}
+
+std::string ArchiveSnapshot::read(const ArchiveEntry& entry) const {
+    requireReadable(entry);
+    if (entry.size > maximumWhole || entry.storedSize > maximumWhole)
+        refuse(*this, entry, "it is too large to be held in memory");
+    std::string bytes = readStored(*this, entry);
+    if (entry.method == ArchiveEntry::Deflated) bytes = inflateWhole(*this, entry, bytes);
+    requireChecksum(*this, entry, libdeflate_crc32(0, bytes.data(), bytes.size()));
+    return bytes;
+}
+
+std::string ArchiveSnapshot::read(std::string_view name) const {
+    const ArchiveEntry* entry = find(name);
+    if (entry == nullptr)
+        throw HEXAlgException("The archive '" + HUTPathUtils::shown(path()) + "' holds no '" +
+                              HUTPathUtils::shown(name) + "'");
+    return read(*entry);
+}
+
+std::unique_ptr<MemberStream> ArchiveSnapshot::stream(const ArchiveEntry& entry) const {
+    requireReadable(entry);
+    if (entry.size <= maximumAtOnce && entry.storedSize <= maximumAtOnce)
+        return std::make_unique<WholeMember>(read(entry));
+    return std::make_unique<LargeMember>(shared_from_this(), entry);
+}

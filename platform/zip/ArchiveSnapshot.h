@@ -1,0 +1,138 @@
+#pragma once
+
+#include "platform/base/Export.h"
+#include "platform/files/Disk.h"
+#include "platform/zip/ArchiveDigest.h"
+#include "platform/zip/ArchiveEntry.h"
+#include "platform/zip/ArchiveReader.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+class MemberStream;
+
+/// A flaw of an archive that reading its directory alone does not refuse.
+struct KP_EXPORT ArchiveFinding {
+    enum class Code {
+        DuplicateName,     ///< two entries of one name
+        OverlappingEntry,  ///< an entry's bytes belong to another entry as well
+        HeaderMismatch,    ///< the entry's own header is none or contradicts the directory
+        BadData,           ///< the data do not inflate to the size and checksum that the directory states
+        UnsafeName,        ///< a name that would lead out of a directory
+        UnaccountedBytes,  ///< bytes of the file that belong to nothing
+        UnknownMethod,     ///< neither stored nor deflated
+        Encrypted,
+    };
+
+    Code code;
+    std::string member;  ///< empty where the flaw is of the archive as a whole
+    std::string text;    ///< a sentence that names the member
+};
+
+/// An immutable view of one version of an archive: its entries in archive order, lookup, and reading members.
+/// One thread at a time uses it. Failures are HEXAlgException and name the archive and the member.
+class KP_EXPORT ArchiveSnapshot : public std::enable_shared_from_this<ArchiveSnapshot> {
+public:
+    /// The archive as it is now. The last few are kept for the thread and given again while the file is
+    /// unchanged. Throws when there is no file or it is not a readable archive.
+    static std::shared_ptr<const ArchiveSnapshot> open(const std::string& path);
+
+    ~ArchiveSnapshot();
+    ArchiveSnapshot(const ArchiveSnapshot&) = delete;
+    ArchiveSnapshot& operator=(const ArchiveSnapshot&) = delete;
+
+    const std::string& path() const { return file_.path(); }
+    const std::vector<ArchiveEntry>& entries() const { return directory_.entries; }
+    std::string_view comment() const { return directory_.comment; }
+
+    /// The entry of this exact name ("x/" for a directory), or none. Throws when two have the name.
+    const ArchiveEntry* find(std::string_view name) const;
+    /// Whether there is a directory of this name: an entry of its own, or only other entries below it. The
+    /// empty name and "." are the archive's top, which is always there.
+    bool isDirectory(std::string_view name) const;
+
+    /// Positions in entries() of all entries of this exact name, ascending.
+    std::span<const std::uint32_t> positionsNamed(std::string_view name) const;
+    /// Positions of the folder's own entry and of all entries below it, by name.
+    std::span<const std::uint32_t> positionsInFolder(std::string_view folder) const;
+
+    /// Files (not directories) whose last path component is `name`, in archive order.
+    const std::vector<const ArchiveEntry*>& filesWithLastComponent(std::string_view name) const;
+    /// The first of them that has `component` among the components of its path, the last one included; or
+    /// none.
+    const ArchiveEntry* firstFileWith(std::string_view lastComponent, std::string_view component) const;
+    /// Files whose name begins with `prefix` without regard to case, in archive order.
+    std::vector<const ArchiveEntry*> filesWithPrefix(std::string_view prefix) const;
+
+    /// The largest member that read() holds in memory at once.
+    static constexpr std::uint64_t maximumWhole = std::uint64_t{1} << 30;
+
+    /// The whole member; its header, size and checksum hold.
+    std::string read(const ArchiveEntry& entry) const;
+    /// As read, of the member of a name; throws when there is none.
+    std::string read(std::string_view name) const;
+    /// The member's bytes piece by piece, for members of any size.
+    std::unique_ptr<MemberStream> stream(const ArchiveEntry& entry) const;
+
+    /// The entry's own header, checked against the directory: where the member's stored bytes begin.
+    LocalRecord localRecord(const ArchiveEntry& entry) const;
+
+    /// Everything wrong with the archive that open() accepts, in archive order. Reads all data.
+    std::vector<ArchiveFinding> check() const;
+
+    /// The open file, for copying stored bytes.
+    const disk::FileDescriptor& file() const { return file_; }
+    /// Where the central directory begins and where the archive ends without its comment's length and text.
+    std::uint64_t directoryOffset() const { return directory_.offset; }
+    std::uint64_t digestEnd() const { return directory_.digestEnd; }
+    /// Whether the path still leads to this version of the file.
+    bool isCurrent() const;
+    /// Lets go of the thread's hold on this version, whose file was replaced.
+    void forget() const;
+
+    /// What the bytes before `position` hash to, kept so that an edit that leaves them alone need not hash
+    /// again.
+    struct HashedPrefix {
+        std::uint64_t position = 0;
+        ArchiveDigest digest;
+    };
+    void keepHashedPrefix(HashedPrefix prefix) const { hashedPrefix_ = std::move(prefix); }
+    const std::optional<HashedPrefix>& hashedPrefix() const { return hashedPrefix_; }
+
+private:
+    struct Folded {
+        std::string name;
+        std::uint32_t position;
+    };
+    using FirstByComponent = std::unordered_map<std::string_view, const ArchiveEntry*>;
+
+    explicit ArchiveSnapshot(const std::string& path);
+    void requireReadable(const ArchiveEntry& entry) const;
+    const std::vector<std::uint32_t>& byName() const;
+    std::span<const std::uint32_t> positionsStartingWith(std::string_view prefix) const;
+
+    disk::FileDescriptor file_;
+    struct stat version_ {};
+    bool isSettled_ = false;  ///< the file's times tell this version from any later one
+    ArchiveDirectory directory_;
+
+    mutable std::vector<std::uint32_t> byName_;
+    mutable std::vector<Folded> byFoldedName_;
+    mutable std::unordered_map<std::string_view, std::vector<const ArchiveEntry*>> byLastComponent_;
+    mutable std::unordered_map<std::string, FirstByComponent> byComponent_;
+    mutable std::optional<HashedPrefix> hashedPrefix_;
+};
+
+/// The bytes of one member, in order. Keeps its snapshot.
+class KP_EXPORT MemberStream {
+public:
+    virtual ~MemberStream() = default;
+    /// Reads up to `size` bytes; 0 only at the member's end, where size and checksum are checked.
+    virtual std::size_t read(char* buffer, std::size_t size) = 0;
+};

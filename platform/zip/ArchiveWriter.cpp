@@ -1,0 +1,67 @@
+#include "platform/zip/ArchiveWriter.h"
+
+#include "platform/zip/ZipFormat.h"
+
+namespace {
+
+constexpr std::size_t bufferSize = std::size_t{1} << 20;
+
+}  // namespace
+
+void ArchiveWriter::put(std::string_view bytes) {
+    if (buffer_.size() + bytes.size() > bufferSize) flush();
+    if (bytes.size() >= bufferSize) {
+        disk::writeAt(file_, flushed_, bytes);
+        flushed_ += bytes.size();
+    } else {
+        buffer_.append(bytes);
+    }
+}
+
+void ArchiveWriter::copy(const disk::FileDescriptor& from, std::uint64_t offset, std::uint64_t size) {
+    flush();
+    disk::copy(from, offset, file_, flushed_, size);
+    flushed_ += size;
+}
+
+void ArchiveWriter::overwrite(std::uint64_t offset, std::string_view bytes) {
+    flush();
+    disk::writeAt(file_, offset, bytes);
+}
+
+void ArchiveWriter::rewind(std::uint64_t position) {
+    flush();
+    disk::truncate(file_, position);
+    flushed_ = position;
+}
+
+void ArchiveWriter::putHeader(ArchiveEntry& entry) {
+    entry.offset = position();
+    put(zip_format::localHeader(entry));
+}
+
+void ArchiveWriter::list(const ArchiveEntry& entry) {
+    directory_ += zip_format::directoryRecord(entry);
+    ++count_;
+}
+
+std::uint64_t ArchiveWriter::finish() {
+    const std::uint64_t directoryOffset = position();
+    put(directory_);
+    put(zip_format::endRecords(count_, directoryOffset, directory_.size()));
+    flush();
+    return flushed_;
+}
+
+void ArchiveWriter::putComment(std::string_view comment) {
+    std::string bytes;
+    zip_format::FieldWriter(bytes).u16(comment.size()).text(comment);
+    put(bytes);
+    flush();
+}
+
+void ArchiveWriter::flush() {
+    disk::writeAt(file_, flushed_, buffer_);
+    flushed_ += buffer_.size();
+    buffer_.clear();
+}

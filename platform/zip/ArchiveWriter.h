@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/files/Disk.h"
+#include "platform/zip/ArchiveEntry.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// Writes an archive from front to back into an open, empty file: entries, then finish(), then the comment.
+class ArchiveWriter {
+public:
+    explicit ArchiveWriter(const disk::FileDescriptor& file) : file_(file) {}
+
+    /// Where the next byte goes.
+    std::uint64_t position() const { return flushed_ + buffer_.size(); }
+    void put(std::string_view bytes);
+    /// Puts `size` bytes of another file.
+    void copy(const disk::FileDescriptor& from, std::uint64_t offset, std::uint64_t size);
+    /// Changes bytes that were put before.
+    void overwrite(std::uint64_t offset, std::string_view bytes);
+    /// Takes back everything from `position` on.
+    void rewind(std::uint64_t position);
+
+    /// Puts an entry's own header; sets the entry's offset.
+    void putHeader(ArchiveEntry& entry);
+    /// Has the directory list the entry, whose bytes are in the file.
+    void list(const ArchiveEntry& entry);
+
+    /// Writes the directory and the end record without its comment. Returns where the comment's length goes.
+    std::uint64_t finish();
+    void putComment(std::string_view comment);
+
+private:
+    void flush();
+
+    const disk::FileDescriptor& file_;
+    std::string buffer_;
+    std::uint64_t flushed_ = 0;
+    std::string directory_;
+    std::uint64_t count_ = 0;
+};

@@ -1,0 +1,38 @@
+#include "platform/zip/EntryTime.h"
+
+#include "platform/base/Exceptions.h"
+#include "platform/files/HUTPathUtils.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <optional>
+#include <string_view>
+
+namespace {
+
+constexpr std::time_t earliest = 315'532'800;  // 1980-01-01 00:00:00
+constexpr std::time_t latest = 4'354'819'198;  // 2107-12-31 23:59:58
+
+std::optional<std::time_t> sourceDateEpoch() {
+    const char* value = std::getenv("SOURCE_DATE_EPOCH");
+    if (value == nullptr) return {};
+    const std::string_view text = value;
+    std::time_t seconds = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    if (error != std::errc() || end != text.data() + text.size())
+        throw HEXAlgException("SOURCE_DATE_EPOCH is no number of seconds: '" + HUTPathUtils::shown(text) +
+                              "'");
+    return seconds;
+}
+
+}  // namespace
+
+std::uint32_t entryTime(std::time_t modified) {
+    const std::time_t seconds = std::clamp(sourceDateEpoch().value_or(modified), earliest, latest);
+    std::tm parts{};
+    gmtime_r(&seconds, &parts);
+    const int date = (parts.tm_year - 80) << 9 | (parts.tm_mon + 1) << 5 | parts.tm_mday;
+    const int time = parts.tm_hour << 11 | parts.tm_min << 5 | parts.tm_sec / 2;
+    return static_cast<std::uint32_t>(date) << 16 | static_cast<std::uint32_t>(time);
+}

@@ -1,0 +1,96 @@
+#include "platform/zip/HUTZip.h"
+
+#include "platform/base/Exceptions.h"
+#include "platform/files/HUTPathUtils.h"
+#include "platform/zip/ArchiveEdit.h"
+#include "platform/zip/ArchiveSnapshot.h"
+
+#include <algorithm>
+
+namespace {
+
+/// An edit of an archive that is to be there already.
+void change(const std::string& archive, const std::function<void(ArchiveEdit&)>& operation) {
+    ArchiveEdit edit(archive);
+    if (!edit.exists())
+        throw HEXAlgException("The archive '" + HUTPathUtils::shown(archive) + "' does not exist");
+    operation(edit);
+    edit.commit();
+}
+
+void attach(const std::string& archive, ArchiveDigest::Label label) {
+    change(archive, [&](ArchiveEdit& edit) { edit.seal(label); });
+}
+
+/// Where the last entry begins: most edits replace that one, which is the manifest, and leave all before it
+/// alone.
+std::uint64_t lastEntryOffset(const ArchiveSnapshot& archive) {
+    std::uint64_t offset = 0;
+    for (const ArchiveEntry& entry : archive.entries())
+        offset = std::max(offset, entry.offset);
+    return offset;
+}
+
+std::string digestOf(const ArchiveSnapshot& archive, ArchiveDigest::Label label) {
+    ArchiveSnapshot::HashedPrefix hashed{lastEntryOffset(archive), ArchiveDigest(label)};
+    hashed.digest.add(archive.file(), 0, hashed.position);
+    ArchiveDigest whole = hashed.digest;
+    archive.keepHashedPrefix(std::move(hashed));
+    whole.add(archive.file(), lastEntryOffset(archive), archive.digestEnd());
+    return whole.comment();
+}
+
+enum Integrity { Holds = 0, None = 1, Differs = 2, Unreadable = 3 };
+
+Integrity check(const std::string& path, ArchiveDigest::Label label) {
+    try {
+        const auto archive = ArchiveSnapshot::open(path);
+        if (!archive->comment().starts_with(ArchiveDigest::prefix(label))) return None;
+        return archive->comment() == digestOf(*archive, label) ? Holds : Differs;
+    } catch (const HEXAlgException&) {
+        return Unreadable;
+    }
+}
+
+}  // namespace
+
+void HUTZip::compress(const std::string& archive, const std::vector<std::string>& files,
+                      const std::string& folder) {
+    ArchiveEdit::run(archive, [&](ArchiveEdit& edit) { edit.addFiles(folder, files); });
+}
+
+void HUTZip::compressDir(const std::string& archive, const std::string& directory,
+                         const std::string& folder) {
+    ArchiveEdit::run(archive, [&](ArchiveEdit& edit) { edit.addTree(folder, directory); });
+}
+
+bool HUTZip::containsFile(const std::string& archive, const std::string& name) {
+    return !ArchiveSnapshot::open(archive)->positionsNamed(name).empty();
+}
+
+void HUTZip::deleteFilesFromZip(const std::string& archive, const std::vector<std::string>& names) {
+    change(archive, [&](ArchiveEdit& edit) {
+        for (const std::string& name : names)
+            edit.deleteFile(name);
+    });
+}
+
+void HUTZip::deleteFolderFromZip(const std::string& archive, const std::string& folder) {
+    change(archive, [&](ArchiveEdit& edit) { edit.deleteFolder(folder); });
+}
+
+void HUTZip::attachDigest(const std::string& archive) {
+    attach(archive, ArchiveDigest::Label::Sha1);
+}
+
+void HUTZip::attachDigestEn(const std::string& archive) {
+    attach(archive, ArchiveDigest::Label::Sha256);
+}
+
+int HUTZip::checkIntegrity(const std::string& archive) {
+    return check(archive, ArchiveDigest::Label::Sha1);
+}
+
+int HUTZip::checkIntegrityEn(const std::string& archive) {
+    return check(archive, ArchiveDigest::Label::Sha256);
+}

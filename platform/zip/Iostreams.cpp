@@ -1,0 +1,125 @@
+#include "platform/zip/Iostreams.h"
+
+#include "platform/base/Exceptions.h"
+#include "platform/files/HUTFile.h"
+#include "platform/files/HUTPathUtils.h"
+#include "platform/zip/ArchiveEdit.h"
+#include "platform/zip/ArchiveSnapshot.h"
+
+#include <exception>
+#include <utility>
+
+namespace isl::iostreams {
+namespace {
+
+[[noreturn]] void failNotOpen(const std::string& archive, const std::string& member,
+                              const std::string& reason) {
+    throw std::ios_base::failure("'" + HUTPathUtils::shown(member) + "' of the archive '" +
+                                 HUTPathUtils::shown(archive) + "' is not open" +
+                                 (reason.empty() ? "" : ": ") + reason);
+}
+
+}  // namespace
+
+std::vector<std::string> zip::get_files(const std::string& archive) {
+    const auto snapshot = ArchiveSnapshot::open(archive);
+    std::vector<std::string> names;
+    for (const ArchiveEntry& entry : snapshot->entries())
+        if (!entry.isDirectory()) names.emplace_back(entry.name);
+    return names;
+}
+
+bool zip::is_dir(const std::string& archive, const std::string& name) {
+    return ArchiveSnapshot::open(archive)->isDirectory(name);
+}
+
+namespace device {
+
+struct file_source::State {
+    std::string archive;
+    std::string member;
+    std::unique_ptr<MemberStream> stream;
+    std::string reason;  ///< why it is not open
+
+    void open() {
+        const auto snapshot = ArchiveSnapshot::open(archive);
+        const ArchiveEntry* entry = snapshot->find(member);
+        if (entry == nullptr || entry->isDirectory()) {
+            reason = "there is no such file";
+        } else {
+            stream = snapshot->stream(*entry);
+        }
+    }
+};
+
+file_source::file_source(const std::string& archive, const std::string& member)
+    : state_(std::make_shared<State>(State{archive, member, nullptr, ""})) {
+    try {
+        state_->open();
+    } catch (const std::exception& failure) {
+        state_->reason = failure.what();
+    }
+}
+
+bool file_source::is_open() const noexcept {
+    return state_->stream != nullptr;
+}
+
+std::streamsize file_source::read(char* buffer, std::streamsize size) {
+    if (!is_open()) failNotOpen(state_->archive, state_->member, state_->reason);
+    if (size == 0) return 0;
+    try {
+        const std::size_t got = state_->stream->read(buffer, static_cast<std::size_t>(size));
+        return got == 0 ? -1 : static_cast<std::streamsize>(got);
+    } catch (const HEXAlgException& failure) {
+        throw std::ios_base::failure(failure.what());
+    }
+}
+
+void file_source::close() noexcept {
+    state_->stream.reset();
+}
+
+struct file_sink::State {
+    std::string archive;
+    std::string member;
+    std::string bytes;
+    bool isOpen = false;
+    int exceptionsBefore = std::uncaught_exceptions();
+
+    /// Whether the archive is one, or could be created.
+    bool canOpen() const {
+        if (!unsafeNameReason(member).empty() || member.ends_with('/')) return false;
+        if (HUTFile::exists(archive)) return ArchiveSnapshot::open(archive) != nullptr;
+        return HUTFile::isDir(HUTPathUtils::parent(archive));
+    }
+};
+
+file_sink::file_sink(const std::string& archive, const std::string& member)
+    : state_(std::make_shared<State>(State{archive, member, ""})) {
+    try {
+        state_->isOpen = state_->canOpen();
+    } catch (const std::exception&) {
+        state_->isOpen = false;
+    }
+}
+
+bool file_sink::is_open() const noexcept {
+    return state_->isOpen;
+}
+
+std::streamsize file_sink::write(const char* bytes, std::streamsize size) {
+    if (!is_open()) failNotOpen(state_->archive, state_->member, "");
+    state_->bytes.append(bytes, static_cast<std::size_t>(size));
+    return size;
+}
+
+void file_sink::close() {
+    const bool wasOpen = std::exchange(state_->isOpen, false);
+    if (!wasOpen || std::uncaught_exceptions() > state_->exceptionsBefore) return;
+    ArchiveEdit::run(state_->archive,
+                     [&](ArchiveEdit& edit) { edit.addBytes(state_->member, state_->bytes); });
+}
+
+}  // namespace device
+}  // namespace isl::iostreams

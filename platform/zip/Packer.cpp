@@ -1,0 +1,185 @@
+#include "platform/zip/Packer.h"
+
+#include "platform/base/Exceptions.h"
+#include "platform/base/HI18N.h"
+#include "platform/files/HUTPathUtils.h"
+#include "platform/zip/EntryTime.h"
+#include "platform/zip/ZipFormat.h"
+
+#include <algorithm>
+#include <ctime>
+#include <new>
+
+#include <fcntl.h>
+#include <libdeflate.h>
+#include <zlib.h>
+
+namespace {
+
+constexpr int level = 6;
+constexpr std::uint64_t maximumAtOnce = std::uint64_t{64} << 20;
+constexpr std::size_t chunkSize = std::size_t{1} << 18;
+
+constexpr mode_t permissionBits = 0777;
+constexpr mode_t generatedMode = S_IFREG | 0644;
+
+ArchiveEntry entryOf(std::string_view name, mode_t mode, std::time_t modified) {
+    constexpr std::uint16_t unixVersion3 = 3 << 8 | 30;
+    constexpr std::uint32_t directoryAttribute = 0x10;
+    const bool hasNonAscii =
+        std::any_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+
+    ArchiveEntry entry;
+    entry.name = name;
+    entry.madeBy = unixVersion3;
+    if (hasNonAscii && HI18N::isUtf8(name)) entry.flags = ArchiveEntry::IsUtf8;
+    entry.dosTime = entryTime(modified);
+    entry.externalAttributes =
+        static_cast<std::uint32_t>(mode) << 16 | (S_ISDIR(mode) ? directoryAttribute : 0);
+    return entry;
+}
+
+ArchiveEntry entryOf(std::string_view name, const struct stat& status) {
+    return entryOf(name, status.st_mode & (S_IFMT | permissionBits), status.st_mtim.tv_sec);
+}
+
+void requireUnchanged(const disk::FileDescriptor& file, const struct stat& before, std::uint64_t bytesRead) {
+    const struct stat after = disk::status(file);
+    if (bytesRead != static_cast<std::uint64_t>(before.st_size) || after.st_size != before.st_size ||
+        after.st_mtim.tv_sec != before.st_mtim.tv_sec || after.st_mtim.tv_nsec != before.st_mtim.tv_nsec)
+        throw HEXAlgException("'" + HUTPathUtils::shown(file.path()) + "' changed while it was packed");
+}
+
+/// Takes bytes piece by piece and puts them, deflated or as they are, into an archive.
+class ContentWriter {
+public:
+    ContentWriter(ArchiveWriter& writer, bool deflates, char* buffer, std::size_t bufferSize)
+        : writer_(writer), deflates_(deflates), buffer_(buffer), bufferSize_(bufferSize) {
+        constexpr int rawDeflate = -15;
+        constexpr int memoryLevel = 8;
+        if (deflates &&
+            deflateInit2(&stream_, level, Z_DEFLATED, rawDeflate, memoryLevel, Z_DEFAULT_STRATEGY) != Z_OK)
+            throw std::bad_alloc();
+    }
+    ContentWriter(const ContentWriter&) = delete;
+    ContentWriter& operator=(const ContentWriter&) = delete;
+    ~ContentWriter() {
+        if (deflates_) deflateEnd(&stream_);
+    }
+
+    void put(std::string_view bytes) { deflates_ ? deflateAll(bytes, Z_NO_FLUSH) : writer_.put(bytes); }
+    void finish() {
+        if (deflates_) deflateAll({}, Z_FINISH);
+    }
+
+private:
+    void deflateAll(std::string_view bytes, int flush) {
+        stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
+        stream_.avail_in = static_cast<uInt>(bytes.size());
+        do {
+            stream_.next_out = reinterpret_cast<Bytef*>(buffer_);
+            stream_.avail_out = static_cast<uInt>(bufferSize_);
+            deflate(&stream_, flush);
+            writer_.put({buffer_, bufferSize_ - stream_.avail_out});
+        } while (stream_.avail_out == 0);
+    }
+
+    ArchiveWriter& writer_;
+    bool deflates_;
+    char* buffer_;
+    std::size_t bufferSize_;
+    z_stream stream_{};
+};
+
+}  // namespace
+
+Packer::Packer(ArchiveWriter& writer)
+    : writer_(writer), compressor_(libdeflate_alloc_compressor(level), &libdeflate_free_compressor) {
+    if (!compressor_) throw std::bad_alloc();
+}
+
+Packer::~Packer() = default;
+
+char* Packer::Buffer::ofSize(std::size_t size) {
+    if (size > capacity) {
+        memory.reset();
+        capacity = std::max(size, std::min<std::size_t>(2 * capacity, maximumAtOnce + 1));
+        memory = std::make_unique_for_overwrite<char[]>(capacity);
+    }
+    return memory.get();
+}
+
+void Packer::addBytes(std::string_view name, std::string_view bytes) {
+    addWhole(entryOf(name, generatedMode, std::time(nullptr)), bytes);
+}
+
+void Packer::addFile(std::string_view name, const std::string& path) {
+    const disk::FileDescriptor file = disk::open(path, O_RDONLY | O_NONBLOCK);
+    const struct stat status = disk::status(file);
+    if (!S_ISREG(status.st_mode)) throw HEXAlgException("'" + HUTPathUtils::shown(path) + "' is not a file");
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    ArchiveEntry entry = entryOf(name, status);
+    entry.size = size;
+    if (size > maximumAtOnce) {
+        addLarge(entry, file);
+        requireUnchanged(file, status, size);
+    } else {
+        char* bytes = input_.ofSize(size + 1);
+        const std::size_t got = disk::readAt(file, 0, bytes, size + 1);
+        requireUnchanged(file, status, got);
+        addWhole(entry, {bytes, got});
+    }
+}
+
+void Packer::addDirectory(std::string_view name, const std::string& path) {
+    const disk::FileDescriptor directory = disk::open(path, O_RDONLY | O_DIRECTORY);
+    addWhole(entryOf(name, disk::status(directory)), {});
+}
+
+void Packer::addWhole(ArchiveEntry entry, std::string_view bytes) {
+    // Deflated data that does not fit where the bytes themselves would is not wanted.
+    const std::size_t room = bytes.empty() ? 0 : bytes.size() - 1;
+    const std::size_t deflatedSize = libdeflate_deflate_compress(compressor_.get(), bytes.data(),
+                                                                 bytes.size(), output_.ofSize(room), room);
+    const std::string_view content =
+        deflatedSize == 0 ? bytes : std::string_view(output_.memory.get(), deflatedSize);
+    entry.method = deflatedSize == 0 ? ArchiveEntry::Stored : ArchiveEntry::Deflated;
+    entry.size = bytes.size();
+    entry.storedSize = content.size();
+    entry.crc = libdeflate_crc32(0, bytes.data(), bytes.size());
+    writer_.putHeader(entry);
+    writer_.put(content);
+    writer_.list(entry);
+}
+
+void Packer::addLarge(ArchiveEntry entry, const disk::FileDescriptor& file) {
+    const std::uint64_t begin = writer_.position();
+    for (const auto method : {ArchiveEntry::Deflated, ArchiveEntry::Stored}) {
+        writer_.rewind(begin);
+        entry.method = method;
+        writer_.putHeader(entry);
+        putContent(entry, file);
+        if (entry.storedSize < entry.size) break;
+    }
+    writer_.overwrite(begin, zip_format::localHeader(entry));
+    writer_.list(entry);
+}
+
+void Packer::putContent(ArchiveEntry& entry, const disk::FileDescriptor& file) {
+    const std::uint64_t begin = writer_.position();
+    char* input = input_.ofSize(chunkSize);
+    ContentWriter content(writer_, entry.method == ArchiveEntry::Deflated, output_.ofSize(chunkSize),
+                          chunkSize);
+    entry.crc = 0;
+    for (std::uint64_t done = 0; done < entry.size;) {
+        const std::size_t got =
+            disk::readAt(file, done, input, std::min<std::uint64_t>(chunkSize, entry.size - done));
+        if (got == 0)
+            throw HEXAlgException("'" + HUTPathUtils::shown(file.path()) + "' changed while it was packed");
+        entry.crc = libdeflate_crc32(entry.crc, input, got);
+        content.put({input, got});
+        done += got;
+    }
+    content.finish();
+    entry.storedSize = writer_.position() - begin;
+}
