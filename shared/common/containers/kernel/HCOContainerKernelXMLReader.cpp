@@ -1,0 +1,40 @@
+#include "containers/kernel/HCOContainerKernelXMLReader.h"
+
+#include "containers/design/Documents.h"
+#include "containers/kernel/KernelDefConversion.h"
+#include "platform/base/HSTStringUtils.h"
+#include "platform/files/HUTFile.h"
+#include "platform/zip/Iostreams.h"
+
+#include <boost/iostreams/copy.hpp>
+#include <boost/iostreams/device/back_inserter.hpp>
+
+void HCOContainerKernelXMLReader::parse() {
+    if (packagePath_.empty() || !HUTFile::exists(packagePath_)) throw HEXFileNotFoundException(packagePath_);
+    const std::string member = kernelName_ + HUTFile::getDirSeparator() + "kernel.xml";
+    std::string document;
+    boost::iostreams::copy(isl::iostreams::device::file_source(packagePath_, member),
+                           boost::iostreams::back_inserter(document));
+    try {
+        root_ = std::make_unique<KernelXML::Root>(lmx60::parse<KernelXML::Root>(std::move(document)));
+    } catch (const lmx60::ReadError& error) {
+        documents::raiseUnreadable(error, packagePath_);
+    }
+}
+
+const KernelXML::Root& HCOContainerKernelXMLReader::parsedRoot_() {
+    if (!root_) parse();
+    return *root_;
+}
+
+kfab::kernel::KernelDef HCOContainerKernelXMLReader::getKernelDef() {
+    return kfab::kernel::convertToKernelDef(parsedRoot_());
+}
+
+std::string HCOContainerKernelXMLReader::getKernelLanguage() {
+    return parsedRoot_().kernel.value().language.get();
+}
+
+bool HCOContainerKernelXMLReader::getDebug() {
+    return HSTStringUtils::equalsIgnoreCase(parsedRoot_().kernel.value().debug.get(), "true");
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "containers/kernel/KernelDef.h"
+#include "containers/kernel/KernelRecords.h"
+#include "platform/base/Export.h"
+
+#include <memory>
+#include <string>
+
+/// Reads the description of one kernel straight out of a package. It is read once, at the first question.
+class KP_EXPORT HCOContainerKernelXMLReader {
+public:
+    HCOContainerKernelXMLReader(const std::string& packagePath, const std::string& kernelName)
+        : packagePath_(packagePath), kernelName_(kernelName) {}
+
+    /// Throws HEXFileNotFoundException when there is no package, std::ios_base::failure when it holds no
+    /// readable member "<kernel name>/kernel.xml", HEXAll (with the error, the package's path and the line)
+    /// when that is no valid description.
+    void parse();
+
+    /// The parsed document, owned by the reader; none before a successful parse.
+    const KernelXML::Root* getRoot() const { return root_.get(); }
+    static void getKernel(const KernelXML::Root& root, KernelXML::Kernel& out) { out = root.kernel.value(); }
+
+    kfab::kernel::KernelDef getKernelDef();
+    /// Empty where the description has none.
+    std::string getKernelLanguage();
+    /// Whether the kernel was built for debugging: its "debug" is "true" in any case of letters.
+    bool getDebug();
+
+private:
+    const KernelXML::Root& parsedRoot_();
+
+    std::string packagePath_;
+    std::string kernelName_;
+    std::unique_ptr<KernelXML::Root> root_;
+};

@@ -1,0 +1,127 @@
+#pragma once
+
+#include "containers/design/ProfileRecords.h"
+#include "platform/base/Export.h"
+#include "platform/xml/Table.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// The records of a kernel description (kernel.xml). Members carry the names of their attributes and
+/// elements.
+namespace KernelXML {
+
+// The profile of a kernel description has the records of a report.
+using DesignXML::AreaEstimates;
+using DesignXML::FIFOInformation;
+using DesignXML::FIFOInst;
+using DesignXML::Instance;
+using DesignXML::InstListType;
+using DesignXML::InterfaceList;
+using DesignXML::InterfaceSummary;
+using DesignXML::Module;
+using DesignXML::ModuleInformation;
+using DesignXML::PerformanceEstimates;
+using DesignXML::Profile;
+using DesignXML::Resources;
+using DesignXML::RTLDesignHierarchy;
+using DesignXML::RtlPorts;
+using DesignXML::SummaryOfLoopLatency;
+using DesignXML::SummaryOfOverallLatency;
+using DesignXML::SummaryOfTimingAnalysis;
+using DesignXML::TopModule;
+
+using Text = lmx60::Value<std::string>;
+using Number = lmx60::Value<std::uint32_t>;
+
+struct KP_EXPORT Port : lmx60::Record<Port> {
+    Text name, mode, range;
+    Number dataWidth;  ///< in bits
+    Text portType, base;
+    static const lmx60::Table table;
+};
+
+struct KP_EXPORT Ports : lmx60::Record<Ports> {
+    lmx60::List<Port> port;
+    static const lmx60::Table table;
+};
+
+/// Sizes and offsets are text, exactly as found.
+struct KP_EXPORT Arg : lmx60::Record<Arg> {
+    Text name;
+    Number addressQualifier;
+    Text id, port, size, offset, hostOffset, hostSize, type, memSize, origName, origUse;
+    static const lmx60::Table table;
+};
+
+struct KP_EXPORT Args : lmx60::Record<Args> {
+    lmx60::List<Arg> arg;
+    static const lmx60::Table table;
+};
+
+struct KP_EXPORT CompileWorkGroupSize : lmx60::Record<CompileWorkGroupSize> {
+    Number x, y, z;
+    static const lmx60::Table table;
+};
+
+struct KP_EXPORT MaxWorkGroupSize : lmx60::Record<MaxWorkGroupSize> {
+    Number x, y, z;
+    static const lmx60::Table table;
+};
+
+struct KP_EXPORT FormatString : lmx60::Record<FormatString> {
+    Number id;
+    Text value;
+    static const lmx60::Table table;
+};
+
+struct KP_EXPORT StringTable : lmx60::Record<StringTable> {
+    lmx60::List<FormatString> format_string;
+    static const lmx60::Table table;
+};
+
+struct KP_EXPORT Kernel : lmx60::Record<Kernel> {
+    Text name, language, vlnv, attributes, hash, preferredWorkGroupSizeMultiple, workGroupSize, debug;
+    Text compileOptions, profileType, interrupt, hwControlProtocol;
+    Ports ports;
+    Args args;
+    lmx60::List<CompileWorkGroupSize> compileWorkGroupSize;
+    lmx60::Optional<MaxWorkGroupSize> maxWorkGroupSize;
+    lmx60::Optional<StringTable> string_table;
+    static const lmx60::Table table;
+};
+
+struct KP_EXPORT Memory : lmx60::Record<Memory> {
+    Text name, size, linkage;
+    static const lmx60::Table table;
+};
+
+struct KP_EXPORT Pipe : lmx60::Record<Pipe> {
+    Text name, width, depth, linkage;
+    static const lmx60::Table table;
+};
+
+struct KP_EXPORT Connection : lmx60::Record<Connection> {
+    Text srcInst, srcPort, dstInst, dstPort, srcType, dstType;
+    static const lmx60::Table table;
+};
+
+/// The document element. A new one holds an empty kernel and version 1.10, neither number marked present: it
+/// is valid, and can be written, once both were set.
+struct KP_EXPORT Root : lmx60::Record<Root> {
+    static constexpr std::string_view element = "root";
+
+    Number versionMajor{1}, versionMinor{10};
+    lmx60::Optional<Kernel> kernel{std::in_place};
+    lmx60::List<Memory> memory;
+    lmx60::List<Pipe> pipe;
+    lmx60::List<Connection> connection;
+    lmx60::Optional<Profile> profile;
+    static const lmx60::Table table;
+
+    void SetVersionMajor(std::uint32_t version) { versionMajor.set(version); }
+    void SetVersionMinor(std::uint32_t version) { versionMinor.set(version); }
+};
+
+}  // namespace KernelXML

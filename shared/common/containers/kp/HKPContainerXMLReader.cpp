@@ -1,0 +1,88 @@
+#include "containers/kp/HKPContainerXMLReader.h"
+
+#include "containers/design/Documents.h"
+#include "containers/kernel/HCOContainerKernelXMLReader.h"
+#include "platform/base/HI18N.h"
+#include "platform/base/HSTStringUtils.h"
+#include "platform/zip/ArchiveSnapshot.h"
+#include "platform/zip/Iostreams.h"
+
+#include <boost/iostreams/copy.hpp>
+#include <boost/iostreams/device/back_inserter.hpp>
+
+namespace {
+
+bool isYes(const KPContainer::Text& flag) {
+    return HSTStringUtils::equalsIgnoreCase(HI18N::convert(flag.get()), "yes");
+}
+
+/// The value of an optional number; 0 where the manifest has none, whatever a new record holds.
+std::uint32_t presentOrZero(const KPContainer::Number& number) {
+    return number.isPresent() ? number.get() : 0;
+}
+
+std::string readManifest(const std::string& path) {
+    ArchiveSnapshot::open(path);  // tells what is wrong with an archive that the source could only not open
+    std::string document;
+    boost::iostreams::copy(isl::iostreams::device::file_source(path, "kp.xml"),
+                           boost::iostreams::back_inserter(document));
+    return document;
+}
+
+}  // namespace
+
+void HKPContainerXMLReader::parseKPContainer() {
+    const auto postUnknown = [&](const lmx60::Error& unknown) {
+        ComMsgMgr::post("@17-1314@%s%s%d", {unknown.text, path_, std::to_string(unknown.line)});
+    };
+    KPContainer::Root root;
+    try {
+        root = lmx60::parse<KPContainer::Root>(readManifest(path_), postUnknown);
+    } catch (const lmx60::ReadError& error) {
+        documents::raiseUnreadable(error, path_);
+    }
+    container_.setVersionMajor(root.VersionMajor.get());
+    container_.setVersionMinor(root.VersionMinor.get());
+    container_.setSoftwareVersionMajor(presentOrZero(root.SoftwareVersionMajor));
+    container_.setSoftwareVersionMinor(presentOrZero(root.SoftwareVersionMinor));
+    parseRoot_(root);
+    container_.setIsIpCacheDir(isYes(root.IpCache));
+}
+
+void HKPContainerXMLReader::parseRoot_(const KPContainer::Root& root) {
+    parseKPKernels_(root.Kernels);
+    if (root.IpCaches) parseKPIpCaches_(*root.IpCaches);
+}
+
+void HKPContainerXMLReader::parseKPKernels_(const KPContainer::Kernels& kernels) {
+    for (const KPContainer::Kernel& kernel : kernels.Kernel) {
+        const std::string name = HI18N::convert(kernel.Name.get());
+        std::vector<HKPKernel::SupportedFlowType> flows;
+        if (kernel.SupportedFlows) flows = parseSupportedFlows_(*kernel.SupportedFlows);
+        HCOContainerKernelXMLReader description(path_, name);
+        const bool isRtlKernel = HSTStringUtils::equalsIgnoreCase(description.getKernelLanguage(), "ip");
+        container_.addKPKernel(name, HI18N::convert(kernel.Dir.get()), HI18N::convert(kernel.IP.get()),
+                               HI18N::convert(kernel.TopIpDir.get()), HI18N::convert(kernel.ProjectID.get()),
+                               flows, isYes(kernel.Debug), isYes(kernel.Hls), isYes(kernel.Pdi),
+                               isYes(kernel.ShimSoln), description.getDebug(), isRtlKernel,
+                               isYes(kernel.SwEmu), true);
+    }
+}
+
+std::vector<HKPKernel::SupportedFlowType> HKPContainerXMLReader::parseSupportedFlows_(
+    const KPContainer::SupportedFlows& flows) {
+    std::vector<HKPKernel::SupportedFlowType> parsed;
+    for (const KPContainer::SupportedFlow flow : flows.SupportedFlow) {
+        if (flow.ordinal >= 1 && flow.ordinal <= 3) {
+            parsed.push_back(static_cast<HKPKernel::SupportedFlowType>(flow.ordinal - 1));
+        } else {
+            ComMsgMgr::post("@17-1312@%d%s", {std::to_string(flow.ordinal), path_});
+        }
+    }
+    return parsed;
+}
+
+void HKPContainerXMLReader::parseKPIpCaches_(const KPContainer::IpCaches& caches) {
+    for (const KPContainer::Cache& cache : caches.Cache)
+        container_.addIpCacheIfUnique(HI18N::convert(cache.CacheDir.get()));
+}

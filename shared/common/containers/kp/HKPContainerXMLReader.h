@@ -1,0 +1,33 @@
+#pragma once
+
+#include "containers/kp/HKPContainer.h"
+#include "containers/kp/ManifestRecords.h"
+#include "platform/base/Export.h"
+
+#include <string>
+
+/// Reads the manifest of a package into a container.
+class KP_EXPORT HKPContainerXMLReader {
+public:
+    /// The container must outlive the reader.
+    HKPContainerXMLReader(const std::string& path, HKPContainer& container)
+        : path_(path), container_(container) {}
+
+    /// Fills the container: versions, IP caches, and each kernel, with its language and debug flag from its
+    /// own description inside the package. Of kernels whose names differ only in case the last one stays.
+    ///
+    /// Elements and attributes that are not known, and flows that are not, are posted and passed over. Throws
+    /// HEXAlgException when the package is no readable archive, std::ios_base::failure when it lacks the
+    /// manifest or the description of a kernel, HEXAll (with the error, the package's path and the line) when
+    /// one of them is not valid.
+    void parseKPContainer();
+
+private:
+    void parseRoot_(const KPContainer::Root& root);
+    void parseKPKernels_(const KPContainer::Kernels& kernels);
+    std::vector<HKPKernel::SupportedFlowType> parseSupportedFlows_(const KPContainer::SupportedFlows& flows);
+    void parseKPIpCaches_(const KPContainer::IpCaches& caches);
+
+    std::string path_;
+    HKPContainer& container_;
+};

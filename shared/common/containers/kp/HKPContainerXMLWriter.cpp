@@ -1,0 +1,82 @@
+#include "containers/kp/HKPContainerXMLWriter.h"
+
+#include "containers/kp/SoftwareVersion.h"
+#include "platform/base/HI18N.h"
+#include "platform/messages/ComMsgMgr.h"
+#include "platform/xml/Writer.h"
+#include "platform/zip/ArchiveEdit.h"
+#include "platform/zip/Iostreams.h"
+
+namespace {
+
+constexpr const char* member = "kp.xml";
+
+std::wstring yesOrNo(bool value) {
+    return value ? L"yes" : L"no";
+}
+
+}  // namespace
+
+void HKPContainerXMLWriter::writeKPContainer(bool ipRepoLayout) const {
+    const std::string document = document_(ipRepoLayout);
+    isl::iostreams::device::file_sink sink(path_, member);
+    if (!sink.is_open()) throw HXMLException("Failed to open '" + path_ + "' for writing\n");
+    if (sink.write(document.data(), static_cast<std::streamsize>(document.size())) !=
+        static_cast<std::streamsize>(document.size()))
+        ComMsgMgr::raise("@17-1310@");
+    sink.close();
+}
+
+void HKPContainerXMLWriter::writeKPContainer(bool ipRepoLayout, ArchiveEdit& edit) const {
+    edit.addLast(member, document_(ipRepoLayout));
+}
+
+std::string HKPContainerXMLWriter::document_(bool ipRepoLayout) const {
+    const SoftwareVersion software = SoftwareVersion::running();
+    KPContainer::Root root;
+    root.VersionMajor.set(ipRepoLayout ? root.VersionMajor.get() : 2);
+    root.VersionMinor.set(0);
+    root.SoftwareVersionMajor.set(software.major());
+    root.SoftwareVersionMinor.set(software.minor());
+    root.IpCache.set(yesOrNo(container_.getIsIpCacheDir()));
+    writeRoot_(root);
+    try {
+        return lmx60::toString(root);
+    } catch (const lmx60::WriteError& error) {
+        ComMsgMgr::raise("@17-1377@%s%s", {error.what(), path_});
+    }
+}
+
+void HKPContainerXMLWriter::writeRoot_(KPContainer::Root& root) const {
+    const auto [firstKernel, lastKernel] = container_.getKPKernelRange();
+    for (auto kernel = firstKernel; kernel != lastKernel; ++kernel) {
+        const HKPKernel& from = **kernel;
+        KPContainer::Kernel& to = root.Kernels.Kernel.append();
+        to.Name.set(HI18N::convert(from.getName()));
+        to.Dir.set(HI18N::convert(from.getDirectory()));
+        to.IP.set(HI18N::convert(from.getIpDir()));
+        to.TopIpDir.set(HI18N::convert(from.getTopIpDir()));
+        to.ProjectID.set(HI18N::convert(from.getProjectID()));
+        to.Debug.set(yesOrNo(from.getIsDebugDir()));
+        to.Hls.set(yesOrNo(from.getIsHlsDir()));
+        to.Pdi.set(yesOrNo(from.getIsPdiDir()));
+        to.ShimSoln.set(yesOrNo(from.getIsShimSolnDir()));
+        to.SwEmu.set(yesOrNo(from.getIsSwEmuDir()));
+        writeSupportedFlows_(from, to.SupportedFlows.getOrCreate());
+    }
+    const auto [firstCache, lastCache] = container_.getIpCachesRange();
+    for (auto cache = firstCache; cache != lastCache; ++cache)
+        root.IpCaches.getOrCreate().Cache.append().CacheDir.set(HI18N::convert(*cache));
+}
+
+void HKPContainerXMLWriter::writeSupportedFlows_(const HKPKernel& kernel,
+                                                 KPContainer::SupportedFlows& flows) const {
+    const auto [first, last] = kernel.getSupportedFlowRange();
+    for (auto flow = first; flow != last; ++flow) {
+        if (*flow >= HKPKernel::CPU_EMU && *flow <= HKPKernel::SYSTEM) {
+            flows.SupportedFlow.append({static_cast<int>(*flow) + 1});
+        } else {
+            ComMsgMgr::post("@17-1313@%d%s", {std::to_string(static_cast<int>(*flow)), path_});
+        }
+    }
+}

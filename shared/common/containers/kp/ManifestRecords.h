@@ -1,0 +1,68 @@
+#pragma once
+
+#include "platform/base/Export.h"
+#include "platform/xml/Table.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// The records of a package's manifest (kp.xml). Texts are wide; flags are "yes" or "no".
+namespace KPContainer {
+
+using Text = lmx60::Value<std::wstring>;
+using Number = lmx60::Value<std::uint32_t>;
+
+/// A flow by its number in the schema, one higher than in HKPKernel::SupportedFlowType; 0 for an unknown
+/// token.
+struct SupportedFlow {
+    int ordinal = 0;
+    bool operator==(const SupportedFlow&) const = default;
+};
+
+struct SupportedFlows : lmx60::Record<SupportedFlows> {
+    lmx60::Leaves<KPContainer::SupportedFlow> SupportedFlow;
+    static const lmx60::Table table;
+};
+
+struct Kernel : lmx60::Record<Kernel> {
+    Text Name, Dir, IP, TopIpDir, ProjectID;
+    Text Debug, Hls, Pdi, ShimSoln, SwEmu;
+    lmx60::Optional<KPContainer::SupportedFlows> SupportedFlows;
+    static const lmx60::Table table;
+};
+
+struct Kernels : lmx60::Record<Kernels> {
+    lmx60::List<KPContainer::Kernel> Kernel;
+    static const lmx60::Table table;
+};
+
+struct Cache : lmx60::Record<Cache> {
+    Text CacheDir;
+    static const lmx60::Table table;
+};
+
+struct IpCaches : lmx60::Record<IpCaches> {
+    lmx60::List<KPContainer::Cache> Cache;
+    static const lmx60::Table table;
+};
+
+/// The document element; a new one holds the versions that this system writes.
+struct Root : lmx60::Record<Root> {
+    static constexpr std::string_view element = "Root";
+
+    Number VersionMajor{6}, VersionMinor{0};
+    Number SoftwareVersionMajor{2020}, SoftwareVersionMinor{1};
+    Text IpCache;
+    lmx60::Optional<KPContainer::IpCaches> IpCaches;
+    KPContainer::Kernels Kernels;
+    static const lmx60::Table table;
+};
+
+}  // namespace KPContainer
+
+template <>
+struct lmx60::LeafText<KPContainer::SupportedFlow> {
+    static ErrorKind parse(std::string_view text, KPContainer::SupportedFlow& value);
+    static void append(const KPContainer::SupportedFlow& value, std::string& out);
+};

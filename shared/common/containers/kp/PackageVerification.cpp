@@ -1,0 +1,82 @@
+#include "containers/kp/PackageVerification.h"
+
+#include "containers/kp/HKPContainerXMLReader.h"
+#include "containers/kp/PackageLayout.h"
+#include "platform/base/Exceptions.h"
+#include "platform/files/HUTFile.h"
+#include "platform/zip/ArchiveSnapshot.h"
+#include "platform/zip/HUTZip.h"
+
+#include <array>
+
+namespace {
+
+using Digest = PackageVerification::Digest;
+
+std::string codeText(ArchiveFinding::Code code) {
+    using enum ArchiveFinding::Code;
+    switch (code) {
+        case DuplicateName:
+            return "duplicate-name";
+        case OverlappingEntry:
+            return "overlapping-entry";
+        case HeaderMismatch:
+            return "header-mismatch";
+        case BadData:
+            return "bad-data";
+        case UnsafeName:
+            return "unsafe-name";
+        case UnaccountedBytes:
+            return "unaccounted-bytes";
+        case UnknownMethod:
+            return "unknown-method";
+        case Encrypted:
+            return "encrypted";
+    }
+    return {};
+}
+
+std::string withoutLineEnd(std::string text) {
+    while (text.ends_with('\n'))
+        text.pop_back();
+    return text;
+}
+
+/// Format 1.1 has a digest of its own; formats before it have none.
+Digest digestOf(const std::string& path, const HKPContainer& container) {
+    const std::uint32_t major = container.getVersionMajor();
+    if (major < 1 || (major == 1 && container.getVersionMinor() < 1)) return Digest::Missing;
+    const int result = major == 1 ? HUTZip::checkIntegrity(path) : HUTZip::checkIntegrityEn(path);
+    return static_cast<Digest>(result);
+}
+
+}  // namespace
+
+std::string PackageVerification::digestText(Digest digest) {
+    constexpr std::array texts = {"valid", "missing", "mismatch", "unreadable"};
+    return texts.at(static_cast<std::size_t>(digest));
+}
+
+PackageVerification PackageVerification::of(const std::string& path) {
+    if (!HUTFile::exists(path)) throw HEXFileNotFoundException(path);
+    PackageVerification verification;
+    std::shared_ptr<const ArchiveSnapshot> archive;
+    try {
+        archive = ArchiveSnapshot::open(path);
+    } catch (const std::exception& unreadable) {
+        verification.findings.push_back({"unreadable", {}, withoutLineEnd(unreadable.what())});
+        return verification;
+    }
+    for (const ArchiveFinding& flaw : archive->check())
+        verification.findings.push_back({codeText(flaw.code), flaw.member, flaw.text});
+
+    HKPContainer container;
+    try {
+        HKPContainerXMLReader(path, container).parseKPContainer();
+    } catch (const std::exception& unreadable) {
+        verification.findings.push_back({"manifest", layout::manifest, withoutLineEnd(unreadable.what())});
+        container.setVersionMajor(2);  // what seals today's packages
+    }
+    verification.digest = digestOf(path, container);
+    return verification;
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "platform/base/Export.h"
+
+#include <string>
+#include <vector>
+
+/// Something wrong with a package.
+struct PackageFinding {
+    std::string code;    ///< a stable word for programs, such as "duplicate-name"
+    std::string member;  ///< the member it concerns; empty for the package as a whole
+    std::string text;    ///< a sentence
+};
+
+/// What a thorough look at a package found.
+struct KP_EXPORT PackageVerification {
+    enum class Digest { Valid, Missing, Mismatch, Unreadable };
+
+    Digest digest = Digest::Unreadable;
+    std::vector<PackageFinding> findings;
+
+    bool isClean() const { return digest == Digest::Valid && findings.empty(); }
+    /// "valid", "missing", "mismatch" or "unreadable".
+    static std::string digestText(Digest digest);
+
+    /// Verifies the digest, the structure of the archive, every member's data, and that the manifest can be
+    /// read. Throws HEXFileNotFoundException when there is no file; all else is a finding.
+    static PackageVerification of(const std::string& path);
+};
