@@ -1,0 +1,27 @@
+#include "cli/Command.h"
+
+namespace cli {
+namespace {
+
+constexpr Command table[] = {
+    {"add", "Add a kernel to a package, replace one, or update one",
+     "kp add vadd.kp kernel.xml --ip ip --cpu-source vadd.cpp --report design.xml", declareAdd},
+    {"list", "List the kernels of a package", "kp list vadd.kp --json", declareList},
+    {"validate", "Check that every kernel of a package can be built for a target",
+     "kp validate vadd.kp --target hw_emu", declareValidate},
+    {"verify", "Check a package's digest and structure", "kp verify vadd.kp", declareVerify},
+    {"kernel show", "Show the definition in a kernel description", "kp kernel show kernel.xml --json",
+     declareKernelShow},
+    {"kernel edit", "Write a kernel description with changed settings",
+     "kp kernel edit kernel.xml -o out --compile-options=-g --report design.xml", declareKernelEdit},
+    {"kernel report", "Write the profile of a kernel description as a report of its own",
+     "kp kernel report kernel.xml -o design.xml", declareKernelReport},
+};
+
+}  // namespace
+
+std::span<const Command> commands() {
+    return table;
+}
+
+}  // namespace cli

@@ -1,0 +1,48 @@
+#include "cli/Command.h"
+#include "containers/kernel/HCOKernelXMLReader.h"
+#include "containers/kernel/HCOKernelXMLWriter.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cli {
+namespace {
+
+struct Options {
+    std::string file, directory, report;
+    std::vector<std::string> compileOptions;
+    std::optional<std::string> debug, profileType;
+};
+
+ExitStatus edit(const Options& options) {
+    HCOKernelXMLReader reader(options.file);
+    reader.parse();
+    HCOKernelXMLWriter writer(reader.getRoot());
+    for (const std::string& text : options.compileOptions)
+        writer.addCompileOptions(text);
+    if (options.debug) writer.addDebug(*options.debug);
+    if (options.profileType) writer.addProfileType(*options.profileType);
+    if (!options.report.empty()) writer.addDesignXML(options.report);
+    writer.write(options.directory);
+    return Done;
+}
+
+}  // namespace
+
+Run declareKernelEdit(CLI::App& app) {
+    auto options = std::make_shared<Options>();
+    app.add_option("KERNEL.XML", options->file, "The kernel description to begin with")->required();
+    app.add_option("-o,--output", options->directory,
+                   "Directory to write kernel.xml to; created where missing")
+        ->required();
+    app.add_option("--compile-options", options->compileOptions, "Options to append; may be repeated")
+        ->allow_extra_args(false);
+    app.add_option("--debug", options->debug, "The debug flag, such as true");
+    app.add_option("--profile-type", options->profileType, "The kind of profiling instrumentation");
+    app.add_option("--report", options->report, "Synthesis report to append to the profile");
+    return [options] { return edit(*options); };
+}
+
+}  // namespace cli

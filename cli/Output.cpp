@@ -1,0 +1,26 @@
+#include "cli/Output.h"
+
+#include <iostream>
+
+#include <nlohmann/json.hpp>
+
+namespace cli {
+
+void complain(std::string_view severity, std::string_view text) {
+    while (text.ends_with('\n'))
+        text.remove_suffix(1);
+    std::cerr << "kp: " << severity << ": " << text << '\n';
+}
+
+ComMsgMgr::Sink messageSink(const bool& quiet) {
+    return [&quiet](const ComMsg& message) {
+        if (quiet && message.severity != ComMsg::Severity::Error) return;
+        complain(message.severityText(), "[" + message.number() + "] " + message.text);
+    };
+}
+
+void print(const nlohmann::ordered_json& document) {
+    std::cout << document.dump(2) << '\n';
+}
+
+}  // namespace cli

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "platform/messages/ComMsgMgr.h"
+
+#include <string>
+#include <string_view>
+
+#include <nlohmann/json_fwd.hpp>
+
+namespace cli {
+
+/// Writes a line for people to standard error: "kp: error: ...". Line ends at the end of the text are
+/// dropped.
+void complain(std::string_view severity, std::string_view text);
+
+/// A sink for numbered messages that writes them to standard error; with `quiet`, errors alone.
+ComMsgMgr::Sink messageSink(const bool& quiet);
+
+/// Writes a document to standard output, indented, with a line end.
+void print(const nlohmann::ordered_json& document);
+
+}  // namespace cli
