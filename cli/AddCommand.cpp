@@ -56,7 +56,7 @@ void requireKernelXmlUnlessUpdating(const Options& options) {
 Run declareAdd(CLI::App& app) {
     auto options = std::make_shared<Options>();
     const auto repeatable = [&](const char* flags, std::vector<std::string>& values, const char* help) {
-        app.add_option(flags, values, help)->allow_extra_args(false)->check(CLI::ExistingFile);
+        app.add_option(flags, values, help)->allow_extra_args(false);
     };
     app.add_option("PACKAGE", options->package, "The package; created where missing")->required();
     app.add_option("KERNEL.XML", options->kernelXml, "The kernel's description");
@@ -64,7 +64,7 @@ Run declareAdd(CLI::App& app) {
     repeatable("--cpu-source", options->cpuSources, "Source for CPU emulation; may be repeated");
     repeatable("--sw-emu", options->swEmuFiles, "File for software emulation; may be repeated");
     repeatable("--pdi", options->pdiFiles, "Device image; may be repeated");
-    app.add_option("--shim", options->shim, "Shim solution")->check(CLI::ExistingFile);
+    app.add_option("--shim", options->shim, "Shim solution");
     app.add_option("--report", options->report, "Synthesis report to merge into the description");
     app.add_option("--ip-instance", options->ipInstance, "Customized IP instance (.qmr)")
         ->check(CLI::ExistingFile);
@@ -81,7 +81,7 @@ Run declareAdd(CLI::App& app) {
     app.add_flag("--update", options->update,
                  "Add device images or a shim solution to the kernel of the name");
     app.add_flag("--check-version", options->checkVersion, "Refuse a package that later software wrote");
-    app.callback([options] { requireKernelXmlUnlessUpdating(*options); });
+    app.parse_complete_callback([options] { requireKernelXmlUnlessUpdating(*options); });
     return [options] { return add(*options); };
 }
 

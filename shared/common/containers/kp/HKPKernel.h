@@ -12,7 +12,7 @@ class HKPContainer;
 class KP_EXPORT HKPKernel {
 public:
     /// The flows a kernel can be built for; the numbers are stored and compared.
-    enum SupportedFlowType { CPU_EMU = 0, HW_EMU = 1, SYSTEM = 2 };
+    enum SupportedFlowType : int { CPU_EMU = 0, HW_EMU = 1, SYSTEM = 2 };
     using FlowRange = std::pair<std::vector<SupportedFlowType>::const_iterator,
                                 std::vector<SupportedFlowType>::const_iterator>;
 

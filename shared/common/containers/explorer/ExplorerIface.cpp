@@ -1,0 +1,7 @@
+#include "containers/explorer/ExplorerIface.h"
+
+namespace kfab::kernel {
+
+ExplorerIface::~ExplorerIface() = default;
+
+}  // namespace kfab::kernel
