@@ -191,9 +191,11 @@ std::string linkTarget(const std::string& path) {
 }
 
 std::vector<DirectoryItem> list(const std::string& directory) {
-    const std::unique_ptr<DIR, int (*)(DIR*)> handle(
-        isInjected("list", directory) ? nullptr : ::opendir(directory.c_str()), &::closedir);
-    if (!handle) fail("list", directory);
+    std::unique_ptr<DIR, int (*)(DIR*)> handle(nullptr, &::closedir);
+    require("list", directory, [&] {
+        handle.reset(::opendir(directory.c_str()));
+        return handle ? 0 : -1;
+    });
     std::vector<DirectoryItem> items;
     errno = 0;
     while (const dirent* item = ::readdir(handle.get())) {

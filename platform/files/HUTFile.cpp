@@ -55,7 +55,7 @@ HUTFileIter HUTFile::createFileIter(const std::string& directory) {
 
 void HUTFile::ensureWritableDir(const std::string& directory) {
     boost::system::error_code error;
-    fs::create_directories(directory, error);
+    if (!isDir(directory)) fs::create_directories(directory, error);
     if (!error && ::access(directory.c_str(), W_OK | X_OK) != 0)
         error.assign(errno, boost::system::generic_category());
     if (error || !isDir(directory))

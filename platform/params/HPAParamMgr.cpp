@@ -30,7 +30,6 @@ std::string_view trimmed(std::string_view text) {
 
 std::optional<Setting> findInFile(const std::string& path, std::string_view name) {
     std::ifstream file(path);
-    if (!file) throw HEXAlgException("Failed to read the parameter file '" + path + "'");
     std::optional<Setting> found;
     std::string line;
     for (int number = 1; std::getline(file, line); ++number) {
@@ -43,6 +42,7 @@ std::optional<Setting> findInFile(const std::string& path, std::string_view name
         if (trimmed(text.substr(0, equals)) == name)
             found = Setting{std::string(trimmed(text.substr(equals + 1))), place};
     }
+    if (!file.eof()) throw HEXAlgException("Failed to read the parameter file '" + path + "'");
     return found;
 }
 

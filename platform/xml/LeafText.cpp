@@ -2,6 +2,7 @@
 
 #include "platform/base/HI18N.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <clocale>
@@ -12,13 +13,20 @@
 namespace lmx60 {
 namespace {
 
-constexpr std::string_view digits = "0123456789";
+bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 /// Removes the digits at the front; false when there are none.
 bool skipDigits(std::string_view& text) {
-    const std::size_t count = std::min(text.find_first_not_of(digits), text.size());
-    text.remove_prefix(count);
-    return count > 0;
+    const auto* rest = std::find_if_not(text.begin(), text.end(), isDigit);
+    const bool any = rest != text.begin();
+    text.remove_prefix(static_cast<std::size_t>(rest - text.begin()));
+    return any;
 }
 
 bool skipSign(std::string_view& text) {
@@ -52,10 +60,11 @@ float convertLiteral(const std::string& literal) {
 }  // namespace
 
 std::string_view collapsed(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r\n";
-    const auto first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+    while (!text.empty() && isBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back()))
+        text.remove_suffix(1);
+    return text;
 }
 
 ErrorKind LeafText<std::string>::parse(std::string_view text, std::string& value) {

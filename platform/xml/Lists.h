@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <initializer_list>
@@ -12,6 +13,16 @@
 
 /// The types that fields of bound records have. All are values: copies are deep.
 namespace lmx60 {
+
+/// Equality of what fields hold; two numbers that are not a number are equal.
+template <class T>
+bool sameValue(const T& a, const T& b) {
+    if constexpr (std::is_floating_point_v<T>) {
+        return a == b || (std::isnan(a) && std::isnan(b));
+    } else {
+        return a == b;
+    }
+}
 
 /// An attribute, or a leaf element that occurs exactly once: a value and whether it is present. A value that
 /// is not present is the default of the schema.
@@ -28,6 +39,10 @@ public:
         present_ = true;
     }
 
+    friend bool operator==(const Value& a, const Value& b) {
+        return a.present_ == b.present_ && sameValue(a.value_, b.value_);
+    }
+
 private:
     T value_{};
     bool present_ = false;
@@ -42,6 +57,10 @@ public:
     R& getOrCreate() {
         if (!this->has_value()) this->emplace();
         return **this;
+    }
+
+    friend bool operator==(const Optional& a, const Optional& b) {
+        return a.has_value() == b.has_value() && (!a || *a == *b);
     }
 };
 
@@ -69,6 +88,10 @@ public:
 
     auto begin() const { return values_.begin(); }
     auto end() const { return values_.end(); }
+
+    friend bool operator==(const Sequence& a, const Sequence& b) {
+        return std::equal(a.begin(), a.end(), b.begin(), b.end(), sameValue<T>);
+    }
 
 protected:
     auto place(std::size_t index) { return values_.begin() + static_cast<std::ptrdiff_t>(index); }
@@ -100,8 +123,11 @@ public:
 
     /// Sets the value at an index; a list that is too short first grows with copies of that very value.
     void set(std::size_t index, const T& value) {
-        if (index >= this->size()) this->values_.resize(index + 1, value);
-        this->values_[index] = value;
+        if (index < this->size()) {
+            this->values_[index] = value;
+        } else {
+            this->values_.resize(index + 1, value);
+        }
     }
 };
 
@@ -123,18 +149,10 @@ public:
     }
     void clear() { size_ = 0; }
 
+    bool operator==(const Markers&) const = default;
+
 private:
     std::size_t size_ = 0;
 };
-
-/// Equality of leaf values; two values that are not a number are equal.
-template <class T>
-bool sameLeaf(const T& a, const T& b) {
-    if constexpr (std::is_floating_point_v<T>) {
-        return a == b || (std::isnan(a) && std::isnan(b));
-    } else {
-        return a == b;
-    }
-}
 
 }  // namespace lmx60

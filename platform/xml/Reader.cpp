@@ -4,6 +4,7 @@
 #include "platform/files/HUTFile.h"
 #include "platform/xml/StarredNames.h"
 
+#include <algorithm>
 #include <exception>
 #include <memory>
 #include <vector>
@@ -124,8 +125,9 @@ void Reader::read(std::string document) {
         parser_.get(),
         [](void* self, const XML_Char* name, const XML_Char** attributes) {
             guarded(self, [&](Reader& reader) {
-                reader.starredNames_ ? reader.start(starred_names::original(name), attributes)
-                                     : reader.start(name, attributes);
+                reader.starredNames_&& starred_names::isReplaced(name)
+                    ? reader.start(starred_names::original(name), attributes)
+                    : reader.start(name, attributes);
             });
         },
         [](void* self, const XML_Char*) { guarded(self, [](Reader& reader) { reader.end(); }); });
@@ -139,7 +141,9 @@ void Reader::read(std::string document) {
             });
         });
 
-    constexpr std::size_t longestPiece = 1U << 30;  // the parser counts in int
+    // The parser copies each piece, and goes over a value again that a piece cuts in two: pieces are small,
+    // but of a limited number. Their size is an int.
+    const std::size_t longestPiece = std::clamp<std::size_t>(document.size() / 64, 1U << 18, 1U << 30);
     std::string_view rest = document;
     XML_Status status = XML_STATUS_OK;
     do {
@@ -227,6 +231,7 @@ void Reader::start(std::string_view name, const char** attributes) {
 
 void Reader::takeAttributes(const Frame& frame, const char** attributes) {
     static const Table none{};
+    if (frame.table == nullptr && *attributes == nullptr) return;
     const Table& table = frame.table != nullptr ? *frame.table : none;
     for (; *attributes != nullptr; attributes += 2) {
         const std::string_view name = attributes[0];

@@ -3,7 +3,6 @@
 #include "platform/xml/Errors.h"
 
 #include <algorithm>
-#include <cstring>
 #include <vector>
 
 namespace lmx60::starred_names {
@@ -39,18 +38,20 @@ struct Range {
     std::size_t end;
 };
 
-std::size_t findFast(std::string_view document, std::string_view wanted, std::size_t from) {
-    if (from >= document.size()) return document.size();
-    const void* found = memmem(document.data() + from, document.size() - from, wanted.data(), wanted.size());
-    return found == nullptr ? document.size()
-                            : static_cast<std::size_t>(static_cast<const char*>(found) - document.data());
+/// The next "<" that is followed by the given character; the end of the document for none.
+std::size_t findOpening(std::string_view document, char second, std::size_t from) {
+    for (auto place = document.find(second, from + 1); place != std::string_view::npos;
+         place = document.find(second, place + 1)) {
+        if (document[place - 1] == '<') return place - 1;
+    }
+    return document.size();
 }
 
 /// Where comments, character data sections and processing instructions lie: tags in them are text.
 std::vector<Range> opaqueRanges(std::string_view document) {
     std::vector<Range> ranges;
-    std::size_t declaration = findFast(document, "<!", 0);
-    std::size_t instruction = findFast(document, "<?", 0);
+    std::size_t declaration = findOpening(document, '!', 0);
+    std::size_t instruction = findOpening(document, '?', 0);
     while (std::min(declaration, instruction) < document.size()) {
         const std::size_t begin = std::min(declaration, instruction);
         const std::string_view rest = document.substr(begin);
@@ -58,10 +59,10 @@ std::vector<Range> opaqueRanges(std::string_view document) {
                                          : rest.starts_with("<!--")      ? "-->"
                                          : rest.starts_with("<![CDATA[") ? "]]>"
                                                                          : ">";
-        const std::size_t end = findFast(document, closing, begin + 2);
+        const std::size_t end = std::min(document.find(closing, begin + 2), document.size());
         ranges.push_back({begin, end});
-        if (declaration < end) declaration = findFast(document, "<!", end);
-        if (instruction < end) instruction = findFast(document, "<?", end);
+        if (declaration < end) declaration = findOpening(document, '!', end);
+        if (instruction < end) instruction = findOpening(document, '?', end);
     }
     return ranges;
 }
@@ -96,10 +97,12 @@ bool replaceIn(std::string& document) {
     return !starred.empty();
 }
 
+bool isReplaced(std::string_view name) {
+    return name.ends_with(standIn);
+}
+
 std::string original(std::string_view name) {
-    std::string turnedBack(name);
-    if (turnedBack.ends_with(standIn)) turnedBack.back() = star;
-    return turnedBack;
+    return std::string(name.substr(0, name.size() - 1)) + star;
 }
 
 }  // namespace lmx60::starred_names

@@ -88,7 +88,6 @@ struct Access {
     static std::size_t count(const Member&) { return 1; }
     static void* append(Member& member) { return &member; }
     static const Child& at(const Member& member, std::size_t) { return member; }
-    static bool equal(const Member& a, const Member& b) { return a == b; }
 };
 
 template <class R>
@@ -97,9 +96,6 @@ struct Access<Optional<R>> {
     static std::size_t count(const Optional<R>& member) { return member ? 1 : 0; }
     static void* append(Optional<R>& member) { return &member.emplace(); }
     static const Child& at(const Optional<R>& member, std::size_t) { return *member; }
-    static bool equal(const Optional<R>& a, const Optional<R>& b) {
-        return a.has_value() == b.has_value() && (!a || *a == *b);
-    }
 };
 
 template <class R>
@@ -108,9 +104,6 @@ struct Access<List<R>> {
     static std::size_t count(const List<R>& member) { return member.size(); }
     static void* append(List<R>& member) { return &member.append(); }
     static const Child& at(const List<R>& member, std::size_t index) { return member.get(index); }
-    static bool equal(const List<R>& a, const List<R>& b) {
-        return std::equal(a.begin(), a.end(), b.begin(), b.end());
-    }
 };
 
 template <>
@@ -120,7 +113,6 @@ struct Access<Markers> {
         member.append();
         return nullptr;
     }
-    static bool equal(const Markers& a, const Markers& b) { return a.size() == b.size(); }
 };
 
 template <class T>
@@ -129,9 +121,6 @@ struct Access<Value<T>> {
     static std::size_t count(const Value<T>& member) { return member.isPresent() ? 1 : 0; }
     static void append(Value<T>& member, T value) { member.set(std::move(value)); }
     static const T& at(const Value<T>& member, std::size_t) { return member.get(); }
-    static bool equal(const Value<T>& a, const Value<T>& b) {
-        return a.isPresent() == b.isPresent() && sameLeaf(a.get(), b.get());
-    }
 };
 
 template <class T>
@@ -140,9 +129,6 @@ struct Access<Leaves<T>> {
     static std::size_t count(const Leaves<T>& member) { return member.size(); }
     static void append(Leaves<T>& member, T value) { member.append(std::move(value)); }
     static const T& at(const Leaves<T>& member, std::size_t index) { return member.get(index); }
-    static bool equal(const Leaves<T>& a, const Leaves<T>& b) {
-        return std::equal(a.begin(), a.end(), b.begin(), b.end(), sameLeaf<T>);
-    }
 };
 
 template <class Owner, class Member>
@@ -164,7 +150,7 @@ struct Bound {
     static Type& of(void* record) { return static_cast<Owner*>(record)->*member; }
 
     static std::size_t count(const void* record) { return Reach::count(of(record)); }
-    static bool equal(const void* a, const void* b) { return Reach::equal(of(a), of(b)); }
+    static bool equal(const void* a, const void* b) { return of(a) == of(b); }
     static void* append(void* record) { return Reach::append(of(record)); }
     static const void* at(const void* record, std::size_t index) { return &Reach::at(of(record), index); }
     static const Table& childTable() { return Reach::Child::table; }

@@ -4,6 +4,8 @@
 #include "platform/base/HI18N.h"
 #include "platform/files/HUTFile.h"
 
+#include <vector>
+
 namespace lmx60 {
 
 WriteError::~WriteError() = default;
@@ -17,49 +19,83 @@ bool standsAsItIs(char c) {
     return static_cast<unsigned char>(c) >= 0x20 && c != '<' && c != '>' && c != '&' && c != '"';
 }
 
+/// Works through a stack of its own: how deep records may be nested does not hang on the thread's stack.
 class Writer {
 public:
     std::string write(const void* record, const Table& table, std::string_view element) {
         out_ = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-        writeRecord(record, table, element, 0);
+        startRecord(record, table, element);
+        while (!open_.empty())
+            writeNext(open_.back());
         return std::move(out_);
     }
 
 private:
-    void writeRecord(const void* record, const Table& table, std::string_view element, int level);
+    /// A record whose element is not yet closed, and what of it is next.
+    struct Frame {
+        std::string_view element;
+        const void* record = nullptr;
+        const Table* table = nullptr;
+        const Field* field = nullptr;
+        std::size_t index = 0;
+        bool empty = true;
+    };
+
+    void startRecord(const void* record, const Table& table, std::string_view element);
+    void finishRecord();
+    void writeNext(Frame& frame);
     void writeAttributes(const void* record, const Table& table);
-    void writeChild(const void* record, const Field& field, std::size_t index, int level);
+    void writeLeaf(const void* record, const Field& field, std::size_t index);
     void writeValue(const void* record, const Field& field, std::size_t index, Place place);
     void appendEscaped(std::string_view value, std::string_view name, Place place);
-    void indent(int level) { out_.append(static_cast<std::size_t>(level) * 2, ' '); }
+    void indent() { out_.append(open_.size() * 2, ' '); }
 
     std::string out_;
     std::string value_;
+    std::vector<Frame> open_;
 };
 
-void Writer::writeRecord(const void* record, const Table& table, std::string_view element, int level) {
+void Writer::startRecord(const void* record, const Table& table, std::string_view element) {
     if (const Field* missing = table.firstMissing(record)) {
         const char* kind = missing->kind == FieldKind::Attribute ? "attribute" : "element";
         throw WriteError("element '" + std::string(element) + "' lacks its required " + kind + " '" +
                          std::string(missing->name) + "'");
     }
-    indent(level);
+    indent();
     out_.append("<").append(element);
     writeAttributes(record, table);
-    bool empty = true;
-    for (const Field& field : table) {
-        if (field.kind == FieldKind::Attribute) continue;
-        for (std::size_t index = 0, count = field.count(record); index < count; ++index) {
-            if (empty) out_ += ">\n";
-            empty = false;
-            writeChild(record, field, index, level + 1);
-        }
-    }
-    if (empty) {
+    open_.push_back({.element = element, .record = record, .table = &table, .field = table.begin()});
+}
+
+void Writer::finishRecord() {
+    const Frame frame = open_.back();
+    open_.pop_back();
+    if (frame.empty) {
         out_ += "/>\n";
     } else {
-        indent(level);
-        out_.append("</").append(element).append(">\n");
+        indent();
+        out_.append("</").append(frame.element).append(">\n");
+    }
+}
+
+void Writer::writeNext(Frame& frame) {
+    if (frame.field == frame.table->end()) {
+        finishRecord();
+        return;
+    }
+    const Field& field = *frame.field;
+    if (field.kind == FieldKind::Attribute || frame.index == field.count(frame.record)) {
+        ++frame.field;
+        frame.index = 0;
+        return;
+    }
+    if (frame.empty) out_ += ">\n";
+    frame.empty = false;
+    const std::size_t index = frame.index++;
+    if (field.kind == FieldKind::Record) {
+        startRecord(field.at(frame.record, index), field.childTable(), field.name);
+    } else {
+        writeLeaf(frame.record, field, index);
     }
 }
 
@@ -72,12 +108,8 @@ void Writer::writeAttributes(const void* record, const Table& table) {
     }
 }
 
-void Writer::writeChild(const void* record, const Field& field, std::size_t index, int level) {
-    if (field.kind == FieldKind::Record) {
-        writeRecord(field.at(record, index), field.childTable(), field.name, level);
-        return;
-    }
-    indent(level);
+void Writer::writeLeaf(const void* record, const Field& field, std::size_t index) {
+    indent();
     out_.append("<").append(field.name);
     if (field.kind == FieldKind::Marker) {
         out_ += "/>\n";

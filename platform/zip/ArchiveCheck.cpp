@@ -31,6 +31,7 @@ private:
         std::uint64_t begin;
         std::uint64_t end;
         std::uint32_t position;
+        bool isKnown;  ///< the end is where the entry's bytes end
     };
 
     const ArchiveEntry& at(std::uint32_t position) const { return archive_.entries()[position]; }
@@ -82,15 +83,17 @@ private:
     /// Whether every byte of the file belongs to exactly one entry, the directory or the end records.
     void checkLayout() {
         std::uint64_t end = 0;
+        bool isEndKnown = true;
         for (const Extent& extent : extents()) {
             if (extent.begin < end) {
                 reportUnreadable(Code::OverlappingEntry, extent.position, "overlaps the entry before it");
-            } else {
+            } else if (isEndKnown) {
                 checkGap(end, extent.begin);
             }
             end = std::max(end, extent.end);
+            isEndKnown = extent.isKnown;
         }
-        if (!hasUnknownExtent_) checkGap(end, archive_.directoryOffset());
+        if (isEndKnown) checkGap(end, archive_.directoryOffset());
         std::uint64_t directoryEnd = archive_.directoryOffset();
         forEach([&](std::uint32_t position) {
             const ArchiveEntry& entry = at(position);
@@ -113,12 +116,10 @@ private:
             try {
                 const LocalRecord record = archive_.localRecord(at(position));
                 extents.push_back(
-                    {record.begin, record.end + descriptorSize(position, record.end), position});
+                    {record.begin, record.end + descriptorSize(position, record.end), position, true});
             } catch (const HEXAlgException& failure) {
-                reportUnreadable(Code::HeaderMismatch, position,
-                                 std::string("is damaged: ") + failure.what());
-                extents.push_back({at(position).offset, at(position).offset, position});
-                hasUnknownExtent_ = true;
+                reportFailure(Code::HeaderMismatch, position, failure);
+                extents.push_back({at(position).offset, at(position).offset, position, false});
             }
         });
         std::sort(extents.begin(), extents.end(), [](const Extent& a, const Extent& b) {
@@ -148,7 +149,6 @@ private:
     std::uint64_t endRecordsOffset_;
     std::vector<ArchiveFinding> findings_;
     std::vector<bool> isUnreadable_;  ///< by position
-    bool hasUnknownExtent_ = false;
 };
 
 /// The size of the data descriptor behind the entry's data: with or without signature, with numbers of 32 or

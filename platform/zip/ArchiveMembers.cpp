@@ -133,7 +133,6 @@ private:
         inflater_.avail_out = room;
         while (!isInflated_ && inflater_.avail_out == room) {
             if (pending_.empty()) pending_ = stored_.next();
-            if (pending_.empty()) refuse(*archive_, entry_, "its data are damaged");
             inflateStep();
         }
         return room - inflater_.avail_out;
@@ -143,8 +142,8 @@ private:
         inflater_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(pending_.data()));
         inflater_.avail_in = static_cast<uInt>(pending_.size());
         const int result = ::inflate(&inflater_, Z_NO_FLUSH);
-        if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR)
-            refuse(*archive_, entry_, "its data are damaged");
+        // Z_BUF_ERROR: the data ended before the stream did.
+        if (result != Z_OK && result != Z_STREAM_END) refuse(*archive_, entry_, "its data are damaged");
         pending_.remove_prefix(pending_.size() - inflater_.avail_in);
         isInflated_ = result == Z_STREAM_END;
     }
