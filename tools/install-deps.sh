@@ -6,13 +6,13 @@ set -euo pipefail
 build=(
     g++ cmake ninja-build pkg-config
     libboost-dev libboost-filesystem-dev libboost-iostreams-dev
-    libzip-dev libdeflate-dev zlib1g-dev libssl-dev libexpat1-dev
+    libdeflate-dev zlib1g-dev libssl-dev libexpat1-dev
     libcli11-dev nlohmann-json3-dev tcl8.6-dev
 )
 # For the tests, the format check and the demo.
 tests=(
     libgtest-dev libgmock-dev clang-format
-    zip unzip 7zip libarchive-tools python3
+    libzip-dev zip unzip 7zip libarchive-tools python3
 )
 
 fail() {

@@ -38,6 +38,7 @@ std::string HUTFile::getCanonicalName(const std::string& path) {
 }
 
 std::uint64_t HUTFile::fileCount(const std::string& directory) {
+    if (!exists(directory)) return 0;
     const std::vector<TreeItem> items = DirectoryTree::walk(directory);
     return static_cast<std::uint64_t>(
         std::count_if(items.begin(), items.end(), [](const TreeItem& item) { return !item.isDirectory; }));
@@ -77,6 +78,22 @@ std::string HUTFile::readFile(const std::string& path) {
 }
 
 void HUTFile::writeFile(const std::string& path, std::string_view bytes) {
-    const disk::FileDescriptor file = disk::open(path, O_WRONLY | O_CREAT | O_TRUNC);
-    disk::writeAt(file, 0, bytes);
+    struct stat present {};
+    const bool isThere = disk::statusIfThere(path, present);
+    if (isThere && !S_ISREG(present.st_mode)) {
+        disk::writeAt(disk::open(path, O_WRONLY), 0, bytes);  // a device, say, that cannot be replaced
+        return;
+    }
+    const std::string target = getCanonicalName(path);
+    disk::FileDescriptor file;
+    while (!file.isOpen())
+        file = disk::createIfAbsent(target + fs::unique_path(".%%%%%%").string(), O_WRONLY, 0666);
+    try {
+        if (isThere) disk::setMode(file, present.st_mode & 07777);
+        disk::writeAt(file, 0, bytes);
+        disk::rename(file.path(), target);
+    } catch (...) {
+        disk::remove(file.path());
+        throw;
+    }
 }

@@ -36,7 +36,8 @@ public:
     /// The absolute path without ".", ".." and symbolic links; of what does not exist, as far as it exists.
     static std::string getCanonicalName(const std::string& path);
 
-    /// The number of regular files below the directory at any depth, by the walk that packs a directory.
+    /// The number of regular files below the directory at any depth, by the walk that packs a directory; 0 when
+    /// nothing is there.
     static std::uint64_t fileCount(const std::string& directory);
     /// The directory's own regular files, sorted by name.
     static HUTFileIter createFileIter(const std::string& directory);
@@ -44,6 +45,6 @@ public:
     static void ensureWritableDir(const std::string& directory);
 
     static std::string readFile(const std::string& path);
-    /// Creates the file or replaces its content; on failure the content is undefined.
+    /// Creates the file or replaces it, as a whole or not at all; what is no regular file is written into.
     static void writeFile(const std::string& path, std::string_view bytes);
 };
