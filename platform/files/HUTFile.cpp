@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <fstream>
 
 #include <boost/filesystem/operations.hpp>
 #include <dirent.h>
@@ -81,19 +82,22 @@ void HUTFile::writeFile(const std::string& path, std::string_view bytes) {
     struct stat present {};
     const bool isThere = disk::statusIfThere(path, present);
     if (isThere && !S_ISREG(present.st_mode)) {
-        disk::writeAt(disk::open(path, O_WRONLY), 0, bytes);  // a device, say, that cannot be replaced
+        std::ofstream stream(path, std::ios::binary);  // a pipe, say, that cannot be replaced
+        if (!(stream << bytes << std::flush)) throw HEXAlgException("Failed to write '" + path + "'");
         return;
     }
     const std::string target = getCanonicalName(path);
     disk::FileDescriptor file;
     while (!file.isOpen())
         file = disk::createIfAbsent(target + fs::unique_path(".%%%%%%").string(), O_WRONLY, 0666);
+    const std::string pending = file.path();
+    file.showAs(path);
     try {
         if (isThere) disk::setMode(file, present.st_mode & 07777);
         disk::writeAt(file, 0, bytes);
-        disk::rename(file.path(), target);
+        disk::rename(pending, target);
     } catch (...) {
-        disk::remove(file.path());
+        disk::remove(pending);
         throw;
     }
 }

@@ -6,6 +6,7 @@
 #include "platform/zip/ArchiveEdit.h"
 #include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/HUTZip.h"
+#include "tests/support/Environment.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <algorithm>
@@ -106,16 +107,4 @@ protected:
     TemporaryDirectory directory;
     std::string archive = (fs::create_directory(at("out")), at("out/a.kp"));
     std::shared_ptr<const ArchiveSnapshot> kept;
-};
-
-/// An environment variable for the length of a scope.
-class Environment {
-public:
-    Environment(const char* name, const char* value) : name_(name) { setenv(name, value, 1); }
-    ~Environment() { unsetenv(name_); }
-    Environment(const Environment&) = delete;
-    Environment& operator=(const Environment&) = delete;
-
-private:
-    const char* name_;
 };

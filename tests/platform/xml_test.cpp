@@ -1,7 +1,9 @@
+#include "platform/files/Disk.h"
 #include "platform/xml/Reader.h"
 #include "platform/xml/Writer.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <cerrno>
 #include <clocale>
 #include <cmath>
 #include <limits>
@@ -467,6 +469,17 @@ TEST(Writer, RefusesIncompleteRecordsAndLeavesTheFile) {
     EXPECT_TRUE(doc.item.get(0).IsOccursOk());
     EXPECT_EQ(failure(), "error 0");
     EXPECT_EQ(lmx60::parseFile<Doc>(path), doc);
+
+    const std::string before = TemporaryDirectory::read(path);
+    doc.item.append(doc.item.get(0));
+    for (const std::string_view failing : {"write", "rename"}) {
+        const disk::DiskFaults faults(
+            [&](std::string_view call, const std::string&) { return call == failing ? ENOSPC : 0; });
+        EXPECT_EQ(failure(), "error " + std::to_string(static_cast<int>(ErrorKind::Unwritable)));
+    }
+    EXPECT_EQ(TemporaryDirectory::read(path), before);
+    const std::filesystem::directory_iterator left(directory.path());
+    EXPECT_EQ(std::distance(begin(left), end(left)), 1) << "something stayed behind";
 
     const lmx60::Error error = lmx60::writeFile(doc, directory / "missing/doc.xml");
     EXPECT_EQ(error.kind, ErrorKind::Unwritable);

@@ -30,7 +30,8 @@ public:
         std::vector<std::string> calls;
         for (const ComMsg& message : all_) {
             calls.push_back(message.id);
-            for (const std::string& argument : message.arguments) calls.back() += "[" + argument + "]";
+            for (const std::string& argument : message.arguments)
+                calls.back() += "[" + argument + "]";
         }
         return calls;
     }

@@ -47,10 +47,26 @@ private:
 
     std::string value() {
         static const char* const values[] = {
-            "", "0", "4294967295", "17", "NaN", "INF", "-INF", "-0", "1e-45", "3.4028235e38", "0.1",
-            "16777217", "  blanks around  ", "\ttab\nfeed\rreturn\r\n", "<a b=\"c\" d='e'/> & &amp; ]]>",
-            "gr\xC3\xBC\xC3\x9F \xE6\xBC\xA2\xE5\xAD\x97 \xF0\x9F\x98\x80 \x7F", "Loop*", "</Loop*>",
-            "CPU_EMU", "SYSTEM"};
+            "",
+            "0",
+            "4294967295",
+            "17",
+            "NaN",
+            "INF",
+            "-INF",
+            "-0",
+            "1e-45",
+            "3.4028235e38",
+            "0.1",
+            "16777217",
+            "  blanks around  ",
+            "\ttab\nfeed\rreturn\r\n",
+            "<a b=\"c\" d='e'/> & &amp; ]]>",
+            "gr\xC3\xBC\xC3\x9F \xE6\xBC\xA2\xE5\xAD\x97 \xF0\x9F\x98\x80 \x7F",
+            "Loop*",
+            "</Loop*>",
+            "CPU_EMU",
+            "SYSTEM"};
         return values[below(std::size(values))];
     }
 

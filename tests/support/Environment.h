@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <stdlib.h>
+
+/// An environment variable for the length of a scope.
+class Environment {
+public:
+    Environment(const char* name, const std::string& value) : name_(name) {
+        if (const char* before = getenv(name)) before_ = before;
+        setenv(name, value.c_str(), 1);
+    }
+    ~Environment() { before_ ? setenv(name_, before_->c_str(), 1) : unsetenv(name_); }
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
+
+private:
+    const char* name_;
+    std::optional<std::string> before_;
+};
