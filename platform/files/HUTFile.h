@@ -36,8 +36,8 @@ public:
     /// The absolute path without ".", ".." and symbolic links; of what does not exist, as far as it exists.
     static std::string getCanonicalName(const std::string& path);
 
-    /// The number of regular files below the directory at any depth, by the walk that packs a directory; 0 when
-    /// nothing is there.
+    /// The number of regular files below the directory at any depth, by the walk that packs a directory; 0
+    /// when nothing is there.
     static std::uint64_t fileCount(const std::string& directory);
     /// The directory's own regular files, sorted by name.
     static HUTFileIter createFileIter(const std::string& directory);

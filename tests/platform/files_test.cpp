@@ -25,9 +25,7 @@ namespace {
 class Files : public testing::Test {
 protected:
     std::string at(const std::string& name) const { return directory / name; }
-    void write(const std::string& name, const std::string& bytes = "x") const {
-        directory.file(name, bytes);
-    }
+    void write(const std::string& name, const std::string& bytes = "x") const { directory.file(name, bytes); }
     std::vector<std::string> walked(const std::string& name = ".") {
         std::vector<std::string> names;
         for (const TreeItem& item :
