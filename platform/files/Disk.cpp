@@ -49,6 +49,10 @@ int openNumber(const std::string& path, int flags, mode_t mode) {
     return attempt("open", path, [&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); });
 }
 
+std::string inside(const FileDescriptor& directory, const std::string& name) {
+    return directory.path() + "/" + name;
+}
+
 bool isNothingThere() {
     return errno == ENOENT || errno == ENOTDIR;
 }
@@ -222,6 +226,11 @@ void setMode(const FileDescriptor& file, mode_t mode) {
     require("change the mode of", file.path(), [&] { return ::fchmod(file.number(), mode); });
 }
 
+void setModified(const FileDescriptor& file, std::time_t modified) {
+    const timespec times[] = {{0, UTIME_NOW}, {modified, 0}};
+    require("change the time of", file.path(), [&] { return ::futimens(file.number(), times); });
+}
+
 void setOwner(const FileDescriptor& file, uid_t owner, gid_t group) {
     constexpr auto unchanged = static_cast<uid_t>(-1);
     for (const uid_t user : {owner, unchanged}) {
@@ -259,6 +268,67 @@ void remove(const std::string& path) {
 bool makeDirectory(const std::string& path, mode_t mode) {
     const int result = attempt("create directory", path, [&] { return ::mkdir(path.c_str(), mode); });
     if (result < 0 && errno != EEXIST) fail("create directory", path);
+    return result == 0;
+}
+
+FileDescriptor openDirectory(const FileDescriptor& directory, const std::string& name) {
+    std::string path = inside(directory, name);
+    const int number = require("open", path, [&] {
+        return ::openat(directory.number(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    });
+    return {number, std::move(path)};
+}
+
+FileDescriptor createIfAbsent(const FileDescriptor& directory, const std::string& name, mode_t mode) {
+    std::string path = inside(directory, name);
+    const int number = attempt("open", path, [&] {
+        return ::openat(directory.number(), name.c_str(),
+                        O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
+    });
+    if (number < 0 && errno != EEXIST) fail("open", path);
+    return {number, std::move(path)};
+}
+
+bool makeDirectory(const FileDescriptor& directory, const std::string& name, mode_t mode) {
+    const std::string path = inside(directory, name);
+    const int result =
+        attempt("create directory", path, [&] { return ::mkdirat(directory.number(), name.c_str(), mode); });
+    if (result < 0 && errno != EEXIST) fail("create directory", path);
+    return result == 0;
+}
+
+bool statusIfThere(const FileDescriptor& directory, const std::string& name, struct stat& status) {
+    const std::string path = inside(directory, name);
+    const auto inspect = [&] {
+        return ::fstatat(directory.number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW);
+    };
+    if (attempt("inspect", path, inspect) == 0) return true;
+    if (!isNothingThere()) fail("inspect", path);
+    return false;
+}
+
+bool isWritable(const FileDescriptor& directory) {
+    const auto ask = [&] { return ::faccessat(directory.number(), ".", W_OK | X_OK, 0); };
+    return attempt("inspect", directory.path(), ask) == 0;
+}
+
+void moveFile(const FileDescriptor& from, const std::string& name, const FileDescriptor& to) {
+    require("rename", inside(from, name),
+            [&] { return ::renameat(from.number(), name.c_str(), to.number(), name.c_str()); });
+}
+
+bool moveDirectory(const FileDescriptor& from, const std::string& name, const FileDescriptor& to) {
+    const std::string path = inside(from, name);
+    const auto moveWith = [&](unsigned flags) {
+        return attempt("rename", path, [&] {
+            return ::renameat2(from.number(), name.c_str(), to.number(), name.c_str(), flags);
+        });
+    };
+    int result = moveWith(RENAME_NOREPLACE);
+    // Without that ability a directory still replaces nothing but an empty directory.
+    if (result < 0 && isUnsupported()) result = moveWith(0);
+    const bool isTaken = errno == EEXIST || errno == ENOTEMPTY || errno == ENOTDIR || errno == EBUSY;
+    if (result < 0 && !isTaken) fail("rename", path);
     return result == 0;
 }
 

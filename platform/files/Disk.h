@@ -4,6 +4,7 @@
 #include "platform/base/Export.h"
 
 #include <cstdint>
+#include <ctime>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -29,6 +30,8 @@ public:
     bool isOpen() const { return number_ >= 0; }
     int number() const { return number_; }
     const std::string& path() const { return path_; }
+    /// Messages name the file by this path from now on.
+    void showAs(const std::string& path) { path_ = path; }
     void close() noexcept;
 
 private:
@@ -76,6 +79,8 @@ KP_EXPORT void lock(const FileDescriptor& file);
 KP_EXPORT bool tryLock(const FileDescriptor& file);
 
 KP_EXPORT void setMode(const FileDescriptor& file, mode_t mode);
+/// Sets the modification time, and the access time to now.
+KP_EXPORT void setModified(const FileDescriptor& file, std::time_t modified);
 /// Gives the file to an owner and a group as far as this process may; what it may not do is left.
 KP_EXPORT void setOwner(const FileDescriptor& file, uid_t owner, gid_t group);
 KP_EXPORT void rename(const std::string& from, const std::string& to);
@@ -85,6 +90,23 @@ KP_EXPORT bool renameNoReplace(const std::string& from, const std::string& to);
 KP_EXPORT void remove(const std::string& path);
 /// Returns false when the path exists already.
 KP_EXPORT bool makeDirectory(const std::string& path, mode_t mode);
+
+// By a name in an open directory. A symbolic link of the name is not followed.
+
+KP_EXPORT FileDescriptor openDirectory(const FileDescriptor& directory, const std::string& name);
+/// Creates a file for writing; hands back a descriptor that is not open when the name is taken.
+KP_EXPORT FileDescriptor createIfAbsent(const FileDescriptor& directory, const std::string& name,
+                                        mode_t mode);
+/// Returns false when the name is taken.
+KP_EXPORT bool makeDirectory(const FileDescriptor& directory, const std::string& name, mode_t mode);
+/// The status of what has the name, be it a symbolic link; false when nothing has.
+KP_EXPORT bool statusIfThere(const FileDescriptor& directory, const std::string& name, struct stat& status);
+/// Whether this process may make files in the directory.
+KP_EXPORT bool isWritable(const FileDescriptor& directory);
+/// Moves a file from one directory to another in place of what has its name there.
+KP_EXPORT void moveFile(const FileDescriptor& from, const std::string& name, const FileDescriptor& to);
+/// Moves a directory with all that it holds; returns false, and nothing moved, when its name is taken there.
+KP_EXPORT bool moveDirectory(const FileDescriptor& from, const std::string& name, const FileDescriptor& to);
 
 /// While one of these lives, each call on the disk first asks `decide` with the name of the call (such as
 /// "write") and the path; a result other than 0 is the error number that the call fails with. For tests; one
