@@ -1,0 +1,57 @@
+#include "platform/tcl/InProcessInterpreter.h"
+
+#include "platform/tcl/Library.h"
+
+#include <utility>
+
+#include <tcl.h>
+
+namespace tkq::tcltasks {
+namespace {
+
+/// Standard output belongs to the answers of the program. Tcl keeps one such channel a thread.
+void print_to_standard_error() {
+    Tcl_Channel channel = Tcl_GetStdChannel(TCL_STDERR);
+    if (channel == nullptr || channel == Tcl_GetStdChannel(TCL_STDOUT)) return;
+    Tcl_SetStdChannel(channel, TCL_STDOUT);
+    Tcl_RegisterChannel(nullptr, channel);  // for its second role
+}
+
+constexpr const char* replace_exit =
+    "proc exit {{status 0}} {error {A script cannot end the process that it runs in}}";
+
+}  // namespace
+
+in_process_interpreter::in_process_interpreter() {
+    ready_tcl();
+    print_to_standard_error();
+    interpreter_ = Tcl_CreateInterp();
+    if (Tcl_Init(interpreter_) != TCL_OK || Tcl_Eval(interpreter_, replace_exit) != TCL_OK) {
+        const std::string reason = text_of(Tcl_GetObjResult(interpreter_));
+        Tcl_DeleteInterp(interpreter_);
+        throw HEXError("Tcl cannot be started: " + reason);
+    }
+    Tcl_CreateExitHandler(&end, this);
+}
+
+in_process_interpreter::~in_process_interpreter() {
+    if (interpreter_ == nullptr) return;
+    Tcl_DeleteExitHandler(&end, this);
+    end(this);
+}
+
+void in_process_interpreter::end(void* self) {
+    Tcl_DeleteInterp(std::exchange(static_cast<in_process_interpreter*>(self)->interpreter_, nullptr));
+}
+
+std::string in_process_interpreter::evaluate(const std::string& script) {
+    if (interpreter_ == nullptr) throw HEXError("The Tcl interpreter has ended");
+    const std::string own = to_tcl(script);
+    const int status = Tcl_EvalEx(interpreter_, own.data(), static_cast<int>(own.size()), TCL_EVAL_GLOBAL);
+    const std::string result = text_of(Tcl_GetObjResult(interpreter_));
+    Tcl_ResetResult(interpreter_);
+    if (status != TCL_OK) throw tcl_error(result);
+    return result;
+}
+
+}  // namespace tkq::tcltasks

@@ -1,0 +1,169 @@
+#include "containers/kernel/HCOKernelDefProxy.h"
+#include "platform/tcl/InProcessInterpreter.h"
+#include "tests/support/CapturedMessages.h"
+
+#include <iostream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <tcl.h>
+
+using kfab::kernel::KernelDef;
+using tkq::tcltasks::in_process_interpreter;
+using Cache = tkq::tcltasks::native_cache<HCOKernelDefProxy*>;
+
+namespace {
+
+std::unique_ptr<HCOKernelDefProxy> proxyNamed(const std::string& name) {
+    auto definition = std::make_shared<KernelDef>();
+    definition->name = name;
+    return std::make_unique<HCOKernelDefProxy>(definition);
+}
+
+/// A command as a tool would write it: the name of the kernel that its argument stands for.
+int kernelName(void*, Tcl_Interp* interpreter, int count, Tcl_Obj* const arguments[]) {
+    try {
+        const std::string name = Cache::find_native(arguments[count - 1])->definition()->name;
+        Tcl_SetObjResult(interpreter, Tcl_NewStringObj(name.data(), static_cast<int>(name.size())));
+        return TCL_OK;
+    } catch (const HEXError& error) {
+        Tcl_SetObjResult(interpreter, Tcl_NewStringObj(error.what(), -1));
+        return TCL_ERROR;
+    }
+}
+
+class KernelInterpreter : public in_process_interpreter {
+public:
+    KernelInterpreter() { Tcl_CreateObjCommand(handle(), "kernel_name", &kernelName, nullptr, nullptr); }
+
+    /// A variable that holds a new value for the proxy.
+    Tcl_Obj* setVariable(const char* name, HCOKernelDefProxy& proxy) {
+        Tcl_Obj* object = Cache::make_tcl_object(&proxy, std::string("kernel_") + name);
+        Tcl_SetVar2Ex(handle(), name, nullptr, object, TCL_GLOBAL_ONLY);
+        return object;
+    }
+    std::string answer(const std::string& script) {
+        try {
+            return evaluate(script);
+        } catch (const tkq::tcltasks::tcl_error& error) {
+            return std::string("error: ") + error.what();
+        }
+    }
+};
+
+TEST(KernelDefProxy, InvalidatesEveryValueThatStandsForIt) {
+    KernelInterpreter tcl;
+    auto vadd = proxyNamed("vadd");
+    const auto other = proxyNamed("other");
+    const std::weak_ptr<KernelDef> definition = vadd->definition();
+    Tcl_Obj* a = tcl.setVariable("a", *vadd);
+    Tcl_Obj* b = tcl.setVariable("b", *vadd);
+    tcl.setVariable("c", *other);
+
+    EXPECT_EQ(tcl.answer("kernel_name $a"), "vadd");
+    EXPECT_EQ(tcl.answer("set same $b; set list [list $same]; kernel_name [lindex $list 0]"), "vadd");
+    EXPECT_EQ(tcl.answer("set b"), "kernel_b");
+    EXPECT_EQ(tcl.answer("llength $a; dict size {}; string length $a; kernel_name $a"), "vadd")
+        << "after use as something else";
+    EXPECT_EQ(tcl.answer("kernel_name \"kernel_[string index $a end]\""),
+              "error: 'kernel_a' is not such an object");
+    EXPECT_EQ(tcl.answer("append copy $a x; kernel_name $copy"), "error: 'kernel_ax' is not such an object");
+    EXPECT_EQ(Cache::get_n2t_cache().count(vadd.get()), 2U);
+    EXPECT_EQ(Cache::get_t2n_cache().size(), 3U);
+    EXPECT_EQ(Cache::get_n2t_cache().max_load_factor(), 1.0F);
+
+    const int references[] = {a->refCount, b->refCount};
+    vadd.reset();
+    EXPECT_TRUE(definition.expired());
+    EXPECT_EQ(a->refCount, references[0] - 1);
+    EXPECT_EQ(b->refCount, references[1] - 1);
+    EXPECT_EQ(Cache::get_n2t_cache().size(), 1U);
+    EXPECT_EQ(Cache::get_t2n_cache().size(), 1U);
+    for (const std::string name : {"a", "b", "same"}) {
+        const std::string text = name == "a" ? "kernel_a" : "kernel_b";
+        EXPECT_EQ(tcl.answer("kernel_name $" + name), "error: The object '" + text + "' no longer exists");
+        EXPECT_EQ(tcl.answer("set " + name), text);
+    }
+    EXPECT_EQ(tcl.answer("kernel_name $c"), "other");
+}
+
+TEST(KernelDefProxy, LivesLongerThanTheInterpreter) {
+    const auto proxy = proxyNamed("vadd");
+    Tcl_Obj* object = nullptr;
+    {
+        KernelInterpreter tcl;
+        object = tcl.setVariable("a", *proxy);
+    }
+    EXPECT_EQ(object->refCount, 1) << "the cache's";
+    EXPECT_EQ(Cache::find_native(object), proxy.get());
+}
+
+TEST(KernelDefProxy, ReportsCachesThatDisagree) {
+    KernelInterpreter tcl;
+    auto proxy = proxyNamed("vadd");
+    Tcl_Obj* lost = tcl.setVariable("lost", *proxy);
+    tcl.setVariable("kept", *proxy);
+    Cache::get_t2n_cache().erase(lost);
+
+    const CapturedMessages messages;
+    proxy.reset();
+    EXPECT_THAT(messages.texts(), testing::ElementsAre("17-2010: native_cache<> corrupt"));
+    EXPECT_TRUE(Cache::get_n2t_cache().empty());
+    EXPECT_TRUE(Cache::get_t2n_cache().empty());
+    EXPECT_EQ(tcl.answer("kernel_name $kept"), "error: The object 'kernel_kept' no longer exists");
+    Cache::decr_refcount(lost);  // what the caches could not do
+}
+
+// Each of these ends a process of its own; the leak checker looks on where there is one.
+
+[[noreturn]] void neverShowToTcl() {
+    { const HCOKernelDefProxy proxy(std::make_shared<KernelDef>()); }
+    std::cerr << "observers " << Cache::observers();
+    std::exit(0);
+}
+
+[[noreturn]] void dieAfterTcl() {
+    KernelInterpreter tcl;
+    auto proxy = proxyNamed("vadd");
+    Tcl_Obj* object = tcl.setVariable("a", *proxy);
+    Tcl_IncrRefCount(object);
+    const bool before = Cache::observers() && !Cache::tcl_exiting();
+    Tcl_Finalize();
+    const CapturedMessages messages;
+    const bool after = !Cache::observers() && Cache::tcl_exiting();
+    Cache::get_n2t_cache().emplace(proxy.get(), nullptr);  // would be found corrupt
+    proxy.reset();
+    std::cerr << "before " << before << " after " << after << " entries " << Cache::get_n2t_cache().size()
+              << " " << Cache::get_t2n_cache().size() << " messages " << messages.all().size();
+    std::exit(0);
+}
+
+[[noreturn]] void dieAfterTheCaches() {
+    static std::unique_ptr<HCOKernelDefProxy> proxy;
+    static std::unique_ptr<KernelInterpreter> tcl;
+    proxy = proxyNamed("vadd");
+    tcl = std::make_unique<KernelInterpreter>();
+    tcl->setVariable("a", *proxy);
+    std::cerr << tcl->answer("kernel_name $a");
+    std::exit(0);
+}
+
+[[noreturn]] void exitThroughTcl() {
+    static KernelInterpreter tcl;
+    static const auto proxy = proxyNamed("vadd");
+    tcl.setVariable("a", *proxy);
+    std::cerr << tcl.answer("kernel_name $a");
+    Tcl_Exit(0);
+    std::abort();
+}
+
+TEST(KernelDefProxy, DiesQuietlyWhenThereAreNoCaches) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto done = testing::ExitedWithCode(0);
+    EXPECT_EXIT(neverShowToTcl(), done, "^observers 0$");
+    EXPECT_EXIT(dieAfterTcl(), done, "^before 1 after 1 entries 1 0 messages 0$");
+    EXPECT_EXIT(dieAfterTheCaches(), done, "^vadd$");
+    EXPECT_EXIT(exitThroughTcl(), done, "^vadd$");
+}
+
+}  // namespace
