@@ -86,6 +86,42 @@ class KpTest(unittest.TestCase):
         self.assertEqual({"digest": "unreadable", "findings": [{"code": "unreadable", "member": "", "text": text}]},
                          json.loads(run("verify", "p.kp", "--json")[1]))
 
+    def test_info_and_files(self):
+        self.add("p.kp", "--cpu-source", "vadd/src/vadd.cpp", "--shim", "vadd/vadd.qmr", "--hls-dir", "vadd/src", "-q")
+        self.expect(["add", "p.kp", self.derive("other"), "--cpu-source", "vadd/src/vadd.cpp"], 0)
+        self.expect(["files", "p.kp"], 0,
+                    "vadd   root         vadd\n"
+                    "vadd   description  vadd/kernel.xml\n"
+                    "vadd   cpu-source   vadd/cpu_sources/vadd.cpp\n"
+                    "vadd   shim         vadd/shim_soln/vadd.qmr\n"
+                    "vadd   hls          vadd/hls\n"
+                    "vadd   ip           ip_repo/example_kernels_vadd_1_0\n"
+                    "other  root         other\n"
+                    "other  description  other/kernel.xml\n"
+                    "other  cpu-source   other/cpu_sources/vadd.cpp\n")
+        other = {"name": "other", "root": "other", "description": "other/kernel.xml",
+                 "cpuSources": ["other/cpu_sources/vadd.cpp"], "swEmuFiles": [], "pdiFiles": []}
+        os.mkdir("elsewhere")
+        os.chdir("elsewhere")
+        self.assertEqual({"kernels": [other]}, json.loads(run("files", "../p.kp", "OTHER", "--json")[1]))
+        os.chdir("..")
+        self.expect(["files", "p.kp", "vad"], 3, "",
+                    "kp: error: Kernel 'vad' was not found inside KP container 'p.kp'\n")
+        for command in ("files", "info"):
+            self.expect([command, "gone.kp"], 3, "",
+                        "kp: error: The specified KP container does not exist: 'gone.kp'\n")
+
+        lines = run("info", "p.kp")[1].splitlines()
+        self.assertEqual(2, lines.count("=== Kernel Definition ==="))
+        self.assertIn("ShimSolnFile: vadd/shim_soln/vadd.qmr", lines)
+        kernels = {kernel["name"]: kernel for kernel in json.loads(run("info", "p.kp", "--json")[1])["kernelDefs"]}
+        self.assertEqual(("true", "vadd/shim_soln/vadd.qmr", "m_read"),
+                         (kernels["vadd"]["containsHlsDir"], kernels["vadd"]["shimSolnFile"],
+                          kernels["vadd"]["args"][0]["port"]))
+        self.assertNotIn("containsHlsDir", kernels["other"])
+        with open("/dev/full", "w") as full:
+            self.assertEqual(3, subprocess.run([KP, "info", "p.kp"], stdout=full, stderr=subprocess.DEVNULL).returncode)
+
     def test_kernel_edit_and_report(self):
         self.expect(["kernel", "edit", "vadd/kernel.xml", "-o", "a/b", "--compile-options=-g", "--compile-options",
                      "-O3", "--debug", "true", "--profile-type", "stall", "--report", "vadd/design.xml"], 0)
@@ -142,7 +178,7 @@ class KpTest(unittest.TestCase):
         self.expect(["verify", "p.kp"], 0, "digest: valid\n")
 
     def test_help_has_an_example_for_every_command(self):
-        for words in (["add"], ["list"], ["validate"], ["verify"], ["kernel", "show"], ["kernel", "edit"],
+        for words in (["add"], ["list"], ["validate"], ["verify"], ["info"], ["files"], ["kernel", "show"], ["kernel", "edit"],
                       ["kernel", "report"]):
             status, out, _ = run(*words, "--help")
             self.assertEqual(0, status)

@@ -123,29 +123,29 @@ TEST_F(FileExplorerTest, AKernelThatCannotBeReadIsReportedAndLeftOut) {
 }
 
 struct Companion {
+    const char* directory;
     bool (FileExplorer::*add)(const std::string&, const std::string&);
     Root get;
 };
 
 const Companion companions[] = {
-    {&FileExplorer::addCpuSourcesDir, &ExplorerIface::getCpuSourcesRoot},
-    {&FileExplorer::addSwEmuFilesDir, &ExplorerIface::getSwEmuFilesRoot},
-    {&FileExplorer::addPdiFilesDir, &ExplorerIface::getPdiFilesRoot},
-    {&FileExplorer::addShimSolnFileDir, &ExplorerIface::getShimSolnFileRoot},
-    {&FileExplorer::addDebugDir, &ExplorerIface::getDebugRoot},
-    {&FileExplorer::addHlsDir, &ExplorerIface::getHlsRoot},
-    {&FileExplorer::addIPDefinitionDir, &ExplorerIface::getIPDefinitionRoot},
-    {&FileExplorer::addIPCacheDir, &ExplorerIface::getIPCacheRoot},
+    {"cpu", &FileExplorer::addCpuSourcesDir, &ExplorerIface::getCpuSourcesRoot},
+    {"emu", &FileExplorer::addSwEmuFilesDir, &ExplorerIface::getSwEmuFilesRoot},
+    {"pdi", &FileExplorer::addPdiFilesDir, &ExplorerIface::getPdiFilesRoot},
+    {"shim", &FileExplorer::addShimSolnFileDir, &ExplorerIface::getShimSolnFileRoot},
+    {"debug", &FileExplorer::addDebugDir, &ExplorerIface::getDebugRoot},
+    {"hls", &FileExplorer::addHlsDir, &ExplorerIface::getHlsRoot},
+    {"ip", &FileExplorer::addIPDefinitionDir, &ExplorerIface::getIPDefinitionRoot},
+    {"cache", &FileExplorer::addIPCacheDir, &ExplorerIface::getIPCacheRoot},
 };
 
 TEST_F(FileExplorerTest, CompanionDirectoriesStayWhenAKernelIsRegisteredAgain) {
-    for (std::size_t i = 0; i < std::size(companions); ++i) {
-        const auto& [add, get] = companions[i];
-        EXPECT_FALSE((explorer_.*add)("k3", "dir")) << i;
-        EXPECT_EQ((explorer_.*get)("k3"), "") << i;
-        EXPECT_EQ((explorer_.*get)("k1"), "") << i;
-        EXPECT_TRUE((explorer_.*add)("k1", "first")) << i;
-        EXPECT_TRUE((explorer_.*add)("k1", "dir" + std::to_string(i))) << i;
+    for (const auto& [directory, add, get] : companions) {
+        EXPECT_FALSE((explorer_.*add)("k3", "dir")) << directory;
+        EXPECT_EQ((explorer_.*get)("k3"), "") << directory;
+        EXPECT_EQ((explorer_.*get)("k1"), "") << directory;
+        EXPECT_TRUE((explorer_.*add)("k1", "first")) << directory;
+        EXPECT_TRUE((explorer_.*add)("k1", directory));
     }
     directory_.file("moved/kernel.xml", description("k1", "v:l:k1:2.0", "<arg name=\"b\"/>"));
     container_->addKPKernel("k1", "", "", "other", "", {}, false, false, false, false, false, false, false,
@@ -155,8 +155,8 @@ TEST_F(FileExplorerTest, CompanionDirectoriesStayWhenAKernelIsRegisteredAgain) {
     EXPECT_EQ(explorer_.getKernelDefRoot("k1"), directory_ / "moved");
     EXPECT_EQ(explorer_.getVLNV("k1"), "v:l:k1:2.0");
     EXPECT_EQ(explorer_.getHierTopIPPath("k1"), "other");
-    for (std::size_t i = 0; i < std::size(companions); ++i)
-        EXPECT_EQ((explorer_.*companions[i].get)("k1"), "dir" + std::to_string(i));
+    for (const auto& [directory, add, get] : companions)
+        EXPECT_EQ((explorer_.*get)("k1"), directory);
     std::vector<KernelDef> definitions;
     explorer_.getKernelDefs(definitions);
     const auto isK1 = [](const KernelDef& definition) { return definition.name == "k1"; };
@@ -446,7 +446,12 @@ TEST_F(ArchiveExplorerTest, AgreesWithAWalkOverTheFilesOfAnyPackage) {
             for (unsigned depth = random() % 4; depth > 0; --depth)
                 name += "/" + word();
             if (random() % 8 == 0) name += "/";
-            if (unique.insert(name).second) names.push_back(name);
+            // A name cannot be a file and a folder at once.
+            const bool clashes = std::any_of(names.begin(), names.end(), [&](const std::string& other) {
+                return other.starts_with(name + "/") ||
+                       (!other.ends_with('/') && name.starts_with(other + "/"));
+            });
+            if (!clashes && unique.insert(name).second) names.push_back(name);
         }
         pack(names);
         const Walk walk{directory_.path(), isl::iostreams::zip::get_files(package_)};

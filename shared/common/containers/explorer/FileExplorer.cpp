@@ -27,7 +27,7 @@ bool isRealDirectory(const std::string& path, unsigned char type) {
 /// The path of the first entry of the name below the directory, depth first; empty when there is none.
 std::string findBelow(const std::string& directory, const std::string& name) {
     for (const disk::DirectoryItem& item : disk::list(directory)) {
-        const std::string path = HUTPathUtils::join(directory, item.name);
+        std::string path = HUTPathUtils::join(directory, item.name);
         if (item.name == name) return path;
         if (!isRealDirectory(path, item.type)) continue;
         std::string found = findBelow(path, name);
