@@ -1,0 +1,129 @@
+#include "cli/Command.h"
+#include "containers/customizer/Customizer.h"
+#include "platform/base/Exceptions.h"
+#include "platform/files/HUTFile.h"
+#include "platform/tcl/TaskManager.h"
+#include "platform/tcl/TclShell.h"
+#include "platform/tcl/Words.h"
+
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/Error.hpp>
+#include <boost/algorithm/string/trim.hpp>
+
+namespace cli {
+namespace {
+
+using tkq::tcltasks::dont_record_command;
+using tkq::tcltasks::evaluator_scope;
+using tkq::tcltasks::recorder_scope;
+using tkq::tcltasks::task_manager;
+
+struct Options {
+    std::string package, kernel, name, output, board, paramsFile, tclShell, keepScripts;
+    std::vector<std::string> params, hostScripts;
+};
+
+/// Keeps one working directory for its lifetime, so that all steps meet in it.
+class OneDirectoryCustomizer : public kfab::kernel::Customizer {
+public:
+    OneDirectoryCustomizer(const std::string& package, const std::string& kernel)
+        : Customizer(package, kernel) {
+        setWorkingDirPath_(Customizer::getWorkingDirPath());
+    }
+};
+
+/// Takes "NAME = VALUE" apart; blanks around both do not count.
+void addParam(const std::string& place, const std::string& text, kfab::kernel::Customizer::Params& params) {
+    const auto equals = text.find('=');
+    const std::string name = boost::algorithm::trim_copy(text.substr(0, equals));
+    if (equals == std::string::npos || name.empty())
+        throw HEXAlgException(place + ": expected NAME=VALUE, found '" + text + "'");
+    params[name] = boost::algorithm::trim_copy(text.substr(equals + 1));
+}
+
+kfab::kernel::Customizer::Params collectParams(const Options& options) {
+    kfab::kernel::Customizer::Params params;
+    if (!options.paramsFile.empty()) {
+        std::ifstream file(options.paramsFile);
+        if (!file) throw HEXAlgException("Failed to read the parameter file '" + options.paramsFile + "'");
+        std::string line;
+        for (int number = 1; std::getline(file, line); ++number) {
+            boost::algorithm::trim(line);
+            if (!line.empty() && line.front() != '#')
+                addParam(options.paramsFile + ":" + std::to_string(number), line, params);
+        }
+    }
+    for (const std::string& param : options.params)
+        addParam("--param", param, params);
+    return params;
+}
+
+void loadHostScripts(const Options& options) {
+    for (const std::string& path : options.hostScripts) {
+        if (!HUTFile::isFile(path)) throw HEXFileNotFoundException(path);
+        if (!tkq::tcltasks::is_braced_word(path))
+            throw HEXAlgException("The path '" + path + "' cannot be used in a script");
+        task_manager::instance().eval_in_tcl_throw("source {" + path + "}", dont_record_command, false);
+    }
+}
+
+/// What a user can do about a failure, if it is that nobody knows the host's commands.
+std::string hintFor(const std::string& failure) {
+    if (failure.find("invalid command name") == std::string::npos) return {};
+    return "; give a script or a shell that knows the host's commands with --host-script or --tcl-shell";
+}
+
+ExitStatus customize(const Options& options) {
+    std::optional<evaluator_scope> shell;
+    if (!options.tclShell.empty())
+        shell.emplace(std::make_shared<tkq::tcltasks::tcl_shell>(options.tclShell));
+    std::ofstream kept;
+    std::optional<recorder_scope> recorder;
+    OneDirectoryCustomizer customizer(options.package, options.kernel);
+    customizer.withNewKernelName(options.name)
+        .withOutputFilePath(options.output)
+        .withTargetBoard(options.board)
+        .withParamsFile(options.paramsFile)
+        .withParams(collectParams(options));
+    loadHostScripts(options);
+    if (!options.keepScripts.empty()) {
+        kept.open(options.keepScripts);
+        if (!kept) throw HEXAlgException("Failed to write '" + options.keepScripts + "'");
+        recorder.emplace([&kept](const std::string& script, auto) {
+            kept << script << (script.ends_with('\n') ? "" : "\n") << std::flush;
+        });
+    }
+    if (!customizer.execute()) {
+        const std::string& reason = customizer.getErrorMessage();
+        throw HEXAlgException(reason.empty() ? "Failed to create the working directory"
+                                             : reason + hintFor(reason));
+    }
+    return Done;
+}
+
+}  // namespace
+
+Run declareCustomize(CLI::App& app) {
+    auto options = std::make_shared<Options>();
+    app.add_option("PACKAGE", options->package, "The package that holds the kernel")->required();
+    app.add_option("KERNEL", options->kernel, "The kernel to customize")->required();
+    app.add_option("--name", options->name, "Name of the customized kernel")->required();
+    app.add_option("-o,--output", options->output, "Package for it; beside PACKAGE when only a file name")
+        ->required();
+    app.add_option("--param", options->params, "IP parameter NAME=VALUE; may be repeated")
+        ->allow_extra_args(false);
+    app.add_option("--params-file", options->paramsFile, "File of NAME = VALUE lines; --param wins");
+    app.add_option("--board", options->board, "Board to retarget the kernel to, short or qualified name");
+    app.add_option("--host-script", options->hostScripts, "Tcl file to load first; may be repeated")
+        ->allow_extra_args(false);
+    app.add_option("--tcl-shell", options->tclShell, "Command line of a Tcl shell to work in, such as tclsh");
+    app.add_option("--keep-scripts", options->keepScripts, "File for the scripts that are evaluated");
+    return [options] { return customize(*options); };
+}
+
+}  // namespace cli

@@ -1,0 +1,106 @@
+#pragma once
+
+#include "containers/explorer/ExplorerIface.h"
+#include "platform/base/Export.h"
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+namespace kfab::kernel {
+
+/// Makes a package with a customized RTL kernel from a package that holds the kernel: extracts it, retargets
+/// its IP to a board and sets IP parameters through Tcl scripts in the host, and packages the result under a
+/// new name. Configured by the constructor and the `with` operations, then executed once.
+///
+/// No step throws: it returns false and, where it knows, leaves the reason in getErrorMessage(). Steps and
+/// paths are reached through virtual calls, so that a derived class can replace any of them.
+class KP_EXPORT Customizer {
+public:
+    using Params = std::unordered_map<std::string, std::string>;
+
+    Customizer(const std::string& objectFilePath, const std::string& kernelName);
+
+    Customizer& withNewKernelName(const std::string& name);
+    /// A bare file name is taken to lie beside the input package.
+    Customizer& withOutputFilePath(const std::string& path);
+    /// IP parameters, values by name; replaces those given before.
+    Customizer& withParams(const Params& params);
+    Customizer& withParamsFile(const std::string& path);
+    /// A short board name, or a qualified one with fields separated by ":".
+    Customizer& withTargetBoard(const std::string& board);
+
+    virtual std::string getObjectFilePath() const;
+    /// A new name at each call: nothing sets the directory in this class.
+    virtual std::string getWorkingDirPath() const;
+    virtual std::string getOutputFilePath() const;
+    virtual std::string getParamsFilePath() const;
+    virtual Params::const_iterator paramsBegin() const;
+    virtual Params::const_iterator paramsEnd() const;
+
+    // Where the extracted kernel lies; empty before setExtractedPaths().
+    virtual std::string getExtractedCpuSourcesRoot() const;
+    virtual std::string getExtractedDebugRoot() const;
+    virtual std::string getExtractedHlsRoot() const;
+    virtual std::string getExtractedSwEmuRoot() const;
+    virtual std::string getExtractedIPDefinitionRoot() const;
+    virtual std::string getExtractedKernelRoot() const;
+    virtual std::string getExtractedKernelIPRoot() const;
+    virtual std::string getExtractedVlnv() const;
+
+    // The steps.
+    virtual bool checkPreconditions();
+    virtual bool extract();
+    virtual bool setExtractedPaths();
+    virtual bool buildBlockDiagram();
+    virtual bool addTargetBoard();
+    virtual bool repackage();
+
+    /// Removes the working directory if one is set.
+    virtual ~Customizer();
+
+    /// Runs the steps up to the first that fails: preconditions, extraction, paths, the board if one is
+    /// given, the parameters if there are any, repackaging. A working directory that is set is removed in any
+    /// case.
+    virtual bool execute();
+
+    /// Why the last step failed; empty when it gave no reason.
+    const std::string& getErrorMessage() const { return errorMessage_; }
+
+    Customizer(const Customizer&) = default;
+    Customizer& operator=(const Customizer&) = default;
+
+protected:
+    /// For derived classes that keep one directory; it is removed after execute() and at destruction.
+    void setWorkingDirPath_(const std::string& path) { workingDirPath_ = path; }
+
+private:
+    bool fail_(const std::string& message);
+    bool runSteps_();
+    void removeWorkingDir_();
+    std::string createCell_(const std::string& vlnv) const;
+    std::string instanceFile_() const;
+    void renameKernel_(const std::string& kernelXml) const;
+    void addToOutput_(const std::string& kernelXml, const std::string& instanceFile) const;
+
+    std::string objectFilePath_;
+    std::string kernelName_;
+    std::string newKernelName_;
+    std::string errorMessage_;
+    std::string workingDirPath_;
+    std::string outputFilePath_;
+    std::string paramsFilePath_;
+    Params params_;
+    std::string targetBoard_;
+    std::string extractedIPDefinitionRoot_;
+    std::string extractedKernelIPRoot_;
+    std::string extractedKernelRoot_;
+    std::string extractedCpuSourcesRoot_;
+    std::string extractedDebugRoot_;
+    std::string extractedHlsRoot_;
+    std::string extractedSwEmuRoot_;
+    std::string extractedVlnv_;
+    std::shared_ptr<ExplorerIface> explorer_;
+};
+
+}  // namespace kfab::kernel

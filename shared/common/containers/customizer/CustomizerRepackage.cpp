@@ -1,0 +1,95 @@
+// Packaging what a customization made.
+
+#include "containers/customizer/Customizer.h"
+#include "containers/kernel/HCOKernelXMLReader.h"
+#include "containers/kernel/HCOKernelXMLWriter.h"
+#include "containers/kp/HKPContainerUtils.h"
+#include "containers/kp/PackageLayout.h"
+#include "platform/files/HUTFile.h"
+#include "platform/params/HPAParamMgr.h"
+
+#include <vector>
+
+#include <boost/filesystem/operations.hpp>
+
+namespace kfab::kernel {
+
+namespace fs = boost::filesystem;
+
+namespace {
+
+std::string inDirectory(const std::string& directory, const std::string& name) {
+    return (fs::path(directory) / name).string();
+}
+
+std::vector<std::string> filesIn(const std::string& directory) {
+    if (!HUTFile::isDir(directory)) return {};
+    const HUTFileIter files = HUTFile::createFileIter(directory);
+    return {files.begin(), files.end()};
+}
+
+/// What the manifest of the input knows of the project that made a kernel.
+std::string projectOf(const std::string& package, const std::string& kernelName) {
+    HKPContainer container;
+    HKPContainerUtils::parseKPContainerIntoObject_(package, container);
+    const HKPKernel* kernel = container.getKPKernelByName(kernelName);
+    return kernel == nullptr ? std::string() : kernel->getProjectID();
+}
+
+}  // namespace
+
+bool Customizer::repackage() {
+    const std::string kernelXml = inDirectory(getExtractedKernelRoot(), layout::kernelXml);
+    if (!HUTFile::isFile(kernelXml)) return fail_("File not found. Path: " + kernelXml);
+    try {
+        renameKernel_(kernelXml);
+        const std::string instanceFile = instanceFile_();
+        if (!instanceFile.empty() && !HUTFile::exists(instanceFile))
+            return fail_("File not found. Path: " + instanceFile);
+        if (!HUTFile::exists(getExtractedKernelIPRoot()))
+            return fail_("File not found. Path: " + getExtractedKernelIPRoot());
+        addToOutput_(kernelXml, instanceFile);
+    } catch (const std::exception& failure) {
+        return fail_(std::string("Failed to create KP file. Exception: ") + failure.what());
+    }
+    if (!HUTFile::exists(outputFilePath_)) return fail_("Failed to create KP file.");
+    return true;
+}
+
+/// Gives the description the new name; the unchanged one stays beside it.
+void Customizer::renameKernel_(const std::string& kernelXml) const {
+    HCOKernelXMLReader reader(kernelXml);
+    reader.parse();
+    reader.getRoot()->kernel.getOrCreate().name.set(newKernelName_);
+    fs::rename(kernelXml, kernelXml + ".bak");
+    HCOKernelXMLWriter(reader.getRoot()).write(getExtractedKernelRoot());
+}
+
+/// The instance that travels into the new package: the customized one when parameters were applied, else the
+/// one that the kernel had; empty for none.
+std::string Customizer::instanceFile_() const {
+    if (paramsBegin() == paramsEnd()) {
+        const std::string present = inDirectory(getExtractedKernelRoot(), layout::ipInstance);
+        return HUTFile::isFile(present) ? present : std::string();
+    }
+    const std::string instance = "design_1_" + newKernelName_ + "_0";
+    const fs::path sources = fs::path(getWorkingDirPath()) / "open_rtl_kernel.srcs" / "sources_1";
+    return (sources / "bd" / "design_1" / "ip" / instance / (instance + ".qmr")).string();
+}
+
+void Customizer::addToOutput_(const std::string& kernelXml, const std::string& instanceFile) const {
+    const bool checkVersion = HPAParamMgr::getBool("kp.enableVersionCheck", false);
+    const auto companions = [&](const char* folder) {
+        return filesIn(inDirectory(getExtractedKernelRoot(), folder));
+    };
+    const std::vector<std::string> shimSoln = companions(layout::shimSoln);
+    HKPContainerUtils::addKernelToKPContainer(
+        outputFilePath_, newKernelName_, kernelXml, getExtractedKernelIPRoot(),
+        companions(layout::cpuSources), companions(layout::pdi), companions(layout::swEmu),
+        shimSoln.empty() ? std::string() : shimSoln.front(),
+        /*designXmlPath=*/{}, instanceFile, projectOf(getObjectFilePath(), kernelName_),
+        explorer_->getHierTopIPPath(kernelName_), getExtractedDebugRoot(), getExtractedHlsRoot(), true, true,
+        false, checkVersion);
+}
+
+}  // namespace kfab::kernel
