@@ -2,6 +2,7 @@
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "containers/kp/HKPContainerUtils.h"
 #include "platform/base/Exceptions.h"
+#include "platform/params/HPAParamMgr.h"
 
 #include <memory>
 #include <string>
@@ -23,20 +24,20 @@ bool isRepoLayout(const Options& options) {
     return options.layout == "repo";
 }
 
-/// Adding in another layout would change what the manifest says of the kernels that are there.
-void requireSameLayout(const Options& options) {
+/// Without a description only a kernel that is there can be updated.
+void requireKernel(const Options& options) {
     HKPContainer present;
-    if (!HKPContainerUtils::parseKPContainerIntoObject_(options.package, present)) return;
-    const bool presentIsRepo = present.getVersionMajor() >= 3;
-    if (presentIsRepo == isRepoLayout(options)) return;
-    throw HEXAlgException("'" + options.package + "' has the layout '" + (presentIsRepo ? "repo" : "kernel") +
-                          "'; a kernel cannot be added in the layout '" + options.layout + "'");
+    HKPContainerUtils::parseKPContainerIntoObject_(options.package, present);
+    if (present.getKPKernelByName(options.name) == nullptr)
+        throw HEXAlgException("Kernel '" + options.name + "' is not in '" + options.package +
+                              "'; to add it, give its KERNEL.XML");
 }
 
 ExitStatus add(const Options& options) {
     const std::string name =
         options.name.empty() ? HCOKernelXMLReader(options.kernelXml).getKernelName() : options.name;
-    requireSameLayout(options);
+    HPAParamMgr::setBool("kp.keepLayout", true);
+    if (options.kernelXml.empty()) requireKernel(options);
     HKPContainerUtils::addKernelToKPContainer(
         options.package, name, options.kernelXml, options.ip, options.cpuSources, options.pdiFiles,
         options.swEmuFiles, options.shim, options.report, options.ipInstance, options.project, options.topIp,

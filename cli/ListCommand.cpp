@@ -2,7 +2,6 @@
 #include "cli/Output.h"
 #include "containers/kp/HKPContainer.h"
 #include "containers/kp/HKPContainerUtils.h"
-#include "platform/base/Exceptions.h"
 #include "platform/files/HUTPathUtils.h"
 
 #include <algorithm>
@@ -108,8 +107,8 @@ Run declareList(CLI::App& app) {
     app.add_flag("--json", *json, "As a JSON object");
     return [=] {
         HKPContainer container;
-        if (!HKPContainerUtils::parseKPContainerIntoObject_(*package, container))
-            throw HEXAlgException("The specified KP container does not exist: '" + *package + "'\n");
+        HKPContainerUtils::requireKPContainer_(*package);
+        HKPContainerUtils::parseKPContainerIntoObject_(*package, container);
         *json ? printJson(container) : printLines(container);
         return Done;
     };

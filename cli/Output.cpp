@@ -1,5 +1,7 @@
 #include "cli/Output.h"
 
+#include "platform/files/HUTPathUtils.h"
+
 #include <iostream>
 
 #include <nlohmann/json.hpp>
@@ -9,7 +11,7 @@ namespace cli {
 void complain(std::string_view severity, std::string_view text) {
     while (text.ends_with('\n'))
         text.remove_suffix(1);
-    std::cerr << "kp: " << severity << ": " << text << '\n';
+    std::cerr << "kp: " << severity << ": " << HUTPathUtils::shown(text) << '\n';
 }
 
 ComMsgMgr::Sink messageSink(const bool& quiet) {
@@ -20,7 +22,8 @@ ComMsgMgr::Sink messageSink(const bool& quiet) {
 }
 
 void print(const nlohmann::ordered_json& document) {
-    std::cout << document.dump(2) << '\n';
+    constexpr auto replaceInvalid = nlohmann::ordered_json::error_handler_t::replace;
+    std::cout << document.dump(2, ' ', false, replaceInvalid) << '\n';
 }
 
 }  // namespace cli

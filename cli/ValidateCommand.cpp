@@ -1,7 +1,6 @@
 #include "cli/Command.h"
 #include "cli/Output.h"
 #include "containers/kp/HKPContainerUtils.h"
-#include "platform/base/Exceptions.h"
 #include "platform/files/HUTPathUtils.h"
 
 #include <iostream>
@@ -24,12 +23,10 @@ struct Options {
 /// What speaks against building the package for the target; empty when nothing does. A package that cannot be
 /// read throws.
 std::string reasonAgainst(const Options& options, std::vector<std::string>& names) {
-    std::vector<std::string> allNames;
-    HKPContainerUtils::getKernelNamesInKPContainer(options.package, allNames);
     try {
         HKPContainerUtils::validateKPAndGetKernelNames(options.package, options.target, names);
         return {};
-    } catch (const HEXAlgException& refusal) {
+    } catch (const HKPKernelRefused& refusal) {
         std::string reason = refusal.what();
         while (reason.ends_with('\n'))
             reason.pop_back();
@@ -44,7 +41,7 @@ ExitStatus validate(const Options& options) {
         nlohmann::ordered_json answer{{"target", HKPKernel::getFlowAsStr(options.target)},
                                       {"valid", reason.empty()},
                                       {"kernels", names}};
-        if (!reason.empty()) answer["reason"] = reason;
+        if (!reason.empty()) answer["reason"] = HUTPathUtils::shown(reason);
         print(answer);
     } else if (reason.empty()) {
         for (const std::string& name : names)

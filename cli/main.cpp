@@ -4,6 +4,7 @@
 #include "cli/Output.h"
 
 #include <exception>
+#include <iostream>
 #include <map>
 #include <string>
 
@@ -38,9 +39,13 @@ private:
     std::map<std::string, CLI::App*> groups_;
 };
 
+/// Runs the subcommand; an answer that could not be written is a failure as well.
 int runGuarded(const cli::Run& run) {
     try {
-        return run();
+        const cli::ExitStatus status = run();
+        if (std::cout.flush()) return status;
+        cli::complain("error", "Failed to write the answer to standard output");
+        return cli::Failed;
     } catch (const std::exception& failure) {
         cli::complain("error", failure.what());
         return cli::Failed;

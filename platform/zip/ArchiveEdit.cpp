@@ -29,6 +29,13 @@ std::string followLinks(std::string path) {
     throw HEXAlgException(quoted(path) + " is a symbolic link that leads through too many others");
 }
 
+/// The path of an archive that is there or could be.
+std::string requireFilePath(const std::string& path) {
+    if (path.empty() || path.ends_with('/'))
+        throw HEXAlgException(quoted(path) + " cannot be the path of an archive");
+    return followLinks(path);
+}
+
 /// A folder's name without "/" at its end.
 std::string folderName(std::string folder) {
     while (folder.ends_with('/'))
@@ -50,9 +57,9 @@ void requireStorable(const std::string& name) {
 ArchiveCreatedMeanwhile::~ArchiveCreatedMeanwhile() = default;
 
 ArchiveEdit::ArchiveEdit(const std::string& path)
-    : target_(followLinks(path)), lock_(std::make_unique<ArchiveLock>(target_)) {
+    : target_(requireFilePath(path)), lock_(std::make_unique<ArchiveLock>(target_)) {
     if (!lock_->isHeld()) return;
-    snapshot_ = ArchiveSnapshot::open(path);
+    snapshot_ = ArchiveSnapshot::open(target_);
     isDeleted_.resize(snapshot_->entries().size());
 }
 
@@ -107,6 +114,7 @@ void ArchiveEdit::add(Addition addition) {
     requireStorable(addition.name);
     const std::string origin =
         addition.kind == Addition::Kind::Bytes ? "generated content" : quoted(addition.source);
+    requireNoClash(addition.name);
     const auto [first, isNew] = origins_.try_emplace(addition.name, origin);
     if (!isNew)
         throw HEXAlgException("Two files are given for " + quoted(addition.name) + " in " + quoted(target_) +
@@ -115,6 +123,25 @@ void ArchiveEdit::add(Addition addition) {
         for (const std::uint32_t position : snapshot_->positionsNamed(addition.name))
             isDeleted_[position] = true;
     additions_.push_back(std::move(addition));
+}
+
+/// A name cannot be a file and a folder at once.
+void ArchiveEdit::requireNoClash(const std::string& name) {
+    const auto isKept = [&](std::span<const std::uint32_t> positions) {
+        return std::any_of(positions.begin(), positions.end(), [&](auto at) { return !isDeleted_[at]; });
+    };
+    const auto refuse = [&](const std::string& clashing, const char* what) {
+        throw HEXAlgException(quoted(name) + " cannot be added to " + quoted(target_) + ": " +
+                              quoted(clashing) + " is a " + what + " there");
+    };
+    for (auto slash = name.find('/'); slash < name.size() - 1; slash = name.find('/', slash + 1)) {
+        const std::string folder = name.substr(0, slash);
+        if (origins_.contains(folder) || (snapshot_ && isKept(snapshot_->positionsNamed(folder))))
+            refuse(folder, "file");
+        folders_.insert(folder);
+    }
+    if (folders_.contains(name) || (snapshot_ && isKept(snapshot_->positionsInFolder(name))))
+        refuse(name, "folder");
 }
 
 void ArchiveEdit::deleteFile(const std::string& name) {
@@ -143,7 +170,7 @@ bool ArchiveEdit::changesAnything() const {
 
 void ArchiveEdit::commit() {
     if (changesAnything()) {
-        PendingFile pending(target_);
+        PendingFile pending(target_, exists() ? 0600 : 0666);
         if (exists()) {
             disk::setOwner(pending.file(), lock_->status().st_uid, lock_->status().st_gid);
             disk::setMode(pending.file(), lock_->status().st_mode & 07777);
@@ -210,5 +237,9 @@ void ArchiveEdit::putInPlace(PendingFile& pending) {
         pending.replace();
         snapshot_->forget();
     }
-    disk::syncDirectory(HUTPathUtils::parent(target_));
+    try {
+        disk::syncDirectory(HUTPathUtils::parent(target_));
+    } catch (const HEXAlgException& failure) {
+        ComMsgMgr::post("@17-2003@%s%s", {HUTPathUtils::shown(target_), failure.what()});
+    }
 }

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 class ArchiveLock;
@@ -82,6 +83,7 @@ private:
     };
 
     void add(Addition addition);
+    void requireNoClash(const std::string& name);
     bool changesAnything() const;
     void write(const disk::FileDescriptor& file);
     std::uint64_t copyKept(ArchiveWriter& writer);
@@ -95,5 +97,6 @@ private:
     std::vector<bool> isDeleted_;  ///< by position in the snapshot
     std::vector<Addition> additions_;
     std::unordered_map<std::string, std::string> origins_;  ///< of the added names, for messages
+    std::unordered_set<std::string> folders_;               ///< that added names lie in
     std::optional<ArchiveDigest::Label> seal_;
 };

@@ -146,7 +146,9 @@ private:
     }
 
     void parse(std::uint64_t count) {
-        result_.entries.reserve(count);
+        constexpr std::uint64_t trusted =
+            65536;  // a hostile count costs no more memory than its entries take
+        result_.entries.reserve(std::min(count, trusted));
         FieldReader fields(result_.bytes);
         for (std::uint64_t i = 0; i < count; ++i)
             result_.entries.push_back(parseEntry(fields));

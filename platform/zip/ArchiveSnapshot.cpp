@@ -27,13 +27,14 @@ std::int64_t count(const timespec& time) {
     return time.tv_sec * second + time.tv_nsec;
 }
 
-/// Whether a change made from now on is sure to give the file other times than it has.
+/// Whether a change made from now on is sure to give the file another change time, which unlike the
+/// modification time nobody can set.
 bool isSettled(const struct stat& status) {
-    const bool isCoarse = status.st_mtim.tv_nsec == 0 && status.st_ctim.tv_nsec == 0;
+    const bool isCoarse = status.st_ctim.tv_nsec == 0;
     const std::int64_t grain = isCoarse ? 2 * second : second / 20;
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    return count(now) - std::max(count(status.st_mtim), count(status.st_ctim)) > grain;
+    return count(now) - count(status.st_ctim) > grain;
 }
 
 bool isSame(const struct stat& a, const struct stat& b) {

@@ -5,8 +5,10 @@
 #include "platform/zip/ArchiveDigest.h"
 #include "platform/zip/ArchiveEntry.h"
 #include "platform/zip/ArchiveReader.h"
+#include "platform/zip/Buffer.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -33,6 +35,12 @@ struct KP_EXPORT ArchiveFinding {
     Code code;
     std::string member;  ///< empty where the flaw is of the archive as a whole
     std::string text;    ///< a sentence that names the member
+};
+
+/// Memory for reading one member after the other.
+struct MemberBuffers {
+    Buffer stored;
+    Buffer bytes;
 };
 
 /// An immutable view of one version of an archive: its entries in archive order, lookup, and reading members.
@@ -79,6 +87,10 @@ public:
     std::string read(std::string_view name) const;
     /// The member's bytes piece by piece, for members of any size.
     std::unique_ptr<MemberStream> stream(const ArchiveEntry& entry) const;
+    /// Passes the member's bytes on: up to 16 MiB in one piece that is checked before; larger ones in pieces,
+    /// which may prove wrong after the last of them.
+    void pass(const ArchiveEntry& entry, const LocalRecord& record, MemberBuffers& buffers,
+              const std::function<void(std::string_view piece)>& use) const;
 
     /// The entry's own header, checked against the directory: where the member's stored bytes begin.
     LocalRecord localRecord(const ArchiveEntry& entry) const;

@@ -12,11 +12,21 @@
 namespace isl::iostreams {
 namespace {
 
+/// A failure whose text is one sentence; the standard's own adds words of its own.
+class StreamFailure : public std::ios_base::failure {
+public:
+    explicit StreamFailure(const std::string& text) : std::ios_base::failure(text), text_(text) {}
+    const char* what() const noexcept override { return text_.c_str(); }
+
+private:
+    std::string text_;
+};
+
 [[noreturn]] void failNotOpen(const std::string& archive, const std::string& member,
                               const std::string& reason) {
-    throw std::ios_base::failure("'" + HUTPathUtils::shown(member) + "' of the archive '" +
-                                 HUTPathUtils::shown(archive) + "' is not open" +
-                                 (reason.empty() ? "" : ": ") + reason);
+    throw StreamFailure("'" + HUTPathUtils::shown(member) + "' of the archive '" +
+                        HUTPathUtils::shown(archive) + "' is not open" + (reason.empty() ? "" : ": ") +
+                        reason);
 }
 
 }  // namespace
@@ -72,7 +82,7 @@ std::streamsize file_source::read(char* buffer, std::streamsize size) {
         const std::size_t got = state_->stream->read(buffer, static_cast<std::size_t>(size));
         return got == 0 ? -1 : static_cast<std::streamsize>(got);
     } catch (const HEXAlgException& failure) {
-        throw std::ios_base::failure(failure.what());
+        throw StreamFailure(failure.what());
     }
 }
 

@@ -32,33 +32,31 @@ void removeIfAbandoned(const std::string& path) {
     if (file.isOpen() && S_ISREG(disk::status(file).st_mode) && disk::tryLock(file)) disk::remove(path);
 }
 
-void removeAbandoned(const std::string& directory, const std::string& prefix) {
+/// What another user left, or a directory that may not be listed, does not keep this process from working.
+void removeAbandoned(const std::string& directory, const std::string& prefix) try {
     for (const disk::DirectoryItem& item : disk::list(directory)) {
         const std::string_view name = item.name;
-        if (!name.starts_with(prefix) || !isRandomPart(name.substr(prefix.size()))) continue;
-        try {
+        if (name.starts_with(prefix) && isRandomPart(name.substr(prefix.size())))
             removeIfAbandoned(HUTPathUtils::join(directory, name));
-        } catch (const HEXAlgException&) {
-            // What another user left, for one, does not keep this one from working.
-        }
     }
+} catch (const HEXAlgException&) {
 }
 
 }  // namespace
 
-PendingFile::PendingFile(const std::string& destination) : destination_(destination) {
+PendingFile::PendingFile(const std::string& destination, mode_t mode) : destination_(destination) {
     const std::string directory = HUTPathUtils::parent(destination);
     const std::string prefix = namePrefix(destination);
     removeAbandoned(directory, prefix);
     const boost::filesystem::path model = std::string(randomPart);
     bool isCreated = false;
     while (!isCreated)
-        isCreated =
-            create(HUTPathUtils::join(directory, prefix + boost::filesystem::unique_path(model).string()));
+        isCreated = create(
+            HUTPathUtils::join(directory, prefix + boost::filesystem::unique_path(model).string()), mode);
 }
 
-bool PendingFile::create(const std::string& path) {
-    file_ = disk::createIfAbsent(path, O_RDWR, 0666);
+bool PendingFile::create(const std::string& path, mode_t mode) {
+    file_ = disk::createIfAbsent(path, O_RDWR, mode);
     if (!file_.isOpen()) return false;
     // Before it is locked, another edit may take it for abandoned.
     try {

@@ -9,7 +9,8 @@
 /// by a process that was killed, and goes when the next one for the same path is created.
 class PendingFile {
 public:
-    explicit PendingFile(const std::string& destination);
+    /// Created with these permission bits, as far as the process's mask lets it.
+    PendingFile(const std::string& destination, mode_t mode);
     ~PendingFile();
     PendingFile(const PendingFile&) = delete;
     PendingFile& operator=(const PendingFile&) = delete;
@@ -21,7 +22,7 @@ public:
     bool place();
 
 private:
-    bool create(const std::string& path);
+    bool create(const std::string& path, mode_t mode);
 
     std::string destination_;
     disk::FileDescriptor file_;

@@ -284,6 +284,11 @@ TEST_F(PackageTest, WhateverFailsChangesNothing) {
         {"name of the package's own", [&](Kernel& k) { k.name = "ip_repo"; },
          "Kernel 'ip_repo' cannot be added to KP container '" + package +
              "': the name is taken by the package itself.\n"},
+        {"name too long", [&](Kernel& k) { k.name = std::string(256, 'k'); },
+         "Kernel '" + std::string(256, 'k') + "' cannot be added to KP container '" + package +
+             "': it is longer than 255 bytes.\n"},
+        {"path that is no file's", [&](Kernel& k) { k.package += "/"; },
+         "'" + package + "/' cannot be the path of an archive"},
         {"text that XML cannot carry", [&](Kernel& k) { k.project = "a\x01"; },
          "[17-1377] Failed to write XML: 'ProjectID' holds a character that XML cannot carry: " + package},
     };
@@ -330,12 +335,8 @@ TEST_F(PackageTest, EveryFailingDiskCallOfAReplacementLeavesTheOldPackage) {
     for (int failing = 1;; ++failing) {
         calls = 0;
         std::string failedCall;
-        bool inPlace = false;
         const auto failNth = [&](std::string_view call, const std::string&) {
-            if (++calls != failing) {
-                inPlace = inPlace || (failedCall.empty() && call == "rename");
-                return 0;
-            }
+            if (++calls != failing) return 0;
             failedCall = call;
             return ENOSPC;
         };
@@ -346,9 +347,8 @@ TEST_F(PackageTest, EveryFailingDiskCallOfAReplacementLeavesTheOldPackage) {
         }
         EXPECT_EQ(filesNow(), filesBefore) << failedCall;
         if (calls < failing) break;
-        // Once the new package is in place, what fails is only told.
         const bool isOld = HUTFile::readFile(again.package) == before;
-        EXPECT_EQ(isOld, failed && !inPlace) << "call " << failing << ", " << failedCall;
+        EXPECT_EQ(isOld, failed) << "call " << failing << ", " << failedCall;
         if (!isOld) verifyClean();
         HUTFile::writeFile(again.package, before);
     }
@@ -362,25 +362,56 @@ TEST_F(PackageTest, IpWithoutVlnvTakesTheRepositoryOnlyWhileItIsAlone) {
         made.xml = directory_.file(name + "/kernel.xml", kernelXml(name, ""));
         return made;
     };
+    const auto refusal = [&](const char* kernel, const char* place, const char* other, const char* at) {
+        return std::string("The IP of kernel '") + kernel + "' cannot be placed in '" + place +
+               "' of KP container '" + (directory_ / "p.kp") + "' because the IP of kernel '" + other +
+               "' is in '" + at + "'; give each kernel a VLNV.\n";
+    };
     bare("k1").add();
     EXPECT_THAT(listed(), ElementsAre("k1|k1|ip_repo|top|p7|hw_emu hw |"));
+    EXPECT_EQ(failureOf([&] { kernel("k2").add(); }), refusal("k2", "ip_repo/v_l_k2_1_0", "k1", "ip_repo"));
     std::filesystem::remove(directory_ / "p.kp");
     kernel("k2").add();
-    EXPECT_EQ(failureOf([&] { bare("k1").add(); }),
-              "The IP of kernel 'k1' cannot be placed in 'ip_repo' of KP container '" +
-                  (directory_ / "p.kp") +
-                  "' because the IP of kernel 'k2' lies below it; give the kernel a VLNV.\n");
+    EXPECT_EQ(failureOf([&] { bare("k1").add(); }), refusal("k1", "ip_repo", "k2", "ip_repo/v_l_k2_1_0"));
 }
 
-TEST_F(PackageTest, ADirectoryOfAnotherKernelIsNotOverwritten) {
+TEST_F(PackageTest, WhatNoKernelUsesAnyMoreGoes) {
     kernel("k1").add();
-    HKPContainer container;
-    container.addKPKernel("k1", "k2", "", ".", "", {HKPKernel::SYSTEM}, false, false, false, false, false,
-                          false, false, true);
-    HKPContainerXMLWriter(container, directory_ / "p.kp").writeKPContainer(true);
-    EXPECT_EQ(failureOf([&] { kernel("k2").add(); }), "Kernel 'k2' cannot be added to KP container '" +
-                                                          (directory_ / "p.kp") +
-                                                          "' because kernel 'k1' uses its directory.\n");
+    HUTZip::compress(directory_ / "p.kp", {file("stale.cpp")}, "k2/cpu_sources");
+    kernel("k2").add();
+    Kernel renewed = kernel("k1");
+    renewed.xml = directory_.file("k1/kernel.xml", kernelXml("k1", "v:l:k1:2.0"));
+    renewed.replace = renewed.update = true;
+    renewed.add();
+    EXPECT_THAT(members(),
+                ElementsAre("k2/kernel.xml", "ip_repo/v_l_k2_1_0/component.xml",
+                            "ip_repo/v_l_k2_1_0/hdl/top.v", "k1/kernel.xml",
+                            "ip_repo/v_l_k1_2_0/component.xml", "ip_repo/v_l_k1_2_0/hdl/top.v", "kp.xml"));
+}
+
+TEST_F(PackageTest, TheFilesOfAnotherKernelAreNotTouched) {
+    kernel("k1").add();
+    kernel("k3").add();
+    const std::string package = directory_ / "p.kp";
+    const auto pretend = [&](const std::string& directory) {
+        HKPContainer container;
+        HKPContainerUtils::parseKPContainerIntoObject_(package, container);
+        container.getKPKernelByName("k1")->setDirectory(directory);
+        HKPContainerXMLWriter(container, package).writeKPContainer(true);
+    };
+    const auto refusal = [&](const std::string& name, const std::string& other) {
+        return "Kernel '" + name + "' cannot be added to KP container '" + package + "' because kernel '" +
+               other + "' uses its directory.\n";
+    };
+    pretend("K2");
+    EXPECT_EQ(failureOf([&] { kernel("k2").add(); }), refusal("k2", "k1"));
+    pretend("k3");
+    Kernel again = kernel("k1");
+    again.replace = again.update = true;
+    EXPECT_EQ(failureOf([&] { again.add(); }), refusal("k1", "k3"));
+    pretend("..");
+    EXPECT_EQ(failureOf([&] { again.add(); }), "The directory '..' of kernel 'k1' in '" + package +
+                                                   "' cannot be changed: it is not one path component\n");
 }
 
 TEST_F(PackageTest, ValidatesForATarget) {

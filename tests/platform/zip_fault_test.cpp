@@ -115,7 +115,7 @@ TEST_F(ZipFault, ASourceThatChangesWhileItIsPackedIsNamed) {
     const std::string source = at("tree/a");
     const std::string large = write("large", std::string((std::size_t{64} << 20) + 1, 'l'));
     const std::function<void(const std::string&)> changes[] = {
-        [](const std::string& path) { HUTFile::writeFile(path, "short"); },
+        [](const std::string& path) { std::ofstream(path) << "short"; },
         [](const std::string& path) { fs::resize_file(path, fs::file_size(path) + 1); },
         [](const std::string& path) { fs::resize_file(path, 0); },
     };

@@ -11,8 +11,11 @@
 #include "platform/files/HUTFileUtils.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/messages/ComMsgMgr.h"
+#include "platform/params/HPAParamMgr.h"
 #include "platform/params/HUTEnv.h"
 #include "platform/zip/ArchiveEdit.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -42,6 +45,18 @@ std::string inFolder(const std::string& folder, const std::string& name) {
     return folder + HUTFile::getDirSeparator() + name;
 }
 
+std::string withoutSlash(std::string directory) {
+    while (directory.ends_with('/'))
+        directory.pop_back();
+    return directory;
+}
+
+/// Whether a directory is another one or lies below it, without regard to case.
+bool isSameOrBelow(const std::string& directory, const std::string& above) {
+    return HSTStringUtils::equalsIgnoreCase(directory, above) ||
+           HSTStringUtils::startsWithIgnoreCase(directory, inFolder(above, ""));
+}
+
 void requireFile(const std::string& file, const char* kind) {
     if (!HUTFile::isFile(file))
         throw HEXAlgException("Specified " + std::string(kind) + " is not a file: '" + file + "'");
@@ -68,7 +83,9 @@ private:
     void clearIpDestination(const std::string& destination);
 
     std::vector<HKPKernel::SupportedFlowType> flows(bool hasIp) const;
-    void requireFreeFolder() const;
+    void requireOwnFolder(const std::string& folder) const;
+    void requireSameLayout() const;
+    void deleteReplaced(const HKPKernel& replaced);
 
     const Request& request_;
     ArchiveEdit& edit_;
@@ -91,8 +108,9 @@ void Addition::stage() {
             throw HEXAlgException("The directory '" + folder_ + "' of kernel '" + found->getName() +
                                   "' in '" + request_.package + "' cannot be changed: " + reason + "\n");
     }
+    if (found != nullptr) requireOwnFolder(folder_);
     const bool onlyUpdate = found != nullptr && !request_.replace;
-    if (found != nullptr && !onlyUpdate) edit_.deleteFolder(folder_);
+    if (found != nullptr && !onlyUpdate) deleteReplaced(*found);
     const HKPKernel* entry = onlyUpdate ? stageUpdate() : stageWhole();
     if (entry->isEmpty())
         throw HEXAlgException("Failed to add kernel '" + request_.kernelName +
@@ -106,6 +124,7 @@ void Addition::openPackage() {
     HKPContainerUtils::parseKPContainerIntoObject_(request_.package, container_);
     HKPContainerUtils::checkKPIntegrity_(request_.package, container_.getVersionMajor(),
                                          container_.getVersionMinor());
+    requireSameLayout();
     if (request_.checkVersion)
         HKPContainerUtils::checkKPVersion_(request_.package, container_.getSoftwareVersionMajor(),
                                            container_.getSoftwareVersionMinor());
@@ -131,7 +150,8 @@ HKPKernel* Addition::stageWhole() {
                               "' to KP container because the kernel name '" + nameInFile +
                               "' defined in kernel.xml does not match.\n");
     folder_ = request_.kernelName;
-    requireFreeFolder();
+    requireOwnFolder(folder_);
+    edit_.deleteFolder(folder_);  // what no manifest lists must not become the kernel's
     stageKernelXml(description);
     if (request_.ipRepoLayout && !request_.ipInstanceFile.empty() && HUTFile::exists(request_.ipInstanceFile))
         edit_.addFile(inFolder(folder_, layout::ipInstance), request_.ipInstanceFile);
@@ -160,16 +180,44 @@ HKPKernel* Addition::stageWhole() {
                                   !request_.swEmuFiles.empty(), true);
 }
 
-/// Another kernel may have this kernel's name as its directory: its files must not be overwritten.
-void Addition::requireFreeFolder() const {
-    const HKPKernel* replaced = container_.getKPKernelByName(request_.kernelName);
+/// Another kernel's files may lie in a folder too, by its directory or, for its description, by its name:
+/// they must not be touched.
+void Addition::requireOwnFolder(const std::string& folder) const {
+    const HKPKernel* own = container_.getKPKernelByName(request_.kernelName);
     const auto [first, last] = container_.getKPKernelRange();
     for (auto entry = first; entry != last; ++entry) {
-        if (entry->get() != replaced && HSTStringUtils::equalsIgnoreCase((*entry)->getDirectory(), folder_))
+        const HKPKernel& other = **entry;
+        const bool usesFolder = HSTStringUtils::equalsIgnoreCase(other.getDirectory(), folder) ||
+                                HSTStringUtils::equalsIgnoreCase(other.getName(), folder);
+        if (&other != own && usesFolder)
             throw HEXAlgException("Kernel '" + request_.kernelName + "' cannot be added to KP container '" +
-                                  request_.package + "' because kernel '" + (*entry)->getName() +
+                                  request_.package + "' because kernel '" + other.getName() +
                                   "' uses its directory.\n");
     }
+}
+
+/// Another layout's number in the manifest would change where the IP of all other kernels is looked for.
+void Addition::requireSameLayout() const {
+    const auto [first, last] = container_.getKPKernelRange();
+    const bool isRepo = container_.getVersionMajor() >= 3;
+    if (first == last || isRepo == request_.ipRepoLayout || !HPAParamMgr::getBool("kp.keepLayout", false))
+        return;
+    const auto layoutName = [](bool repo) { return std::string(repo ? "repo" : "kernel"); };
+    throw HEXAlgException("'" + request_.package + "' has the layout '" + layoutName(isRepo) +
+                          "'; a kernel cannot be added in the layout '" + layoutName(!isRepo) + "'");
+}
+
+/// The folder of a kernel that is replaced, and its place in the repository if no other kernel uses that.
+void Addition::deleteReplaced(const HKPKernel& replaced) {
+    edit_.deleteFolder(folder_);
+    const std::string ipDir = withoutSlash(replaced.getIpDir());
+    if (!ipDir.starts_with(inFolder(layout::ipRepo, ""))) return;
+    const auto [first, last] = container_.getKPKernelRange();
+    const bool isShared = std::any_of(first, last, [&](const auto& entry) {
+        return entry.get() != &replaced && (isSameOrBelow(entry->getIpDir(), ipDir) ||
+                                            isSameOrBelow(ipDir, withoutSlash(entry->getIpDir())));
+    });
+    if (!isShared) edit_.deleteFolder(ipDir);
 }
 
 void Addition::stageKernelXml(HCOKernelXMLReader& description) {
@@ -229,17 +277,17 @@ void Addition::clearIpDestination(const std::string& destination) {
     const HKPKernel* replaced = container_.getKPKernelByName(request_.kernelName);
     bool recorded = false;
     for (auto entry = first; entry != last; ++entry) {
-        const std::string ipDir = (*entry)->getIpDir();
+        const std::string ipDir = withoutSlash((*entry)->getIpDir());
         if (HSTStringUtils::equalsIgnoreCase(ipDir, destination)) {
             recorded = true;
             edit_.deleteFolder(ipDir);
             (*entry)->setIpDir(destination);
-        } else if (HSTStringUtils::startsWithIgnoreCase(ipDir, inFolder(destination, ""))) {
-            if (entry->get() == replaced) continue;
+        } else if (!ipDir.empty() && entry->get() != replaced &&
+                   (isSameOrBelow(ipDir, destination) || isSameOrBelow(destination, ipDir))) {
             throw HEXAlgException("The IP of kernel '" + request_.kernelName + "' cannot be placed in '" +
                                   destination + "' of KP container '" + request_.package +
-                                  "' because the IP of kernel '" + (*entry)->getName() +
-                                  "' lies below it; give the kernel a VLNV.\n");
+                                  "' because the IP of kernel '" + (*entry)->getName() + "' is in '" + ipDir +
+                                  "'; give each kernel a VLNV.\n");
         }
     }
     if (recorded) ComMsgMgr::post("@17-1525@");

@@ -12,12 +12,6 @@
 
 namespace {
 
-void readExistingPackage(const std::string& path, HKPContainer& container) {
-    if (!HUTFile::isFile(path))
-        throw HEXAlgException("The specified KP container does not exist: '" + path + "'\n");
-    HKPContainerXMLReader(path, container).parseKPContainer();
-}
-
 bool digestHolds(const std::string& path, std::uint32_t major, std::uint32_t minor) {
     if (major == 1 && minor >= 1) return HUTZip::checkIntegrity(path) == 0;
     if (major >= 2) return HUTZip::checkIntegrityEn(path) == 0;
@@ -35,25 +29,32 @@ std::string joinFlows(const HKPKernel& kernel) {
 void requireFlow(const HKPKernel& kernel, HKPKernel::SupportedFlowType flow, const std::string& path) {
     const std::string& name = kernel.getName();
     if (kernel.isEmpty())
-        throw HEXAlgException(
+        throw HKPKernelRefused(
             "The kernel '" + name + "' in '" + path +
             "' is empty. Both the ip directory and the cpu sources directory cannot be empty for "
             "the kernel\n");
     if (kernel.isSupportedFlow(flow)) return;
     if (flow == HKPKernel::CPU_EMU && kernel.isRtlKernel())
-        throw HEXAlgException("The RTL kernel '" + name + "' in '" + path +
-                              "' is not supported for CPU emulation target\n");
-    throw HEXAlgException("The kernel '" + name + "' in '" + path +
-                          "' is not valid for the specified target '" + HKPKernel::getFlowAsStr(flow) +
-                          "'. The valid target: " + joinFlows(kernel) + "\n");
+        throw HKPKernelRefused("The RTL kernel '" + name + "' in '" + path +
+                               "' is not supported for CPU emulation target\n");
+    throw HKPKernelRefused("The kernel '" + name + "' in '" + path +
+                           "' is not valid for the specified target '" + HKPKernel::getFlowAsStr(flow) +
+                           "'. The valid target: " + joinFlows(kernel) + "\n");
 }
 
 }  // namespace
+
+HKPKernelRefused::~HKPKernelRefused() = default;
 
 bool HKPContainerUtils::parseKPContainerIntoObject_(const std::string& path, HKPContainer& container) {
     if (!HUTFile::exists(path)) return false;
     HKPContainerXMLReader(path, container).parseKPContainer();
     return true;
+}
+
+void HKPContainerUtils::requireKPContainer_(const std::string& path) {
+    if (!HUTFile::isFile(path))
+        throw HEXAlgException("The specified KP container does not exist: '" + path + "'\n");
 }
 
 std::uint32_t HKPContainerUtils::getKPContainerMajorVersion(const std::string& path) {
@@ -67,7 +68,8 @@ std::uint32_t HKPContainerUtils::getKPContainerMajorVersion(const std::string& p
 void HKPContainerUtils::getKernelNamesInKPContainer(const std::string& path,
                                                     std::vector<std::string>& names) {
     HKPContainer container;
-    readExistingPackage(path, container);
+    requireKPContainer_(path);
+    HKPContainerXMLReader(path, container).parseKPContainer();
     const auto [first, last] = container.getKPKernelRange();
     for (auto kernel = first; kernel != last; ++kernel)
         names.push_back((*kernel)->getName());
@@ -77,7 +79,8 @@ void HKPContainerUtils::validateKPAndGetKernelNames(const std::string& path,
                                                     HKPKernel::SupportedFlowType flow,
                                                     std::vector<std::string>& names) {
     HKPContainer container;
-    readExistingPackage(path, container);
+    requireKPContainer_(path);
+    HKPContainerXMLReader(path, container).parseKPContainer();
     const auto [first, last] = container.getKPKernelRange();
     for (auto entry = first; entry != last; ++entry) {
         const HKPKernel& kernel = **entry;
