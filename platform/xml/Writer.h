@@ -14,8 +14,8 @@ namespace lmx60 {
 /// something required, or holds a character that XML cannot carry; the text names the element.
 KP_EXPORT std::string format(const void* record, const Table& table, std::string_view element);
 
-/// Creates the file or replaces its content; a write that fails half-way leaves it incomplete. The error's
-/// kind is None when all was written.
+/// Creates the file or replaces it by the bytes, as a whole or not at all. The error's kind is None when that
+/// was done.
 [[nodiscard]] KP_EXPORT Error replaceFile(const std::string& path, const std::string& bytes);
 
 template <class R>

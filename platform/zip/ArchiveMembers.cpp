@@ -29,12 +29,10 @@ void requireChecksum(const ArchiveSnapshot& archive, const ArchiveEntry& entry, 
     if (crc != entry.crc) refuse(archive, entry, "its checksum differs");
 }
 
-std::string readStored(const ArchiveSnapshot& archive, const ArchiveEntry& entry) {
-    std::string stored(entry.storedSize, '\0');
-    const LocalRecord record = archive.localRecord(entry);
-    if (disk::readAt(archive.file(), record.data, stored.data(), stored.size()) != stored.size())
+void readStored(const ArchiveSnapshot& archive, const ArchiveEntry& entry, const LocalRecord& record,
+                char* stored) {
+    if (disk::readAt(archive.file(), record.data, stored, entry.storedSize) != entry.storedSize)
         refuse(archive, entry, "the archive became shorter");
-    return stored;
 }
 
 libdeflate_decompressor* decompressor() {
@@ -44,16 +42,28 @@ libdeflate_decompressor* decompressor() {
     return instance.get();
 }
 
-std::string inflateWhole(const ArchiveSnapshot& archive, const ArchiveEntry& entry,
-                         const std::string& stored) {
-    std::string bytes(entry.size, '\0');
+void inflateWhole(const ArchiveSnapshot& archive, const ArchiveEntry& entry, const char* stored,
+                  char* bytes) {
     std::size_t used = 0;
     const libdeflate_result result = libdeflate_deflate_decompress_ex(
-        decompressor(), stored.data(), stored.size(), bytes.data(), bytes.size(), &used, nullptr);
+        decompressor(), stored, entry.storedSize, bytes, entry.size, &used, nullptr);
     if (result == LIBDEFLATE_BAD_DATA) refuse(archive, entry, "its data are damaged");
-    if (result != LIBDEFLATE_SUCCESS || used != stored.size())
+    if (result != LIBDEFLATE_SUCCESS || used != entry.storedSize)
         refuse(archive, entry, "its data do not have the size that the directory states");
-    return bytes;
+}
+
+/// Fills `bytes` with the whole member, checked. `storedRoom` gives room for its stored bytes if need be.
+template <class StoredRoom>
+void readWhole(const ArchiveSnapshot& archive, const ArchiveEntry& entry, const LocalRecord& record,
+               char* bytes, StoredRoom storedRoom) {
+    if (entry.method == ArchiveEntry::Stored) {
+        readStored(archive, entry, record, bytes);
+    } else {
+        char* stored = storedRoom();
+        readStored(archive, entry, record, stored);
+        inflateWhole(archive, entry, stored, bytes);
+    }
+    requireChecksum(archive, entry, libdeflate_crc32(0, bytes, entry.size));
 }
 
 class WholeMember : public MemberStream {
@@ -96,10 +106,9 @@ private:
 /// A member too large to hold.
 class LargeMember : public MemberStream {
 public:
-    LargeMember(std::shared_ptr<const ArchiveSnapshot> archive, const ArchiveEntry& entry)
-        : archive_(std::move(archive)),
-          entry_(entry),
-          stored_(archive_->file(), archive_->localRecord(entry)) {
+    LargeMember(std::shared_ptr<const ArchiveSnapshot> archive, const ArchiveEntry& entry,
+                const LocalRecord& record)
+        : archive_(std::move(archive)), entry_(entry), stored_(archive_->file(), record) {
         constexpr int rawDeflate = -15;
         if (inflateInit2(&inflater_, rawDeflate) != Z_OK) throw std::bad_alloc();
     }
@@ -222,9 +231,10 @@ std::string ArchiveSnapshot::read(const ArchiveEntry& entry) const {
     requireReadable(entry);
     if (entry.size > maximumWhole || entry.storedSize > maximumWhole)
         refuse(*this, entry, "it is too large to be held in memory");
-    std::string bytes = readStored(*this, entry);
-    if (entry.method == ArchiveEntry::Deflated) bytes = inflateWhole(*this, entry, bytes);
-    requireChecksum(*this, entry, libdeflate_crc32(0, bytes.data(), bytes.size()));
+    std::string bytes(entry.size, '\0');
+    Buffer stored;
+    readWhole(*this, entry, localRecord(entry), bytes.data(),
+              [&] { return stored.ofSize(entry.storedSize); });
     return bytes;
 }
 
@@ -240,5 +250,20 @@ std::unique_ptr<MemberStream> ArchiveSnapshot::stream(const ArchiveEntry& entry)
     requireReadable(entry);
     if (entry.size <= maximumAtOnce && entry.storedSize <= maximumAtOnce)
         return std::make_unique<WholeMember>(read(entry));
-    return std::make_unique<LargeMember>(shared_from_this(), entry);
+    return std::make_unique<LargeMember>(shared_from_this(), entry, localRecord(entry));
+}
+
+void ArchiveSnapshot::pass(const ArchiveEntry& entry, const LocalRecord& record, MemberBuffers& buffers,
+                           const std::function<void(std::string_view piece)>& use) const {
+    requireReadable(entry);
+    if (entry.size <= maximumAtOnce && entry.storedSize <= maximumAtOnce) {
+        char* bytes = buffers.bytes.ofSize(entry.size);
+        readWhole(*this, entry, record, bytes, [&] { return buffers.stored.ofSize(entry.storedSize); });
+        return use({bytes, entry.size});
+    }
+    constexpr std::size_t pieceSize = std::size_t{1} << 18;
+    char* piece = buffers.bytes.ofSize(pieceSize);
+    LargeMember member(shared_from_this(), entry, record);
+    while (const std::size_t got = member.read(piece, pieceSize))
+        use({piece, got});
 }

@@ -36,3 +36,17 @@ std::uint32_t entryTime(std::time_t modified) {
     const int time = parts.tm_hour << 11 | parts.tm_min << 5 | parts.tm_sec / 2;
     return static_cast<std::uint32_t>(date) << 16 | static_cast<std::uint32_t>(time);
 }
+
+std::time_t modifiedTime(std::uint32_t dosTime) {
+    const auto bits = [&](int position, unsigned count) {
+        return static_cast<int>(dosTime >> position & ((1U << count) - 1));
+    };
+    std::tm parts{};
+    parts.tm_year = bits(25, 7) + 80;
+    parts.tm_mon = bits(21, 4) - 1;
+    parts.tm_mday = bits(16, 5);
+    parts.tm_hour = bits(11, 5);
+    parts.tm_min = bits(5, 6);
+    parts.tm_sec = 2 * bits(0, 5);
+    return timegm(&parts);
+}

@@ -7,3 +7,6 @@
 /// set, in UTC and between 1980 and 2107, as date (upper half) and time of the zip format. Throws
 /// HEXAlgException when SOURCE_DATE_EPOCH is no number of seconds.
 std::uint32_t entryTime(std::time_t modified);
+
+/// The time in UTC that an entry's date and time tell.
+std::time_t modifiedTime(std::uint32_t dosTime);

@@ -3,6 +3,7 @@
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/zip/ArchiveEdit.h"
+#include "platform/zip/ArchiveExtraction.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
 #include <algorithm>
@@ -62,6 +63,15 @@ void HUTZip::compress(const std::string& archive, const std::vector<std::string>
 void HUTZip::compressDir(const std::string& archive, const std::string& directory,
                          const std::string& folder) {
     ArchiveEdit::run(archive, [&](ArchiveEdit& edit) { edit.addTree(folder, directory); });
+}
+
+void HUTZip::uncompressDir(const std::string& archive, const std::string& folder,
+                           const std::string& directory, int option) {
+    if (option != 1)
+        throw HEXAlgException("There is no option " + std::to_string(option) + " of extracting an archive");
+    ExtractionPlan plan(ArchiveSnapshot::open(archive));
+    plan.addFolder(folder);
+    extractArchive(plan, directory);
 }
 
 bool HUTZip::containsFile(const std::string& archive, const std::string& name) {

@@ -16,6 +16,11 @@ public:
     /// Adds all that lies below a directory; creates the archive where missing.
     static void compressDir(const std::string& archive, const std::string& directory,
                             const std::string& folder);
+    /// Extracts a folder, the empty one being all of the archive, under the names it has there to a directory
+    /// (see extractArchive). An archive that lacks the folder gives nothing. The only `option` is 1: files
+    /// that are there are replaced.
+    static void uncompressDir(const std::string& archive, const std::string& folder,
+                              const std::string& directory, int option = 1);
     static bool containsFile(const std::string& archive, const std::string& name);
     /// Names that the archive lacks are passed over.
     static void deleteFilesFromZip(const std::string& archive, const std::vector<std::string>& names);

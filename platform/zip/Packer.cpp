@@ -100,15 +100,6 @@ Packer::Packer(ArchiveWriter& writer)
 
 Packer::~Packer() = default;
 
-char* Packer::Buffer::ofSize(std::size_t size) {
-    if (size > capacity) {
-        memory.reset();
-        capacity = std::max(size, std::min<std::size_t>(2 * capacity, maximumAtOnce + 1));
-        memory = std::make_unique_for_overwrite<char[]>(capacity);
-    }
-    return memory.get();
-}
-
 void Packer::addBytes(std::string_view name, std::string_view bytes) {
     addWhole(entryOf(name, generatedMode, std::time(nullptr)), bytes);
 }
@@ -142,7 +133,7 @@ void Packer::addWhole(ArchiveEntry entry, std::string_view bytes) {
     const std::size_t deflatedSize = libdeflate_deflate_compress(compressor_.get(), bytes.data(),
                                                                  bytes.size(), output_.ofSize(room), room);
     const std::string_view content =
-        deflatedSize == 0 ? bytes : std::string_view(output_.memory.get(), deflatedSize);
+        deflatedSize == 0 ? bytes : std::string_view(output_.data(), deflatedSize);
     entry.method = deflatedSize == 0 ? ArchiveEntry::Stored : ArchiveEntry::Deflated;
     entry.size = bytes.size();
     entry.storedSize = content.size();

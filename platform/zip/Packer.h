@@ -3,6 +3,7 @@
 #include "platform/files/Disk.h"
 #include "platform/zip/ArchiveEntry.h"
 #include "platform/zip/ArchiveWriter.h"
+#include "platform/zip/Buffer.h"
 
 #include <memory>
 #include <string>
@@ -25,14 +26,6 @@ public:
     void addDirectory(std::string_view name, const std::string& path);
 
 private:
-    /// Memory that is kept for the next file and not cleared.
-    struct Buffer {
-        char* ofSize(std::size_t size);
-
-        std::unique_ptr<char[]> memory;
-        std::size_t capacity = 0;
-    };
-
     void addWhole(ArchiveEntry entry, std::string_view bytes);
     void addLarge(ArchiveEntry entry, const disk::FileDescriptor& file);
     /// Puts the file's bytes by the entry's method and fills in the checksum and the stored size.

@@ -1,11 +1,23 @@
 #pragma once
 
+#include "containers/explorer/ArchiveExplorer.h"
+#include "containers/explorer/ExplorerIface.h"
 #include "containers/kp/HKPContainer.h"
+#include "platform/base/Exceptions.h"
 #include "platform/base/Export.h"
 
 #include <cstdint>
+#include <iosfwd>
+#include <memory>
 #include <string>
 #include <vector>
+
+/// A kernel of a readable package cannot be built for a flow.
+class KP_EXPORT HKPKernelRefused : public HEXAlgException {
+public:
+    using HEXAlgException::HEXAlgException;
+    ~HKPKernelRefused() override;
+};
 
 /// The operations on package files. Each opens the package anew and keeps nothing of it. What fails throws
 /// HEXAlgException with a complete sentence, or what the manifest reader throws (see HKPContainerXMLReader);
@@ -15,14 +27,17 @@ public:
     /// Reads the manifest; false, and nothing done, when there is no file.
     static bool parseKPContainerIntoObject_(const std::string& path, HKPContainer& container);
 
+    /// Throws when the path is not that of a file.
+    static void requireKPContainer_(const std::string& path);
+
     /// The major number of the package's format. Runs the integrity check.
     static std::uint32_t getKPContainerMajorVersion(const std::string& path);
 
     /// Appends the names of all kernels, in the package's order.
     static void getKernelNamesInKPContainer(const std::string& path, std::vector<std::string>& names);
 
-    /// As getKernelNamesInKPContainer, but throws at the first kernel that cannot be built for the flow; the
-    /// names of those before it are appended then.
+    /// As getKernelNamesInKPContainer, but throws HKPKernelRefused at the first kernel that cannot be built
+    /// for the flow; the names of those before it are appended then.
     static void validateKPAndGetKernelNames(const std::string& path, HKPKernel::SupportedFlowType flow,
                                             std::vector<std::string>& names);
 
@@ -73,4 +88,57 @@ public:
         const std::string& shimSolnFile, const std::string& designXmlPath, const std::string& ipInstanceFile,
         const std::string& projectID, const std::string& topIpDir, const std::string& debugDir,
         const std::string& hlsDir, bool ipRepoLayout, bool replace, bool update, bool checkVersion);
+
+    // Extracting, to a directory that is created where missing. Names from inside the package are checked
+    // before the first file is written, and the files appear there only once all are complete: what fails or
+    // is killed leaves none that is cut short, and can be repeated. Files that are there are replaced.
+
+    /// Extracts one kernel, found by its name in any case of letters, with the IP repository and the IP
+    /// caches from format 3 on. Returns a FileExplorer that has the kernel under the name in the manifest.
+    static std::shared_ptr<kfab::kernel::ExplorerIface> extractKernelFromKPContainer(
+        const std::string& path, const std::string& kernelName, const std::string& destination,
+        bool checkVersion);
+
+    /// As extractKernelFromKPContainer, for all kernels.
+    static std::shared_ptr<kfab::kernel::ExplorerIface> extractAllKernelsFromKPContainer(
+        const std::string& path, const std::string& destination, bool checkVersion);
+
+    /// As extractKernelFromKPContainer with the version check; false, and what() appended to `errors`, when
+    /// that throws an exception of the standard family.
+    static bool extractKernelFromKP(const std::string& path, const std::string& kernelName,
+                                    const std::string& destination, std::vector<std::string>& errors);
+
+    /// Extracts the IP repository alone. Returns its directory below the destination, which exists even when
+    /// the package has no IP.
+    static std::string extractIpRepoFromKPContainer(const std::string& path, const std::string& destination);
+
+    /// Appends the lines of a member, without their line feeds. When the member is missing or damaged: false,
+    /// no line, and one text appended to `errors`.
+    static bool readFileInKP(const std::string& path, const std::string& file,
+                             std::vector<std::string>& lines, std::vector<std::string>& errors);
+
+    /// Packs IP caches: every directory, `directory` included, that itself holds a ".qmr" file becomes the
+    /// cache of its own name. A cache that the manifest lists is left alone; of two of one name the first is
+    /// taken and the other posted. The manifest becomes one of format 6.0, and the package is sealed. Throws
+    /// what the manifest reader throws.
+    static void appendIPCacheDir(const std::string& path, const std::string& directory);
+
+    /// An explorer of the package that has the definitions of all its kernels.
+    static std::shared_ptr<kfab::kernel::ArchiveExplorer> getInfo(const std::string& packagePath);
+
+    // What the package holds, in the order in which the explorer of getInfo gives the definitions: for every
+    // kernel its definition, the files that it brings, its arguments and its ports. As lines "key: value"
+    // below headers, or as a JSON document whose values are all texts, and whose empty lists are empty texts.
+    //
+    // These throw what getInfo throws, and HEXAlgException when writing fails or, for JSON, before anything
+    // is written, when the name of a file is not UTF-8.
+    static void getInfoAsStreamTxt(const std::string& packagePath, std::ostream& out);
+    static void getInfoAsStreamJson(const std::string& packagePath, std::ostream& out);
+
+    // The same reports, appended to `out` as one text. On failure false: `out` is empty then, and what() of
+    // the exception is appended to `errors`.
+    static bool getInfoAsTxt(const std::string& packagePath, std::vector<std::string>& out,
+                             std::vector<std::string>& errors);
+    static bool getInfoAsJson(const std::string& packagePath, std::vector<std::string>& out,
+                              std::vector<std::string>& errors);
 };

@@ -1,7 +1,6 @@
 #include "containers/kp/HKPContainerXMLReader.h"
 
 #include "containers/design/Documents.h"
-#include "containers/kernel/HCOContainerKernelXMLReader.h"
 #include "platform/base/HI18N.h"
 #include "platform/base/HSTStringUtils.h"
 #include "platform/zip/ArchiveSnapshot.h"
@@ -12,16 +11,14 @@
 
 namespace {
 
-bool isYes(const KPContainer::Text& flag) {
-    return HSTStringUtils::equalsIgnoreCase(HI18N::convert(flag.get()), "yes");
-}
+using KPContainer::isYes;
 
 /// The value of an optional number; 0 where the manifest has none, whatever a new record holds.
 std::uint32_t presentOrZero(const KPContainer::Number& number) {
     return number.isPresent() ? number.get() : 0;
 }
 
-std::string readManifest(const std::string& path) {
+std::string manifestOf(const std::string& path) {
     ArchiveSnapshot::open(path);  // tells what is wrong with an archive that the source could only not open
     std::string document;
     boost::iostreams::copy(isl::iostreams::device::file_source(path, "kp.xml"),
@@ -32,29 +29,37 @@ std::string readManifest(const std::string& path) {
 }  // namespace
 
 void HKPContainerXMLReader::parseKPContainer() {
+    parseKPContainer([](const std::string&, HCOContainerKernelXMLReader&) {});
+}
+
+KPContainer::Root HKPContainerXMLReader::readManifest(const std::string& path) {
     const auto postUnknown = [&](const lmx60::Error& unknown) {
-        ComMsgMgr::post("@17-1314@%s%s%d", {unknown.text, path_, std::to_string(unknown.line)});
+        ComMsgMgr::post("@17-1314@%s%s%d", {unknown.text, path, std::to_string(unknown.line)});
     };
-    KPContainer::Root root;
     try {
-        root = lmx60::parse<KPContainer::Root>(readManifest(path_), postUnknown);
+        return lmx60::parse<KPContainer::Root>(manifestOf(path), postUnknown);
     } catch (const lmx60::ReadError& error) {
-        documents::raiseUnreadable(error, path_);
+        documents::raiseUnreadable(error, path);
     }
+}
+
+void HKPContainerXMLReader::parseKPContainer(const OnDescription& onDescription) {
+    const KPContainer::Root root = readManifest(path_);
     container_.setVersionMajor(root.VersionMajor.get());
     container_.setVersionMinor(root.VersionMinor.get());
     container_.setSoftwareVersionMajor(presentOrZero(root.SoftwareVersionMajor));
     container_.setSoftwareVersionMinor(presentOrZero(root.SoftwareVersionMinor));
-    parseRoot_(root);
+    parseRoot_(root, onDescription);
     container_.setIsIpCacheDir(isYes(root.IpCache));
 }
 
-void HKPContainerXMLReader::parseRoot_(const KPContainer::Root& root) {
-    parseKPKernels_(root.Kernels);
+void HKPContainerXMLReader::parseRoot_(const KPContainer::Root& root, const OnDescription& onDescription) {
+    parseKPKernels_(root.Kernels, onDescription);
     if (root.IpCaches) parseKPIpCaches_(*root.IpCaches);
 }
 
-void HKPContainerXMLReader::parseKPKernels_(const KPContainer::Kernels& kernels) {
+void HKPContainerXMLReader::parseKPKernels_(const KPContainer::Kernels& kernels,
+                                            const OnDescription& onDescription) {
     for (const KPContainer::Kernel& kernel : kernels.Kernel) {
         const std::string name = HI18N::convert(kernel.Name.get());
         std::vector<HKPKernel::SupportedFlowType> flows;
@@ -66,6 +71,7 @@ void HKPContainerXMLReader::parseKPKernels_(const KPContainer::Kernels& kernels)
                                flows, isYes(kernel.Debug), isYes(kernel.Hls), isYes(kernel.Pdi),
                                isYes(kernel.ShimSoln), description.getDebug(), isRtlKernel,
                                isYes(kernel.SwEmu), true);
+        onDescription(name, description);
     }
 }
 

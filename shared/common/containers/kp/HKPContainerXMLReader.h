@@ -1,9 +1,11 @@
 #pragma once
 
+#include "containers/kernel/HCOContainerKernelXMLReader.h"
 #include "containers/kp/HKPContainer.h"
 #include "containers/kp/ManifestRecords.h"
 #include "platform/base/Export.h"
 
+#include <functional>
 #include <string>
 
 /// Reads the manifest of a package into a container.
@@ -22,9 +24,18 @@ public:
     /// one of them is not valid.
     void parseKPContainer();
 
+    using OnDescription =
+        std::function<void(const std::string& kernelName, HCOContainerKernelXMLReader& description)>;
+    /// Also hands over each kernel's description, which is read in any case, in the manifest's order.
+    void parseKPContainer(const OnDescription& onDescription);
+
+    /// The manifest alone, as its document has it. Throws what parseKPContainer throws, but looks at no
+    /// description.
+    static KPContainer::Root readManifest(const std::string& path);
+
 private:
-    void parseRoot_(const KPContainer::Root& root);
-    void parseKPKernels_(const KPContainer::Kernels& kernels);
+    void parseRoot_(const KPContainer::Root& root, const OnDescription& onDescription);
+    void parseKPKernels_(const KPContainer::Kernels& kernels, const OnDescription& onDescription);
     std::vector<HKPKernel::SupportedFlowType> parseSupportedFlows_(const KPContainer::SupportedFlows& flows);
     void parseKPIpCaches_(const KPContainer::IpCaches& caches);
 

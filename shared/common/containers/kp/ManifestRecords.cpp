@@ -1,5 +1,8 @@
 #include "containers/kp/ManifestRecords.h"
 
+#include "platform/base/HI18N.h"
+#include "platform/base/HSTStringUtils.h"
+
 #include <algorithm>
 #include <array>
 
@@ -22,6 +25,10 @@ void lmx60::LeafText<KPContainer::SupportedFlow>::append(const KPContainer::Supp
 }
 
 namespace KPContainer {
+
+bool isYes(const Text& flag) {
+    return HSTStringUtils::equalsIgnoreCase(HI18N::convert(flag.get()), "yes");
+}
 
 using lmx60::attribute;
 using lmx60::child;

@@ -13,6 +13,9 @@ namespace KPContainer {
 using Text = lmx60::Value<std::wstring>;
 using Number = lmx60::Value<std::uint32_t>;
 
+/// Whether a flag is set: "yes" in any case of letters.
+bool isYes(const Text& flag);
+
 /// A flow by its number in the schema, one higher than in HKPKernel::SupportedFlowType; 0 for an unknown
 /// token.
 struct SupportedFlow {

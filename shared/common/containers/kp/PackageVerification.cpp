@@ -1,6 +1,7 @@
 #include "containers/kp/PackageVerification.h"
 
 #include "containers/kp/HKPContainerXMLReader.h"
+#include "containers/kp/ManifestCheck.h"
 #include "containers/kp/PackageLayout.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
@@ -43,9 +44,9 @@ std::string withoutLineEnd(std::string text) {
 }
 
 /// Format 1.1 has a digest of its own; formats before it have none.
-Digest digestOf(const std::string& path, const HKPContainer& container) {
-    const std::uint32_t major = container.getVersionMajor();
-    if (major < 1 || (major == 1 && container.getVersionMinor() < 1)) return Digest::Missing;
+Digest digestOf(const std::string& path, const KPContainer::Root& manifest) {
+    const std::uint32_t major = manifest.VersionMajor.get();
+    if (major < 1 || (major == 1 && manifest.VersionMinor.get() < 1)) return Digest::Missing;
     const int result = major == 1 ? HUTZip::checkIntegrity(path) : HUTZip::checkIntegrityEn(path);
     return static_cast<Digest>(result);
 }
@@ -70,13 +71,14 @@ PackageVerification PackageVerification::of(const std::string& path) {
     for (const ArchiveFinding& flaw : archive->check())
         verification.findings.push_back({codeText(flaw.code), flaw.member, flaw.text});
 
-    HKPContainer container;
+    KPContainer::Root manifest;  // until it is read, one of the version that is written today
     try {
-        HKPContainerXMLReader(path, container).parseKPContainer();
+        manifest = HKPContainerXMLReader::readManifest(path);
+        for (PackageFinding& finding : checkManifest(manifest, *archive))
+            verification.findings.push_back(std::move(finding));
     } catch (const std::exception& unreadable) {
         verification.findings.push_back({"manifest", layout::manifest, withoutLineEnd(unreadable.what())});
-        container.setVersionMajor(2);  // what seals today's packages
     }
-    verification.digest = digestOf(path, container);
+    verification.digest = digestOf(path, manifest);
     return verification;
 }

@@ -23,7 +23,8 @@ struct KP_EXPORT PackageVerification {
     /// "valid", "missing", "mismatch" or "unreadable".
     static std::string digestText(Digest digest);
 
-    /// Verifies the digest, the structure of the archive, every member's data, and that the manifest can be
-    /// read. Throws HEXFileNotFoundException when there is no file; all else is a finding.
+    /// Verifies the digest, the structure of the archive, every member's data, the manifest, and that the
+    /// package holds what the manifest states, no more and no less. Throws HEXFileNotFoundException when
+    /// there is no file; all else is a finding.
     static PackageVerification of(const std::string& path);
 };

@@ -1,0 +1,138 @@
+#include "platform/zip/ArchiveExtraction.h"
+
+#include "platform/files/HUTFile.h"
+#include "platform/files/HUTPathUtils.h"
+#include "platform/zip/EntryTime.h"
+#include "platform/zip/StagingDirectory.h"
+
+#include <fcntl.h>
+
+namespace {
+
+using disk::FileDescriptor;
+
+constexpr mode_t permissionBits = 0777;
+constexpr mode_t ownerBits = 0700;
+constexpr mode_t usualFileBits = 0644;
+constexpr mode_t usualDirectoryBits = 0755;
+
+/// The way down a plan and, beside it, down a directory of the disk.
+struct Place {
+    const PlannedDirectory& planned;
+    const FileDescriptor& directory;
+    std::string prefix;  ///< of names in the archive: empty, or ends in "/"
+};
+
+class Extraction {
+public:
+    Extraction(const ExtractionPlan& plan, const std::string& destination)
+        : plan_(plan), destination_(disk::open(destination, O_RDONLY | O_DIRECTORY)) {}
+
+    void run() {
+        requireRoom({plan_.top(), destination_, ""});
+        const StagingDirectory staging(destination_.path());
+        creatableBits_ = staging.creatableBits();
+        make({plan_.top(), staging.top(), ""});
+        place(plan_.top(), staging.top(), destination_);
+    }
+
+private:
+    void requireRoom(const Place& place) const;
+    void requireRoomForDirectory(const PlannedDirectory& planned, const std::string& name,
+                                 const Place& place) const;
+    [[noreturn]] void refuse(const Place& place, const std::string& name, const char* obstacle) const;
+
+    void make(const Place& place);
+    void makeFile(const ArchiveEntry& entry, const std::string& name, const Place& place);
+    void makeDirectory(const PlannedDirectory& planned, const std::string& name, const Place& place);
+    void restoreMode(const FileDescriptor& file, mode_t wanted) const;
+    void place(const PlannedDirectory& planned, const FileDescriptor& from, const FileDescriptor& to);
+
+    const ExtractionPlan& plan_;
+    FileDescriptor destination_;
+    mode_t creatableBits_ = 0;
+    MemberBuffers buffers_;
+};
+
+/// Refuses what the destination already has in the way, before anything is written.
+void Extraction::requireRoom(const Place& place) const {
+    if (!disk::isWritable(place.directory))
+        plan_.refuse(place.prefix, "'" + HUTPathUtils::shown(place.directory.path()) + "' is not writable");
+    for (const auto& [name, entry] : place.planned.files) {
+        struct stat present {};
+        if (disk::statusIfThere(place.directory, name, present) && S_ISDIR(present.st_mode))
+            refuse(place, name, "a directory");
+    }
+    for (const auto& [name, below] : place.planned.directories)
+        requireRoomForDirectory(*below, name, place);
+}
+
+void Extraction::requireRoomForDirectory(const PlannedDirectory& planned, const std::string& name,
+                                         const Place& place) const {
+    struct stat present {};
+    if (!disk::statusIfThere(place.directory, name, present)) return;
+    if (S_ISLNK(present.st_mode)) refuse(place, name, "a symbolic link");
+    if (!S_ISDIR(present.st_mode)) refuse(place, name, "not a directory");
+    requireRoom({planned, disk::openDirectory(place.directory, name), place.prefix + name + "/"});
+}
+
+void Extraction::refuse(const Place& place, const std::string& name, const char* obstacle) const {
+    plan_.refuse(place.prefix + name, "'" + HUTPathUtils::shown(place.directory.path() + "/" + name) +
+                                          "' is in the way: it is " + obstacle);
+}
+
+void Extraction::make(const Place& place) {
+    for (const auto& [name, entry] : place.planned.files)
+        makeFile(*entry, name, place);
+    for (const auto& [name, below] : place.planned.directories)
+        makeDirectory(*below, name, place);
+}
+
+void Extraction::makeFile(const ArchiveEntry& entry, const std::string& name, const Place& place) {
+    const bool hasMode = entry.mode() != 0;
+    const mode_t mode = hasMode ? entry.mode() & permissionBits : usualFileBits;
+    const FileDescriptor file = disk::createIfAbsent(place.directory, name, mode);
+    // All that lies here was made from this plan, in which every name is there once.
+    if (!file.isOpen()) plan_.refuse(entry.name, "its name meets another entry's on this file system");
+    std::uint64_t written = 0;
+    plan_.archive().pass(entry, plan_.recordOf(entry), buffers_, [&](std::string_view piece) {
+        disk::writeAt(file, written, piece);
+        written += piece.size();
+    });
+    if (hasMode) restoreMode(file, mode);
+    disk::setModified(file, modifiedTime(entry.dosTime));
+}
+
+void Extraction::makeDirectory(const PlannedDirectory& planned, const std::string& name, const Place& place) {
+    const bool hasMode = planned.entry != nullptr && planned.entry->mode() != 0;
+    const mode_t mode = hasMode ? (planned.entry->mode() & permissionBits) | ownerBits : usualDirectoryBits;
+    const std::string path = place.prefix + name;
+    if (!disk::makeDirectory(place.directory, name, mode))
+        plan_.refuse(path, "its name meets another entry's on this file system");
+    const FileDescriptor made = disk::openDirectory(place.directory, name);
+    make({planned, made, path + "/"});
+    if (hasMode) restoreMode(made, mode);
+    if (planned.entry != nullptr) disk::setModified(made, modifiedTime(planned.entry->dosTime));
+}
+
+void Extraction::restoreMode(const FileDescriptor& file, mode_t wanted) const {
+    if ((wanted & ~creatableBits_) != 0) disk::setMode(file, wanted);
+}
+
+/// Moves what is complete to the destination.
+void Extraction::place(const PlannedDirectory& planned, const FileDescriptor& from,
+                       const FileDescriptor& to) {
+    for (const auto& [name, entry] : planned.files)
+        disk::moveFile(from, name, to);
+    for (const auto& [name, below] : planned.directories)
+        if (!disk::moveDirectory(from, name, to))
+            place(*below, disk::openDirectory(from, name), disk::openDirectory(to, name));
+}
+
+}  // namespace
+
+void extractArchive(const ExtractionPlan& plan, const std::string& destination) {
+    if (plan.top().isEmpty()) return;
+    HUTFile::ensureWritableDir(destination);
+    Extraction(plan, destination).run();
+}

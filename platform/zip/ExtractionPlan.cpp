@@ -1,0 +1,141 @@
+#include "platform/zip/ExtractionPlan.h"
+
+#include "platform/base/Exceptions.h"
+#include "platform/files/HUTPathUtils.h"
+
+#include <algorithm>
+
+#include <climits>
+#include <sys/stat.h>
+
+namespace {
+
+/// Data of up to this size, together and of one member, may inflate as far as they like; larger ones to no
+/// more than this many times their stored size.
+constexpr std::uint64_t harmlessSize = std::uint64_t{1} << 30;
+constexpr std::uint64_t maximumExpansion = 1000;
+
+bool isBomb(std::uint64_t size, std::uint64_t storedSize) {
+    return size > harmlessSize && size / maximumExpansion > storedSize;
+}
+
+/// The components of a path that tell something.
+std::vector<std::string_view> componentsOf(std::string_view path) {
+    std::vector<std::string_view> components;
+    while (!path.empty()) {
+        const std::string_view component = path.substr(0, path.find('/'));
+        if (!component.empty() && component != ".") components.push_back(component);
+        path.remove_prefix(std::min(component.size() + 1, path.size()));
+    }
+    return components;
+}
+
+std::string_view unsafePathReason(std::string_view name) {
+    return name.size() < PATH_MAX ? unsafeNameReason(name) : "its name is longer than a path can be";
+}
+
+}  // namespace
+
+ExtractionPlan::ExtractionPlan(std::shared_ptr<const ArchiveSnapshot> archive)
+    : archive_(std::move(archive)) {
+    for (const ArchiveEntry& entry : archive_->entries())
+        offsets_.push_back(entry.offset);
+    std::sort(offsets_.begin(), offsets_.end());
+}
+
+void ExtractionPlan::refuse(std::string_view name, const std::string& reason) const {
+    throw HEXAlgException("Failed to extract '" + HUTPathUtils::shown(name) + "' of the archive '" +
+                          HUTPathUtils::shown(archive_->path()) + "': " + reason);
+}
+
+void ExtractionPlan::addFolder(std::string_view folder) {
+    while (folder.ends_with('/'))
+        folder.remove_suffix(1);
+    if (folder.empty()) {
+        for (const ArchiveEntry& entry : archive_->entries())
+            add(entry);
+    } else {
+        for (const std::uint32_t position : archive_->positionsInFolder(folder))
+            add(archive_->entries()[position]);
+    }
+}
+
+void ExtractionPlan::addDirectory(std::string_view name) {
+    requireDirectoryName(name);
+    enter(name, componentsOf(name));
+}
+
+std::string_view ExtractionPlan::unfitForDirectory(std::string_view name) {
+    const std::string_view reason = unsafePathReason(name);
+    return reason.empty() && componentsOf(name).empty() ? "it names no directory" : reason;
+}
+
+void ExtractionPlan::requireDirectoryName(std::string_view name) const {
+    const std::string_view reason = unfitForDirectory(name);
+    if (!reason.empty()) refuse(name, std::string(reason));
+}
+
+void ExtractionPlan::add(const ArchiveEntry& entry) {
+    const std::string_view reason = unsafePathReason(entry.name);
+    if (!reason.empty()) refuse(entry.name, std::string(reason));
+    requireKind(entry);
+    std::vector<std::string_view> components = componentsOf(entry.name);
+    if (entry.isDirectory()) {
+        PlannedDirectory& directory = enter(entry.name, components);
+        if (directory.entry != nullptr && directory.entry != &entry)
+            refuse(entry.name, "two entries have this name");
+        directory.entry = &entry;
+    } else if (components.empty()) {
+        refuse(entry.name, "it names no file");
+    } else {
+        const std::string_view name = components.back();
+        components.pop_back();
+        addFile(entry, enter(entry.name, components), name);
+    }
+}
+
+void ExtractionPlan::addFile(const ArchiveEntry& entry, PlannedDirectory& directory, std::string_view name) {
+    if (directory.directories.contains(name)) refuse(entry.name, "it is a file and a folder");
+    const auto [present, isNew] = directory.files.try_emplace(std::string(name), &entry);
+    if (isNew) return addSize(entry);
+    if (present->second != &entry) refuse(entry.name, "two entries have this name");
+}
+
+PlannedDirectory& ExtractionPlan::enter(std::string_view name,
+                                        const std::vector<std::string_view>& components) {
+    PlannedDirectory* directory = &top_;
+    for (const std::string_view component : components) {
+        if (const auto file = directory->files.find(component); file != directory->files.end())
+            refuse(name, "'" + HUTPathUtils::shown(file->second->name) + "' is a file and a folder");
+        auto below = directory->directories.find(component);
+        if (below == directory->directories.end())
+            below = directory->directories.emplace(component, std::make_unique<PlannedDirectory>()).first;
+        directory = below->second.get();
+    }
+    return *directory;
+}
+
+void ExtractionPlan::requireKind(const ArchiveEntry& entry) const {
+    const std::uint32_t type = entry.mode() & S_IFMT;
+    const std::uint32_t expected = entry.isDirectory() ? S_IFDIR : S_IFREG;
+    if (type == S_IFLNK) refuse(entry.name, "it is a symbolic link");
+    if (type != 0 && type != expected)
+        refuse(entry.name,
+               std::string("its type is not that of a ") + (entry.isDirectory() ? "directory" : "file"));
+    if (entry.isDirectory() && entry.size > 0) refuse(entry.name, "it is a directory with data");
+}
+
+void ExtractionPlan::addSize(const ArchiveEntry& entry) {
+    size_ += entry.size;
+    storedSize_ += entry.storedSize;
+    if (size_ < entry.size || isBomb(entry.size, entry.storedSize) || isBomb(size_, storedSize_))
+        refuse(entry.name, "the data inflate to more than 1 GiB and 1000 times their stored size");
+}
+
+LocalRecord ExtractionPlan::recordOf(const ArchiveEntry& entry) const {
+    const LocalRecord record = archive_->localRecord(entry);
+    const auto [same, next] = std::equal_range(offsets_.begin(), offsets_.end(), record.begin);
+    if (next - same > 1 || (next != offsets_.end() && *next < record.end))
+        refuse(entry.name, "it overlaps another entry");
+    return record;
+}

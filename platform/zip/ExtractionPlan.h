@@ -1,0 +1,60 @@
+#pragma once
+
+#include "platform/zip/ArchiveSnapshot.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// What is to lie below a directory of the disk. Names are single path components, so nothing in here can
+/// lead out of that directory.
+struct PlannedDirectory {
+    const ArchiveEntry* entry = nullptr;  ///< none for a directory that other names imply
+    std::map<std::string, const ArchiveEntry*, std::less<>> files;
+    std::map<std::string, std::unique_ptr<PlannedDirectory>, std::less<>> directories;
+
+    bool isEmpty() const { return files.empty() && directories.empty(); }
+};
+
+/// Folders of an archive as the tree of directories and files that they are to become. What an archive must
+/// not ask for is refused as it is added: names that lead elsewhere, links and special files, two entries for
+/// one place, and data far larger than the archive. Failures are HEXAlgException; nothing here looks at the
+/// disk.
+class KP_EXPORT ExtractionPlan {
+public:
+    explicit ExtractionPlan(std::shared_ptr<const ArchiveSnapshot> archive);
+
+    /// A folder with all that lies below it, under the names that they have in the archive. The empty folder
+    /// is all of the archive; one that the archive lacks adds nothing. What is there already is not added
+    /// twice.
+    void addFolder(std::string_view folder);
+    /// A directory that is to be there whatever the archive holds.
+    void addDirectory(std::string_view name);
+    /// Throws when the name cannot be that of a directory below the destination.
+    void requireDirectoryName(std::string_view name) const;
+    /// Why it cannot (such as "it contains '..'"); empty when it can.
+    static std::string_view unfitForDirectory(std::string_view name);
+
+    const PlannedDirectory& top() const { return top_; }
+    const ArchiveSnapshot& archive() const { return *archive_; }
+
+    /// Where the entry's bytes lie. Throws when some of them belong to another entry as well.
+    LocalRecord recordOf(const ArchiveEntry& entry) const;
+    [[noreturn]] void refuse(std::string_view name, const std::string& reason) const;
+
+private:
+    void add(const ArchiveEntry& entry);
+    void addFile(const ArchiveEntry& entry, PlannedDirectory& directory, std::string_view name);
+    PlannedDirectory& enter(std::string_view name, const std::vector<std::string_view>& components);
+    void requireKind(const ArchiveEntry& entry) const;
+    void addSize(const ArchiveEntry& entry);
+
+    std::shared_ptr<const ArchiveSnapshot> archive_;
+    std::vector<std::uint64_t> offsets_;  ///< of all entries of the archive, ascending
+    PlannedDirectory top_;
+    std::uint64_t size_ = 0;
+    std::uint64_t storedSize_ = 0;
+};

@@ -1,0 +1,185 @@
+// Extracting kernels from packages, and reading a member.
+
+#include "containers/explorer/FileExplorer.h"
+#include "containers/kp/HKPContainerUtils.h"
+#include "containers/kp/PackageLayout.h"
+#include "platform/base/Exceptions.h"
+#include "platform/files/HUTFile.h"
+#include "platform/files/HUTPathUtils.h"
+#include "platform/zip/ArchiveExtraction.h"
+#include "platform/zip/Iostreams.h"
+
+#include <iterator>
+
+#include <boost/iostreams/stream.hpp>
+
+namespace {
+
+using kfab::kernel::ExplorerIface;
+using kfab::kernel::FileExplorer;
+using Container = std::shared_ptr<HKPContainer>;
+
+Container openForExtraction(const std::string& path, bool checkVersion) {
+    auto container = std::make_shared<HKPContainer>();
+    if (!HKPContainerUtils::parseKPContainerIntoObject_(path, *container))
+        throw HEXAlgException("Failed to parse KP container '" + path + "'\n");
+    HKPContainerUtils::checkKPIntegrity_(path, container->getVersionMajor(), container->getVersionMinor());
+    if (checkVersion)
+        HKPContainerUtils::checkKPVersion_(path, container->getSoftwareVersionMajor(),
+                                           container->getSoftwareVersionMinor());
+    return container;
+}
+
+bool hasRepository(const HKPContainer& container) {
+    return container.getVersionMajor() >= 3;
+}
+
+/// One extraction. All is planned, and so checked, before the first file is written.
+class Extraction {
+public:
+    Extraction(const std::string& path, const std::string& destination)
+        : destination_(destination), plan_(ArchiveSnapshot::open(path)) {}
+
+    std::string below(std::string_view name) const { return HUTPathUtils::join(destination_, name); }
+
+    /// The texts of a manifest are as good as whoever wrote it: each one that becomes a path is checked.
+    void planKernel(const HKPKernel& kernel) {
+        plan_.requireDirectoryName(kernel.getName());
+        planFolder(kernel.getDirectory());
+    }
+    void planDirectory(const std::string& name) { plan_.addDirectory(name); }
+    void planFolder(const std::string& folder) {
+        plan_.addDirectory(folder);
+        plan_.addFolder(folder);
+    }
+    /// The caches that are not there yet.
+    void planIpCaches(const HKPContainer& container) {
+        const auto [first, last] = container.getIpCachesRange();
+        for (auto cache = first; cache != last; ++cache) {
+            plan_.requireDirectoryName(*cache);
+            const std::string folder = HUTPathUtils::join(layout::ipCache, *cache);
+            if (HUTFile::isDir(below(folder))) continue;
+            plan_.addDirectory(layout::ipCache);
+            plan_.addFolder(folder);
+        }
+    }
+    void run() const { extractArchive(plan_, destination_); }
+
+    /// Makes an extracted kernel known to the explorer, with the directories that it has.
+    void enter(const HKPKernel& kernel, FileExplorer& explorer) const {
+        static constexpr struct {
+            const char* folder;
+            bool (FileExplorer::*add)(const std::string& kernelName, const std::string& directory);
+        } parts[] = {{layout::cpuSources, &FileExplorer::addCpuSourcesDir},
+                     {layout::swEmu, &FileExplorer::addSwEmuFilesDir},
+                     {layout::debug, &FileExplorer::addDebugDir},
+                     {layout::hls, &FileExplorer::addHlsDir},
+                     {layout::pdi, &FileExplorer::addPdiFilesDir},
+                     {layout::shimSoln, &FileExplorer::addShimSolnFileDir}};
+        const std::string root = below(kernel.getDirectory());
+        explorer.addKernelRootDir(kernel.getName(), root);
+        for (const auto& [folder, add] : parts) {
+            const std::string directory = HUTPathUtils::join(root, folder);
+            if (HUTFile::isDir(directory)) (explorer.*add)(kernel.getName(), directory);
+        }
+    }
+
+private:
+    std::string destination_;
+    ExtractionPlan plan_;
+};
+
+std::vector<std::string> linesOf(const std::string& path, const std::string& file) {
+    boost::iostreams::stream<isl::iostreams::device::file_source> stream(path, file);
+    stream.exceptions(std::ios_base::badbit);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+}  // namespace
+
+std::shared_ptr<ExplorerIface> HKPContainerUtils::extractKernelFromKPContainer(const std::string& path,
+                                                                               const std::string& kernelName,
+                                                                               const std::string& destination,
+                                                                               bool checkVersion) {
+    const Container container = openForExtraction(path, checkVersion);
+    const HKPKernel* kernel = container->getKPKernelByName(kernelName);
+    if (kernel == nullptr)
+        throw HEXAlgException("Kernel '" + kernelName + "' was not found inside KP container '" + path +
+                              "'\n");
+    const bool isRepository = hasRepository(*container);
+    Extraction extraction(path, destination);
+    extraction.planKernel(*kernel);
+    if (isRepository) {
+        extraction.planFolder(layout::ipRepo);
+        extraction.planIpCaches(*container);
+    }
+    extraction.run();
+
+    auto explorer = std::make_shared<FileExplorer>(destination, container, isRepository);
+    extraction.enter(*kernel, *explorer);
+    const std::string& name = kernel->getName();
+    explorer->addIPDefinitionDir(
+        name, extraction.below(isRepository ? layout::ipRepo : HUTPathUtils::join(name, layout::kernelIp)));
+    if (isRepository) explorer->addIPCacheDir(name, extraction.below(layout::ipCache));
+    return explorer;
+}
+
+std::shared_ptr<ExplorerIface> HKPContainerUtils::extractAllKernelsFromKPContainer(
+    const std::string& path, const std::string& destination, bool checkVersion) {
+    const Container container = openForExtraction(path, checkVersion);
+    const bool isRepository = hasRepository(*container);
+    const bool hasIpCaches = isRepository && container->getIsIpCacheDir();
+    const auto [first, last] = container->getKPKernelRange();
+    Extraction extraction(path, destination);
+    if (isRepository) extraction.planFolder(layout::ipRepo);
+    if (hasIpCaches) extraction.planIpCaches(*container);
+    for (auto kernel = first; kernel != last; ++kernel) {
+        extraction.planKernel(**kernel);
+        extraction.planDirectory((*kernel)->getName());
+    }
+    extraction.run();
+
+    auto explorer = std::make_shared<FileExplorer>(destination, container, hasIpCaches);
+    for (auto kernel = first; kernel != last; ++kernel) {
+        const std::string& name = (*kernel)->getName();
+        extraction.enter(**kernel, *explorer);
+        if (isRepository) explorer->addIPDefinitionDir(name, extraction.below(layout::ipRepo));
+        if (hasIpCaches) explorer->addIPCacheDir(name, extraction.below(layout::ipCache));
+    }
+    return explorer;
+}
+
+bool HKPContainerUtils::extractKernelFromKP(const std::string& path, const std::string& kernelName,
+                                            const std::string& destination,
+                                            std::vector<std::string>& errors) {
+    try {
+        extractKernelFromKPContainer(path, kernelName, destination, true);
+        return true;
+    } catch (const std::exception& failure) {
+        errors.emplace_back(failure.what());
+        return false;
+    }
+}
+
+std::string HKPContainerUtils::extractIpRepoFromKPContainer(const std::string& path,
+                                                            const std::string& destination) {
+    Extraction extraction(path, destination);
+    extraction.planFolder(layout::ipRepo);
+    extraction.run();
+    return extraction.below(layout::ipRepo);
+}
+
+bool HKPContainerUtils::readFileInKP(const std::string& path, const std::string& file,
+                                     std::vector<std::string>& lines, std::vector<std::string>& errors) {
+    try {
+        std::vector<std::string> read = linesOf(path, file);
+        std::move(read.begin(), read.end(), std::back_inserter(lines));
+        return true;
+    } catch (const std::ios_base::failure&) {
+        errors.push_back("Failed to read file " + file + " from " + path);
+        return false;
+    }
+}

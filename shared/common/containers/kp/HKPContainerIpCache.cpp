@@ -1,0 +1,80 @@
+// Packing IP caches.
+
+#include "containers/kp/HKPContainerUtils.h"
+#include "containers/kp/HKPContainerXMLReader.h"
+#include "containers/kp/HKPContainerXMLWriter.h"
+#include "containers/kp/PackageLayout.h"
+#include "platform/base/Exceptions.h"
+#include "platform/base/HSTStringUtils.h"
+#include "platform/files/DirectoryTree.h"
+#include "platform/files/HUTFile.h"
+#include "platform/files/HUTPathUtils.h"
+#include "platform/messages/ComMsgMgr.h"
+#include "platform/zip/ArchiveEdit.h"
+
+#include <set>
+
+#include <boost/filesystem/path.hpp>
+
+namespace {
+
+bool isIpInstance(const TreeItem& item) {
+    const std::string extension = boost::filesystem::path(item.name).extension().string();
+    return !item.isDirectory && HSTStringUtils::equalsIgnoreCase(extension, ".qmr");
+}
+
+std::vector<TreeItem> itemsBelow(const std::string& directory) {
+    try {
+        return DirectoryTree::walk(directory);
+    } catch (const HEXAlgException& unreadable) {
+        throw HEXAlgException(std::string("filesystem::recursive_directory_iterator directory error: ") +
+                              unreadable.what());
+    }
+}
+
+/// The directories that hold an IP instance of their own, ascending.
+std::set<std::string> ipCachesBelow(const std::string& directory) {
+    std::set<std::string> caches;
+    for (const TreeItem& item : itemsBelow(directory))
+        if (isIpInstance(item)) caches.insert(HUTPathUtils::parent(HUTPathUtils::join(directory, item.name)));
+    return caches;
+}
+
+/// The name that a directory has, also where the path ends in "." or "..".
+std::string ownName(const std::string& directory) {
+    const std::string_view last = HUTPathUtils::lastComponent(directory);
+    if (last != "." && last != "..") return std::string(last);
+    return std::string(HUTPathUtils::lastComponent(HUTFile::getCanonicalName(directory)));
+}
+
+void stageIpCaches(const std::string& directory, HKPContainer& container, ArchiveEdit& edit) {
+    std::set<std::string> added;
+    for (const std::string& cache : ipCachesBelow(directory)) {
+        const std::string name = ownName(cache);
+        if (added.contains(name)) {
+            ComMsgMgr::post("@17-2002@%s%s", {HUTPathUtils::shown(cache), HUTPathUtils::shown(name)});
+        } else if (container.addIpCacheIfUnique(name)) {
+            added.insert(name);
+            const std::string folder = HUTPathUtils::join(layout::ipCache, name);
+            edit.deleteFolder(folder);  // what nothing records would mix with the cache
+            edit.addTree(folder, cache);
+        }
+    }
+}
+
+}  // namespace
+
+void HKPContainerUtils::appendIPCacheDir(const std::string& path, const std::string& directory) {
+    if (!HUTFile::isDir(directory))
+        throw HEXAlgException("The specified IP Cache directory '" + directory + "' is not a directory.");
+    const std::string missing = "The specified KP file '" + path + "' does not exist.";
+    if (!HUTFile::exists(path)) throw HEXAlgException(missing);
+    ArchiveEdit edit(path);
+    if (!edit.exists()) throw HEXAlgException(missing);
+    HKPContainer container;
+    HKPContainerXMLReader(path, container).parseKPContainer();
+    stageIpCaches(directory, container, edit);
+    HKPContainerXMLWriter(container, path).writeKPContainer(true, edit);
+    edit.seal();
+    edit.commit();
+}

@@ -1,0 +1,129 @@
+#include "containers/kp/ManifestCheck.h"
+
+#include "containers/kernel/HCOContainerKernelXMLReader.h"
+#include "containers/kp/PackageLayout.h"
+#include "platform/base/HI18N.h"
+#include "platform/files/HUTPathUtils.h"
+#include "platform/zip/ExtractionPlan.h"
+
+#include <utility>
+
+namespace {
+
+using KPContainer::isYes;
+
+/// A directory of a kernel whose presence the manifest states.
+struct FlaggedFolder {
+    const char* attribute;
+    KPContainer::Text KPContainer::Kernel::*flag;
+    const char* folder;
+    bool isAlwaysPacked;  ///< and not in the repository layout alone
+};
+
+constexpr FlaggedFolder flaggedFolders[] = {
+    {"Debug", &KPContainer::Kernel::Debug, layout::debug, true},
+    {"Hls", &KPContainer::Kernel::Hls, layout::hls, true},
+    {"Pdi", &KPContainer::Kernel::Pdi, layout::pdi, false},
+    {"ShimSoln", &KPContainer::Kernel::ShimSoln, layout::shimSoln, false},
+    {"SwEmu", &KPContainer::Kernel::SwEmu, layout::swEmu, true},
+};
+
+class Check {
+public:
+    Check(const KPContainer::Root& manifest, const ArchiveSnapshot& archive)
+        : manifest_(manifest), archive_(archive) {}
+
+    std::vector<PackageFinding> run() {
+        for (const KPContainer::Kernel& kernel : manifest_.Kernels.Kernel)
+            checkKernel(kernel);
+        if (manifest_.IpCaches)
+            for (const KPContainer::Cache& cache : manifest_.IpCaches->Cache)
+                checkIpCache(HI18N::convert(cache.CacheDir.get()));
+        return std::move(findings_);
+    }
+
+private:
+    void report(const char* code, const std::string& member, const std::string& text) {
+        findings_.push_back({code, member, text});
+    }
+
+    /// Whether a text of the manifest can become a path; otherwise it is reported.
+    bool isPath(const std::string& what, const std::string& text) {
+        const std::string_view reason = ExtractionPlan::unfitForDirectory(text);
+        if (!reason.empty())
+            report("unsafe-path", layout::manifest,
+                   what + " '" + text + "' cannot be a directory: " + std::string(reason));
+        return reason.empty();
+    }
+
+    /// Whether the package has the directory; otherwise it is reported.
+    bool isThere(const char* code, const std::string& what, const std::string& directory) {
+        const bool isThere = archive_.isDirectory(directory);
+        if (!isThere) report(code, directory, what + " '" + directory + "' is not in the package");
+        return isThere;
+    }
+
+    void checkKernel(const KPContainer::Kernel& kernel) {
+        const std::string name = HI18N::convert(kernel.Name.get());
+        const std::string directory = HI18N::convert(kernel.Dir.get());
+        const std::string ip = HI18N::convert(kernel.IP.get());
+        const std::string owner = "Kernel '" + name + "': its ";
+        if (isPath(owner + "directory", directory) &&
+            isThere("missing-directory", owner + "directory", directory)) {
+            checkDescription(name, directory);
+            checkFolders(kernel, owner, directory);
+        }
+        // A package is read by the names of its kernels, whatever their directories.
+        if (name != directory && isPath(owner + "name", name)) checkDescription(name, name);
+        if (!ip.empty() && isPath(owner + "IP directory", ip))
+            isThere("missing-ip", owner + "IP directory", ip);
+    }
+
+    void checkDescription(const std::string& name, const std::string& directory) {
+        const std::string member = HUTPathUtils::join(directory, layout::kernelXml);
+        if (archive_.positionsNamed(member).empty())
+            return report("missing-kernel-xml", member,
+                          "Kernel '" + name + "': its description '" + member + "' is not in the package");
+        try {
+            HCOContainerKernelXMLReader description(archive_.path(), directory);
+            const std::string described = description.getKernelDef().name;
+            if (described != name)
+                report("kernel-name", member,
+                       "Kernel '" + name + "': '" + member + "' names the kernel '" + described + "'");
+        } catch (const std::exception& unreadable) {
+            report("kernel-xml", member, unreadable.what());
+        }
+    }
+
+    void checkFolders(const KPContainer::Kernel& kernel, const std::string& owner,
+                      const std::string& directory) {
+        const bool isRepositoryLayout = manifest_.VersionMajor.get() >= 3;
+        for (const FlaggedFolder& part : flaggedFolders) {
+            const std::string folder = HUTPathUtils::join(directory, part.folder);
+            const bool isFlagged = isYes(kernel.*part.flag);
+            const bool isThere = archive_.isDirectory(folder);
+            const std::string flag = owner + "flag '" + part.attribute + "' is ";
+            if (isThere && !isFlagged)
+                report("folder-without-flag", folder,
+                       flag + "not set, but '" + folder + "' is in the package");
+            if (!isThere && isFlagged && (part.isAlwaysPacked || isRepositoryLayout))
+                report("flag-without-folder", folder,
+                       flag + "set, but '" + folder + "' is not in the package");
+        }
+    }
+
+    void checkIpCache(const std::string& name) {
+        if (isPath("The IP cache", name))
+            isThere("missing-cache", "The IP cache", HUTPathUtils::join(layout::ipCache, name));
+    }
+
+    const KPContainer::Root& manifest_;
+    const ArchiveSnapshot& archive_;
+    std::vector<PackageFinding> findings_;
+};
+
+}  // namespace
+
+std::vector<PackageFinding> checkManifest(const KPContainer::Root& manifest, const ArchiveSnapshot& archive) {
+    return Check(manifest, archive).run();
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "containers/kp/ManifestRecords.h"
+#include "containers/kp/PackageVerification.h"
+
+#include <string>
+#include <vector>
+
+class ArchiveSnapshot;
+
+/// Compares what the manifest of a package states with what the package holds, kernel by kernel.
+std::vector<PackageFinding> checkManifest(const KPContainer::Root& manifest, const ArchiveSnapshot& archive);
