@@ -9,6 +9,8 @@
 #include <exception>
 #include <utility>
 
+#include <unistd.h>
+
 namespace isl::iostreams {
 namespace {
 
@@ -100,8 +102,10 @@ struct file_sink::State {
     /// Whether the archive is one, or could be created.
     bool canOpen() const {
         if (!unsafeNameReason(member).empty() || member.ends_with('/')) return false;
+        const std::string directory = HUTPathUtils::parent(archive);
+        if (::access(directory.c_str(), W_OK | X_OK) != 0 || !HUTFile::isDir(directory)) return false;
         if (HUTFile::exists(archive)) return ArchiveSnapshot::open(archive) != nullptr;
-        return HUTFile::isDir(HUTPathUtils::parent(archive));
+        return true;
     }
 };
 

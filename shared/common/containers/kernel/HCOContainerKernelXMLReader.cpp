@@ -2,19 +2,14 @@
 
 #include "containers/design/Documents.h"
 #include "containers/kernel/KernelDefConversion.h"
+#include "containers/kernel/PackageDocument.h"
 #include "platform/base/HSTStringUtils.h"
 #include "platform/files/HUTFile.h"
-#include "platform/zip/Iostreams.h"
-
-#include <boost/iostreams/copy.hpp>
-#include <boost/iostreams/device/back_inserter.hpp>
 
 void HCOContainerKernelXMLReader::parse() {
     if (packagePath_.empty() || !HUTFile::exists(packagePath_)) throw HEXFileNotFoundException(packagePath_);
-    const std::string member = kernelName_ + HUTFile::getDirSeparator() + "kernel.xml";
-    std::string document;
-    boost::iostreams::copy(isl::iostreams::device::file_source(packagePath_, member),
-                           boost::iostreams::back_inserter(document));
+    std::string document =
+        readPackageDocument(packagePath_, kernelName_ + HUTFile::getDirSeparator() + "kernel.xml");
     try {
         root_ = std::make_unique<KernelXML::Root>(lmx60::parse<KernelXML::Root>(std::move(document)));
     } catch (const lmx60::ReadError& error) {

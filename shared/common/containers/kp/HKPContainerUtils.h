@@ -58,6 +58,10 @@ public:
     /// and a shim solution to one. It is all done, the manifest written and the package sealed, or nothing
     /// is.
     ///
+    /// Throws as well what the readers of kernel descriptions and reports throw, and std::invalid_argument
+    /// for an unusable version of the running software. A package whose kernels have the other layout is
+    /// restamped, unless the host parameter "kp.keepLayout" is set: then it is refused.
+    ///
     /// @param kpPath         the package
     /// @param kernelName     the kernel's name, equal to the one in its description; one path component
     /// @param kernelXmlPath  the kernel's description

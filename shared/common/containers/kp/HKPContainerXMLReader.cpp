@@ -1,13 +1,11 @@
 #include "containers/kp/HKPContainerXMLReader.h"
 
 #include "containers/design/Documents.h"
+#include "containers/kernel/PackageDocument.h"
+#include "containers/kp/PackageLayout.h"
 #include "platform/base/HI18N.h"
 #include "platform/base/HSTStringUtils.h"
 #include "platform/zip/ArchiveSnapshot.h"
-#include "platform/zip/Iostreams.h"
-
-#include <boost/iostreams/copy.hpp>
-#include <boost/iostreams/device/back_inserter.hpp>
 
 namespace {
 
@@ -20,10 +18,7 @@ std::uint32_t presentOrZero(const KPContainer::Number& number) {
 
 std::string manifestOf(const std::string& path) {
     ArchiveSnapshot::open(path);  // tells what is wrong with an archive that the source could only not open
-    std::string document;
-    boost::iostreams::copy(isl::iostreams::device::file_source(path, "kp.xml"),
-                           boost::iostreams::back_inserter(document));
-    return document;
+    return readPackageDocument(path, layout::manifest);
 }
 
 }  // namespace

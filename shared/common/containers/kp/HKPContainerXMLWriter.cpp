@@ -1,5 +1,6 @@
 #include "containers/kp/HKPContainerXMLWriter.h"
 
+#include "containers/kp/PackageLayout.h"
 #include "containers/kp/SoftwareVersion.h"
 #include "platform/base/HI18N.h"
 #include "platform/messages/ComMsgMgr.h"
@@ -9,8 +10,6 @@
 
 namespace {
 
-constexpr const char* member = "kp.xml";
-
 std::wstring yesOrNo(bool value) {
     return value ? L"yes" : L"no";
 }
@@ -19,16 +18,19 @@ std::wstring yesOrNo(bool value) {
 
 void HKPContainerXMLWriter::writeKPContainer(bool ipRepoLayout) const {
     const std::string document = document_(ipRepoLayout);
-    isl::iostreams::device::file_sink sink(path_, member);
+    isl::iostreams::device::file_sink sink(path_, layout::manifest);
     if (!sink.is_open()) throw HXMLException("Failed to open '" + path_ + "' for writing\n");
-    if (sink.write(document.data(), static_cast<std::streamsize>(document.size())) !=
-        static_cast<std::streamsize>(document.size()))
-        ComMsgMgr::raise("@17-1310@");
-    sink.close();
+    sink.write(document.data(), static_cast<std::streamsize>(document.size()));
+    try {
+        sink.close();
+    } catch (...) {
+        ComMsgMgr::post("@17-1310@");
+        throw;
+    }
 }
 
 void HKPContainerXMLWriter::writeKPContainer(bool ipRepoLayout, ArchiveEdit& edit) const {
-    edit.addLast(member, document_(ipRepoLayout));
+    edit.addLast(layout::manifest, document_(ipRepoLayout));
 }
 
 std::string HKPContainerXMLWriter::document_(bool ipRepoLayout) const {

@@ -18,9 +18,9 @@ public:
     /// Replaces the manifest of the package, in one edit of it. The format version becomes 6.0, or 2.0 when
     /// `ipRepoLayout` is false, whatever the container holds; the software version is the running one's.
     ///
-    /// Throws HXMLException when the package cannot be opened for writing, HEXAll when a text of the
-    /// container cannot be carried by XML, std::invalid_argument or std::out_of_range for an unusable
-    /// software version.
+    /// Throws HXMLException when the package cannot be opened for writing, HEXAlgException when it cannot be
+    /// replaced (17-1310 is posted then), HEXAll when a text of the container cannot be carried by XML,
+    /// std::invalid_argument or std::out_of_range for an unusable software version.
     void writeKPContainer(bool ipRepoLayout) const;
     /// Stages the manifest as a part of a larger edit of the package.
     void writeKPContainer(bool ipRepoLayout, ArchiveEdit& edit) const;
