@@ -1,10 +1,9 @@
 #include "cli/Command.h"
+#include "cli/Kernels.h"
 #include "cli/Output.h"
 #include "containers/explorer/ArchiveExplorer.h"
 #include "containers/explorer/KernelLayout.h"
 #include "containers/kp/HKPContainerUtils.h"
-#include "platform/base/Exceptions.h"
-#include "platform/base/HI18N.h"
 #include "platform/files/HUTPathUtils.h"
 
 #include <algorithm>
@@ -89,27 +88,6 @@ private:
 
 using Kernels = std::vector<const HKPKernel*>;
 
-/// All kernels in the package's order, or the one that is asked for.
-Kernels kernelsOf(const HKPContainer& container, const std::string& package,
-                  const std::optional<std::string>& name) {
-    Kernels kernels;
-    if (!name) {
-        const auto [first, last] = container.getKPKernelRange();
-        std::transform(first, last, std::back_inserter(kernels),
-                       [](const auto& kernel) { return kernel.get(); });
-    } else {
-        kernels.push_back(container.getKPKernelByName(*name));
-        if (kernels.front() == nullptr)
-            throw HEXAlgException("Kernel '" + *name + "' was not found inside KP container '" + package +
-                                  "'\n");
-    }
-    return kernels;
-}
-
-std::string jsonText(const std::string& text) {
-    return HI18N::isUtf8(text) ? text : HUTPathUtils::shown(text);
-}
-
 Json describe(const HKPKernel& kernel, const ArchiveExplorer& explorer) {
     Json described{{"name", kernel.getName()}};
     for (const Part& part : Parts(explorer, kernel).all()) {
@@ -162,7 +140,7 @@ Run declareFiles(CLI::App& app) {
         HKPContainerUtils::requireKPContainer_(*package);
         HKPContainerUtils::parseKPContainerIntoObject_(*package, container);
         const ArchiveExplorer explorer(*package, nullptr, container.getVersionMajor() >= 3);
-        const Kernels kernels = kernelsOf(container, *package, *kernel);
+        const Kernels kernels = chosenKernels(container, *package, *kernel);
         *json ? printJson(kernels, explorer) : printLines(kernels, explorer);
         return Done;
     };

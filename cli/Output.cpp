@@ -1,5 +1,6 @@
 #include "cli/Output.h"
 
+#include "platform/base/HI18N.h"
 #include "platform/files/HUTPathUtils.h"
 
 #include <iostream>
@@ -19,6 +20,10 @@ ComMsgMgr::Sink messageSink(const bool& quiet) {
         if (quiet && message.severity != ComMsg::Severity::Error) return;
         complain(message.severityText(), "[" + message.number() + "] " + message.text);
     };
+}
+
+std::string jsonText(const std::string& text) {
+    return HI18N::isUtf8(text) ? text : HUTPathUtils::shown(text);
 }
 
 void print(const nlohmann::ordered_json& document) {

@@ -16,6 +16,9 @@ void complain(std::string_view severity, std::string_view text);
 /// A sink for numbered messages that writes them to standard error; with `quiet`, errors alone.
 ComMsgMgr::Sink messageSink(const bool& quiet);
 
+/// The text as JSON can carry it: bytes of what is not UTF-8 escaped.
+std::string jsonText(const std::string& text);
+
 /// Writes a document to standard output, indented, with a line end.
 void print(const nlohmann::ordered_json& document);
 

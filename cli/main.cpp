@@ -2,10 +2,13 @@
 
 #include "cli/Command.h"
 #include "cli/Output.h"
+#include "cli/ProgressBar.h"
+#include "cli/Suggestion.h"
 
 #include <exception>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <string>
 
 #include <CLI/Config.hpp>
@@ -74,9 +77,14 @@ int main(int argc, char** argv) {
     } catch (const CLI::Success& help) {
         return app.exit(help);
     } catch (const CLI::ParseError& wrong) {
-        cli::complain("error", wrong.what());
+        const std::string unknown = cli::unknownSubcommand(app);
+        cli::complain("error", unknown.empty() ? wrong.what() : unknown);
         return cli::WrongUsage;
     }
-    ComMsgMgr::setSink(cli::messageSink(quiet));
+    const std::unique_ptr<cli::ProgressBar> bar = quiet ? nullptr : cli::ProgressBar::onTerminal();
+    ComMsgMgr::setSink([&bar, post = cli::messageSink(quiet)](const ComMsg& message) {
+        if (bar) bar->erase();
+        post(message);
+    });
     return runGuarded(chosen);
 }

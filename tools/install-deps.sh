@@ -7,7 +7,7 @@ build=(
     g++ cmake ninja-build pkg-config
     libboost-dev libboost-filesystem-dev libboost-iostreams-dev
     libdeflate-dev zlib1g-dev libssl-dev libexpat1-dev
-    libcli11-dev nlohmann-json3-dev tcl8.6-dev
+    libcli11-dev nlohmann-json3-dev tcl8.6-dev default-jdk-headless
 )
 # For the tests, the format check and the demo.
 tests=(

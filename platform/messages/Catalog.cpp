@@ -31,6 +31,7 @@ constexpr CatalogEntry catalog[] = {
     {"@17-2001@%s", Warning, "The link '%1' leads back to a directory above it; it is not packaged"},
     {"@17-2002@%s%s", Warning, "The IP cache '%1' is not packaged: another one is named '%2' as well"},
     {"@17-2003@%s%s", Warning, "'%1' is in place and whole, but may not outlast a power failure: %2"},
+    {"@17-2004@%s", Warning, "The directory '%1' holds no IP cache"},
     {"@17-2010@%s", Error, "%1"},
 };
 

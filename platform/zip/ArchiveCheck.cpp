@@ -1,6 +1,7 @@
 // Finding the flaws of an archive.
 
 #include "platform/base/Exceptions.h"
+#include "platform/base/HUTProgress.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/ZipFormat.h"
@@ -137,8 +138,8 @@ private:
             if (isUnreadable_[position]) return;
             try {
                 const std::unique_ptr<MemberStream> stream = archive_.stream(at(position));
-                while (stream->read(buffer.get(), bufferSize) > 0) {
-                }
+                while (const std::size_t got = stream->read(buffer.get(), bufferSize))
+                    HUTProgress::advance(got);
             } catch (const HEXAlgException& failure) {
                 reportFailure(Code::BadData, position, failure);
             }
@@ -177,5 +178,6 @@ std::uint64_t Check::descriptorSize(std::uint32_t position, std::uint64_t offset
 }  // namespace
 
 std::vector<ArchiveFinding> ArchiveSnapshot::check() const {
+    const HUTProgress progress([&] { return contentSize(); });
     return Check(*this, directory_.endRecordsOffset).run();
 }

@@ -1,6 +1,7 @@
 #include "platform/zip/ArchiveDigest.h"
 
 #include "platform/base/Exceptions.h"
+#include "platform/base/HUTProgress.h"
 
 #include <algorithm>
 
@@ -66,6 +67,7 @@ void ArchiveDigest::add(const disk::FileDescriptor& file, std::uint64_t begin, s
         if (got == 0) throw HEXAlgException("'" + file.path() + "' became shorter while it was read");
         add({buffer.get(), got});
         begin += got;
+        HUTProgress::advance(got);
     }
 }
 

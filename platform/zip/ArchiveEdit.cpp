@@ -1,5 +1,6 @@
 #include "platform/zip/ArchiveEdit.h"
 
+#include "platform/base/HUTProgress.h"
 #include "platform/files/DirectoryTree.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
@@ -183,10 +184,27 @@ void ArchiveEdit::commit() {
 }
 
 void ArchiveEdit::write(const disk::FileDescriptor& file) {
+    const HUTProgress progress([this] { return contentSize() * (seal_ ? 2 : 1); });  // packed, then hashed
     ArchiveWriter writer(file);
     const std::uint64_t keptPrefix = exists() ? copyKept(writer) : 0;
     pack(writer);
-    writeComment(writer, file, keptPrefix);
+    writeComment(writer, file, keptPrefix, progress);
+}
+
+/// The bytes to copy and those to pack. A file that is gone counts for nothing: packing it will fail.
+std::uint64_t ArchiveEdit::contentSize() const {
+    std::uint64_t size = 0;
+    for (std::size_t position = 0; position < isDeleted_.size(); ++position)
+        if (!isDeleted_[position]) size += snapshot_->entries()[position].storedSize;
+    for (const Addition& addition : additions_) {
+        struct stat status {};
+        if (addition.kind == Addition::Kind::Bytes) {
+            size += addition.source.size();
+        } else if (addition.kind == Addition::Kind::File && disk::statusIfThere(addition.source, status)) {
+            size += static_cast<std::uint64_t>(status.st_size);
+        }
+    }
+    return size;
 }
 
 std::uint64_t ArchiveEdit::copyKept(ArchiveWriter& writer) {
@@ -216,13 +234,14 @@ void ArchiveEdit::pack(ArchiveWriter& writer) {
 }
 
 void ArchiveEdit::writeComment(ArchiveWriter& writer, const disk::FileDescriptor& file,
-                               std::uint64_t keptPrefix) {
+                               std::uint64_t keptPrefix, const HUTProgress& progress) {
     const std::uint64_t end = writer.finish();
     if (!seal_) return writer.putComment(exists() ? snapshot_->comment() : std::string_view());
 
     ArchiveSnapshot::HashedPrefix hashed{0, ArchiveDigest(*seal_)};
     const auto& known = exists() ? snapshot_->hashedPrefix() : std::nullopt;
     if (known && known->digest.label() == *seal_ && known->position <= keptPrefix) hashed = *known;
+    progress.remains(end - hashed.position);
     hashed.digest.add(file, hashed.position, end);
     writer.putComment(hashed.digest.comment());
 }

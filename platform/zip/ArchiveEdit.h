@@ -15,6 +15,7 @@
 
 class ArchiveLock;
 class ArchiveWriter;
+class HUTProgress;
 class PendingFile;
 
 /// An edit began without an archive, and somebody else created one before the commit. The operation is to
@@ -86,9 +87,11 @@ private:
     void requireNoClash(const std::string& name);
     bool changesAnything() const;
     void write(const disk::FileDescriptor& file);
+    std::uint64_t contentSize() const;
     std::uint64_t copyKept(ArchiveWriter& writer);
     void pack(ArchiveWriter& writer);
-    void writeComment(ArchiveWriter& writer, const disk::FileDescriptor& file, std::uint64_t keptPrefix);
+    void writeComment(ArchiveWriter& writer, const disk::FileDescriptor& file, std::uint64_t keptPrefix,
+                      const HUTProgress& progress);
     void putInPlace(PendingFile& pending);
 
     std::string target_;  ///< the path with links followed

@@ -1,5 +1,6 @@
 #include "platform/zip/ArchiveExtraction.h"
 
+#include "platform/base/HUTProgress.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/zip/EntryTime.h"
@@ -15,6 +16,15 @@ constexpr mode_t permissionBits = 0777;
 constexpr mode_t ownerBits = 0700;
 constexpr mode_t usualFileBits = 0644;
 constexpr mode_t usualDirectoryBits = 0755;
+
+std::uint64_t sizeOf(const PlannedDirectory& planned) {
+    std::uint64_t size = 0;
+    for (const auto& [name, entry] : planned.files)
+        size += entry->size;
+    for (const auto& [name, below] : planned.directories)
+        size += sizeOf(*below);
+    return size;
+}
 
 /// The way down a plan and, beside it, down a directory of the disk.
 struct Place {
@@ -98,6 +108,7 @@ void Extraction::makeFile(const ArchiveEntry& entry, const std::string& name, co
     plan_.archive().pass(entry, plan_.recordOf(entry), buffers_, [&](std::string_view piece) {
         disk::writeAt(file, written, piece);
         written += piece.size();
+        HUTProgress::advance(piece.size());
     });
     if (hasMode) restoreMode(file, mode);
     disk::setModified(file, modifiedTime(entry.dosTime));
@@ -133,6 +144,7 @@ void Extraction::place(const PlannedDirectory& planned, const FileDescriptor& fr
 
 void extractArchive(const ExtractionPlan& plan, const std::string& destination) {
     if (plan.top().isEmpty()) return;
+    const HUTProgress progress([&] { return sizeOf(plan.top()); });
     HUTFile::ensureWritableDir(destination);
     Extraction(plan, destination).run();
 }

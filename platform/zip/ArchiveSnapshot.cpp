@@ -86,6 +86,13 @@ ArchiveSnapshot::ArchiveSnapshot(const std::string& path) {
 
 ArchiveSnapshot::~ArchiveSnapshot() = default;
 
+std::uint64_t ArchiveSnapshot::contentSize() const {
+    std::uint64_t size = 0;
+    for (const ArchiveEntry& entry : entries())
+        size += entry.size;
+    return size;
+}
+
 bool ArchiveSnapshot::isCurrent() const {
     struct stat now {};
     return disk::statusIfThere(path(), now) && isSame(version_, now);

@@ -58,6 +58,8 @@ public:
     const std::string& path() const { return file_.path(); }
     const std::vector<ArchiveEntry>& entries() const { return directory_.entries; }
     std::string_view comment() const { return directory_.comment; }
+    /// The sum of the sizes that the directory states.
+    std::uint64_t contentSize() const;
 
     /// The entry of this exact name ("x/" for a directory), or none. Throws when two have the name.
     const ArchiveEntry* find(std::string_view name) const;

@@ -1,6 +1,9 @@
 #include "platform/zip/ArchiveWriter.h"
 
+#include "platform/base/HUTProgress.h"
 #include "platform/zip/ZipFormat.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -19,9 +22,15 @@ void ArchiveWriter::put(std::string_view bytes) {
 }
 
 void ArchiveWriter::copy(const disk::FileDescriptor& from, std::uint64_t offset, std::uint64_t size) {
+    constexpr std::uint64_t stretch = std::uint64_t{32} << 20;
     flush();
-    disk::copy(from, offset, file_, flushed_, size);
-    flushed_ += size;
+    for (const std::uint64_t end = offset + size; offset < end;) {
+        const std::uint64_t step = std::min(stretch, end - offset);
+        disk::copy(from, offset, file_, flushed_, step);
+        offset += step;
+        flushed_ += step;
+        HUTProgress::advance(step);
+    }
 }
 
 void ArchiveWriter::overwrite(std::uint64_t offset, std::string_view bytes) {

@@ -1,6 +1,7 @@
 #include "platform/zip/HUTZip.h"
 
 #include "platform/base/Exceptions.h"
+#include "platform/base/HUTProgress.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/zip/ArchiveEdit.h"
 #include "platform/zip/ArchiveExtraction.h"
@@ -33,6 +34,7 @@ std::uint64_t lastEntryOffset(const ArchiveSnapshot& archive) {
 }
 
 std::string digestOf(const ArchiveSnapshot& archive, ArchiveDigest::Label label) {
+    const HUTProgress progress([&] { return archive.digestEnd(); });
     ArchiveSnapshot::HashedPrefix hashed{lastEntryOffset(archive), ArchiveDigest(label)};
     hashed.digest.add(archive.file(), 0, hashed.position);
     ArchiveDigest whole = hashed.digest;

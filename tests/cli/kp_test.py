@@ -2,7 +2,9 @@
 
 import json
 import os
+import pty
 import random
+import re
 import shutil
 import signal
 import subprocess
@@ -18,6 +20,42 @@ EXAMPLE = os.environ["KP_EXAMPLES_DIR"] + "/vadd"
 def run(*arguments, **environment):
     done = subprocess.run([KP, *arguments], capture_output=True, text=True, env={**os.environ, **environment})
     return done.returncode, done.stdout, done.stderr
+
+
+class OnTerminal:
+    """A run of kp whose standard error is a terminal of its own."""
+
+    def __init__(self, *arguments, **environment):
+        self.screen, terminal = pty.openpty()
+        self.process = subprocess.Popen([KP, *arguments], stdout=subprocess.PIPE, stderr=terminal,
+                                        env={**os.environ, "TERM": "xterm", "NO_COLOR": "", **environment})
+        os.close(terminal)
+
+    def pause(self, bytes_read):
+        """Holds kp for more than a second once it has read so much; False when it was done before that."""
+        with open(f"/proc/{self.process.pid}/io") as counters:
+            while self.process.poll() is None:
+                counters.seek(0)
+                if int(counters.readline().split()[1]) > bytes_read:
+                    self.process.send_signal(signal.SIGSTOP)
+                    time.sleep(1.1)
+                    self.process.send_signal(signal.SIGCONT)
+                    return True
+        return False
+
+    def read(self):
+        """What comes on the screen next; nothing at the end."""
+        try:
+            return os.read(self.screen, 1 << 16).decode()
+        except OSError:  # the other end is closed
+            return ""
+
+    def finish(self):
+        """The exit status, standard output, and the rest of the screen."""
+        shown = "".join(iter(self.read, ""))
+        out = self.process.communicate()[0].decode()
+        os.close(self.screen)
+        return self.process.returncode, out, shown
 
 
 class KpTest(unittest.TestCase):
@@ -80,6 +118,13 @@ class KpTest(unittest.TestCase):
         self.expect(["verify", "p.kp"], 1, "digest: mismatch\n")
         status, out, _ = run("verify", "p.kp", "--json")
         self.assertEqual((1, {"digest": "mismatch", "findings": []}), (status, json.loads(out)))
+        os.remove("p.kp")
+        self.add("p.kp", "--debug-dir", "vadd/src", "-q")
+        subprocess.run(["zip", "-qd", "p.kp", "vadd/debug/*", "ip_repo/*"], check=True, stdout=subprocess.DEVNULL)
+        ip = "ip_repo/example_kernels_vadd_1_0"
+        self.expect(["verify", "p.kp"], 1, "digest: mismatch\nflag-without-folder: Kernel 'vadd': its flag 'Debug' is "
+                    "set, but 'vadd/debug' is not in the package\nmissing-ip: Kernel 'vadd': its IP directory "
+                    f"'{ip}' is not in the package\n")
         with open("p.kp", "wb") as broken:
             broken.write(b"PK")
         text = "'p.kp' is not a readable archive: it has no end of directory record"
@@ -121,6 +166,110 @@ class KpTest(unittest.TestCase):
         self.assertNotIn("containsHlsDir", kernels["other"])
         with open("/dev/full", "w") as full:
             self.assertEqual(3, subprocess.run([KP, "info", "p.kp"], stdout=full, stderr=subprocess.DEVNULL).returncode)
+
+    def test_extract(self):
+        shutil.copytree("vadd/ip", "big/ip")
+        for number in range(300):
+            os.makedirs(f"big/ip/d{number % 7}", exist_ok=True)
+            with open(f"big/ip/d{number % 7}/f{number}.v", "wb") as source:
+                source.write(random.Random(number).randbytes(number * 20) + b"x" * number)
+        self.add("p.kp", "--cpu-source", "vadd/src/vadd.cpp", "--debug-dir", "vadd/src", "-q")
+        self.expect(["add", "p.kp", self.derive("vadd_big"), "--ip", "big/ip"], 0)
+        self.expect(["extract", "p.kp", "VADD", "-d", "out/deep"], 0, "out/deep/vadd\n")
+        for source, extracted in (("vadd/ip", "ip_repo/example_kernels_vadd_1_0"),
+                                  ("big/ip", "ip_repo/example_kernels_vadd_big_1_0"), ("vadd/src", "vadd/debug")):
+            self.assertEqual(0, subprocess.run(["diff", "-r", source, "out/deep/" + extracted]).returncode)
+        self.assertEqual(["ip_repo", "vadd"], sorted(os.listdir("out/deep")))
+
+        refusal = "kp: error: 'out/deep/vadd' exists already; --force replaces its files\n"
+        with open("out/deep/vadd/kernel.xml", "w") as changed:
+            changed.write("mine")
+        self.expect(["extract", "p.kp", "-d", "out/deep"], 3, "", refusal)
+        self.expect(["extract", "p.kp", "vadd_big", "-d", "out/deep"], 0, "out/deep/vadd_big\n")
+        with open("out/deep/vadd/kernel.xml") as kept:
+            self.assertEqual("mine", kept.read())
+        self.expect(["extract", "p.kp", "-d", "out/deep", "--force"], 0, "out/deep/vadd\nout/deep/vadd_big\n")
+        subprocess.run(["unzip", "-q", "p.kp", "-x", "kp.xml", "-d", "by_unzip"], check=True)
+        self.assertEqual(0, subprocess.run(["diff", "-r", "by_unzip", "out/deep"]).returncode)
+        status, out, err = run("extract", "p.kp", "vadd", "-d", "j", "--json")
+        self.assertEqual((0, ""), (status, err))
+        self.assertEqual({"kernels": [{"name": "vadd", "root": "j/vadd", "ipDir": "j/ip_repo"}]}, json.loads(out))
+
+        self.expect(["extract", "p.kp", "none", "-d", "n"], 3, "",
+                    "kp: error: Kernel 'none' was not found inside KP container 'p.kp'\n")
+        self.expect(["extract", "gone.kp", "-d", "n"], 3, "",
+                    "kp: error: The specified KP container does not exist: 'gone.kp'\n")
+        later = dict(KP_SOFTWARE_VERSION="2019.4")
+        with open("parameters", "w") as parameters:
+            parameters.write("kp.enableVersionCheck = true\n")
+        for arguments, environment in ((["--check-version"], later), ([], {**later, "KP_PARAM_FILE": "parameters"})):
+            status, out, err = run("extract", "p.kp", "-d", "n", *arguments, **environment)
+            self.assertEqual((3, ""), (status, out))
+            self.assertIn("was created in version 2020.1, which is later than", err)
+        self.assertFalse(os.path.exists("n"))
+        self.assertEqual(0, run("extract", "p.kp", "-d", "n", **later)[0])
+
+    def test_a_killed_extraction_leaves_whole_files_and_can_be_repeated(self):
+        for number in range(400):
+            with open(f"vadd/ip/f{number}", "wb") as source:
+                source.write(random.Random(number).randbytes(20_000))
+        self.add("p.kp")
+        begin = time.monotonic()
+        self.expect(["extract", "p.kp", "-d", "whole"], 0, "whole/vadd\n")
+        duration = time.monotonic() - begin
+        moments = random.Random(3)
+        interrupted = 0
+        for _ in range(20):
+            process = subprocess.Popen([KP, "extract", "p.kp", "-d", "out", "--force"], stdout=subprocess.DEVNULL)
+            time.sleep(moments.uniform(0, duration))
+            process.send_signal(signal.SIGKILL)
+            process.wait()
+            for directory, _, files in os.walk("out"):
+                if ".kp-incomplete" not in directory:
+                    for name in files:
+                        path = os.path.join(directory, name)
+                        with open(path, "rb") as got, open(path.replace("out", "whole", 1), "rb") as expected:
+                            self.assertEqual(expected.read(), got.read(), path)
+            interrupted += os.path.isdir("out") and any("kp-incomplete" in name for name in os.listdir("out"))
+            if moments.random() < 0.5:
+                shutil.rmtree("out", ignore_errors=True)
+        self.assertGreater(interrupted, 0)
+        self.expect(["extract", "p.kp", "-d", "out", "--force"], 0, "out/vadd\n")
+        self.assertEqual(0, subprocess.run(["diff", "-r", "whole", "out"]).returncode)
+
+    def test_cat(self):
+        with open("vadd/ip/every.bin", "wb") as binary:
+            binary.write(bytes(range(256)) * 70_000)
+        self.add("p.kp")
+        with zipfile.ZipFile("p.kp") as package:
+            for member in package.namelist():
+                by_kp = subprocess.run([KP, "cat", "p.kp", member], capture_output=True)
+                by_unzip = subprocess.run(["unzip", "-p", "p.kp", member], capture_output=True)
+                self.assertEqual((0, b"", by_unzip.stdout), (by_kp.returncode, by_kp.stderr, by_kp.stdout), member)
+        for member in ("vadd", "vadd/KERNEL.xml", "ip_repo/"):
+            self.expect(["cat", "p.kp", member], 3, "", f"kp: error: 'p.kp' holds no file '{member}'\n")
+        self.expect(["cat", "gone.kp", "kp.xml"], 3, "",
+                    "kp: error: The specified KP container does not exist: 'gone.kp'\n")
+        with open("/dev/full", "w") as full:
+            failed = subprocess.run([KP, "cat", "p.kp", "kp.xml"], stdout=full, stderr=subprocess.PIPE, text=True)
+        self.assertEqual((3, "kp: error: Failed to write to standard output\n"), (failed.returncode, failed.stderr))
+
+    def test_add_cache(self):
+        self.add("p.kp")
+        os.makedirs("caches/c1")
+        shutil.copy("vadd/vadd.qmr", "caches/c1")
+        self.expect(["add-cache", "p.kp", "caches/"], 0)
+        self.assertEqual(["c1"], json.loads(run("list", "p.kp", "--json")[1])["ipCaches"])
+        self.expect(["verify", "p.kp"], 0, "digest: valid\n")
+        self.expect(["extract", "p.kp", "-d", "out"], 0, "out/vadd\n")
+        self.assertEqual(0, subprocess.run(["diff", "-r", "caches", "out/ip_cache"]).returncode)
+        self.expect(["add-cache", "p.kp", "vadd/src"], 0, "",
+                    "kp: warning: [17-2004] The directory 'vadd/src' holds no IP cache\n")
+        self.expect(["add", "k.kp", "vadd/kernel.xml", "--ip", "vadd/ip", "--layout", "kernel"], 0)
+        for arguments, text in ((["k.kp", "caches"], "'k.kp' has the layout 'kernel', which has no IP caches"),
+                                (["gone.kp", "caches"], "The specified KP file 'gone.kp' does not exist."),
+                                (["p.kp", "gone"], "The specified IP Cache directory 'gone' is not a directory.")):
+            self.expect(["add-cache", *arguments], 3, "", f"kp: error: {text}\n")
 
     def test_kernel_edit_and_report(self):
         self.expect(["kernel", "edit", "vadd/kernel.xml", "-o", "a/b", "--compile-options=-g", "--compile-options",
@@ -168,6 +317,56 @@ class KpTest(unittest.TestCase):
             self.assertEqual((2, ""), (status, out), wrong)
             self.assertRegex(err, r"\Akp: error: .+\n\Z")
 
+    def test_a_mistyped_subcommand_is_named_with_what_was_meant(self):
+        rows = [
+            (["lst"], "lst", "did you mean 'list'?"),
+            (["-q", "lsit", "p.kp", "--json"], "lsit", "did you mean 'list'?"),
+            (["add-cahce"], "add-cahce", "did you mean 'add-cache'?"),
+            (["kernle", "show"], "kernle", "did you mean 'kernel'?"),
+            (["kernel", "shw", "k.xml"], "kernel shw", "did you mean 'kernel show'?"),
+            (["bogus"], "bogus", "see kp --help"),
+            (["kernel", "bogus"], "kernel bogus", "see kp kernel --help"),
+        ]
+        for arguments, word, advice in rows:
+            self.expect(arguments, 2, "", f"kp: error: '{word}' is not a subcommand; {advice}\n")
+
+    def test_long_work_shows_a_bar_on_a_terminal_alone(self):
+        megabytes = 200
+        with open("vadd/ip/large.bin", "wb") as large:
+            large.write(random.Random(1).randbytes(megabytes * 1_000_000))
+        plain = r" *\d+% \[#*-*\]  \d+\.\d MB/s  \d+:\d\d left"
+        coloured = plain.replace("#*", "\x1b\\[32m#*\x1b\\[0m")
+
+        self.add("p.kp")  # which sees to it that nothing comes on a pipe
+
+        add = OnTerminal("add", "new.kp", "vadd/kernel.xml", "--ip", "vadd/ip")
+        self.assertRegex(add.read(), rf"\A\r{coloured}\x1b\[K")
+        with open("vadd/ip/large.bin", "ab") as large:
+            large.write(b"more")
+        status, out, shown = add.finish()
+        self.assertEqual((3, ""), (status, out))
+        self.assertRegex(shown, rf"\A(\r{coloured}\x1b\[K)+\r\x1b\[Kkp: error: 'vadd/ip/large.bin' changed while it "
+                         r"was packed\r\n\Z")
+        percents = [int(percent) for percent in re.findall(r"(\d+)%", shown)]
+        self.assertEqual(sorted(percents), percents)
+        self.assertLess(percents[-1], 100)
+
+        rows = [(["verify", "p.kp"], {"NO_COLOR": "1"}, "digest: valid\n", rf"\A(\r{plain}\x1b\[K)+\r\x1b\[K\Z"),
+                (["verify", "p.kp", "-q"], {}, "digest: valid\n", r"\A\Z"),
+                (["verify", "p.kp"], {"TERM": "dumb"}, "digest: valid\n", r"\A\Z"),
+                (["extract", "p.kp", "-d", "out", "--force"], {}, "out/vadd\n",
+                 rf"\A(\r{coloured}\x1b\[K)+\r\x1b\[K\Z")]
+        for arguments, environment, answer, expected in rows:
+            for _ in range(20):  # until the pause came before the end
+                work = OnTerminal(*arguments, **environment)
+                is_paused = work.pause(megabytes * 1_000_000 * 1.2)  # in the second of its two passes
+                status, out, shown = work.finish()
+                self.assertEqual((0, answer), (status, out))
+                if is_paused:
+                    break
+            self.assertTrue(is_paused)
+            self.assertRegex(shown, expected, arguments)
+
     def test_update_needs_no_description_and_quiet_is_quiet(self):
         self.add("p.kp")
         self.expect(["-q", "add", "p.kp", "--update", "--name", "VADD", "--pdi", "vadd/vadd.qmr", "--shim",
@@ -178,8 +377,8 @@ class KpTest(unittest.TestCase):
         self.expect(["verify", "p.kp"], 0, "digest: valid\n")
 
     def test_help_has_an_example_for_every_command(self):
-        for words in (["add"], ["list"], ["validate"], ["verify"], ["info"], ["files"], ["kernel", "show"], ["kernel", "edit"],
-                      ["kernel", "report"]):
+        for words in (["add"], ["list"], ["validate"], ["verify"], ["info"], ["files"], ["extract"], ["cat"],
+                      ["add-cache"], ["kernel", "show"], ["kernel", "edit"], ["kernel", "report"]):
             status, out, _ = run(*words, "--help")
             self.assertEqual(0, status)
             self.assertIn("Example:\n  kp " + " ".join(words), out)

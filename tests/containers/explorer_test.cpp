@@ -5,8 +5,9 @@
 #include "platform/base/Exceptions.h"
 #include "platform/base/HSTStringUtils.h"
 #include "platform/files/Disk.h"
-#include "platform/zip/ArchiveEdit.h"
 #include "platform/zip/Iostreams.h"
+#include "tests/support/Failure.h"
+#include "tests/support/Members.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <algorithm>
@@ -14,7 +15,9 @@
 #include <cerrno>
 #include <cstddef>
 #include <filesystem>
+#include <numeric>
 #include <random>
+#include <span>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,14 +29,9 @@ using kfab::kernel::ExplorerIface;
 using kfab::kernel::FileExplorer;
 using kfab::kernel::KernelDef;
 using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::UnorderedElementsAre;
 
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
-using Root = std::string (ExplorerIface::*)(const std::string&) const;
-using List = bool (ExplorerIface::*)(const std::string&, Names&) const;
 
 /// Where a virtual operation stands in its class's table, as the C++ ABI of the platform has it.
 template <class Operation>
@@ -47,192 +45,39 @@ std::ptrdiff_t slotOf(Operation operation) {
 
 TEST(ExplorerIface, OperationsStandInTheirSlots) {
     using E = ExplorerIface;
-    const std::vector<std::ptrdiff_t> slots = {slotOf(&E::getVLNV),           slotOf(&E::getKernelDefs),
-                                               slotOf(&E::getRoot),           slotOf(&E::getPath),
-                                               slotOf(&E::getKernelDefRoot),  slotOf(&E::getCpuSourcesRoot),
-                                               slotOf(&E::getCpuSources),     slotOf(&E::getPdiFilesRoot),
-                                               slotOf(&E::getPdiFiles),       slotOf(&E::getSwEmuFilesRoot),
-                                               slotOf(&E::getSwEmuFiles),     slotOf(&E::getShimSolnFileRoot),
-                                               slotOf(&E::getShimSolnFile),   slotOf(&E::getDebugRoot),
-                                               slotOf(&E::getHlsRoot),        slotOf(&E::getIPDefinitionRoot),
-                                               slotOf(&E::getHierTopIPPath),  slotOf(&E::getIPCacheRoot),
-                                               slotOf(&E::getKernelDefNames), slotOf(&E::supportsIPCache),
-                                               slotOf(&E::existsDir)};
-    for (std::size_t i = 0; i < slots.size(); ++i)  // the destructor before them takes two places
-        EXPECT_EQ(slots[i], static_cast<std::ptrdiff_t>(i + 2)) << "operation " << i;
+    const auto slots = [](auto... operations) { return std::vector{slotOf(operations)...}; };
+    std::vector<std::ptrdiff_t> expected(21);
+    std::iota(expected.begin(), expected.end(), 2);  // the destructor before them takes two places
+    EXPECT_EQ(slots(&E::getVLNV, &E::getKernelDefs, &E::getRoot, &E::getPath, &E::getKernelDefRoot,
+                    &E::getCpuSourcesRoot, &E::getCpuSources, &E::getPdiFilesRoot, &E::getPdiFiles,
+                    &E::getSwEmuFilesRoot, &E::getSwEmuFiles, &E::getShimSolnFileRoot, &E::getShimSolnFile,
+                    &E::getDebugRoot, &E::getHlsRoot, &E::getIPDefinitionRoot, &E::getHierTopIPPath,
+                    &E::getIPCacheRoot, &E::getKernelDefNames, &E::supportsIPCache, &E::existsDir),
+              expected);
 }
 
-std::string description(const std::string& name, const std::string& vlnv, const std::string& args = "") {
-    return "<root versionMajor=\"1\" versionMinor=\"0\"><kernel name=\"" + name + "\" vlnv=\"" + vlnv +
-           "\"><ports/><args>" + args + "</args></kernel></root>";
-}
-
-/// Two kernels below a directory; the container lists only k1.
-class FileExplorerTest : public testing::Test {
-protected:
-    FileExplorerTest() {
-        container_->addKPKernel("k1", "k1", "", "top/ip", "", {}, false, false, false, false, false, false,
-                                false, true);
-        directory_.file("k1/kernel.xml", description("k1", "v:l:k1:1.0", "<arg name=\"a\"/>"));
-        directory_.file("k2/kernel.xml", description("k2", "v:l:k2:1.0"));
-        EXPECT_TRUE(explorer_.addKernelRootDir("k1", directory_ / "k1"));
-        EXPECT_TRUE(explorer_.addKernelRootDir("k2", directory_ / "k2"));
-    }
-
-    TemporaryDirectory directory_;
-    std::shared_ptr<HKPContainer> container_ = std::make_shared<HKPContainer>();
-    FileExplorer explorer_{directory_.path(), container_, true};
-};
-
-TEST_F(FileExplorerTest, AnswersFromTheRegisteredKernels) {
-    EXPECT_EQ(explorer_.getRoot(), directory_.path());
-    EXPECT_EQ(explorer_.getVLNV("k1"), "v:l:k1:1.0");
-    EXPECT_EQ(explorer_.getVLNV("K1"), "");
-    EXPECT_EQ(explorer_.getKernelDefRoot("k2"), directory_ / "k2");
-    EXPECT_EQ(explorer_.getHierTopIPPath("k1"), "top/ip");
-    EXPECT_EQ(explorer_.getHierTopIPPath("k2"), ".") << "the container lacks it";
-    EXPECT_EQ(explorer_.getHierTopIPPath("k3"), ".");
-    std::set<std::string> names = {"old"};
-    explorer_.getKernelDefNames(names);
-    EXPECT_THAT(names, ElementsAre("k1", "k2"));
-    std::vector<KernelDef> definitions(3);
-    explorer_.getKernelDefs(definitions);
-    EXPECT_THAT(definitions, UnorderedElementsAre(testing::Field(&KernelDef::vlnv, "v:l:k1:1.0"),
-                                                  testing::Field(&KernelDef::vlnv, "v:l:k2:1.0")));
-    EXPECT_TRUE(explorer_.existsDir(directory_ / "k1"));
-    EXPECT_FALSE(explorer_.existsDir(directory_ / "k1/kernel.xml"));
-    EXPECT_FALSE(explorer_.existsDir(""));
-}
-
-TEST_F(FileExplorerTest, AKernelThatCannotBeReadIsReportedAndLeftOut) {
-    directory_.file("bad/kernel.xml", "<root>");
-    fs::create_directory(directory_ / "none");
-    testing::internal::CaptureStdout();
-    EXPECT_FALSE(explorer_.addKernelRootDir("none", directory_ / "none"));
-    EXPECT_FALSE(explorer_.addKernelRootDir("k2", directory_ / "bad"));
-    const std::string printed = testing::internal::GetCapturedStdout();
-
-    const std::string start = "Failed to parse RTL kernel file. Exception: ";
-    const std::string missing = HEXFileNotFoundException(directory_ / "none/kernel.xml").what();
-    EXPECT_THAT(printed, testing::StartsWith(start + missing + "\n" + start));
-    EXPECT_THAT(printed, testing::EndsWith("\n"));
-    EXPECT_THAT(printed, HasSubstr(directory_ / "bad/kernel.xml"));
-    EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 2) << printed;
-    EXPECT_EQ(explorer_.getKernelDefRoot("none"), "");
-    EXPECT_EQ(explorer_.getKernelDefRoot("k2"), directory_ / "k2");
-}
-
-struct Companion {
-    const char* directory;
+/// A place of a kernel, named by its folder in a package.
+struct Place {
+    const char* folder;
     bool (FileExplorer::*add)(const std::string&, const std::string&);
-    Root get;
+    std::string (ExplorerIface::*root)(const std::string&) const;
+    bool (ExplorerIface::*list)(const std::string&, Names&) const = nullptr;
 };
-
-const Companion companions[] = {
-    {"cpu", &FileExplorer::addCpuSourcesDir, &ExplorerIface::getCpuSourcesRoot},
-    {"emu", &FileExplorer::addSwEmuFilesDir, &ExplorerIface::getSwEmuFilesRoot},
-    {"pdi", &FileExplorer::addPdiFilesDir, &ExplorerIface::getPdiFilesRoot},
-    {"shim", &FileExplorer::addShimSolnFileDir, &ExplorerIface::getShimSolnFileRoot},
+const Place inKernel[] = {
+    {"cpu_sources", &FileExplorer::addCpuSourcesDir, &ExplorerIface::getCpuSourcesRoot,
+     &ExplorerIface::getCpuSources},
+    {"sw_emu", &FileExplorer::addSwEmuFilesDir, &ExplorerIface::getSwEmuFilesRoot,
+     &ExplorerIface::getSwEmuFiles},
+    {"pdi", &FileExplorer::addPdiFilesDir, &ExplorerIface::getPdiFilesRoot, &ExplorerIface::getPdiFiles},
+    {"shim_soln", &FileExplorer::addShimSolnFileDir, &ExplorerIface::getShimSolnFileRoot},
     {"debug", &FileExplorer::addDebugDir, &ExplorerIface::getDebugRoot},
     {"hls", &FileExplorer::addHlsDir, &ExplorerIface::getHlsRoot},
-    {"ip", &FileExplorer::addIPDefinitionDir, &ExplorerIface::getIPDefinitionRoot},
-    {"cache", &FileExplorer::addIPCacheDir, &ExplorerIface::getIPCacheRoot},
 };
-
-TEST_F(FileExplorerTest, CompanionDirectoriesStayWhenAKernelIsRegisteredAgain) {
-    for (const auto& [directory, add, get] : companions) {
-        EXPECT_FALSE((explorer_.*add)("k3", "dir")) << directory;
-        EXPECT_EQ((explorer_.*get)("k3"), "") << directory;
-        EXPECT_EQ((explorer_.*get)("k1"), "") << directory;
-        EXPECT_TRUE((explorer_.*add)("k1", "first")) << directory;
-        EXPECT_TRUE((explorer_.*add)("k1", directory));
-    }
-    directory_.file("moved/kernel.xml", description("k1", "v:l:k1:2.0", "<arg name=\"b\"/>"));
-    container_->addKPKernel("k1", "", "", "other", "", {}, false, false, false, false, false, false, false,
-                            true);
-    EXPECT_TRUE(explorer_.addKernelRootDir("k1", directory_ / "moved"));
-
-    EXPECT_EQ(explorer_.getKernelDefRoot("k1"), directory_ / "moved");
-    EXPECT_EQ(explorer_.getVLNV("k1"), "v:l:k1:2.0");
-    EXPECT_EQ(explorer_.getHierTopIPPath("k1"), "other");
-    for (const auto& [directory, add, get] : companions)
-        EXPECT_EQ((explorer_.*get)("k1"), directory);
-    std::vector<KernelDef> definitions;
-    explorer_.getKernelDefs(definitions);
-    const auto isK1 = [](const KernelDef& definition) { return definition.name == "k1"; };
-    const auto k1 = std::find_if(definitions.begin(), definitions.end(), isK1);
-    ASSERT_NE(k1, definitions.end());
-    EXPECT_THAT(k1->args, ElementsAre(testing::Field(&kfab::kernel::ArgDesc::name, "b")));
-}
-
-TEST_F(FileExplorerTest, WithoutSupportThereAreNoIpCaches) {
-    FileExplorer explorer(directory_.path(), container_, false);
-    ASSERT_TRUE(explorer.addKernelRootDir("k1", directory_ / "k1"));
-    EXPECT_FALSE(explorer.supportsIPCache());
-    EXPECT_FALSE(explorer.addIPCacheDir("k1", "cache"));
-    EXPECT_EQ(explorer.getIPCacheRoot("k1"), "");
-}
-
-TEST_F(FileExplorerTest, FindsFilesAndDirectoriesBelowTheKernelRoot) {
-    directory_.file("k1/a/b/deep.txt", "");
-    directory_.file("elsewhere/hidden.txt", "");
-    fs::create_directory_symlink(directory_ / "elsewhere", directory_ / "k1/link");
-    EXPECT_EQ(explorer_.getPath("k1", "deep.txt"), directory_ / "k1/a/b/deep.txt");
-    EXPECT_EQ(explorer_.getPath("k1", "b"), directory_ / "k1/a/b");
-    EXPECT_EQ(explorer_.getPath("k1", "link"), directory_ / "k1/link");
-    EXPECT_EQ(explorer_.getPath("k1", "hidden.txt"), "") << "links are not followed";
-    EXPECT_EQ(explorer_.getPath("k1", "Deep.txt"), "");
-    EXPECT_EQ(explorer_.getPath("k1", "b/deep.txt"), "") << "a name is one component";
-    EXPECT_EQ(explorer_.getPath("k3", "kernel.xml"), "");
-
-    const std::string unreadable = directory_ / "k1/a/b";
-    const disk::DiskFaults faults([&](std::string_view call, const std::string& path) {
-        return call == "list" && path == unreadable ? EACCES : 0;
-    });
-    EXPECT_EQ(explorer_.getPath("k1", ""), "") << "without a look at the disk";
-    try {
-        explorer_.getPath("k1", "deep.txt");
-        ADD_FAILURE() << "an unreadable directory passed unnoticed";
-    } catch (const HEXAlgException& failure) {
-        EXPECT_THAT(failure.what(), HasSubstr("filesystem::recursive_directory_iterator directory error"));
-        EXPECT_THAT(failure.what(), HasSubstr(unreadable));
-    }
-}
-
-TEST_F(FileExplorerTest, ListsTheFilesOfRegisteredDirectories) {
-    directory_.file("k1/d/b.bin", "");
-    directory_.file("k1/d/a.bin", "");
-    directory_.file("k1/d/sub/c.bin", "");
-    const auto [a, b] = std::pair(directory_ / "k1/d/a.bin", directory_ / "k1/d/b.bin");
-    const std::pair<std::size_t, List> lists[] = {{0, &ExplorerIface::getCpuSources},
-                                                  {1, &ExplorerIface::getSwEmuFiles},
-                                                  {2, &ExplorerIface::getPdiFiles}};
-    for (const auto& [companion, list] : lists) {
-        Names names = {"kept"};
-        EXPECT_FALSE((explorer_.*list)("k1", names));
-        EXPECT_FALSE((explorer_.*list)("k3", names));
-        (explorer_.*companions[companion].add)("k1", directory_ / "gone");
-        EXPECT_FALSE((explorer_.*list)("k1", names));
-        EXPECT_THAT(names, ElementsAre("kept"));
-        (explorer_.*companions[companion].add)("k1", directory_ / "k1/d");
-        EXPECT_TRUE((explorer_.*list)("k1", names));
-        EXPECT_THAT(names, ElementsAre("kept", a, b));
-    }
-    std::string shim = "kept";
-    EXPECT_FALSE(explorer_.getShimSolnFile("k1", shim));
-    fs::create_directory(directory_ / "empty");
-    explorer_.addShimSolnFileDir("k1", directory_ / "empty");
-    EXPECT_TRUE(explorer_.getShimSolnFile("k1", shim));
-    EXPECT_EQ(shim, "kept");
-    explorer_.addShimSolnFileDir("k1", directory_ / "k1/d");
-    EXPECT_TRUE(explorer_.getShimSolnFile("k1", shim));
-    EXPECT_EQ(shim, a);
-}
+const std::span listed(inKernel, 3);
 
 /// An explorer whose roots are all the same directory.
 template <class Explorer>
-class Moved : public Explorer {
-public:
+struct Moved : Explorer {
     using Explorer::Explorer;
     std::string to;
 
@@ -244,116 +89,178 @@ public:
     std::string getShimSolnFileRoot(const std::string&) const override { return to; }
 };
 
-TEST_F(FileExplorerTest, ADerivedExplorerThatMovesARootMovesTheFiles) {
-    Moved<FileExplorer> moved(directory_.path(), container_, true);
-    moved.to = directory_ / "k1";
-    const std::string file = directory_ / "k1/kernel.xml";
-    Names names;
+/// A kernel below a directory.
+class FileExplorerTest : public testing::Test {
+protected:
+    FileExplorerTest() { addK1("top/ip", "a"); }
+    void addK1(const std::string& topIp, const std::string& arg) {
+        container_->addKPKernel("k1", "", "", topIp, "", {}, false, false, false, false, false, false, false,
+                                true);
+        directory_.file("k1/kernel.xml",
+                        kernelXml("name='k1' vlnv='vlnv'", "<ports/><args><arg name='" + arg + "'/></args>"));
+        EXPECT_TRUE(explorer_.addKernelRootDir("k1", directory_ / "k1"));
+    }
+
+    TemporaryDirectory directory_;
+    std::shared_ptr<HKPContainer> container_ = std::make_shared<HKPContainer>();
+    FileExplorer explorer_{directory_.path(), container_, true};
+};
+
+TEST_F(FileExplorerTest, AnswersFromTheKernelsAsRegisteredLast) {
+    std::vector<Place> places(std::begin(inKernel), std::end(inKernel));
+    places.push_back({"ip", &FileExplorer::addIPDefinitionDir, &ExplorerIface::getIPDefinitionRoot});
+    places.push_back({"cache", &FileExplorer::addIPCacheDir, &ExplorerIface::getIPCacheRoot});
+    for (const Place& place : places) {
+        EXPECT_FALSE((explorer_.*place.add)("k3", "dir")) << place.folder;
+        EXPECT_EQ((explorer_.*place.root)("k3") + (explorer_.*place.root)("k1"), "") << place.folder;
+        EXPECT_TRUE((explorer_.*place.add)("k1", "first") && (explorer_.*place.add)("k1", place.folder));
+    }
+    EXPECT_EQ(explorer_.getHierTopIPPath("k1"), "top/ip");
+    addK1("other", "b");
+    EXPECT_EQ(explorer_.getHierTopIPPath("k1"), "other");
+    EXPECT_EQ(explorer_.getHierTopIPPath("K1"), ".");
+    EXPECT_EQ(explorer_.getVLNV("k1") + explorer_.getVLNV("K1"), "vlnv");
+    for (const Place& place : places)
+        EXPECT_EQ((explorer_.*place.root)("k1"), place.folder);
+    std::vector<KernelDef> definitions(3);
+    explorer_.getKernelDefs(definitions);
+    ASSERT_EQ(definitions.size(), 1U);
+    EXPECT_THAT(definitions[0].args, ElementsAre(testing::Field(&kfab::kernel::ArgDesc::name, "b")));
+
+    FileExplorer plain(directory_.path(), container_, false);
+    EXPECT_TRUE(plain.addKernelRootDir("k1", directory_ / "k1"));
+    EXPECT_FALSE(plain.supportsIPCache() || plain.addIPCacheDir("k1", "cache"));
+    EXPECT_EQ(plain.getIPCacheRoot("k1"), "");
+}
+
+TEST_F(FileExplorerTest, AKernelThatCannotBeReadIsReportedAndLeftOut) {
+    directory_.file("bad/kernel.xml", "<root>");
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(explorer_.addKernelRootDir("none", directory_ / "none"));
+    EXPECT_FALSE(explorer_.addKernelRootDir("k1", directory_ / "bad"));
+    const std::string start = "Failed to parse RTL kernel file. Exception: ";
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              start + "File not found: '" + (directory_ / "none/kernel.xml") + "'\n" + start + "[17-132] " +
+                  (directory_ / "bad/kernel.xml") +
+                  ":1: element 'root' lacks its required attribute 'versionMajor'\n");
+    EXPECT_EQ(explorer_.getKernelDefRoot("none") + explorer_.getKernelDefRoot("k1"), directory_ / "k1");
+}
+
+TEST_F(FileExplorerTest, FindsFilesAndDirectoriesBelowTheKernelRoot) {
+    directory_.file("k1/a/b/deep.txt", "");
+    directory_.file("elsewhere/hidden.txt", "");
+    fs::create_directory_symlink(directory_ / "elsewhere", directory_ / "k1/link");
+    for (const char* found : {"a/b/deep.txt", "a/b", "link"})
+        EXPECT_EQ(explorer_.getPath("k1", fs::path(found).filename()), directory_ / "k1/" + found);
+    for (const char* absent : {"hidden.txt", "Deep.txt", "b/deep.txt"})
+        EXPECT_EQ(explorer_.getPath("k1", absent), "") << absent;
+    EXPECT_EQ(explorer_.getPath("k3", "kernel.xml"), "");
+
+    const std::string unreadable = directory_ / "k1/a/b";
+    const disk::DiskFaults faults([&](std::string_view call, const std::string& path) {
+        return call == "list" && path == unreadable ? EACCES : 0;
+    });
+    EXPECT_EQ(explorer_.getPath("k1", ""), "") << "without a look at the disk";
+    EXPECT_THAT(failureOf<HEXAlgException>([&] { explorer_.getPath("k1", "deep.txt"); }),
+                testing::AllOf(testing::HasSubstr("filesystem::recursive_directory_iterator directory error"),
+                               testing::HasSubstr(unreadable)));
+}
+
+TEST_F(FileExplorerTest, ListsTheFilesOfRegisteredDirectories) {
+    const std::string b = directory_.file("d/b.bin", ""), a = directory_.file("d/a.bin", "");
+    directory_.file("d/sub/c.bin", "");
+    fs::create_directory(directory_ / "empty");
+    for (const Place& place : listed) {
+        Names names = {"kept"};
+        EXPECT_FALSE((explorer_.*place.list)("k1", names) || (explorer_.*place.list)("k3", names));
+        (explorer_.*place.add)("k1", directory_ / "gone");
+        EXPECT_FALSE((explorer_.*place.list)("k1", names));
+        (explorer_.*place.add)("k1", directory_ / "d");
+        EXPECT_TRUE((explorer_.*place.list)("k1", names));
+        EXPECT_THAT(names, ElementsAre("kept", a, b)) << place.folder;
+    }
+    std::string shim = "kept";
+    EXPECT_FALSE(explorer_.getShimSolnFile("k1", shim));
+    for (const auto& [directory, file] : {std::pair<const char*, std::string>{"empty", "kept"}, {"d", a}}) {
+        explorer_.addShimSolnFileDir("k1", directory_ / directory);
+        EXPECT_TRUE(explorer_.getShimSolnFile("k1", shim));
+        EXPECT_EQ(shim, file);
+    }
+}
+
+TEST(ExplorerIface, ADerivedExplorerThatMovesARootMovesWhatLiesBelow) {
+    const TemporaryDirectory directory;
+    Moved<FileExplorer> files(directory.path(), nullptr, true);
+    files.to = directory / "k1";
+    const std::string xml = directory.file("k1/kernel.xml", "");
     std::string shim;
-    EXPECT_EQ(moved.getPath("any", "kernel.xml"), file);
-    EXPECT_TRUE(moved.getCpuSources("any", names) && moved.getPdiFiles("any", names) &&
-                moved.getSwEmuFiles("any", names) && moved.getShimSolnFile("any", shim));
-    EXPECT_THAT(names, ElementsAre(file, file, file));
-    EXPECT_EQ(shim, file);
+    EXPECT_TRUE(files.getShimSolnFile("any", shim));
+    Names names = {files.getPath("any", "kernel.xml"), shim};
+    for (const Place& place : listed)
+        EXPECT_TRUE((files.*place.list)("any", names));
+    EXPECT_EQ(names, Names(5, xml));
+
+    pack(directory / "p.kp", {{"k1/ip/component.xml", ""}, {"k1/kernel.xml", ""}});
+    Moved<ArchiveExplorer> archive(directory / "p.kp", nullptr, true);
+    archive.to = "/else";
+    EXPECT_EQ(archive.getDebugRoot("k1") + archive.getHlsRoot("unknown"), "/else/debug/else/hls");
+    EXPECT_EQ(archive.getPath("k1", "kernel.xml"), "/else/k1");
+    EXPECT_EQ(archive.getIPDefinitionRoot("k1"), "/else/else/k1") << "the root twice";
+    EXPECT_EQ(archive.getIPCacheRoot("k1"), "/else/ip_cache");
+    EXPECT_TRUE(archive.existsDir("/else/k1/ip"));
 }
 
 class ArchiveExplorerTest : public testing::Test {
 protected:
-    /// Makes the package anew. A name that ends in "/" gives a directory entry.
-    void pack(const Names& names) const {
-        std::error_code ignored;
-        fs::remove(package_, ignored);
-        fs::create_directories(directory_ / "empty");
-        ArchiveEdit edit(package_);
-        for (const std::string& name : names) {
-            if (name.ends_with('/')) {
-                edit.addTree(name.substr(0, name.size() - 1), directory_ / "empty");
-            } else {
-                edit.addBytes(name, "bytes");
-            }
-        }
-        edit.commit();
-    }
-
-    Names listed(List list, const std::string& kernel) const {
-        Names names;
-        EXPECT_TRUE((explorer_.*list)(kernel, names));
-        return names;
-    }
-
-    std::string shim(const std::string& kernel) const {
-        std::string file;
-        EXPECT_TRUE(explorer_.getShimSolnFile(kernel, file));
-        return file;
+    void packNames(const Names& names) const {
+        Members members;
+        for (const std::string& name : names)
+            members.emplace_back(name, "");
+        pack(package_, members);
     }
 
     TemporaryDirectory directory_;
     std::string package_ = directory_ / "p.kp";
-    ArchiveExplorer explorer_{package_, std::make_shared<HKPContainer>(), true};
+    ArchiveExplorer explorer_{package_, nullptr, true};
 };
 
-TEST_F(ArchiveExplorerTest, KernelsAreFoundByAWholeComponent) {
-    pack({"k10/kernel.xml", "k10/pdi/z.pdi", "vadd/hls/kernel.xml", "k1/kernel.xml", "hls/kernel.xml",
-          "k1/pdi/a.pdi", "K1/PDI/b.pdi", "k1/pdi_old/c.pdi", "k1/cpu_sources/x.cpp", "k1/sw_emu/x.so",
-          "k1/shim_soln/2.bin", "k1/shim_soln/1.bin", "deep/er/k2/x/kernel.xml"});
+TEST_F(ArchiveExplorerTest, AnswersFromThePackageAsItIsNow) {
+    EXPECT_THROW(explorer_.getKernelDefRoot("k1"), HEXAlgException) << "there is no package";
+    packNames({"k1/kernel.xml"});
     EXPECT_EQ(explorer_.getKernelDefRoot("k1"), directory_ / "k1");
-    EXPECT_EQ(explorer_.getPath("k1", "kernel.xml"), directory_ / "k1");
-    EXPECT_EQ(explorer_.getPath("k1", "a.pdi"), directory_ / "k1/pdi");
-    EXPECT_EQ(explorer_.getPath("a.pdi", "a.pdi"), directory_ / "k1/pdi");
-    EXPECT_EQ(explorer_.getKernelDefRoot("hls"), directory_ / "vadd/hls") << "the first in the package";
-    EXPECT_EQ(explorer_.getKernelDefRoot("k2"), directory_ / "deep/er/k2/x");
-    EXPECT_EQ(explorer_.getKernelDefRoot("K1"), "");
-
-    EXPECT_THAT(listed(&ExplorerIface::getPdiFiles, "k1"),
-                ElementsAre("k1/pdi/a.pdi", "K1/PDI/b.pdi", "k1/pdi_old/c.pdi"));
-    EXPECT_THAT(listed(&ExplorerIface::getCpuSources, "K1"), ElementsAre("k1/cpu_sources/x.cpp"));
-    EXPECT_THAT(listed(&ExplorerIface::getSwEmuFiles, "k1"), ElementsAre("k1/sw_emu/x.so"));
-    EXPECT_THAT(listed(&ExplorerIface::getSwEmuFiles, "k10"), IsEmpty());
-    EXPECT_EQ(shim("k1"), "k1/shim_soln/2.bin");
-    EXPECT_EQ(shim("k10"), "");
-
-    const std::pair<Root, const char*> folders[] = {
-        {&ExplorerIface::getCpuSourcesRoot, "cpu_sources"}, {&ExplorerIface::getPdiFilesRoot, "pdi"},
-        {&ExplorerIface::getSwEmuFilesRoot, "sw_emu"},      {&ExplorerIface::getDebugRoot, "debug"},
-        {&ExplorerIface::getShimSolnFileRoot, "shim_soln"}, {&ExplorerIface::getHlsRoot, "hls"},
-    };
-    for (const auto& [root, folder] : folders) {
-        EXPECT_EQ((explorer_.*root)("k2"), directory_ / "deep/er/k2/x/" + folder) << "not checked";
-        EXPECT_EQ((explorer_.*root)("unknown"), "");
+    packNames({"deep/er/k2/x/kernel.xml", "ip_repo/v_l_k2_1_0/component.xml"});
+    EXPECT_EQ(explorer_.getKernelDefRoot("k1"), "");
+    for (const Place& place : inKernel) {
+        EXPECT_EQ((explorer_.*place.root)("k2"), directory_ / "deep/er/k2/x/" + place.folder)
+            << "not checked";
+        EXPECT_EQ((explorer_.*place.root)("unknown"), "");
     }
-}
-
-TEST_F(ArchiveExplorerTest, IpLiesBesideTheKernelsOrBelowTheRootTwice) {
-    pack({"k1/ip/component.xml", "ip_repo/v_l_k2_1_0/component.xml"});
-    EXPECT_EQ(explorer_.getIPDefinitionRoot("k1"), directory_.path() + (directory_ / "k1"));
     EXPECT_EQ(explorer_.getIPDefinitionRoot("k2"), directory_ / "ip_repo");
-    EXPECT_EQ(explorer_.getIPCacheRoot("any"), directory_ / "ip_cache");
-    EXPECT_EQ(explorer_.getHierTopIPPath("k1"), ".");
-    const ArchiveExplorer plain(package_, nullptr, false);
-    EXPECT_FALSE(plain.supportsIPCache());
-    EXPECT_EQ(plain.getIPCacheRoot("any"), "");
+    EXPECT_EQ(ArchiveExplorer(package_, nullptr, false).getIPCacheRoot("any"), "");
+    EXPECT_EQ(explorer_.getHierTopIPPath("k2"), ".");
+    directory_.file("p.kp", "no archive");
+    EXPECT_THROW(explorer_.getKernelDefRoot("k1"), HEXAlgException);
 }
 
 TEST_F(ArchiveExplorerTest, TheRootIsTheDirectoryOfThePackage) {
-    pack({"k1/debug/x", "made/"});
+    packNames({"k1/debug/x", "made/"});
+    fs::create_directory(directory_ / "empty");
     const fs::path before = fs::current_path();
     fs::current_path(directory_.path());
     const std::string working = fs::current_path().string();
-    struct Case {
-        std::string package, root;
-    };
-    for (const Case& c :
-         {Case{"p.kp", working}, Case{"nowhere/p.kp", working}, Case{"./p.kp", "."},
-          Case{"empty/../p.kp", "empty/.."}, Case{"/p.kp", "/"}, Case{package_, directory_.path()}}) {
-        const ArchiveExplorer explorer(c.package, nullptr, true);
-        EXPECT_EQ(explorer.getRoot(), c.root) << c.package;
-        if (!fs::exists(c.package)) continue;
-        const std::string below = c.root + "/";
-        for (const char* there : {"k1", "k1/debug", "k1/debug/", "made"})
-            EXPECT_TRUE(explorer.existsDir(below + there)) << c.package << " " << there;
-        for (const char* absent : {"k1/debug/x", "k1/hls", "K1", "k1/deb", ".."})
-            EXPECT_FALSE(explorer.existsDir(below + absent)) << c.package << " " << absent;
-        EXPECT_TRUE(explorer.existsDir(c.root)) << "the top";
+    for (const auto& [package, root] : {std::pair<std::string, std::string>{"p.kp", working},
+                                        {"nowhere/p.kp", working},
+                                        {"./p.kp", "."},
+                                        {"empty/../p.kp", "empty/.."},
+                                        {"/p.kp", "/"},
+                                        {package_, directory_.path()}}) {
+        const ArchiveExplorer explorer(package, nullptr, true);
+        EXPECT_EQ(explorer.getRoot(), root) << package;
+        if (!fs::exists(package)) continue;
+        for (const char* there : {"/k1", "/k1/debug", "/k1/debug/", "/made", ""})
+            EXPECT_TRUE(explorer.existsDir(root + there)) << package << " " << there;
+        for (const char* absent : {"/k1/debug/x", "/k1/hls", "/K1", "/k1/deb", "/.."})
+            EXPECT_FALSE(explorer.existsDir(root + absent)) << package << " " << absent;
         EXPECT_FALSE(explorer.existsDir("")) << "the root of an unknown kernel";
     }
     fs::current_path(before);
@@ -364,110 +271,59 @@ TEST_F(ArchiveExplorerTest, KeepsTheFirstDefinitionOfAName) {
     KernelDef definition;
     definition.name = "k1";
     definition.vlnv = "first";
-    EXPECT_EQ(explorer_.getVLNV("k1"), "");
     EXPECT_TRUE(explorer_.addKernelDef(definition));
     definition.vlnv = "second";
     EXPECT_FALSE(explorer_.addKernelDef(definition));
-    EXPECT_EQ(explorer_.getVLNV("k1"), "first");
     std::vector<KernelDef> definitions(2);
     explorer_.getKernelDefs(definitions);
-    EXPECT_THAT(definitions, ElementsAre(testing::Field(&KernelDef::vlnv, "first")));
-    std::set<std::string> names = {"old"};
-    explorer_.getKernelDefNames(names);
-    EXPECT_THAT(names, ElementsAre("k1"));
+    EXPECT_THAT(definitions, ElementsAre(testing::Field(&KernelDef::vlnv, explorer_.getVLNV("k1"))));
+    EXPECT_EQ(definitions[0].vlnv, "first");
 }
-
-TEST_F(ArchiveExplorerTest, AnswersFromThePackageAsItIsNow) {
-    EXPECT_THROW(explorer_.getKernelDefRoot("k1"), HEXAlgException) << "there is no package";
-    pack({"k1/kernel.xml"});
-    EXPECT_EQ(explorer_.getKernelDefRoot("k1"), directory_ / "k1");
-    pack({"k2/kernel.xml"});
-    EXPECT_EQ(explorer_.getKernelDefRoot("k1"), "");
-    EXPECT_EQ(explorer_.getKernelDefRoot("k2"), directory_ / "k2");
-    directory_.file("p.kp", "no archive");
-    EXPECT_THROW(explorer_.getKernelDefRoot("k1"), HEXAlgException);
-    Names names;
-    EXPECT_THROW(explorer_.getPdiFiles("k1", names), HEXAlgException);
-}
-
-TEST_F(ArchiveExplorerTest, ADerivedExplorerThatMovesARootMovesWhatLiesBelow) {
-    pack({"k1/ip/component.xml", "k1/kernel.xml"});
-    Moved<ArchiveExplorer> moved(package_, nullptr, true);
-    moved.to = "/else";
-    EXPECT_EQ(moved.getDebugRoot("k1"), "/else/debug");
-    EXPECT_EQ(moved.getHlsRoot("unknown"), "/else/hls");
-    EXPECT_EQ(moved.getPath("k1", "kernel.xml"), "/else/k1");
-    EXPECT_EQ(moved.getIPDefinitionRoot("k1"), "/else/else/k1");
-    EXPECT_EQ(moved.getIPCacheRoot("k1"), "/else/ip_cache");
-    EXPECT_TRUE(moved.existsDir("/else/k1/ip"));
-
-    struct Finder : ArchiveExplorer {
-        using ArchiveExplorer::ArchiveExplorer;
-        std::string getPath(const std::string&, const std::string& file) const override {
-            return "/found/" + file;
-        }
-    };
-    EXPECT_EQ(Finder(package_, nullptr, true).getIPDefinitionRoot("k1"), directory_.path() + "/found");
-}
-
-/// The searches as walks over the list of a package's files.
-struct Walk {
-    fs::path root;
-    Names files;
-
-    std::string path(const std::string& kernel, const std::string& file) const {
-        for (const fs::path path : files) {
-            if (path.filename() != file || std::find(path.begin(), path.end(), kernel) == path.end())
-                continue;
-            return path.has_parent_path() ? root / path.parent_path() : root;
-        }
-        return {};
-    }
-
-    Names startingWith(const std::string& prefix) const {
-        Names found;
-        std::copy_if(files.begin(), files.end(), std::back_inserter(found),
-                     [&](const auto& name) { return HSTStringUtils::startsWithIgnoreCase(name, prefix); });
-        return found;
-    }
-};
 
 TEST_F(ArchiveExplorerTest, AgreesWithAWalkOverTheFilesOfAnyPackage) {
-    const Names words = {"k1",   "K1",  "k10",     "hls",         "HLS",    "kernel.xml", "component.xml",
-                         "pdi",  "PDI", "pdi_old", "cpu_sources", "sw_emu", "shim_soln",  "ip",
-                         "x.bin"};
-    for (unsigned seed = 0; seed < 25; ++seed) {
+    const Names words = {"k1",  "K1",  "k10",     "hls",         "HLS",    "kernel.xml", "component.xml",
+                         "pdi", "PDI", "pdi_old", "cpu_sources", "sw_emu", "shim_soln",  "x.bin"};
+    for (unsigned seed = 0; seed < 25 && !HasFailure(); ++seed) {
         std::mt19937 random(seed);
-        const auto word = [&] { return words[random() % words.size()]; };
-        std::set<std::string> unique;
         Names names;
         for (unsigned count = random() % 200; count > 0; --count) {
-            std::string name = word();
+            std::string name = words[random() % words.size()];
             for (unsigned depth = random() % 4; depth > 0; --depth)
-                name += "/" + word();
-            if (random() % 8 == 0) name += "/";
+                name += "/" + words[random() % words.size()];
             // A name cannot be a file and a folder at once.
-            const bool clashes = std::any_of(names.begin(), names.end(), [&](const std::string& other) {
-                return other.starts_with(name + "/") ||
-                       (!other.ends_with('/') && name.starts_with(other + "/"));
-            });
-            if (!clashes && unique.insert(name).second) names.push_back(name);
+            const auto clashes = [&](const std::string& other) {
+                return name == other || other.starts_with(name + "/") || name.starts_with(other + "/");
+            };
+            if (std::none_of(names.begin(), names.end(), clashes)) names.push_back(name);
         }
-        pack(names);
-        const Walk walk{directory_.path(), isl::iostreams::zip::get_files(package_)};
+        packNames(names);
+        const Names files = isl::iostreams::zip::get_files(package_);
+        const auto pathOf = [&](const std::string& kernel, const std::string& file) -> fs::path {
+            for (const fs::path path : files)
+                if (path.filename() == file && std::find(path.begin(), path.end(), kernel) != path.end())
+                    return path.has_parent_path() ? directory_ / path.parent_path().string()
+                                                  : directory_.path();
+            return {};
+        };
         for (const std::string& kernel : words) {
             for (const std::string& file : words)
-                EXPECT_EQ(explorer_.getPath(kernel, file), walk.path(kernel, file))
-                    << "seed " << seed << ": " << kernel << ", " << file;
-            EXPECT_EQ(explorer_.getKernelDefRoot(kernel), walk.path(kernel, "kernel.xml"));
-            EXPECT_EQ(listed(&ExplorerIface::getPdiFiles, kernel), walk.startingWith(kernel + "/pdi"));
-            EXPECT_EQ(listed(&ExplorerIface::getCpuSources, kernel),
-                      walk.startingWith(kernel + "/cpu_sources"));
-            EXPECT_EQ(listed(&ExplorerIface::getSwEmuFiles, kernel), walk.startingWith(kernel + "/sw_emu"));
-            const Names shims = walk.startingWith(kernel + "/shim_soln");
-            EXPECT_EQ(shim(kernel), shims.empty() ? "" : shims.front());
+                EXPECT_EQ(explorer_.getPath(kernel, file), pathOf(kernel, file)) << kernel << ", " << file;
+            const auto below = [&](const std::string& folder) {
+                Names found;
+                for (const std::string& name : files)
+                    if (HSTStringUtils::startsWithIgnoreCase(name, kernel + folder)) found.push_back(name);
+                return found;
+            };
+            for (const Place& place : listed) {
+                Names found;
+                EXPECT_TRUE((explorer_.*place.list)(kernel, found));
+                EXPECT_EQ(found, below(std::string("/") + place.folder)) << "seed " << seed << ": " << kernel;
+            }
+            Names shims = below("/shim_soln");
+            std::string shim;
+            EXPECT_TRUE(explorer_.getShimSolnFile(kernel, shim));
+            EXPECT_EQ(shim, shims.empty() ? "" : shims.front());
         }
-        if (HasFailure()) break;
     }
 }
 

@@ -55,28 +55,20 @@ TEST_F(ZipFault, ACallThatFailsLeavesTheOldArchiveOrTheWholeNewOne) {
             if (exists) HUTFile::writeFile(archive, old);
             int calls = 0;
             bool isRenamed = false;
-            std::string text = "none";
-            {
+            const std::string text = failureOf([&] {
                 const disk::DiskFaults faults([&](std::string_view call, const std::string&) {
-                    if (++calls != n) {
-                        isRenamed = isRenamed || call == "rename";
-                        return 0;
-                    }
-                    failed.emplace(call);
-                    return EIO;
+                    if (++calls == n) return failed.emplace(call), EIO;
+                    isRenamed = isRenamed || call == "rename";
+                    return 0;
                 });
-                text = failureOf([&] { change(); });
-            }
+                change();
+            });
             if (calls < n) break;
             EXPECT_TRUE(text == "none" || text.ends_with(": Input/output error")) << text;
             const bool isThere = exists || isRenamed;
             ASSERT_EQ(filesBeside(), std::vector<std::string>(isThere ? 1 : 0, "a.kp")) << n;
-            const std::string now = isThere ? bytesOfArchive() : "";
-            if (exists) {
-                EXPECT_EQ(now, isRenamed ? changed : old) << n;
-            } else if (isRenamed) {
-                EXPECT_EQ(HUTZip::checkIntegrityEn(archive), 0) << n;
-            }
+            EXPECT_TRUE(!exists || bytesOfArchive() == (isRenamed ? changed : old)) << n;
+            EXPECT_TRUE(!isRenamed || HUTZip::checkIntegrityEn(archive) == 0) << n;
         }
     }
     EXPECT_THAT(failed, testing::IsSupersetOf({"open", "read", "write", "sync", "rename", "inspect", "list",
@@ -112,23 +104,14 @@ TEST_F(ZipFault, InterruptionsAndMissingAbilitiesDoNotMatter) {
 
 TEST_F(ZipFault, ASourceThatChangesWhileItIsPackedIsNamed) {
     const std::string old = bytesOfArchive();
-    const std::string source = at("tree/a");
     const std::string large = write("large", std::string((std::size_t{64} << 20) + 1, 'l'));
-    const std::function<void(const std::string&)> changes[] = {
-        [](const std::string& path) { std::ofstream(path) << "short"; },
-        [](const std::string& path) { fs::resize_file(path, fs::file_size(path) + 1); },
-        [](const std::string& path) { fs::resize_file(path, 0); },
-    };
-    for (const std::string& path : {source, large}) {
-        const std::string content = HUTFile::readFile(path);
-        for (const auto& act : changes) {
-            HUTFile::writeFile(path, content);
-            const disk::DiskFaults faults(once("read", path, [&] { act(path); }));
+    for (const std::string& path : {at("tree/a"), large}) {
+        for (const int change : {+1, -1}) {
+            const disk::DiskFaults faults(
+                once("read", path, [&] { fs::resize_file(path, fs::file_size(path) + change); }));
             EXPECT_EQ(failureOf([&] { HUTZip::compress(archive, {path}, "k"); }),
                       "'" + path + "' changed while it was packed");
         }
-        fs::remove(path);
-        EXPECT_EQ(failureOf([&] { HUTZip::compress(archive, {path}, "k"); }), "'" + path + "' is not a file");
     }
     EXPECT_EQ(bytesOfArchive(), old);
     EXPECT_THAT(filesBeside(), ElementsAre("a.kp"));
@@ -183,7 +166,6 @@ TEST_F(ZipFault, WhatAKilledEditLeftIsRemoved) {
 
 TEST_F(ZipFault, LongNamesHaveRoomForTheirPendingFile) {
     archive = at("out/" + std::string(255, 'n'));
-    change();
     change();
     EXPECT_THAT(filesBeside(), ElementsAre("a.kp", std::string(255, 'n')));
 }

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -40,6 +41,15 @@ public:
         std::ifstream stream(path, std::ios::binary);
         if (!stream) throw std::runtime_error("cannot read " + path);
         return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    /// All files below it by their relative paths, with what they hold.
+    std::map<std::string, std::string> files() const {
+        std::map<std::string, std::string> files;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(path_))
+            if (entry.is_regular_file())
+                files[entry.path().string().substr(path_.size() + 1)] = read(entry.path());
+        return files;
     }
 
 private:

@@ -48,8 +48,10 @@ std::string ownName(const std::string& directory) {
 }
 
 void stageIpCaches(const std::string& directory, HKPContainer& container, ArchiveEdit& edit) {
+    const std::set<std::string> caches = ipCachesBelow(directory);
+    if (caches.empty()) ComMsgMgr::post("@17-2004@%s", {HUTPathUtils::shown(directory)});
     std::set<std::string> added;
-    for (const std::string& cache : ipCachesBelow(directory)) {
+    for (const std::string& cache : caches) {
         const std::string name = ownName(cache);
         if (added.contains(name)) {
             ComMsgMgr::post("@17-2002@%s%s", {HUTPathUtils::shown(cache), HUTPathUtils::shown(name)});

@@ -4,6 +4,7 @@
 #include "containers/kp/ManifestCheck.h"
 #include "containers/kp/PackageLayout.h"
 #include "platform/base/Exceptions.h"
+#include "platform/base/HUTProgress.h"
 #include "platform/files/HUTFile.h"
 #include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/HUTZip.h"
@@ -68,6 +69,7 @@ PackageVerification PackageVerification::of(const std::string& path) {
         verification.findings.push_back({"unreadable", {}, withoutLineEnd(unreadable.what())});
         return verification;
     }
+    const HUTProgress progress([&] { return archive->contentSize() + archive->digestEnd(); });
     for (const ArchiveFinding& flaw : archive->check())
         verification.findings.push_back({codeText(flaw.code), flaw.member, flaw.text});
 

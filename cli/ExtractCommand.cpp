@@ -1,0 +1,93 @@
+#include "cli/Command.h"
+#include "cli/Kernels.h"
+#include "cli/Output.h"
+#include "containers/explorer/ExplorerIface.h"
+#include "containers/kp/HKPContainerUtils.h"
+#include "platform/base/Exceptions.h"
+#include "platform/files/HUTFile.h"
+#include "platform/files/HUTPathUtils.h"
+#include "platform/params/HPAParamMgr.h"
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace cli {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using kfab::kernel::ExplorerIface;
+
+struct Options {
+    std::string package, directory;
+    std::optional<std::string> kernel;
+    bool checkVersion = false, force = false, json = false;
+};
+
+std::vector<std::string> namesToExtract(const Options& options) {
+    HKPContainer container;
+    HKPContainerUtils::requireKPContainer_(options.package);
+    HKPContainerUtils::parseKPContainerIntoObject_(options.package, container);
+    std::vector<std::string> names;
+    for (const HKPKernel* kernel : chosenKernels(container, options.package, options.kernel)) {
+        const std::string root = HUTPathUtils::join(options.directory, kernel->getDirectory());
+        if (!options.force && HUTFile::exists(root))
+            throw HEXAlgException("'" + root + "' exists already; --force replaces its files");
+        names.push_back(kernel->getName());
+    }
+    return names;
+}
+
+std::shared_ptr<ExplorerIface> extractKernels(const Options& options) {
+    const bool checkVersion = options.checkVersion || HPAParamMgr::getBool("kp.enableVersionCheck", false);
+    if (options.kernel)
+        return HKPContainerUtils::extractKernelFromKPContainer(options.package, *options.kernel,
+                                                               options.directory, checkVersion);
+    return HKPContainerUtils::extractAllKernelsFromKPContainer(options.package, options.directory,
+                                                               checkVersion);
+}
+
+Json describe(const std::string& name, const ExplorerIface& explorer) {
+    Json described{{"name", jsonText(name)}};
+    const std::pair<const char*, std::string> directories[] = {{"root", explorer.getKernelDefRoot(name)},
+                                                               {"ipDir", explorer.getIPDefinitionRoot(name)},
+                                                               {"ipCacheDir", explorer.getIPCacheRoot(name)}};
+    for (const auto& [key, directory] : directories)
+        if (explorer.existsDir(directory)) described[key] = jsonText(directory);
+    return described;
+}
+
+ExitStatus extract(const Options& options) {
+    const std::vector<std::string> names = namesToExtract(options);
+    const auto explorer = extractKernels(options);
+    Json kernels = Json::array();
+    for (const std::string& name : names) {
+        const std::string root = explorer->getKernelDefRoot(name);
+        if (root.empty())
+            throw HEXAlgException("Kernel '" + name + "' was extracted, but has no description to read");
+        kernels.push_back(describe(name, *explorer));
+        if (!options.json) std::cout << HUTPathUtils::shown(root) << '\n';
+    }
+    if (options.json) print({{"kernels", std::move(kernels)}});
+    return Done;
+}
+
+}  // namespace
+
+Run declareExtract(CLI::App& app) {
+    auto options = std::make_shared<Options>();
+    app.add_option("PACKAGE", options->package, "The package")->required();
+    app.add_option("KERNEL", options->kernel, "Only this kernel, in any case of letters");
+    app.add_option("-d,--directory", options->directory, "Where to; created where missing")->required();
+    app.add_flag("--check-version", options->checkVersion, "Refuse a package that later software wrote");
+    app.add_flag("--force", options->force, "Replace files of kernels that are there");
+    app.add_flag("--json", options->json, "As a JSON object");
+    return [options] { return extract(*options); };
+}
+
+}  // namespace cli

@@ -1,0 +1,109 @@
+#include "cli/ProgressBar.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+#include <string_view>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace cli {
+namespace {
+
+using namespace std::chrono_literals;
+using Seconds = std::chrono::duration<double>;
+
+constexpr auto patience = 1s;
+constexpr auto pause = 100ms;
+
+std::string_view variable(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? "" : value;
+}
+
+std::size_t terminalWidth() {
+    constexpr std::size_t usualWidth = 80;
+    struct winsize size {};
+    return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : usualWidth;
+}
+
+template <class... Values>
+std::string formatted(const char* format, Values... values) {
+    char text[64];
+    std::snprintf(text, sizeof text, format, values...);
+    return text;
+}
+
+/// Such as "0:07" or "1:02:03".
+std::string clockText(double seconds) {
+    constexpr double longest = 100 * 3600 - 1;
+    const int whole = static_cast<int>(std::min(seconds, longest) + 0.5);
+    return whole < 3600 ? formatted("%d:%02d", whole / 60, whole % 60)
+                        : formatted("%d:%02d:%02d", whole / 3600, whole / 60 % 60, whole % 60);
+}
+
+std::string bar(double share, std::size_t width, bool hasColour) {
+    const auto full = static_cast<std::size_t>(share * static_cast<double>(width));
+    return "[" + std::string(hasColour ? "\x1b[32m" : "") + std::string(full, '#') +
+           (hasColour ? "\x1b[0m" : "") + std::string(width - full, '-') + "]";
+}
+
+/// " 42% [#####-------]  123.4 MB/s  0:07 left", with as much of it as the width has room for.
+std::string lineOf(double share, double bytesPerSecond, double secondsLeft, std::size_t width,
+                   bool hasColour) {
+    constexpr std::size_t widestBar = 40;
+    constexpr std::size_t narrowestBar = 10;
+    constexpr std::size_t brackets = 3;
+    const std::string percent = formatted("%3d%%", static_cast<int>(share * 100));
+    const std::string speed =
+        formatted("  %.1f MB/s  ", bytesPerSecond / 1e6) + clockText(secondsLeft) + " left";
+    const std::size_t texts = percent.size() + speed.size() + brackets;
+    if (width < texts + narrowestBar) return percent;
+    return percent + " " + bar(share, std::min(width - texts, widestBar), hasColour) + speed;
+}
+
+}  // namespace
+
+std::unique_ptr<ProgressBar> ProgressBar::onTerminal() {
+    if (::isatty(STDERR_FILENO) == 0 || variable("TERM") == "dumb") return nullptr;
+    return std::make_unique<ProgressBar>();
+}
+
+ProgressBar::ProgressBar()
+    : before_(HUTProgress::setListener(this)), hasColour_(variable("NO_COLOR").empty()) {}
+
+ProgressBar::~ProgressBar() {
+    HUTProgress::setListener(before_);
+}
+
+void ProgressBar::erase() {
+    if (isShown_) std::cerr << "\r\x1b[K";
+    isShown_ = false;
+}
+
+void ProgressBar::begin(std::uint64_t total) {
+    total_ = total;
+    begun_ = Clock::now();
+    drawn_ = begun_;
+}
+
+void ProgressBar::advance(std::uint64_t done) {
+    const auto now = Clock::now();
+    if (now - made_ < patience || now - drawn_ < pause || done == total_) return;
+    drawn_ = now;
+    isShown_ = true;
+    const double rate = static_cast<double>(done) / Seconds(now - begun_).count();
+    const double share = static_cast<double>(done) / static_cast<double>(total_);
+    const double secondsLeft = static_cast<double>(total_ - done) / rate;
+    // The last column stays free: many terminals wrap the line there.
+    std::cerr << "\r" + lineOf(share, rate, secondsLeft, terminalWidth() - 1, hasColour_) + "\x1b[K";
+}
+
+void ProgressBar::end() {
+    erase();
+}
+
+}  // namespace cli

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "containers/kp/HKPContainerUtils.h"
+#include "tests/support/Members.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+using Texts = std::vector<std::string>;
+
+/// The arguments of one addition of a kernel to a package.
+struct Addition {
+    std::string package, name, xml, ip;
+    Texts cpu{}, pdi{}, swEmu{};
+    std::string shim{}, report{}, instance{}, project = "p7", topIp = "top", debug{}, hls{};
+    bool repo = true, replace = false, update = false, checkVersion = false;
+
+    void add() const {
+        HKPContainerUtils::addKernelToKPContainer(package, name, xml, ip, cpu, pdi, swEmu, shim, report,
+                                                  instance, project, topIp, debug, hls, repo, replace, update,
+                                                  checkVersion);
+    }
+};
+
+/// A file to package, as no other one.
+inline std::string inputFile(const TemporaryDirectory& directory, const std::string& name) {
+    return directory.file(name, "bytes of " + name);
+}
+
+/// A kernel with an IP and nothing else, an RTL kernel of its own VLNV unless the attributes say otherwise.
+/// What it is made of lies in a folder of its name.
+inline Addition ipKernel(const TemporaryDirectory& directory, const std::string& name,
+                         std::string attributes = "") {
+    if (attributes.empty()) attributes = "language='ip' vlnv='v:l:" + name + ":1.0'";
+    inputFile(directory, name + "/ip/component.xml");
+    inputFile(directory, name + "/ip/hdl/top.v");
+    const std::string xml = kernelXml("name='" + name + "' " + attributes);
+    return {.package = directory / "p.kp",
+            .name = name,
+            .xml = directory.file(name + "/kernel.xml", xml),
+            .ip = directory / (name + "/ip")};
+}
+
+/// An RTL kernel with all that there can be but a report.
+inline Addition fullKernel(const TemporaryDirectory& directory, const std::string& name) {
+    Addition full = ipKernel(directory, name);
+    full.cpu = {inputFile(directory, "a.cpp"), inputFile(directory, "b.cpp")};
+    full.pdi = {inputFile(directory, "x.pdi")};
+    full.swEmu = {inputFile(directory, "emu.so")};
+    full.shim = inputFile(directory, "shim.bin");
+    full.instance = inputFile(directory, "custom.qmr");
+    inputFile(directory, "debug_in/trace.txt");
+    inputFile(directory, "hls_in/deep/solution.log");
+    full.debug = directory / "debug_in";
+    full.hls = directory / "hls_in";
+    return full;
+}
+
+/// Adds an entry that has a directory of its name and nothing else, in the place of one of that name.
+inline HKPKernel* addEntry(HKPContainer& container, const std::string& name) {
+    return container.addKPKernel(name, name, "", "", "", {}, false, false, false, false, false, false, false,
+                                 true);
+}
+
+/// All that the entry of a kernel holds, as "name|directory|IP|top IP|project|flow,flow,|flag|flag".
+inline std::string shown(const HKPKernel& kernel) {
+    std::string text;
+    for (const std::string& part : {kernel.getName(), kernel.getDirectory(), kernel.getIpDir(),
+                                    kernel.getTopIpDir(), kernel.getProjectID()})
+        text += part + "|";
+    const auto [first, last] = kernel.getSupportedFlowRange();
+    for (auto flow = first; flow != last; ++flow)
+        text += HKPKernel::getFlowAsStr(*flow) + ",";
+    const std::pair<bool, const char*> flags[] = {
+        {kernel.isRtlKernel(), "|rtl"},        {kernel.isDebug(), "|debug"},
+        {kernel.getIsDebugDir(), "|debugDir"}, {kernel.getIsHlsDir(), "|hlsDir"},
+        {kernel.getIsPdiDir(), "|pdiDir"},     {kernel.getIsShimSolnDir(), "|shimDir"},
+        {kernel.getIsSwEmuDir(), "|swEmuDir"}};
+    for (const auto& [flag, name] : flags)
+        if (flag) text += name;
+    return text;
+}
+
+inline Texts shown(const HKPContainer& container) {
+    Texts texts;
+    const auto [first, last] = container.getKPKernelRange();
+    for (auto kernel = first; kernel != last; ++kernel)
+        texts.push_back(shown(**kernel));
+    return texts;
+}
+
+/// The entries of the kernels of a package.
+inline Texts kernelsOf(const std::string& package) {
+    HKPContainer container;
+    HKPContainerUtils::parseKPContainerIntoObject_(package, container);
+    return shown(container);
+}
