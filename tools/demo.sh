@@ -52,3 +52,10 @@ step 0 'example:kernels:vadd_hw:1.0' 'kp info vadd.kp'
 step 0 'out/vadd' 'kp extract vadd.kp vadd -d out'
 step 0 '' 'diff -r examples/vadd/ip out/ip_repo/example_kernels_vadd_1_0 && diff -r vadd_hw/ip out/ip_repo/example_kernels_vadd_hw_1_0'
 step 0 'module vadd' 'kp cat vadd.kp ip_repo/example_kernels_vadd_1_0/hdl/vadd.v'
+
+printf '\nThe kernel customized for a board, with a deeper FIFO, through a stand-in for the host tool.\n'
+step 0 '' 'kp customize vadd.kp vadd --name vadd_deep -o deep.kp --board heron --param SUM_FIFO_DEPTH=64 \
+    --tcl-shell tclsh --host-script examples/host/host.tcl'
+step 0 'digest: valid' 'kp verify deep.kp'
+step 0 'vadd_deep' 'kp info deep.kp'
+step 0 'value="64"' 'kp cat deep.kp vadd_deep/ip.qmr'

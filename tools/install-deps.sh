@@ -12,7 +12,7 @@ build=(
 # For the tests, the format check and the demo.
 tests=(
     libgtest-dev libgmock-dev clang-format
-    libzip-dev zip unzip 7zip libarchive-tools python3
+    libzip-dev zip unzip 7zip libarchive-tools python3 tcl
 )
 
 fail() {

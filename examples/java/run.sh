@@ -16,4 +16,4 @@ javac -d "$work" -sourcepath "$example" "$example/ShowPackage.java"
 "${CXX:-c++}" -std=c++20 -shared -fPIC -I"$root" -I"$root/shared/common" -I"$include" -I"$include/linux" \
     "$example/StringIterator.cpp" -L"$library" -lkpcontainers -Wl,-rpath-link,"$library" -o "$work/libstringiterator.so"
 LD_LIBRARY_PATH=$library${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH} \
-    java -Djava.library.path="$library:$work" -cp "$work" ShowPackage "$@"
+    java --enable-native-access=ALL-UNNAMED -Djava.library.path="$library:$work" -cp "$work" ShowPackage "$@"
