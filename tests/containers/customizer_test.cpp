@@ -2,16 +2,14 @@
 
 #include "containers/customizer/Customizer.h"
 
-#include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/PackageVerification.h"
 #include "platform/files/HUTFile.h"
-#include "platform/tcl/InProcessInterpreter.h"
 #include "platform/tcl/TaskManager.h"
-#include "platform/tcl/TclShell.h"
 #include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/Iostreams.h"
 #include "tests/support/CapturedMessages.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Packages.h"
+#include "tests/support/TclEvaluators.h"
 
 #include <filesystem>
 
@@ -55,24 +53,7 @@ public:
 
 class CustomizerTest : public testing::Test {
 protected:
-    CustomizerTest() { makePackage("v:l:k1:1.0"); }
-
-    void makePackage(const std::string& vlnv) {
-        std::filesystem::remove(package_);
-        const std::string xml =
-            directory_.file("in/kernel.xml",
-                            "<root versionMajor=\"1\" versionMinor=\"10\"><kernel name=\"k1\" "
-                            "language=\"ip\" debug=\"true\" vlnv=\"" +
-                                vlnv + "\"><ports/><args/></kernel></root>");
-        directory_.file("in/ip/component.xml", "<component/>");
-        directory_.file("in/debug/log.txt", "debug");
-        HKPContainerUtils::addKernelToKPContainer(
-            package_, "k1", xml, directory_ / "in/ip", {directory_.file("in/a.cpp", "a")},
-            {directory_.file("in/x.pdi", "x")}, {directory_.file("in/emu.so", "e")},
-            directory_.file("in/shim.bin", "s"), "", directory_.file("in/old.qmr", "old"), "lab 7", "top",
-            directory_ / "in/debug", "", true, false, false, false);
-        messages_.clear();
-    }
+    CustomizerTest() { fullKernel(directory_, "k1", "language='ip' debug='true' vlnv='v:l:k1:1.0'").add(); }
 
     FixedDirectory customizer() const {
         FixedDirectory made(package_, "k1", work_);
@@ -80,28 +61,20 @@ protected:
         return made;
     }
 
-    std::string wholeListing(const std::string& package) const {
-        HKPContainer container;
-        HKPContainerUtils::parseKPContainerIntoObject_(package, container);
-        const HKPKernel& kernel = **container.getKPKernelRange().first;
-        std::string line = kernel.getName() + "|" + kernel.getIpDir() + "|" + kernel.getTopIpDir() + "|" +
-                           kernel.getProjectID() + "|";
-        const auto [first, last] = kernel.getSupportedFlowRange();
-        for (auto flow = first; flow != last; ++flow)
-            line += HKPKernel::getFlowAsStr(*flow) + " ";
-        for (const bool flag :
-             {kernel.isRtlKernel(), kernel.isDebug(), kernel.getIsDebugDir(), kernel.getIsHlsDir(),
-              kernel.getIsPdiDir(), kernel.getIsShimSolnDir(), kernel.getIsSwEmuDir()})
-            line += flag ? '1' : '0';
-        return line;
+    std::string errorOf(Customizer& customizer) const {
+        EXPECT_FALSE(customizer.execute());
+        EXPECT_FALSE(HUTFile::exists(work_) || HUTFile::exists(output_)) << customizer.getErrorMessage();
+        return customizer.getErrorMessage();
     }
 
     TemporaryDirectory directory_;
     CapturedMessages messages_;
-    const std::string package_ = directory_ / "in.kp";
+    const std::string package_ = directory_ / "p.kp";
     const std::string output_ = directory_ / "out.kp";
     const std::string work_ = directory_ / "work";
     const std::string repository_ = work_ + "/ip_repo";
+    const std::string instance_ =
+        work_ + "/open_rtl_kernel.srcs/sources_1/bd/design_1/ip/design_1_n1_0/design_1_n1_0.qmr";
     std::shared_ptr<ScriptLog> host_ = std::make_shared<ScriptLog>();
     tkq::tcltasks::evaluator_scope scope_{host_};
 };
@@ -110,10 +83,10 @@ TEST_F(CustomizerTest, WithoutChangesOnlyTheNameIsNew) {
     FixedDirectory plain = customizer();
     EXPECT_TRUE(plain.execute()) << plain.getErrorMessage();
     EXPECT_THAT(host_->scripts, IsEmpty());
-    EXPECT_EQ(wholeListing(package_), "k1|ip_repo/v_l_k1_1_0|top|lab 7|sw_emu hw_emu hw 1110111");
-    EXPECT_EQ(wholeListing(output_), "n1|ip_repo/v_l_k1_1_0|top|lab 7|sw_emu hw_emu hw 1110111");
-    const auto before = ArchiveSnapshot::open(package_);
-    const auto after = ArchiveSnapshot::open(output_);
+    const std::string rest =
+        "|ip_repo/v_l_k1_1_0|top|p7|sw_emu,hw_emu,hw,|rtl|debug|debugDir|hlsDir|pdiDir|shimDir|swEmuDir";
+    EXPECT_THAT(kernelsOf(output_), ElementsAre("n1|n1" + rest));
+    const auto before = ArchiveSnapshot::open(package_), after = ArchiveSnapshot::open(output_);
     for (const std::string& name : isl::iostreams::zip::get_files(package_)) {
         if (name == "kp.xml" || name == "k1/kernel.xml") continue;
         const std::string renamed = name.starts_with("k1/") ? "n1/" + name.substr(3) : name;
@@ -126,42 +99,39 @@ TEST_F(CustomizerTest, WithoutChangesOnlyTheNameIsNew) {
 }
 
 TEST_F(CustomizerTest, EvaluatesTheBoardScripts) {
-    const auto expected = [&](const std::string& find) {
-        return std::vector<std::string>{
-            "create_project -in_memory open_rtl_kernel_target_board " + work_ + "\n",
-            "set_property ip_repo_paths " + repository_ + " [current_project]\nupdate_ip_catalog",
-            "set_msg_config -id {[Board 49-26]} -suppress -quiet\n" + find,
-            "set part_name [get_property part_name $board_part]\n"
-            "set family_name [get_property family [get_parts $part_name]]\n"
-            "set label_name [get_property speed_label [get_parts $part_name]]\n"
-            "ipx::open_core " +
-                repository_ +
-                "/v_l_k1_1_0/component.xml\n"
-                "set original_value [get_property supported_families [ipx::current_core]]\n"
-                "set_property supported_families \"$original_value $family_name\\{$part_name\\} "
-                "$label_name\" "
-                "[ipx::current_core]",
-            "ipx::save_core [ipx::current_core]",
-            "close_project"};
+    const auto expect = [&](const std::string& board, const std::string& find) {
+        host_->scripts.clear();
+        std::filesystem::remove(output_);
+        FixedDirectory made = customizer();
+        EXPECT_TRUE(made.withTargetBoard(board).execute()) << made.getErrorMessage();
+        EXPECT_THAT(
+            host_->scripts,
+            ElementsAre("create_project -in_memory open_rtl_kernel_target_board " + work_ + "\n",
+                        "set_property ip_repo_paths " + repository_ + " [current_project]\nupdate_ip_catalog",
+                        "set_msg_config -id {[Board 49-26]} -suppress -quiet\n" + find,
+                        "set part_name [get_property part_name $board_part]\n"
+                        "set family_name [get_property family [get_parts $part_name]]\n"
+                        "set label_name [get_property speed_label [get_parts $part_name]]\n"
+                        "ipx::open_core " +
+                            repository_ +
+                            "/v_l_k1_1_0/component.xml\n"
+                            "set original_value [get_property supported_families [ipx::current_core]]\n"
+                            "set_property supported_families \"$original_value $family_name\\{$part_name\\} "
+                            "$label_name\" [ipx::current_core]",
+                        "ipx::save_core [ipx::current_core]", "close_project"));
     };
-    FixedDirectory shortName = customizer();
-    EXPECT_TRUE(shortName.withTargetBoard("b1").execute()) << shortName.getErrorMessage();
-    EXPECT_EQ(host_->scripts, expected("set board_short_name b1\nset board_part [get_board_parts -filter "
-                                       "\"board_name==$board_short_name\" -latest_file_version]"));
-    host_->scripts.clear();
-    std::filesystem::remove(output_);
-    FixedDirectory qualified = customizer();
-    EXPECT_TRUE(qualified.withTargetBoard("v:b1:p0:1.2").execute()) << qualified.getErrorMessage();
-    EXPECT_EQ(host_->scripts,
-              expected("set board_short_name [get_property board_name [get_boards v:b1:p0:1.2]]\n"
-                       "set board_file_version [get_property file_version [get_boards v:b1:p0:1.2]]\n"
-                       "set board_part [get_board_parts -filter \"board_name==$board_short_name && "
-                       "board_part_file_version==$board_file_version\"]"));
+    expect("b1",
+           "set board_short_name b1\nset board_part [get_board_parts -filter "
+           "\"board_name==$board_short_name\" -latest_file_version]");
+    expect("v:b1:p0:1.2",
+           "set board_short_name [get_property board_name [get_boards v:b1:p0:1.2]]\n"
+           "set board_file_version [get_property file_version [get_boards v:b1:p0:1.2]]\n"
+           "set board_part [get_board_parts -filter \"board_name==$board_short_name && "
+           "board_part_file_version==$board_file_version\"]");
 }
 
 TEST_F(CustomizerTest, EvaluatesTheParameterScriptsAfterTheBoard) {
-    host_->instance =
-        work_ + "/open_rtl_kernel.srcs/sources_1/bd/design_1/ip/design_1_n1_0/design_1_n1_0.qmr";
+    host_->instance = instance_;
     FixedDirectory both = customizer();
     both.withTargetBoard("b1").withParams({{"DEPTH", "a \"b\" {c d}"}});
     EXPECT_TRUE(both.execute()) << both.getErrorMessage();
@@ -184,82 +154,59 @@ TEST_F(CustomizerTest, EvaluatesTheParameterScriptsAfterTheBoard) {
     EXPECT_EQ(ArchiveSnapshot::open(output_)->read("n1/ip.qmr"), "customized");
 }
 
-// Each row breaks one thing; the customization must fail with its text and leave no directory.
+// Each of these must fail with its text and leave neither a directory nor a package.
 TEST_F(CustomizerTest, FailuresHaveTheirTexts) {
-    struct Row {
-        const char* what;
-        std::function<void(Customizer&)> prepare;
-        std::string error;
-    };
     const auto refused = [](const std::string& step, const std::string& what, const std::string& value) {
         return "Failed to customize RTL kernel IP" + step + ". Exception: The " + what + " '" + value +
                "' cannot be used in a script: it is not one plain Tcl word";
     };
-    const std::string cut = "Failed to customize RTL kernel IP block. Exception: The value '";
-    const std::string notBraced =
-        "' of parameter 'P' cannot be used in a script: it is not one Tcl word in braces";
-    const auto params = [](const std::string& name, const std::string& value) {
-        return [=](Customizer& c) { c.withParams({{name, value}}); };
-    };
-    const std::vector<Row> rows = {
-        {"board", [](Customizer& c) { c.withTargetBoard("b[exit]"); }, refused("", "board", "b[exit]")},
-        {"semicolon", [](Customizer& c) { c.withTargetBoard("b;exit"); }, refused("", "board", "b;exit")},
-        {"bracket", [](Customizer& c) { c.withTargetBoard("b]"); }, refused("", "board", "b]")},
-        {"backslash", [](Customizer& c) { c.withTargetBoard("b\\"); }, refused("", "board", "b\\")},
-        {"parameter name", params("P $x", "1"), refused(" block", "parameter", "CONFIG.P $x")},
-        {"unbalanced", params("P", "a}"), cut + "a}" + notBraced},
-        {"escaping", params("P", "a} [exit] {"), cut + "a} [exit] {" + notBraced},
-        {"continued line", params("P", "a\\\nb"), cut + "a\\\\x0ab" + notBraced},
-        {"host refuses",
-         [&](Customizer& c) {
-             c.withTargetBoard("b1");
-             host_->failing = "close_project";
-         },
-         "Failed to customize RTL kernel IP. Exception: the host says no"},
-        {"no instance", params("P", "1"),
-         "File not found. Path: " + work_ +
-             "/open_rtl_kernel.srcs/sources_1/bd/design_1/ip/design_1_n1_0/design_1_n1_0.qmr"},
-        {"unusable name", [](Customizer& c) { c.withNewKernelName("a/b"); },
-         "Failed to create KP file. Exception: Kernel 'a/b' cannot be added to KP container '" + output_ +
-             "': it is not one path component.\n"},
-    };
-    for (const Row& row : rows) {
-        host_->failing.clear();
-        FixedDirectory broken = customizer();
-        row.prepare(broken);
-        EXPECT_FALSE(broken.execute()) << row.what;
-        EXPECT_EQ(broken.getErrorMessage(), row.error) << row.what;
-        EXPECT_FALSE(HUTFile::exists(work_)) << row.what;
-        EXPECT_FALSE(HUTFile::exists(output_)) << row.what;
+    for (const char* board : {"b[exit]", "b;exit", "b]", "b\\"}) {
+        FixedDirectory made = customizer();
+        EXPECT_EQ(errorOf(made.withTargetBoard(board)), refused("", "board", board));
     }
+    const auto withParam = [&](const std::string& name, const std::string& value) {
+        FixedDirectory made = customizer();
+        return errorOf(made.withParams({{name, value}}));
+    };
+    for (const auto& [value, told] :
+         {std::pair{"a}", "a}"}, {"a} [exit] {", "a} [exit] {"}, {"a\\\nb", "a\\\\x0ab"}})
+        EXPECT_EQ(withParam("P", value),
+                  "Failed to customize RTL kernel IP block. Exception: The value '" + std::string(told) +
+                      "' of parameter 'P' cannot be used in a script: it is not one Tcl word in braces");
+    EXPECT_EQ(withParam("P $x", "1"), refused(" block", "parameter", "CONFIG.P $x"));
+    EXPECT_EQ(withParam("P", "1"), "File not found. Path: " + instance_);
 
-    makePackage("a:b:c:[exec touch x]");
-    FixedDirectory hostile = customizer();
+    FixedDirectory unnamed = customizer();
+    EXPECT_EQ(errorOf(unnamed.withNewKernelName("a/b")),
+              "Failed to create KP file. Exception: Kernel 'a/b' cannot be added to KP container '" +
+                  output_ + "': it is not one path component.\n");
+    host_->failing = "close_project";
+    FixedDirectory denied = customizer();
+    EXPECT_EQ(errorOf(denied.withTargetBoard("b1")),
+              "Failed to customize RTL kernel IP. Exception: the host says no");
+
+    std::filesystem::remove(package_);
+    fullKernel(directory_, "k1", "vlnv='a:b:c:[exec touch x]'").add();
     host_->scripts.clear();
-    EXPECT_FALSE(hostile.withParams({{"P", "1"}}).execute());
-    EXPECT_EQ(hostile.getErrorMessage(), refused(" block", "VLNV", "a:b:c:[exec touch x]"));
+    EXPECT_EQ(withParam("P", "1"), refused(" block", "VLNV", "a:b:c:[exec touch x]"));
     EXPECT_THAT(host_->scripts, IsEmpty());
 }
 
 TEST_F(CustomizerTest, ChecksPreconditionsInOrder) {
-    const auto errorOf = [](Customizer&& customizer) {
-        EXPECT_FALSE(customizer.execute());
-        return customizer.getErrorMessage();
+    const auto error = [&](const std::string& package, const std::string& kernel) {
+        FixedDirectory customizer(package, kernel, work_);
+        return errorOf(customizer);
     };
-    EXPECT_EQ(errorOf(Customizer("", "")), "Missing kernel name.");
-    EXPECT_EQ(errorOf(Customizer("", "k1")), "Missing KP file path.");
-    EXPECT_EQ(errorOf(Customizer(directory_ / "gone.kp", "k1")), "KP file not found.");
-    EXPECT_EQ(errorOf(FixedDirectory(package_, "k2", work_)),
-              "Failed to extract RTL kernel from object file. Exception: Kernel 'k2' was not found inside KP "
-              "container '" +
-                  package_ + "'\n");
-    EXPECT_THAT(errorOf(FixedDirectory(directory_.file("bad.kp", "no zip"), "k1", work_)),
-                StartsWith("Failed to extract RTL kernel from object file. Exception: "));
-}
+    EXPECT_EQ(error("", ""), "Missing kernel name.");
+    EXPECT_EQ(error("", "k1"), "Missing KP file path.");
+    EXPECT_EQ(error(directory_ / "gone.kp", "k1"), "KP file not found.");
+    const std::string start = "Failed to extract RTL kernel from object file. Exception: ";
+    EXPECT_EQ(error(package_, "k2"),
+              start + "Kernel 'k2' was not found inside KP container '" + package_ + "'\n");
+    EXPECT_THAT(error(directory_.file("bad.kp", "no zip"), "k1"), StartsWith(start));
 
-TEST_F(CustomizerTest, TheBaseClassNamesANewDirectoryEachTime) {
     Customizer base(package_, "k1");
-    EXPECT_NE(base.getWorkingDirPath(), base.getWorkingDirPath());
+    EXPECT_NE(base.getWorkingDirPath(), base.getWorkingDirPath()) << "a new one each time";
     EXPECT_THAT(base.getWorkingDirPath(), HasSubstr("/quorix-kfab-"));
     EXPECT_EQ(base.withOutputFilePath("o.kp").getOutputFilePath(), directory_ / "o.kp");
     EXPECT_EQ(base.withOutputFilePath("d/o.kp").getOutputFilePath(), "d/o.kp");
@@ -283,13 +230,13 @@ TEST_F(CustomizerTest, StepsAreReachedThroughVirtualCalls) {
 TEST_F(CustomizerTest, TheExampleKernelIsReallyCustomized) {
     const std::string examples = KP_EXAMPLES_DIR;
     std::filesystem::remove(package_);
-    HKPContainerUtils::addKernelToKPContainer(package_, "vadd", examples + "/vadd/kernel.xml",
-                                              examples + "/vadd/ip", {}, {}, {}, "", "", "", "", ".", "", "",
-                                              true, false, false, false);
-    const std::vector<std::shared_ptr<tkq::tcltasks::tcl_evaluator>> hosts = {
-        std::make_shared<tkq::tcltasks::in_process_interpreter>(),
-        std::make_shared<tkq::tcltasks::tcl_shell>("tclsh")};
-    for (const auto& host : hosts) {
+    const Addition vadd{.package = package_,
+                        .name = "vadd",
+                        .xml = examples + "/vadd/kernel.xml",
+                        .ip = examples + "/vadd/ip"};
+    vadd.add();
+    for (const EvaluatorKind& kind : evaluatorKinds) {
+        const auto host = kind.make();
         std::filesystem::remove(output_);
         const tkq::tcltasks::evaluator_scope scope(host);
         host->evaluate("source {" + examples + "/host/host.tcl}");

@@ -318,18 +318,18 @@ TEST_F(ExtractTest, WhatCannotBeExtractedIsToldAndNothingIsWritten) {
              "/ip_repo' is in the way: it is a symbolic link"},
         {"k1", [&] { fs::remove(package); }, "Failed to parse KP container '" + package + "'\n"},
     };
-    for (const auto& [kernel, prepare, error] : rows) {
+    for (const auto& row : rows) {
         fs::remove_all(out);
         HUTFile::writeFile(package, sound);
-        prepare();
-        EXPECT_EQ(failureOf([&] { one(kernel); }), error);
-        if (kernel != "k") {
-            EXPECT_EQ(failureOf([&] { all(); }), error);
+        row.prepare();
+        EXPECT_EQ(failureOf([&] { one(row.kernel); }), row.error);
+        if (row.kernel != "k") {
+            EXPECT_EQ(failureOf([&] { all(); }), row.error);
         }
         Strings errors = {"before"};
-        EXPECT_FALSE(HKPContainerUtils::extractKernelFromKP(package, kernel, out, errors));
-        EXPECT_THAT(errors, ElementsAre("before", error));
-        EXPECT_THAT(filesBelow(out), IsEmpty()) << error;
+        EXPECT_FALSE(HKPContainerUtils::extractKernelFromKP(package, row.kernel, out, errors));
+        EXPECT_THAT(errors, ElementsAre("before", row.error));
+        EXPECT_THAT(filesBelow(out), IsEmpty()) << row.error;
     }
     EXPECT_EQ(filesBelow(at("k1")).size(), 3U);
 }

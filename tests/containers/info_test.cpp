@@ -181,11 +181,11 @@ TEST_F(InfoTest, ReportsWhatIsThereAndOnlyThat) {
 
 TEST_F(InfoTest, TheExplorerKnowsEveryKernelAndWhetherThereCanBeIpCaches) {
     for (const auto& [major, caches] : {std::pair{"2", false}, {"3", true}, {"6", true}}) {
-        pack(package_, {{"k1/kernel.xml", kernelXml("name='k1' vlnv='first'")},
-                        {"K1/kernel.xml", kernelXml("name='K1' vlnv='second'")},
-                        {"dir/kernel.xml", kernelXml("name='other'")},
-                        {"debug/x", ""},
-                        {"kp.xml", manifest({"k1", "dir", "K1"}, major)}});
+        Members members = {{"debug/x", ""}, {"kp.xml", manifest({"k1", "dir", "K1"}, major)}};
+        members.emplace_back("k1/kernel.xml", kernelXml("name='k1' vlnv='first'"));
+        members.emplace_back("K1/kernel.xml", kernelXml("name='K1' vlnv='second'"));
+        members.emplace_back("dir/kernel.xml", kernelXml("name='other'"));
+        pack(package_, members);
         const auto explorer = HKPContainerUtils::getInfo(package_);
         std::set<std::string> names;
         explorer->getKernelDefNames(names);
@@ -229,7 +229,6 @@ TEST_F(InfoTest, JsonCarriesEveryTextThatADescriptionCanHold) {
 }
 
 TEST_F(InfoTest, FailuresComeAsOneErrorAndNoReport) {
-    const std::string noFile = "The specified KP container does not exist: '" + package_ + "'\n";
     const auto expect = [&](const std::string& error) {
         for (const auto report : {HKPContainerUtils::getInfoAsTxt, HKPContainerUtils::getInfoAsJson}) {
             Texts out = {"dropped"}, errors = {"kept"};
@@ -238,21 +237,16 @@ TEST_F(InfoTest, FailuresComeAsOneErrorAndNoReport) {
             EXPECT_THAT(errors, ElementsAre("kept", HasSubstr(error)));
         }
     };
-    expect(noFile);
-    std::filesystem::create_directory(package_);
-    expect(noFile);
-    std::filesystem::remove(package_);
+    expect("The specified KP container does not exist: '" + package_ + "'\n");
     directory_.file("p.kp", "no archive");
     expect(package_);
-    const std::string xml = kernelXml("name='k'");
-    const std::pair<std::string, std::string> whole[] = {{"k/kernel.xml", xml}, {"kp.xml", manifest({"k"})}};
-    pack(package_, {whole[0]});
+    pack(package_, {{"k/kernel.xml", kernelXml("name='k'")}});
     expect("kp.xml");
-    pack(package_, {whole[1]});
+    pack(package_, {{"kp.xml", manifest({"k"})}});
     expect("k/kernel.xml");
-    pack(package_, {{"k/kernel.xml", xml + "<"}, whole[1]});
+    pack(package_, {{"k/kernel.xml", kernelXml("name='k'") + "<"}, {"kp.xml", manifest({"k"})}});
     expect(package_ + ":2: ");
-    pack(package_, {whole[0], whole[1]});
+    packKernel("");
     const disk::DiskFaults faults(
         [](std::string_view call, const std::string&) { return call == "read" ? EIO : 0; });
     expect(package_);

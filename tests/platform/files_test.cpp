@@ -55,7 +55,6 @@ TEST_F(Files, WalkComesInByteOrderOfFullNames) {
     fs::create_directories(at("c/d"));
     EXPECT_THAT(walked(), ElementsAre("B", "a-b", "a.c", "a/", "a/b", "a/b0", "a/\xc3\xa4", "a/\xff", "a0/",
                                       "a0/z", "c/", "c/d/ empty"));
-    EXPECT_EQ(HUTFile::fileCount(directory.path()), 8U);
 }
 
 TEST_F(Files, WalkFollowsLinksAndLeavesLoopsOut) {
@@ -162,8 +161,7 @@ TEST_F(Files, UniqueNamesAndScratchDirectories) {
 TEST_F(Files, CanonicalNames) {
     write("d/f");
     fs::create_symlink("d", at("link"));
-    EXPECT_EQ(HUTFile::getCanonicalName(at("d/../link/./f")), fs::canonical(at("d/f")).string());
-    EXPECT_EQ(HUTFile::getCanonicalName(at("link/missing/../g")), fs::canonical(at("d")).string() + "/g");
+    EXPECT_EQ(HUTFile::getCanonicalName(at("link/missing/.././f")), fs::canonical(at("d/f")).string());
 }
 
 TEST(PathUtils, PathsAsText) {

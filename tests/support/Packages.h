@@ -43,9 +43,10 @@ inline Addition ipKernel(const TemporaryDirectory& directory, const std::string&
             .ip = directory / (name + "/ip")};
 }
 
-/// An RTL kernel with all that there can be but a report.
-inline Addition fullKernel(const TemporaryDirectory& directory, const std::string& name) {
-    Addition full = ipKernel(directory, name);
+/// A kernel as ipKernel makes it, with all else that there can be but a report.
+inline Addition fullKernel(const TemporaryDirectory& directory, const std::string& name,
+                           const std::string& attributes = "") {
+    Addition full = ipKernel(directory, name, attributes);
     full.cpu = {inputFile(directory, "a.cpp"), inputFile(directory, "b.cpp")};
     full.pdi = {inputFile(directory, "x.pdi")};
     full.swEmu = {inputFile(directory, "emu.so")};
