@@ -75,6 +75,17 @@ const Place inKernel[] = {
 };
 const std::span listed(inKernel, 3);
 
+/// The only kernel that an explorer knows; what the lists held before must go.
+KernelDef onlyKernelOf(const ExplorerIface& explorer) {
+    std::set<std::string> names = {"old"};
+    std::vector<KernelDef> definitions(3);
+    explorer.getKernelDefNames(names);
+    explorer.getKernelDefs(definitions);
+    EXPECT_EQ(definitions.size(), 1U);
+    EXPECT_THAT(names, ElementsAre(definitions.at(0).name));
+    return definitions.at(0);
+}
+
 /// An explorer whose roots are all the same directory.
 template <class Explorer>
 struct Moved : Explorer {
@@ -122,10 +133,11 @@ TEST_F(FileExplorerTest, AnswersFromTheKernelsAsRegisteredLast) {
     EXPECT_EQ(explorer_.getVLNV("k1") + explorer_.getVLNV("K1"), "vlnv");
     for (const Place& place : places)
         EXPECT_EQ((explorer_.*place.root)("k1"), place.folder);
-    std::vector<KernelDef> definitions(3);
-    explorer_.getKernelDefs(definitions);
-    ASSERT_EQ(definitions.size(), 1U);
-    EXPECT_THAT(definitions[0].args, ElementsAre(testing::Field(&kfab::kernel::ArgDesc::name, "b")));
+    EXPECT_THAT(onlyKernelOf(explorer_).args, ElementsAre(testing::Field(&kfab::kernel::ArgDesc::name, "b")));
+    EXPECT_TRUE(explorer_.addKernelRootDir("unlisted", directory_ / "k1"));
+    EXPECT_EQ(explorer_.getHierTopIPPath("unlisted"), ".");
+    EXPECT_TRUE(explorer_.existsDir(directory_ / "k1"));
+    EXPECT_FALSE(explorer_.existsDir(directory_ / "k1/kernel.xml") || explorer_.existsDir(""));
 
     FileExplorer plain(directory_.path(), container_, false);
     EXPECT_TRUE(plain.addKernelRootDir("k1", directory_ / "k1"));
@@ -228,8 +240,6 @@ TEST_F(ArchiveExplorerTest, AnswersFromThePackageAsItIsNow) {
     EXPECT_THROW(explorer_.getKernelDefRoot("k1"), HEXAlgException) << "there is no package";
     packNames({"k1/kernel.xml"});
     EXPECT_EQ(explorer_.getKernelDefRoot("k1"), directory_ / "k1");
-    EXPECT_TRUE(explorer_.addKernelDef(KernelDef()));
-    EXPECT_FALSE(explorer_.addKernelDef(KernelDef())) << "the first of a name stays";
     packNames({"deep/er/k2/x/kernel.xml", "ip_repo/v_l_k2_1_0/component.xml"});
     EXPECT_EQ(explorer_.getKernelDefRoot("k1"), "");
     for (const Place& place : inKernel) {
@@ -267,6 +277,15 @@ TEST_F(ArchiveExplorerTest, TheRootIsTheDirectoryOfThePackage) {
     }
     fs::current_path(before);
     EXPECT_FALSE(explorer_.existsDir("k1")) << "not below the root";
+}
+
+TEST_F(ArchiveExplorerTest, KeepsTheFirstDefinitionOfAName) {
+    KernelDef definition;
+    definition.vlnv = "first";
+    EXPECT_TRUE(explorer_.addKernelDef(definition));
+    definition.vlnv = "second";
+    EXPECT_FALSE(explorer_.addKernelDef(definition));
+    EXPECT_EQ(explorer_.getVLNV("") + onlyKernelOf(explorer_).vlnv, "firstfirst");
 }
 
 TEST_F(ArchiveExplorerTest, AgreesWithAWalkOverTheFilesOfAnyPackage) {

@@ -189,22 +189,32 @@ TEST(KernelDef, AssignmentAppendsLists) {
     const auto make = [](const std::string& name, int args, int ports) {
         KernelDef def;
         def.name = name;
+        ArgDesc arg;
+        arg.name = name;
         while (args-- > 0)
-            def.addArgDesc({});
+            def.addArgDesc(arg);
+        PortDesc port;
+        port.name = name;
         while (ports-- > 0)
-            def.addPortDesc({});
+            def.addPortDesc(port);
         return def;
     };
     const auto shown = [](const KernelDef& def) {
-        return def.name + ":" + std::to_string(def.args.size()) + ":" + std::to_string(def.ports.size());
+        std::string text = def.name + ":";
+        for (const ArgDesc& arg : def.args)
+            text += arg.name;
+        text += ":";
+        for (const PortDesc& port : def.ports)
+            text += port.name;
+        return text;
     };
-    KernelDef target = make("old", 3, 1);
-    const KernelDef source = make("new", 2, 4);
-    EXPECT_EQ(shown(target = source), "new:5:5");
+    KernelDef target = make("a", 3, 1);
+    const KernelDef source = make("b", 2, 2);
+    EXPECT_EQ(shown(target = source), "b:aaabb:abb");
     const KernelDef& same = target;
-    EXPECT_EQ(shown(target = same), "new:5:5");
-    EXPECT_EQ(shown(target = KernelDef()), ":5:5");
-    EXPECT_EQ(shown(KernelDef(source)), "new:2:4");
+    EXPECT_EQ(shown(target = same), "b:aaabb:abb");
+    EXPECT_EQ(shown(target = KernelDef()), ":aaabb:abb");
+    EXPECT_EQ(shown(KernelDef(source)), "b:bb:bb");
 }
 
 TEST(HCOKernelXMLWriter, Additions) {

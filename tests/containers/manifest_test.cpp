@@ -190,7 +190,6 @@ TEST_F(Manifest, IsReadLeniently) {
     EXPECT_EQ(container.getVersionMinor(), 3U);
     EXPECT_EQ(container.getSoftwareVersionMajor(), 0U);
     EXPECT_TRUE(container.getIsIpCacheDir());
-    const std::string flow = "17-1312: Unknown flow number 0 in the manifest of '" + path_ + "' is ignored";
     const std::string known = "' is not known; it is ignored", at = "17-1314: " + path_;
     const std::string flow = "17-1312: Unknown flow number 0 in the manifest of '" + path_ + "' is ignored";
     EXPECT_EQ(messages_.texts(),
