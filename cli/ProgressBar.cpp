@@ -16,8 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 using Seconds = std::chrono::duration<double>;
 
-constexpr auto patience = 1s;
-constexpr auto pause = 100ms;
+constexpr std::chrono::milliseconds longestPause = 100ms;
 
 std::string_view variable(const char* name) {
     const char* value = std::getenv(name);
@@ -65,6 +64,13 @@ std::string lineOf(double share, double bytesPerSecond, double secondsLeft, std:
     return percent + " " + bar(share, std::min(width - texts, widestBar), hasColour) + speed;
 }
 
+/// How long work goes on without a bar.
+std::chrono::milliseconds patienceWanted() {
+    const std::string milliseconds(variable("KP_PROGRESS_DELAY"));
+    return milliseconds.empty() ? 1s
+                                : std::chrono::milliseconds(std::strtol(milliseconds.c_str(), nullptr, 10));
+}
+
 }  // namespace
 
 std::unique_ptr<ProgressBar> ProgressBar::onTerminal() {
@@ -73,7 +79,9 @@ std::unique_ptr<ProgressBar> ProgressBar::onTerminal() {
 }
 
 ProgressBar::ProgressBar()
-    : before_(HUTProgress::setListener(this)), hasColour_(variable("NO_COLOR").empty()) {}
+    : before_(HUTProgress::setListener(this)),
+      patience_(patienceWanted()),
+      hasColour_(variable("NO_COLOR").empty()) {}
 
 ProgressBar::~ProgressBar() {
     HUTProgress::setListener(before_);
@@ -92,7 +100,7 @@ void ProgressBar::begin(std::uint64_t total) {
 
 void ProgressBar::advance(std::uint64_t done) {
     const auto now = Clock::now();
-    if (now - made_ < patience || now - drawn_ < pause || done == total_) return;
+    if (now - made_ < patience_ || now - drawn_ < std::min(patience_, longestPause) || done == total_) return;
     drawn_ = now;
     isShown_ = true;
     const double rate = static_cast<double>(done) / Seconds(now - begun_).count();

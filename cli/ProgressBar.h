@@ -30,6 +30,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     HUTProgress::Listener* before_;
+    std::chrono::milliseconds patience_;
     bool hasColour_;
     bool isShown_ = false;
     Clock::time_point made_ = Clock::now();
