@@ -343,7 +343,7 @@ class KpTest(unittest.TestCase):
                 (["verify", "p.kp", "-q"], {}, "digest: valid\n", r"\A\Z"),
                 (["verify", "p.kp"], {"TERM": "dumb"}, "digest: valid\n", r"\A\Z"),
                 (["extract", "p.kp", "-d", "out", "--force"], {}, "out/vadd\n",
-                 rf"\A(\r{coloured}\x1b\[K)+\r\x1b\[K\Z")]
+                 rf"\A((\r{coloured}\x1b\[K)+\r\x1b\[K){{2}}\Z")]
         for arguments, environment, answer, expected in rows:
             work = OnTerminal(*arguments, KP_PROGRESS_DELAY="0", **environment)
             status, out, shown = work.finish()

@@ -202,19 +202,19 @@ TEST(KernelDef, AssignmentAppendsLists) {
     const auto shown = [](const KernelDef& def) {
         std::string text = def.name + ":";
         for (const ArgDesc& arg : def.args)
-            text += arg.name;
+            text += arg.name + ",";
         text += ":";
         for (const PortDesc& port : def.ports)
-            text += port.name;
+            text += port.name + ",";
         return text;
     };
     KernelDef target = make("a", 3, 1);
     const KernelDef source = make("b", 2, 2);
-    EXPECT_EQ(shown(target = source), "b:aaabb:abb");
+    EXPECT_EQ(shown(target = source), "b:a,a,a,b,b,:a,b,b,");
     const KernelDef& same = target;
-    EXPECT_EQ(shown(target = same), "b:aaabb:abb");
-    EXPECT_EQ(shown(target = KernelDef()), ":aaabb:abb");
-    EXPECT_EQ(shown(KernelDef(source)), "b:bb:bb");
+    EXPECT_EQ(shown(target = same), "b:a,a,a,b,b,:a,b,b,");
+    EXPECT_EQ(shown(target = KernelDef()), ":a,a,a,b,b,:a,b,b,");
+    EXPECT_EQ(shown(KernelDef(source)), "b:b,b,:b,b,");
 }
 
 TEST(HCOKernelXMLWriter, Additions) {

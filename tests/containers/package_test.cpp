@@ -112,7 +112,6 @@ TEST_F(PackageTest, ReplacesAKernelAndLeavesNothingOfIt) {
 TEST_F(PackageTest, UpdatesOnlyDeviceImagesAndShimUnderTheFolderThatTheKernelHas) {
     Addition first = kernel("k1");
     first.pdi = {file("old.pdi"), file("same.pdi")};
-    first.shim = file("old.shim");
     first.add();
     const auto update = [&](Texts pdi, const std::string& shim) {
         Addition change{.package = package_, .name = "K1", .xml = "/nowhere", .ip = ""};
@@ -122,6 +121,7 @@ TEST_F(PackageTest, UpdatesOnlyDeviceImagesAndShimUnderTheFolderThatTheKernelHas
         change.update = true;
         change.add();
     };
+    update({}, file("old.shim"));
     update({directory_.file("same.pdi", "newer")}, "");
     EXPECT_EQ(member("k1/pdi/same.pdi"), "newer");
     EXPECT_TRUE(HUTZip::containsFile(package_, "k1/shim_soln/old.shim"));
