@@ -258,15 +258,18 @@ TEST_F(PackageTest, TheFilesOfAnotherKernelAreNotTouched) {
                other + "' uses its directory.\n";
     };
     const Addition replacement = again(kernel("k1"));
-    const std::tuple<const char*, Addition, std::string> rows[] = {
-        {"K2", kernel("k2"), refusal("k2", "k1")},
-        {"k3", replacement, refusal("k1", "k3")},
-        {"..", replacement,
-         "The directory '..' of kernel 'k1' in '" + package_ +
-             "' cannot be changed: it is not one path component\n"}};
-    for (const auto& [directory, addition, error] : rows) {
-        changeManifest([&](HKPContainer& c) { c.getKPKernelByName("k1")->setDirectory(directory); });
-        EXPECT_EQ(failureOf([&] { addition.add(); }), error);
+    const struct {
+        const char* directory;
+        Addition addition;
+        std::string error;
+    } rows[] = {{"K2", kernel("k2"), refusal("k2", "k1")},
+                {"k3", replacement, refusal("k1", "k3")},
+                {"..", replacement,
+                 "The directory '..' of kernel 'k1' in '" + package_ +
+                     "' cannot be changed: it is not one path component\n"}};
+    for (const auto& row : rows) {
+        changeManifest([&](HKPContainer& c) { c.getKPKernelByName("k1")->setDirectory(row.directory); });
+        EXPECT_EQ(failureOf([&] { row.addition.add(); }), row.error);
     }
 }
 
