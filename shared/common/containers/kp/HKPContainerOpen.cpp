@@ -2,21 +2,15 @@
 
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/HKPContainerXMLReader.h"
+#include "containers/kp/PackageDigest.h"
 #include "containers/kp/SoftwareVersion.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
 #include "platform/messages/ComMsgMgr.h"
-#include "platform/zip/HUTZip.h"
 
 #include <unordered_set>
 
 namespace {
-
-bool digestHolds(const std::string& path, std::uint32_t major, std::uint32_t minor) {
-    if (major == 1 && minor >= 1) return HUTZip::checkIntegrity(path) == 0;
-    if (major >= 2) return HUTZip::checkIntegrityEn(path) == 0;
-    return false;  // formats before 1.1 carry no digest that could be verified
-}
 
 std::string joinFlows(const HKPKernel& kernel) {
     std::string joined;
@@ -98,7 +92,8 @@ void HKPContainerUtils::checkKPIntegrity_(const std::string& path, std::uint32_t
                                           std::uint32_t versionMinor) {
     static std::unordered_set<std::string> checkedPaths;
     if (checkedPaths.contains(path)) return;
-    if (!digestHolds(path, versionMajor, versionMinor)) ComMsgMgr::post("@17-1396@%s", {path});
+    if (checkPackageDigest(path, versionMajor, versionMinor) != PackageDigest::Valid)
+        ComMsgMgr::post("@17-1396@%s", {path});
     checkedPaths.insert(path);
 }
 

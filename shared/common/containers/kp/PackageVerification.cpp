@@ -7,13 +7,10 @@
 #include "platform/base/HUTProgress.h"
 #include "platform/files/HUTFile.h"
 #include "platform/zip/ArchiveSnapshot.h"
-#include "platform/zip/HUTZip.h"
 
 #include <array>
 
 namespace {
-
-using Digest = PackageVerification::Digest;
 
 std::string codeText(ArchiveFinding::Code code) {
     using enum ArchiveFinding::Code;
@@ -42,14 +39,6 @@ std::string withoutLineEnd(std::string text) {
     while (text.ends_with('\n'))
         text.pop_back();
     return text;
-}
-
-/// Format 1.1 has a digest of its own; formats before it have none.
-Digest digestOf(const std::string& path, const KPContainer::Root& manifest) {
-    const std::uint32_t major = manifest.VersionMajor.get();
-    if (major < 1 || (major == 1 && manifest.VersionMinor.get() < 1)) return Digest::Missing;
-    const int result = major == 1 ? HUTZip::checkIntegrity(path) : HUTZip::checkIntegrityEn(path);
-    return static_cast<Digest>(result);
 }
 
 }  // namespace
@@ -81,6 +70,6 @@ PackageVerification PackageVerification::of(const std::string& path) {
     } catch (const std::exception& unreadable) {
         verification.findings.push_back({"manifest", layout::manifest, withoutLineEnd(unreadable.what())});
     }
-    verification.digest = digestOf(path, manifest);
+    verification.digest = checkPackageDigest(path, manifest.VersionMajor.get(), manifest.VersionMinor.get());
     return verification;
 }

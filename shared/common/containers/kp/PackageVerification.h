@@ -1,5 +1,6 @@
 #pragma once
 
+#include "containers/kp/PackageDigest.h"
 #include "platform/base/Export.h"
 
 #include <string>
@@ -14,7 +15,7 @@ struct PackageFinding {
 
 /// What a thorough look at a package found.
 struct KP_EXPORT PackageVerification {
-    enum class Digest { Valid, Missing, Mismatch, Unreadable };
+    using Digest = PackageDigest;
 
     Digest digest = Digest::Unreadable;
     std::vector<PackageFinding> findings;
