@@ -9,10 +9,10 @@ build=(
     libdeflate-dev zlib1g-dev libssl-dev libexpat1-dev
     libcli11-dev nlohmann-json3-dev tcl8.6-dev default-jdk-headless
 )
-# For the tests, the format check and the demo.
+# For the tests, the benchmarks, the format check and the demo.
 tests=(
-    libgtest-dev libgmock-dev clang-format
-    libzip-dev zip unzip 7zip libarchive-tools python3 tcl
+    libgtest-dev libgmock-dev libbenchmark-dev clang-format
+    libzip-dev zip unzip 7zip libarchive-tools openssl python3 tcl
 )
 
 fail() {

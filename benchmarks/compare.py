@@ -1,0 +1,232 @@
+#!/usr/bin/env python3
+"""Times kp beside its peers, each pair in turns in one run, and says which of the wanted figures hold.
+
+usage: compare.py BIN_DIRECTORY WORK_DIRECTORY [--quick]
+
+Prints a table of medians; the exit status is 1 when a row falls short.
+"""
+
+import argparse
+import json
+import os
+import shutil
+import statistics
+import subprocess
+import sys
+from dataclasses import dataclass, field
+from pathlib import Path
+from typing import Callable, Optional
+
+import make_inputs
+
+MIB = 1 << 20
+
+
+@dataclass
+class Command:
+    """A command that is measured. `ready` puts things in order before each run, outside of the measurement."""
+
+    arguments: list
+    ready: Callable[[], None] = lambda: None
+    stdin: str = os.devnull
+    seconds: list = field(default_factory=list)
+    peak: int = 0  # of resident memory, in bytes
+
+    def run(self, measure, times=1):
+        """Runs it `times` in a row as one measurement, for commands that are over too soon to be timed alone."""
+        self.ready()
+        with open(self.stdin) as stdin:
+            done = subprocess.run([measure, str(times), *self.arguments], stdin=stdin, stdout=subprocess.PIPE, text=True)
+        if done.returncode != 0:
+            sys.exit(f"compare: {' '.join(map(str, self.arguments))} failed")
+        seconds, peak = done.stdout.split()
+        self.seconds.append(float(seconds))
+        self.peak = max(self.peak, int(peak) * 1024)
+
+    @property
+    def median(self):
+        return statistics.median(self.seconds)
+
+
+class Table:
+    """Rows of figures and whether each is what it must be."""
+
+    def __init__(self):
+        self.falls_short = False
+        print("| Work | Ours | Peer | Ratio | Wanted | |\n|---|---|---|---|---|---|")
+
+    def add(self, work, ours, peer="", ratio=None, wanted=None):
+        verdict = ""
+        if wanted is not None:
+            holds = ratio <= wanted
+            verdict = "holds" if holds else "falls short"
+            self.falls_short |= not holds
+        print("|", " | ".join((work, ours, peer, "" if ratio is None else f"{ratio:.2f}",
+                               "" if wanted is None else f"at most {wanted:.2f}", verdict)), "|", flush=True)
+
+
+class Comparison:
+    def __init__(self, programs, work, quick):
+        self.programs, self.measure, self.runs = programs, programs / "measure", 3 if quick else 5
+        self.inputs, self.out = work / "inputs", work / "out"
+        make_inputs.make(self.inputs, 0.1 if quick else 1)
+        shutil.rmtree(self.out, ignore_errors=True)
+        self.out.mkdir()
+        self.table = Table()
+        self.example = make_inputs.EXAMPLE
+
+    def kp(self, *arguments, **more):
+        return Command([self.programs / "kp", *arguments], **more)
+
+    def fresh(self, name):
+        """A path below the output directory that is not there, the one before it being removed."""
+        path = self.out / name
+        shutil.rmtree(path) if path.is_dir() else path.unlink(missing_ok=True)
+        return path
+
+    def race(self, ours, *peers, times=1):
+        """All in turns, after one round that warms the caches and is not counted."""
+        for round_number in range(self.runs + 1):
+            for command in (ours, *peers):
+                command.run(self.measure, times)
+                if round_number == 0:
+                    command.seconds.clear()
+
+    def compare(self, work, ours, peer, name, wanted=None, times=1):
+        """One row: our time over the peer's."""
+        if not ours.seconds:
+            self.race(ours, peer, times=times)
+        self.row(work, ours, peer, name, wanted)
+
+    def row(self, work, ours, peer, name, wanted=None):
+        self.table.add(work, figures(ours), f"{name}: {figures(peer)}", ours.median / peer.median, wanted)
+
+    def bound_memory(self, work, command, limit):
+        self.table.add(f"{work}: peak memory", mib(command.peak), f"limit: {mib(limit)}", command.peak / limit, 1)
+
+    # The rows
+
+    def add_tree(self):
+        tree, description = self.inputs / "ip", self.example / "kernel.xml"
+        remove = lambda name: lambda: self.fresh(name)
+        package, zipped, bare = (self.out / name for name in ("tree.kp", "tree.zip", "tree.bare"))
+        ours = self.kp("add", package, description, "--ip", tree, ready=remove("tree.kp"))
+        zip_ = Command(["zip", "-qr", zipped, tree], ready=remove("tree.zip"))
+        pack = Command([self.programs / "bare_pack", tree, bare], ready=remove("tree.bare"))
+        bsdtar = Command(["bsdtar", "-cf", self.out / "tar.zip", "--format", "zip", tree], ready=remove("tar.zip"))
+        sevenzip = Command(["7zz", "a", "-bd", "-mmt=1", "-mx=5", self.out / "7.zip", tree], ready=remove("7.zip"))
+        self.race(ours, zip_, pack, bsdtar, sevenzip)
+        work = "add a tree of 3,000 files, 42 MB"
+        self.row(work, ours, zip_, "zip -qr", 1 / 1.8)
+        self.row(work, ours, pack, "bare read, deflate, write", 1.2)
+        self.row(work, ours, bsdtar, "bsdtar")
+        self.row(work, ours, sevenzip, "7zz -mmt=1")
+        sizes = [path.stat().st_size for path in (package, zipped)]
+        self.table.add("its size", mib(sizes[0]), f"zip -qr: {mib(sizes[1])}", sizes[0] / sizes[1], 1)
+
+    def extract_tree(self):
+        package = self.out / "tree.kp"
+        listing = self.out / "names"
+        with open(listing, "w") as file:
+            for name in sorted(path for path in (self.inputs / "ip").rglob("*") if path.is_file()):
+                file.write(f"{name.stat().st_size} {name.relative_to(self.inputs)}\n")
+        # Each run has a directory of its own: a file system is slow at creating while it still removes.
+        directories = iter(range(1000))
+
+        def into_new_directory(make):
+            command = Command([])
+
+            def ready():
+                directory = self.out / f"extracted{next(directories)}"
+                directory.mkdir()
+                command.arguments = make(directory)
+
+            command.ready = ready
+            return command
+
+        ours = into_new_directory(lambda directory: [self.programs / "kp", "extract", package, "-d", directory])
+        unzip = into_new_directory(lambda directory: ["unzip", "-q", package, "-d", directory])
+        create = into_new_directory(lambda directory: [self.programs / "bare_create", directory])
+        create.stdin = str(listing)
+        bsdtar = into_new_directory(lambda directory: ["bsdtar", "-xf", package, "-C", directory])
+        self.race(ours, unzip, create, bsdtar)
+        work = "extract it"
+        self.row(work, ours, unzip, "unzip -q", 1 / 1.3)
+        self.row(work, ours, create, "bare creation of the files", 1.2)
+        self.row(work, ours, bsdtar, "bsdtar")
+        for number in range(next(directories)):
+            shutil.rmtree(self.out / f"extracted{number}")
+
+    def big_package(self):
+        package, copy = self.out / "big.kp", self.out / "copy.kp"
+        add = self.kp("add", package, self.example / "kernel.xml", "--ip", self.inputs / "big-ip",
+                      ready=lambda: self.fresh("big.kp"))
+        add.run(self.measure)
+        self.bound_memory("add one file of 1 GiB", add, 300 * MIB)
+        names = iter(range(1000))
+        description = self.out / "kernel.xml"
+        ours = self.kp("add", package, description, "--ip", self.example / "ip", ready=lambda: description.write_text(
+            (self.example / "kernel.xml").read_text().replace("vadd", f"small{next(names)}")))
+        copy_and_hash = Command(["sh", "-c", 'cp "$1" "$2" && sync "$2" && openssl dgst -sha256 "$2"', "sh", package, copy],
+                                ready=lambda: self.fresh("copy.kp"))
+        work = "add a small kernel to a package of 1 GiB"
+        self.compare(work, ours, copy_and_hash, "cp, sync and SHA-256", 2)
+        self.bound_memory(work, ours, 64 * MIB)
+        for name in ("big.kp", "copy.kp"):
+            self.fresh(name)
+
+    def look(self):
+        package = self.out / "tree.kp"
+        self.compare("list a package of 3,000 entries", self.kp("list", package), Command(["unzip", "-l", package]),
+                     "unzip -l", 1, times=20)
+        member = "ip_repo/example_kernels_vadd_1_0/component.xml"
+        self.compare("cat of one member", self.kp("cat", package, member), Command(["unzip", "-p", package, member]),
+                     "unzip -p", 3, times=20)
+
+    def report(self):
+        thousand, ten_thousand = self.inputs / "kernels-1000.kp", self.inputs / "kernels-10000.kp"
+        script = [sys.executable, Path(__file__).with_name("info.py")]
+        answers = [sorted(json.loads(subprocess.check_output([*command, thousand]))["kernelDefs"], key=lambda kernel: kernel["name"])
+                   for command in ([self.programs / "kp", "info", "--json"], script)]
+        if answers[0] != answers[1]:
+            sys.exit("compare: kp info --json and the script give different answers")
+        small, large = self.kp("info", "--json", thousand), self.kp("info", "--json", ten_thousand)
+        peer = Command([*script, thousand])
+        self.race(small, large, peer)
+        self.row("info --json of 1,000 kernels, 20,000 entries", small, peer, "Python, zipfile, ElementTree", 1 / 5)
+        self.row("info --json of ten times the kernels", large, small, "of 1,000 kernels", 12)
+
+    def bind(self):
+        document = self.inputs / "report.xml"
+        ours, expat = (Command([self.programs / name, document]) for name in ("bind_report", "bare_expat"))
+        self.compare("bind a report of 50 MB", ours, expat, "bare expat", 1 / 0.6)
+        self.bound_memory("bind a report of 50 MB", ours, 4 * document.stat().st_size)
+
+
+def figures(command):
+    seconds = command.median
+    spent = f"{seconds:.2f} s" if seconds >= 1 else f"{seconds * 1000:.0f} ms" if seconds >= 0.1 else f"{seconds * 1000:.1f} ms"
+    return f"{spent}, {mib(command.peak)}"
+
+
+def mib(size):
+    return f"{size / MIB:.0f} MiB" if size >= 10 * MIB else f"{size / MIB:.2f} MiB"
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("programs", type=Path)
+    parser.add_argument("work", type=Path)
+    parser.add_argument("--quick", action="store_true", help="a tenth of the sizes, three runs")
+    parser.add_argument("--only", help="the method of one group of rows")
+    options = parser.parse_args()
+    comparison = Comparison(options.programs, options.work / ("quick" if options.quick else "full"), options.quick)
+    rows = ["add_tree", "extract_tree", "big_package", "look", "report", "bind"]
+    for name in rows:
+        if options.only in (None, name):
+            getattr(comparison, name)()
+    sys.exit(comparison.table.falls_short)
+
+
+if __name__ == "__main__":
+    main()
