@@ -66,6 +66,8 @@ private:
             if (!reason.empty()) report(Code::UnsafeName, entry, "is an unsafe name: " + std::string(reason));
             if (archive_.positionsNamed(entry.name).front() != position)
                 report(Code::DuplicateName, entry, "is the name of an earlier entry as well");
+            if (!entry.isDirectory() && archive_.isDirectory(entry.name))
+                report(Code::FileAndFolder, entry, "is the name of a file and of a folder");
         });
     }
 

@@ -23,6 +23,7 @@ class MemberStream;
 struct KP_EXPORT ArchiveFinding {
     enum class Code {
         DuplicateName,     ///< two entries of one name
+        FileAndFolder,     ///< a file whose name other entries use as a folder's
         OverlappingEntry,  ///< an entry's bytes belong to another entry as well
         HeaderMismatch,    ///< the entry's own header is none or contradicts the directory
         BadData,           ///< the data do not inflate to the size and checksum that the directory states

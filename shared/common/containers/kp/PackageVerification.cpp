@@ -10,6 +10,8 @@
 
 #include <array>
 
+#include <fcntl.h>
+
 namespace {
 
 std::string codeText(ArchiveFinding::Code code) {
@@ -17,6 +19,8 @@ std::string codeText(ArchiveFinding::Code code) {
     switch (code) {
         case DuplicateName:
             return "duplicate-name";
+        case FileAndFolder:
+            return "file-and-folder";
         case OverlappingEntry:
             return "overlapping-entry";
         case HeaderMismatch:
@@ -50,6 +54,7 @@ std::string PackageVerification::digestText(Digest digest) {
 
 PackageVerification PackageVerification::of(const std::string& path) {
     if (!HUTFile::exists(path)) throw HEXFileNotFoundException(path);
+    disk::open(path, O_RDONLY | O_NONBLOCK);
     PackageVerification verification;
     std::shared_ptr<const ArchiveSnapshot> archive;
     try {

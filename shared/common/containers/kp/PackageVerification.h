@@ -26,6 +26,6 @@ struct KP_EXPORT PackageVerification {
 
     /// Verifies the digest, the structure of the archive, every member's data, the manifest, and that the
     /// package holds what the manifest states, no more and no less. Throws HEXFileNotFoundException when
-    /// there is no file; all else is a finding.
+    /// there is no file and HEXAlgException when it cannot be opened; all else is a finding.
     static PackageVerification of(const std::string& path);
 };
