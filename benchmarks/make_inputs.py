@@ -88,8 +88,8 @@ def package_of(path, kernels, entries_each):
 
 
 def report(path, size):
-    """A synthesis report whose module hierarchy and module list go on and on."""
-    document = (EXAMPLE / "design.xml").read_text()
+    """A synthesis report with very many modules, without the one element that only the kernel package's reader accepts."""
+    document = (EXAMPLE / "design.xml").read_text().replace("<Loop*/>", "")
     begin, end = document.index("    <Module>\n"), document.rindex("    </Module>\n") + len("    </Module>\n")
     modules = document[begin:end]
     with open(path, "w") as file:
