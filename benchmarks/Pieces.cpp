@@ -114,19 +114,19 @@ void findEntry(benchmark::State& state) {
 BENCHMARK(findEntry);
 
 template <class Record>
-void bind(benchmark::State& state, const std::string& document) {
+void bindRecord(benchmark::State& state, const std::string& document) {
     for (auto _ : state)
         benchmark::DoNotOptimize(lmx60::parse<Record>(document));
     state.SetBytesProcessed(static_cast<std::int64_t>(document.size()) * state.iterations());
 }
 void bindDescription(benchmark::State& state) {
-    bind<KernelXML::Root>(state, lmx60::readBytes(example("kernel.xml")));
+    bindRecord<KernelXML::Root>(state, lmx60::readBytes(example("kernel.xml")));
 }
 void bindReport(benchmark::State& state) {
-    bind<DesignXML::Profile>(state, lmx60::readBytes(example("design.xml")));
+    bindRecord<DesignXML::Profile>(state, lmx60::readBytes(example("design.xml")));
 }
 void bindManifest(benchmark::State& state) {
-    bind<KPContainer::Root>(state, ArchiveSnapshot::open(inputs().package())->read("kp.xml"));
+    bindRecord<KPContainer::Root>(state, ArchiveSnapshot::open(inputs().package())->read("kp.xml"));
 }
 BENCHMARK(bindDescription)->Unit(benchmark::kMicrosecond);
 BENCHMARK(bindReport)->Unit(benchmark::kMicrosecond);
