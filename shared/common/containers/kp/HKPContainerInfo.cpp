@@ -2,6 +2,7 @@
 
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/HKPContainerXMLReader.h"
+#include "containers/kp/JsonText.h"
 #include "containers/kp/KernelContents.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HI18N.h"
@@ -9,15 +10,10 @@
 
 #include <ostream>
 #include <sstream>
-#include <tuple>
 #include <unordered_map>
-
-#include <boost/property_tree/json_parser.hpp>
-#include <boost/property_tree/ptree.hpp>
 
 namespace {
 
-using boost::property_tree::ptree;
 using kfab::kernel::ArchiveExplorer;
 using kfab::kernel::KernelDef;
 
@@ -61,83 +57,63 @@ private:
     std::ostream& out_;
 };
 
-/// The JSON report, of one kernel after the other: a tree of all of them takes ten times the memory of its
-/// text.
 class Json {
 public:
-    explicit Json(const std::string& package) : package_(package) {}
+    explicit Json(const std::string& package) : package_(package) { text_.beginArray("kernelDefs"); }
 
     void add(const std::string& name, const KernelContents& kernel) {
         name_ = name;
-        ptree object;
-        addValues(object, kernel.definition);
+        text_.beginObject();
+        addValues(kernel.definition);
         for (const char* flag : kernel.flags)
-            addValue(object, flag, "true");
+            addValue(flag, "true");
         for (const KernelContents::Files& files : kernel.files) {
-            ptree& array = append(object, files.arrayKey);
-            for (const std::string& name : files.names)
-                addValue(append(array), "path", name);
+            text_.beginArray(files.arrayKey);
+            for (const std::string& path : files.names)
+                addObject({{"path", path}});
+            text_.endArray();
         }
-        if (!kernel.shimSolnFile.empty()) addValue(object, "shimSolnFile", kernel.shimSolnFile);
-        addArray(object, "args", kernel.args);
-        addArray(object, "ports", kernel.ports);
-        addElement(object);
+        if (!kernel.shimSolnFile.empty()) addValue("shimSolnFile", kernel.shimSolnFile);
+        addArray("args", kernel.args);
+        addArray("ports", kernel.ports);
+        text_.endObject();
     }
 
-    /// Writes the whole document, laid out as by write_json: a list without elements is an empty text there.
-    void write(std::ostream& out) const {
-        out << "{\n    \"kernelDefs\": ";
-        if (elements_.empty()) {
-            out << "\"\"";
-        } else {
-            out << '[' << elements_ << "\n    ]";
-        }
-        out << "\n}\n" << std::flush;
+    void write(std::ostream& out) {
+        text_.endArray();
+        out << text_.finish() << std::flush;
     }
 
 private:
-    /// A new member of an object; without a key, of an array. Made in place, as trees cannot be moved.
-    static ptree& append(ptree& parent, const char* key = "", const std::string& text = {}) {
-        const ptree::value_type member(std::piecewise_construct, std::forward_as_tuple(key),
-                                       std::forward_as_tuple(text));
-        return parent.push_back(member)->second;
-    }
-
-    void addValue(ptree& object, const char* key, const std::string& value) const {
+    void addValue(const char* key, const std::string& value) {
         if (!HI18N::isUtf8(value))
             throw HEXAlgException("Kernel '" + name_ + "' of KP container '" + package_ +
                                   "' cannot be reported as JSON because \"" + key + "\" is not UTF-8: '" +
                                   HUTPathUtils::shown(value) + "'\n");
-        append(object, key, value);
+        text_.addValue(key, value);
     }
 
-    void addValues(ptree& object, const KernelContents::Values& values) const {
+    void addValues(const KernelContents::Values& values) {
         for (const auto& [key, value] : values)
-            addValue(object, key, value);
+            addValue(key, value);
     }
 
-    void addArray(ptree& object, const char* key, const std::vector<KernelContents::Values>& elements) const {
-        ptree& array = append(object, key);
+    void addObject(const KernelContents::Values& values) {
+        text_.beginObject();
+        addValues(values);
+        text_.endObject();
+    }
+
+    void addArray(const char* key, const std::vector<KernelContents::Values>& elements) {
+        text_.beginArray(key);
         for (const KernelContents::Values& values : elements)
-            addValues(append(array), values);
-    }
-
-    /// Line ends inside of texts are escaped, so each line of the element can be indented.
-    void addElement(const ptree& object) {
-        if (!elements_.empty()) elements_ += ',';
-        text_.str({});
-        boost::property_tree::write_json(text_, object);
-        for (std::string_view rest = text_.view(); !rest.empty();) {
-            const std::string_view line = rest.substr(0, rest.find('\n'));
-            elements_.append("\n        ").append(line);
-            rest.remove_prefix(line.size() + 1);
-        }
+            addObject(values);
+        text_.endArray();
     }
 
     std::string package_;
     std::string name_;  ///< of the kernel at hand
-    std::string elements_;
-    std::ostringstream text_;  ///< of the element at hand
+    JsonText text_;
 };
 
 using Report = void(const std::string& package, std::ostream& out);
