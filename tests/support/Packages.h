@@ -1,9 +1,11 @@
 #pragma once
 
 #include "containers/kp/HKPContainerUtils.h"
+#include "containers/kp/HKPContainerXMLWriter.h"
 #include "tests/support/Members.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -97,4 +99,13 @@ inline Texts kernelsOf(const std::string& package) {
     HKPContainer container;
     HKPContainerUtils::parseKPContainerIntoObject_(package, container);
     return shown(container);
+}
+
+/// Writes the manifest anew, as changed.
+inline void changeManifest(const std::string& package, const std::function<void(HKPContainer&)>& change,
+                           bool repo = true) {
+    HKPContainer container;
+    HKPContainerUtils::parseKPContainerIntoObject_(package, container);
+    change(container);
+    HKPContainerXMLWriter(container, package).writeKPContainer(repo);
 }

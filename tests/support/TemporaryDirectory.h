@@ -43,12 +43,13 @@ public:
         return {std::istreambuf_iterator<char>(stream), {}};
     }
 
-    /// All files below it by their relative paths, with what they hold.
-    std::map<std::string, std::string> files() const {
+    /// All files below it, or below a directory in it, by their relative paths, with what they hold.
+    std::map<std::string, std::string> files(std::string_view below = "") const {
+        const std::filesystem::path top = std::filesystem::path(path_) / below;
         std::map<std::string, std::string> files;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(path_))
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(top))
             if (entry.is_regular_file())
-                files[entry.path().string().substr(path_.size() + 1)] = read(entry.path());
+                files[entry.path().lexically_relative(top).string()] = read(entry.path());
         return files;
     }
 
