@@ -14,7 +14,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <random>
-#include <span>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -30,24 +29,14 @@ using testing::ElementsAre;
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
-/// A place of a kernel, named by its folder in a package.
-struct Place {
+/// A place of a kernel whose files are listed, named by its folder in a package.
+const struct {
     const char* folder;
     bool (FileExplorer::*add)(const std::string&, const std::string&);
-    std::string (ExplorerIface::*root)(const std::string&) const;
-    bool (ExplorerIface::*list)(const std::string&, Names&) const = nullptr;
-};
-const Place inKernel[] = {
-    {"cpu_sources", &FileExplorer::addCpuSourcesDir, &ExplorerIface::getCpuSourcesRoot,
-     &ExplorerIface::getCpuSources},
-    {"sw_emu", &FileExplorer::addSwEmuFilesDir, &ExplorerIface::getSwEmuFilesRoot,
-     &ExplorerIface::getSwEmuFiles},
-    {"pdi", &FileExplorer::addPdiFilesDir, &ExplorerIface::getPdiFilesRoot, &ExplorerIface::getPdiFiles},
-    {"shim_soln", &FileExplorer::addShimSolnFileDir, &ExplorerIface::getShimSolnFileRoot},
-    {"debug", &FileExplorer::addDebugDir, &ExplorerIface::getDebugRoot},
-    {"hls", &FileExplorer::addHlsDir, &ExplorerIface::getHlsRoot},
-};
-const std::span listed(inKernel, 3);
+    bool (ExplorerIface::*list)(const std::string&, Names&) const;
+} listed[] = {{"cpu_sources", &FileExplorer::addCpuSourcesDir, &ExplorerIface::getCpuSources},
+              {"sw_emu", &FileExplorer::addSwEmuFilesDir, &ExplorerIface::getSwEmuFiles},
+              {"pdi", &FileExplorer::addPdiFilesDir, &ExplorerIface::getPdiFiles}};
 
 /// The only kernel that an explorer knows; what the lists held before must go.
 KernelDef onlyKernelOf(const ExplorerIface& explorer) {
@@ -68,7 +57,9 @@ struct Moved : Explorer {
 
     std::string getRoot() const override { return to; }
     std::string getKernelDefRoot(const std::string&) const override { return to; }
+    std::string getCpuSourcesRoot(const std::string&) const override { return to; }
     std::string getPdiFilesRoot(const std::string&) const override { return to; }
+    std::string getSwEmuFilesRoot(const std::string&) const override { return to; }
     std::string getShimSolnFileRoot(const std::string&) const override { return to; }
 };
 
@@ -90,21 +81,14 @@ protected:
 };
 
 TEST_F(FileExplorerTest, AnswersFromTheKernelsAsRegisteredLast) {
-    std::vector<Place> places(std::begin(inKernel), std::end(inKernel));
-    places.push_back({"ip", &FileExplorer::addIPDefinitionDir, &ExplorerIface::getIPDefinitionRoot});
-    places.push_back({"cache", &FileExplorer::addIPCacheDir, &ExplorerIface::getIPCacheRoot});
-    for (const Place& place : places) {
-        EXPECT_FALSE((explorer_.*place.add)("k3", "dir")) << place.folder;
-        EXPECT_EQ((explorer_.*place.root)("k3") + (explorer_.*place.root)("k1"), "") << place.folder;
-        EXPECT_TRUE((explorer_.*place.add)("k1", "first") && (explorer_.*place.add)("k1", place.folder));
-    }
+    EXPECT_FALSE(explorer_.addIPCacheDir("k3", "dir"));
+    EXPECT_TRUE(explorer_.addIPCacheDir("k1", "first") && explorer_.addIPCacheDir("k1", "cache"));
     EXPECT_EQ(explorer_.getHierTopIPPath("k1"), "top/ip");
     addK1("other", "b");
     EXPECT_EQ(explorer_.getHierTopIPPath("k1"), "other");
     EXPECT_EQ(explorer_.getHierTopIPPath("K1"), ".");
     EXPECT_EQ(explorer_.getVLNV("k1") + explorer_.getVLNV("K1"), "vlnv");
-    for (const Place& place : places)
-        EXPECT_EQ((explorer_.*place.root)("k1"), place.folder);
+    EXPECT_EQ(explorer_.getIPCacheRoot("k1") + explorer_.getIPCacheRoot("k3"), "cache");
     EXPECT_THAT(onlyKernelOf(explorer_).args, ElementsAre(testing::Field(&kfab::kernel::ArgDesc::name, "b")));
     EXPECT_TRUE(explorer_.addKernelRootDir("unlisted", directory_ / "k1"));
     EXPECT_EQ(explorer_.getHierTopIPPath("unlisted"), ".");
@@ -114,7 +98,6 @@ TEST_F(FileExplorerTest, AnswersFromTheKernelsAsRegisteredLast) {
     FileExplorer plain(directory_.path(), container_, false);
     EXPECT_TRUE(plain.addKernelRootDir("k1", directory_ / "k1"));
     EXPECT_FALSE(plain.supportsIPCache() || plain.addIPCacheDir("k1", "cache"));
-    EXPECT_EQ(plain.getIPCacheRoot("k1"), "");
 }
 
 TEST_F(FileExplorerTest, AKernelThatCannotBeReadIsReportedAndLeftOut) {
@@ -153,7 +136,7 @@ TEST_F(FileExplorerTest, FindsFilesAndDirectoriesBelowTheKernelRoot) {
 TEST_F(FileExplorerTest, ListsTheFilesOfRegisteredDirectories) {
     const std::string b = directory_.file("d/b.bin", ""), a = directory_.file("d/a.bin", "");
     directory_.file("d/sub/c.bin", "");
-    for (const Place& place : listed) {
+    for (const auto& place : listed) {
         Names names = {"kept"};
         EXPECT_FALSE((explorer_.*place.list)("k1", names) || (explorer_.*place.list)("k3", names));
         (explorer_.*place.add)("k1", directory_ / "gone");
@@ -177,10 +160,11 @@ TEST(ExplorerIface, ADerivedExplorerThatMovesARootMovesWhatLiesBelow) {
     Moved<FileExplorer> files(directory.path(), nullptr, true);
     files.to = directory / "k1";
     const std::string xml = directory.file("k1/kernel.xml", "");
-    Names names = {files.getPath("any", "kernel.xml")};
-    std::string shim;
-    EXPECT_TRUE(files.getPdiFiles("any", names) && files.getShimSolnFile("any", shim));
-    EXPECT_THAT(names, ElementsAre(xml, shim));
+    Names names = {files.getPath("any", "kernel.xml"), ""};
+    EXPECT_TRUE(files.getShimSolnFile("any", names[1]));
+    for (const auto& place : listed)
+        EXPECT_TRUE((files.*place.list)("any", names));
+    EXPECT_EQ(names, Names(5, xml));
 
     pack(directory / "p.kp", {{"k1/ip/component.xml", ""}, {"k1/kernel.xml", ""}});
     Moved<ArchiveExplorer> archive(directory / "p.kp", nullptr, true);
@@ -204,9 +188,16 @@ TEST_F(ArchiveExplorerTest, AnswersFromThePackageAsItIsNow) {
     EXPECT_EQ(explorer_.getKernelDefRoot("k1"), directory_ / "k1");
     pack(package_, {{"deep/er/k2/x/kernel.xml", ""}, {"ip_repo/v_l_k2_1_0/component.xml", ""}});
     EXPECT_EQ(explorer_.getKernelDefRoot("k1"), "");
-    for (const Place& place : inKernel)
-        EXPECT_EQ((explorer_.*place.root)("k2") + (explorer_.*place.root)("unknown"),
-                  directory_ / "deep/er/k2/x/" + place.folder)
+    using Root = std::string (ExplorerIface::*)(const std::string&) const;
+    const std::pair<const char*, Root> roots[] = {{"cpu_sources", &ExplorerIface::getCpuSourcesRoot},
+                                                  {"sw_emu", &ExplorerIface::getSwEmuFilesRoot},
+                                                  {"pdi", &ExplorerIface::getPdiFilesRoot},
+                                                  {"shim_soln", &ExplorerIface::getShimSolnFileRoot},
+                                                  {"debug", &ExplorerIface::getDebugRoot},
+                                                  {"hls", &ExplorerIface::getHlsRoot}};
+    for (const auto& [folder, root] : roots)
+        EXPECT_EQ((explorer_.*root)("k2") + (explorer_.*root)("unknown"),
+                  directory_ / "deep/er/k2/x/" + folder)
             << "not checked";
     EXPECT_EQ(explorer_.getIPDefinitionRoot("k2"), directory_ / "ip_repo");
     EXPECT_EQ(ArchiveExplorer(package_, nullptr, false).getIPCacheRoot("any"), "");
@@ -281,7 +272,7 @@ TEST_F(ArchiveExplorerTest, AgreesWithAWalkOverTheFilesOfAnyPackage) {
                     if (HSTStringUtils::startsWithIgnoreCase(name, kernel + folder)) found.push_back(name);
                 return found;
             };
-            for (const Place& place : listed) {
+            for (const auto& place : listed) {
                 Names found;
                 EXPECT_TRUE((explorer_.*place.list)(kernel, found));
                 EXPECT_EQ(found, below(std::string("/") + place.folder)) << "seed " << seed << ": " << kernel;
