@@ -3,12 +3,10 @@
 
 #include "containers/explorer/FileExplorer.h"
 #include "containers/kp/PackageVerification.h"
-#include "platform/files/Disk.h"
 #include "platform/zip/ArchiveEdit.h"
 #include "platform/zip/HUTZip.h"
 #include "platform/zip/Iostreams.h"
 #include "tests/support/CapturedMessages.h"
-#include "tests/support/Environment.h"
 #include "tests/support/Failure.h"
 #include "tests/support/Packages.h"
 
@@ -26,7 +24,6 @@ namespace {
 namespace fs = std::filesystem;
 using kfab::kernel::ExplorerIface;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using Explorer = std::shared_ptr<ExplorerIface>;
 using Files = std::map<std::string, std::string>;
 
@@ -217,38 +214,20 @@ TEST_F(ExtractTest, WhatCannotBeExtractedIsToldAndNothingIsWritten) {
         {"k1", [&] { fs::remove(package_); }, "Failed to parse KP container '" + package_ + "'\n"},
     };
     for (const auto& row : rows) {
-        const auto& [kernel, prepare, error] = row;
         packK1();
         fs::remove_all(out_);
         fs::create_directory(out_);
-        prepare();
+        row.prepare();
         const Files before = directory_.files();
         Texts errors = {"before"};
-        EXPECT_FALSE(HKPContainerUtils::extractKernelFromKP(package_, kernel, out_, errors));
-        EXPECT_THAT(errors, ElementsAre("before", error));
-        EXPECT_EQ(failureOf([&] { one(row.kernel); }), error);
-        EXPECT_EQ(failureOf([&] { all(); }), error);
-        EXPECT_EQ(directory_.files(), before) << error;
+        EXPECT_FALSE(HKPContainerUtils::extractKernelFromKP(package_, row.kernel, out_, errors));
+        EXPECT_THAT(errors, ElementsAre("before", row.error));
+        EXPECT_EQ(failureOf([&] { all(); }), row.error);
+        EXPECT_EQ(directory_.files(), before) << row.error;
     }
     packK1();
     EXPECT_EQ(failureOf([&] { one("k"); }),
               "Kernel 'k' was not found inside KP container '" + package_ + "'\n");
-}
-
-TEST_F(ExtractTest, ChecksTheVersionWhenAskedAndTurnsExceptionsIntoErrors) {
-    packK1();
-    Texts errors;
-    {
-        const Environment earlier("KP_SOFTWARE_VERSION", "2019.4");
-        EXPECT_FALSE(HKPContainerUtils::extractKernelFromKP(package_, "k1", out_, errors));
-        EXPECT_THAT(errors, ElementsAre(testing::HasSubstr("in version 2020.1, which is later than")));
-        EXPECT_FALSE(fs::exists(out_));
-        one("k1");
-    }
-    EXPECT_TRUE(HKPContainerUtils::extractKernelFromKP(package_, "k1", out_, errors));
-    const disk::DiskFaults faults([](std::string_view, const std::string&) -> int { throw 7; });
-    EXPECT_THROW(HKPContainerUtils::extractKernelFromKP(package_, "k1", out_, errors), int);
-    EXPECT_EQ(errors.size(), 1U) << "of the standard family alone";
 }
 
 TEST_F(ExtractTest, ReadsTheLinesOfAMember) {
@@ -272,30 +251,6 @@ TEST_F(ExtractTest, ReadsTheLinesOfAMember) {
                                     failed + "large" + from));
 }
 
-TEST_F(ExtractTest, VerificationComparesFlagsWithFolders) {
-    packK1(false);
-    EXPECT_THAT(findings(), IsEmpty()) << "flags of what this layout leaves out";
-    packK1();
-    EXPECT_THAT(findings(), IsEmpty());
-    Texts folderAlone, flagAlone;
-    for (const auto& [flag, name] : {std::pair<std::string, std::string>{"Debug", "debug"},
-                                     {"Hls", "hls"},
-                                     {"Pdi", "pdi"},
-                                     {"ShimSoln", "shim_soln"},
-                                     {"SwEmu", "sw_emu"}}) {
-        const std::string folder = "k1/" + name, middle = " [" + folder + "] Kernel 'k1': its flag '" + flag;
-        folderAlone.push_back("folder-without-flag" + middle + "' is not set, but '" + folder +
-                              "' is in the package");
-        flagAlone.push_back("flag-without-folder" + middle + "' is set, but '" + folder +
-                            "' is not in the package");
-        HUTZip::deleteFolderFromZip(package_, folder);
-        EXPECT_EQ(findings(), flagAlone);
-    }
-    packK1();
-    changeManifest(package_, [](HKPContainer& all) { addEntry(all, "k1"); });
-    EXPECT_EQ(findings(), folderAlone);
-}
-
 TEST_F(ExtractTest, VerificationComparesTheManifestWithTheContents) {
     const auto without = [this](const std::string& folder) {
         return [=, this] { HUTZip::deleteFolderFromZip(package_, folder); };
@@ -311,8 +266,25 @@ TEST_F(ExtractTest, VerificationComparesTheManifestWithTheContents) {
     const auto unsafe = [](const std::string& what, const std::string& reason) {
         return "unsafe-path [kp.xml] " + what + " cannot be a directory: it contains " + reason;
     };
+    const auto flagged = [](const std::string& flag, const std::string& text) {
+        return "[k1/hls] Kernel 'k1': its flag 'Hls' is " + flag + ", but 'k1/hls' is " + text +
+               " the package";
+    };
+    const auto packHalf = [this] {
+        Addition half = fullKernel(directory_, "k1");
+        half.hls = half.shim = "";
+        half.swEmu.clear();
+        half.replace = half.update = true;
+        half.add();
+    };
     const std::string misnamed = "kernel-name [k1/kernel.xml] Kernel '", its = "Kernel 'k1': its ";
     const std::pair<std::function<void()>, Texts> rows[] = {
+        {[] {}, {}},
+        {packHalf, {}},
+        {[&] { packK1(false); }, {}},
+        {without("k1/hls"), {"flag-without-folder " + flagged("set", "not in")}},
+        {k1With([](HKPKernel& k1) { k1.setIsHlsDir(false); }),
+         {"folder-without-flag " + flagged("not set", "in")}},
         {without("k1"), {missing("directory", its + "directory", "k1")}},
         {without("ip_repo"), {missing("ip", its + "IP directory", "ip_repo/v_l_k1_1_0")}},
         {cacheOf("c/d"), {missing("cache", "The IP cache", "ip_cache/c/d")}},

@@ -312,6 +312,10 @@ TEST_F(PackageTest, ChecksTheSoftwareVersion) {
     checked.checkVersion = true;
     const Environment version("KP_SOFTWARE_VERSION", "2019.12");
     EXPECT_EQ(failureOf([&] { checked.add(); }), later + "2019.12" + end);
+    Texts errors;
+    EXPECT_FALSE(HKPContainerUtils::extractKernelFromKP(package_, "k1", directory_ / "out", errors));
+    EXPECT_THAT(errors, ElementsAre(later + "2019.12" + end));
+    EXPECT_FALSE(std::filesystem::exists(directory_ / "out"));
     kernel("k2").add();
 }
 
