@@ -1,9 +1,7 @@
 #include "platform/files/DirectoryTree.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTFileUtils.h"
-#include "platform/files/HUTPathUtils.h"
 #include "tests/support/Failure.h"
-#include "tests/support/Faults.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <boost/filesystem.hpp>
@@ -64,18 +62,6 @@ TEST_F(Files, WalkRefusesWhatCannotBePacked) {
     EXPECT_EQ(failureOfWalk(), "'" + at("tree") + "' holds more than 1000000 files and directories");
 }
 
-TEST_F(Files, FailuresNamePathAndReason) {
-    write("file");
-    const std::string inside = at("file/inside");
-    EXPECT_EQ(failureOf([&] { HUTFile::readFile(inside); }),
-              "Failed to open '" + inside + "': Not a directory");
-    EXPECT_THAT(failureOf([&] { HUTFile::ensureWritableDir(inside); }),
-                testing::HasSubstr(inside + "': Not a directory"));
-    const disk::DiskFaults full(always("write", ENOSPC));
-    EXPECT_EQ(failureOf([&] { HUTFile::writeFile(at("full"), "x"); }),
-              "Failed to write '" + at("full") + "': No space left on device");
-}
-
 TEST_F(Files, UniqueNamesPassOverDanglingLinksAndScratchDirectoriesGo) {
     write(".kernelxml");
     fs::create_symlink("nowhere", at("1_.kernelxml"));
@@ -88,16 +74,6 @@ TEST_F(Files, UniqueNamesPassOverDanglingLinksAndScratchDirectoriesGo) {
         HUTFile::writeFile(path + "/f", "x");
     }
     EXPECT_TRUE(path.ends_with(".tmp") && fs::is_empty(at("new/parents")));
-}
-
-TEST(PathUtils, PathsSplitLikeTheSystemsAndBytesAreShown) {
-    const std::string split[][3] = {{"a/b//", "a", "b"}, {"b", ".", "b"}, {"/b", "/", "b"}, {"/", "/", "/"}};
-    for (const auto& [path, parent, last] : split) {
-        EXPECT_EQ(HUTPathUtils::parent(path), parent) << path;
-        EXPECT_EQ(HUTPathUtils::lastComponent(path), last) << path;
-    }
-    EXPECT_EQ(HUTPathUtils::shown("\xc3\xa4\n"), "\xc3\xa4\\x0a");
-    EXPECT_EQ(HUTPathUtils::shown("\xc3\xa4\xff"), "\\xc3\\xa4\\xff");
 }
 
 }  // namespace
