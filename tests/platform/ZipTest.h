@@ -1,19 +1,19 @@
 #pragma once
 
 #include "platform/base/Exceptions.h"
-#include "platform/files/Disk.h"
 #include "platform/files/HUTFile.h"
 #include "platform/zip/ArchiveEdit.h"
 #include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/HUTZip.h"
 #include "tests/support/Environment.h"
+#include "tests/support/Failure.h"
+#include "tests/support/Faults.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <functional>
 #include <map>
-#include <set>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -26,19 +26,21 @@ namespace fs = boost::filesystem;
 
 using Contents = std::map<std::string, std::string>;
 
-/// The text of the exception that the operation throws; "none" when it throws none.
-inline std::string failureOf(const std::function<void()>& operation) {
-    try {
-        operation();
-    } catch (const HEXAlgException& failure) {
-        return failure.what();
-    }
-    return "none";
+/// Bytes that no compression makes fewer, the same ones for a size.
+inline std::string noise(std::size_t size) {
+    std::mt19937_64 random(size);
+    std::string bytes(size, '\0');
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random()); });
+    return bytes;
 }
 
 /// A directory of one's own with an archive path in it.
 class ZipTest : public testing::Test {
 protected:
+    static std::string failureOf(const std::function<void()>& operation) {
+        return ::failureOf<HEXAlgException>(operation);
+    }
+    static int run(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()); }
     std::string at(const std::string& name) const { return directory / name; }
     std::string write(const std::string& name, const std::string& bytes) const {
         return directory.file(name, bytes);
@@ -48,45 +50,35 @@ protected:
     }
     std::string bytesOfArchive() const { return HUTFile::readFile(archive); }
 
-    /// What this library reads from the archive.
-    Contents contents() const {
-        const auto snapshot = ArchiveSnapshot::open(archive);
-        Contents result;
-        for (const ArchiveEntry& entry : snapshot->entries())
-            result[std::string(entry.name)] = snapshot->read(entry);
-        return result;
-    }
     std::vector<std::string> names() const {
         std::vector<std::string> result;
         for (const ArchiveEntry& entry : ArchiveSnapshot::open(archive)->entries())
             result.emplace_back(entry.name);
         return result;
     }
-    const ArchiveEntry& entry(const std::string& name) {
-        kept = ArchiveSnapshot::open(archive);
-        return *kept->find(name);
+    /// What this library reads from the archive.
+    Contents contents() const {
+        Contents result;
+        for (const std::string& name : names())
+            result[name] = ArchiveSnapshot::open(archive)->read(name);
+        return result;
     }
-
     /// What another zip library reads from the archive, in its strictest mode.
     Contents contentsByLibzip() const {
         zip_t* opened = zip_open(archive.c_str(), ZIP_RDONLY | ZIP_CHECKCONS, nullptr);
-        EXPECT_NE(opened, nullptr);
+        if (opened == nullptr) return {{"libzip", "refuses it"}};
         Contents result;
         zip_stat_t stat;
-        for (zip_uint64_t i = 0; opened != nullptr && zip_stat_index(opened, i, ZIP_FL_ENC_RAW, &stat) == 0;
-             ++i) {
+        for (zip_uint64_t i = 0; zip_stat_index(opened, i, ZIP_FL_ENC_RAW, &stat) == 0; ++i) {
             std::string& bytes = result[stat.name];
             bytes.resize(stat.size);
             zip_file_t* file = zip_fopen_index(opened, i, 0);
-            EXPECT_EQ(zip_fread(file, bytes.data(), stat.size), static_cast<zip_int64_t>(stat.size))
-                << stat.name;
+            zip_fread(file, bytes.data(), stat.size);
             zip_fclose(file);
         }
-        if (opened != nullptr) zip_discard(opened);
+        zip_discard(opened);
         return result;
     }
-    int run(const std::string& command) const { return std::system((command + " >/dev/null 2>&1").c_str()); }
-
     /// Expects these contents, whoever reads the archive, and no flaws.
     void expectSound(const Contents& expected) const {
         EXPECT_EQ(contents(), expected);
@@ -97,13 +89,13 @@ protected:
             ADD_FAILURE() << finding.text;
     }
     std::vector<std::string> filesBeside() const {
-        std::set<std::string> found;
+        std::vector<std::string> found;
         for (const auto& item : fs::directory_iterator(at("out")))
-            found.insert(item.path().filename().string());
-        return {found.begin(), found.end()};
+            found.push_back(item.path().filename().string());
+        std::sort(found.begin(), found.end());
+        return found;
     }
 
     TemporaryDirectory directory;
     std::string archive = (fs::create_directory(at("out")), at("out/a.kp"));
-    std::shared_ptr<const ArchiveSnapshot> kept;
 };
