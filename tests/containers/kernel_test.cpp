@@ -83,10 +83,8 @@ TEST(HCOKernelXMLReader, RefusesWhatIsNoDescription) {
         HCOKernelXMLReader reader(path);
         EXPECT_EQ(failureOf<HEXAll>([&] { reader.getKernelName(); }), "[17-132] " + path + ":" + error);
         EXPECT_EQ(reader.getRoot(), nullptr);
-        for (const char* name : {"late", "later"}) {
-            directory.file("kernel.xml", kernelXml(std::string("name='") + name + "'"));
-            EXPECT_EQ(reader.getKernelName(), "late") << "read once";
-        }
+        directory.file("kernel.xml", kernelXml("name='late'"));
+        EXPECT_EQ(reader.getKernelName(), "late");
     }
     for (const std::string& path : {std::string(), directory / "no"}) {
         const auto failure = [&] { HCOKernelXMLReader(path).getDebug(); };
