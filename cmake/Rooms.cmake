@@ -32,17 +32,33 @@ function(kp_shared_library name)
     target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/shared/common)
 endfunction()
 
-# kp_test(NAME ROOM room SOURCES files...): a GoogleTest program over the objects of a room and what it stands on.
-function(kp_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 test "" "" "ROOMS;SOURCES")
+# The objects of rooms and of all rooms below them.
+function(kp_objects variable)
     set(objects "")
-    foreach(room IN LISTS test_ROOMS)
+    foreach(room IN LISTS ARGN)
         get_target_property(closure ${room} KP_CLOSURE)
         list(APPEND objects ${closure})
     endforeach()
     list(REMOVE_DUPLICATES objects)
+    set(${variable} ${objects} PARENT_SCOPE)
+endfunction()
+
+# kp_test(NAME ROOMS rooms... SOURCES files...): a GoogleTest program over the objects of rooms.
+function(kp_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 test "" "" "ROOMS;SOURCES")
+    kp_objects(objects ${test_ROOMS})
     add_executable(${name} ${test_SOURCES})
     target_link_libraries(${name} PRIVATE ${objects} GTest::gtest_main GTest::gmock)
     target_compile_definitions(${name} PRIVATE KP_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 600)
+endfunction()
+
+# kp_fuzzer(NAME ROOMS rooms...): the fuzzing program NAME_fuzzer, part of the target fuzzers.
+function(kp_fuzzer name)
+    cmake_parse_arguments(PARSE_ARGV 1 fuzzer "" "" "ROOMS")
+    kp_objects(objects ${fuzzer_ROOMS})
+    add_executable(${name}_fuzzer ${name}_fuzzer.cpp)
+    target_link_libraries(${name}_fuzzer PRIVATE ${objects})
+    target_link_options(${name}_fuzzer PRIVATE -fsanitize=fuzzer)
+    add_dependencies(fuzzers ${name}_fuzzer)
 endfunction()

@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building and testing need: those that are missing, and nothing else.
+# usage: tools/install-deps.sh [fuzz]
+# Installs the Debian packages that building and testing need, and fuzzing on demand: those that are missing, and
+# nothing else.
 set -euo pipefail
 
 # For the library and the command kp.
@@ -14,18 +16,22 @@ tests=(
     libgtest-dev libgmock-dev libbenchmark-dev clang-format
     libzip-dev zip unzip 7zip libarchive-tools openssl python3 tcl
 )
+fuzz=(clang libclang-rt-14-dev)
+
+packages=("${build[@]}" "${tests[@]}")
+if [[ ${1-} == fuzz ]]; then packages+=("${fuzz[@]}"); fi
 
 fail() {
     echo "install-deps: $*" >&2
     exit 1
 }
 
-command -v dpkg-query >/dev/null || fail "needs a Debian system. Install the equivalents of: ${build[*]} ${tests[*]}"
+command -v dpkg-query >/dev/null || fail "needs a Debian system. Install the equivalents of: ${packages[*]}"
 
 # dpkg-query fails when it does not know one of the names; what it knows is still listed.
-installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "${build[@]}" "${tests[@]}" 2>/dev/null || true)
+installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "${packages[@]}" 2>/dev/null || true)
 missing=()
-for package in "${build[@]}" "${tests[@]}"; do
+for package in "${packages[@]}"; do
     grep -qxF "installed $package" <<<"$installed" || missing+=("$package")
 done
 ((${#missing[@]})) || exit 0

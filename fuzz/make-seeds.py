@@ -1,0 +1,100 @@
+#!/usr/bin/env python3
+"""usage: fuzz/make-seeds.py DIRECTORY
+Makes inputs for each fuzzing program to start from, out of the examples: DIRECTORY/PROGRAM/NUMBER."""
+
+import io
+import stat
+import sys
+import zipfile
+from pathlib import Path
+
+EXAMPLES = Path(__file__).resolve().parent.parent / "examples"
+VADD = EXAMPLES / "vadd"
+MANIFEST = """<?xml version="1.0" encoding="UTF-8"?>
+<Root VersionMajor="6" VersionMinor="0" SoftwareVersionMajor="2020" SoftwareVersionMinor="1" IpCache="yes">
+  <IpCaches>
+    <Cache CacheDir="ip_cache"/>
+  </IpCaches>
+  <Kernels>
+    <Kernel Name="vadd" Dir="vadd" IP="ip_repo/example_kernels_vadd_1_0" TopIpDir="." ProjectID="p" Debug="no" Hls="no">
+      <SupportedFlows>
+        <SupportedFlow>CPU_EMU</SupportedFlow>
+        <SupportedFlow>SYSTEM</SupportedFlow>
+      </SupportedFlows>
+    </Kernel>
+  </Kernels>
+</Root>
+"""
+
+
+class Unseekable(io.BytesIO):
+    """A file for which the sizes follow the data, in descriptors."""
+
+    def seekable(self):
+        return False
+
+    def tell(self):
+        raise OSError
+
+
+def members():
+    ip = "ip_repo/example_kernels_vadd_1_0"
+    yield "vadd/kernel.xml", (VADD / "kernel.xml").read_bytes()
+    yield "vadd/cpu_sources/vadd.cpp", (VADD / "src/vadd.cpp").read_bytes()
+    yield ip + "/component.xml", (VADD / "ip/component.xml").read_bytes()
+    yield ip + "/hdl/", b""
+    yield "kp.xml", MANIFEST.encode()
+
+
+def archive(contents, method=zipfile.ZIP_DEFLATED, comment=b"", zip64=False, file=None):
+    file = file or io.BytesIO()
+    with zipfile.ZipFile(file, "w", method) as packed:
+        for name, content in contents:
+            entry = zipfile.ZipInfo(name) if isinstance(name, str) else name
+            entry.compress_type = zipfile.ZIP_STORED if entry.filename.endswith("/") else method
+            with packed.open(entry, "w", force_zip64=zip64) as member:
+                member.write(content)
+        packed.comment = comment
+    return file.getvalue()
+
+
+def archives():
+    small = [("a", b"a"), ("b/c", b"c" * 100)]
+    link = zipfile.ZipInfo("link")
+    link.create_system = 3
+    link.external_attr = (stat.S_IFLNK | 0o777) << 16
+    yield archive(members())
+    yield archive(members(), file=Unseekable())
+    yield archive(small, zipfile.ZIP_STORED)
+    yield archive(small, file=Unseekable())
+    yield archive(small, zip64=True)
+    yield archive(small, comment=b"kp-digest-2:sha256:" + b"0" * 64)
+    yield archive(small + [(link, b"a"), ("../up", b""), ("/top", b""), ("b\\d", b"")])
+    yield archive([("large", bytes(17 << 20))])
+    yield archive([])
+
+
+def lines(*paths):
+    for path in paths:
+        yield from path.read_bytes().splitlines()
+
+
+def seeds():
+    names = [name for name, _ in members()]
+    kernel = (VADD / "kernel.xml").read_bytes()
+    profile = (VADD / "design.xml").read_bytes()
+    inner = profile[profile.index(b"<profile"):]
+    yield "archive", archives()
+    yield "edit", (path.read_bytes()[:128] for path in sorted(EXAMPLES.rglob("*.*")) if path.is_file())
+    yield "kernel", [kernel, kernel.replace(b"</root>", inner + b"</root>")]
+    yield "manifest", [MANIFEST.encode()]
+    yield "profile", [profile]
+    yield "explorer", ["\n".join(["vadd", file] + names).encode() for file in ("component.xml", "kernel.xml")]
+    yield "words", {word for line in lines(EXAMPLES / "host/host.tcl") for word in [line, *line.split()]}
+
+
+for program, inputs in seeds():
+    directory = Path(sys.argv[1]) / program
+    directory.mkdir(parents=True, exist_ok=True)
+    for number, content in enumerate(sorted(inputs)):
+        (directory / str(number)).write_bytes(content)

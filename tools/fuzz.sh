@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# usage: tools/fuzz.sh SECONDS [PROGRAM...]
+# Runs each fuzzing program for some seconds, FUZZ_JOBS (2) at a time, and fails when one found something. What they
+# learn stays in build/fuzz/corpus for the next run.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+(($#)) || { echo "usage: tools/fuzz.sh SECONDS [PROGRAM...]" >&2; exit 2; }
+seconds=$1
+shift
+
+# Each program with the largest input that it tries and its dictionary.
+declare -A settings=(
+    [archive]="32768 archive" [edit]="256" [explorer]="1024 explorer" [words]="128 words"
+    [kernel]="20000 documents" [manifest]="4096 documents" [profile]="16384 documents"
+)
+programs=("$@")
+(($#)) || programs=(archive edit kernel manifest profile explorer words)
+
+tools/install-deps.sh fuzz
+cmake --preset fuzz --log-level=WARNING >/dev/null
+cmake --build --preset fuzz --target fuzzers
+out=$PWD/build/fuzz
+fuzz/make-seeds.py "$out/seeds"
+mkdir -p "$out/corpus" "$out/logs" "$out/findings"
+
+# Memory takes what the programs write, where there is such a file system.
+memory=/tmp
+[[ -w /dev/shm ]] && memory=/dev/shm
+TMPDIR=$(mktemp -d "$memory/kp-fuzz-XXXXXX")
+export TMPDIR
+trap 'kill $(jobs -p) 2>/dev/null; wait; rm -rf "$TMPDIR"' EXIT
+export ASAN_OPTIONS=quarantine_size_mb=32
+
+fuzz() {
+    local name=$1 log=$out/logs/$1 status=0 largest dictionary
+    read -r largest dictionary <<<"${settings[$name]}"
+    mkdir -p "$out/corpus/$name"
+    "$out/bin/${name}_fuzzer" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 -max_len="$largest" \
+        ${dictionary:+-dict="fuzz/$dictionary.dict"} -artifact_prefix="$out/findings/$name-" -print_final_stats=1 -entropic_scale_per_exec_time=1 \
+        "$out/corpus/$name" "$out/seeds/$name" >"$log" 2>&1 || status=$?
+    report "$name" "$log"
+    return "$status"
+}
+
+# The last figures of a run's log, and where to find the input that ended it.
+report() {
+    local coverage executions speed found
+    coverage=$(grep -o 'cov: [0-9]* ft: [0-9]*' "$2" | tail -n 1 || true)
+    executions=$(sed -n 's/^stat::number_of_executed_units: //p' "$2")
+    speed=$(sed -n 's/^stat::average_exec_per_sec: //p' "$2")
+    found=$(sed -n 's/.*Test unit written to //p' "$2")
+    printf '%-9s %9s executions %6s exec/s  %-20s corpus: %5d  %s\n' "$1" "${executions:-?}" "${speed:-?}" \
+        "${coverage:-cov: ?}" "$(find "$out/corpus/$1" -type f | wc -l)" "crashes: ${found:+1 }${found:-0}"
+}
+
+failed=0
+running=0
+for name in "${programs[@]}"; do
+    if ((running == ${FUZZ_JOBS:-2})); then
+        wait -n || failed=1
+        running=$((running - 1))
+    fi
+    fuzz "$name" &
+    running=$((running + 1))
+done
+for ((; running > 0; --running)); do
+    wait -n || failed=1
+done
+((failed == 0)) || echo "fuzz: something was found; logs are in $out/logs" >&2
+exit "$failed"
