@@ -135,14 +135,14 @@ void ArchiveEdit::requireNoClash(const std::string& name) {
         throw HEXAlgException(quoted(name) + " cannot be added to " + quoted(target_) + ": " +
                               quoted(clashing) + " is a " + what + " there");
     };
-    for (auto slash = name.find('/'); slash < name.size() - 1; slash = name.find('/', slash + 1)) {
+    for (auto slash = name.find('/'); slash != std::string::npos; slash = name.find('/', slash + 1)) {
         const std::string folder = name.substr(0, slash);
         if (origins_.contains(folder) || (snapshot_ && isKept(snapshot_->positionsNamed(folder))))
             refuse(folder, "file");
-        folders_.insert(folder);
     }
-    if (folders_.contains(name) || (snapshot_ && isKept(snapshot_->positionsInFolder(name))))
-        refuse(name, "folder");
+    const auto below = origins_.lower_bound(name + "/");
+    const bool isAddedFolder = below != origins_.end() && below->first.starts_with(name + "/");
+    if (isAddedFolder || (snapshot_ && isKept(snapshot_->positionsInFolder(name)))) refuse(name, "folder");
 }
 
 void ArchiveEdit::deleteFile(const std::string& name) {

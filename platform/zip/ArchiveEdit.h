@@ -6,11 +6,10 @@
 #include "platform/zip/ArchiveSnapshot.h"
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 class ArchiveLock;
@@ -99,7 +98,6 @@ private:
     std::shared_ptr<const ArchiveSnapshot> snapshot_;
     std::vector<bool> isDeleted_;  ///< by position in the snapshot
     std::vector<Addition> additions_;
-    std::unordered_map<std::string, std::string> origins_;  ///< of the added names, for messages
-    std::unordered_set<std::string> folders_;               ///< that added names lie in
+    std::map<std::string, std::string> origins_;  ///< of the added names, for messages
     std::optional<ArchiveDigest::Label> seal_;
 };

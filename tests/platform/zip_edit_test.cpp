@@ -58,6 +58,7 @@ TEST_F(ZipEdit, EditsKeepTheRestInItsOrderWhereLinksLead) {
         edit.deleteFolder("a");
         edit.deleteFile("missing"), edit.deleteFolder("missing/");
         edit.addBytes("a/3", "new"), edit.addLast("kp.xml", "replaced");
+        edit.addBytes("gone/x", "x"), edit.deleteFile("gone/x");
         edit.addBytes("gone", "x"), edit.deleteFile("gone");
         edit.addBytes("folder/gone", "x"), edit.deleteFolder("folder");
     });
@@ -71,6 +72,7 @@ TEST_F(ZipEdit, EditsKeepTheRestInItsOrderWhereLinksLead) {
 TEST_F(ZipEdit, RefusalsNameTheMemberAndChangeNothing) {
     const std::string one = write("one/f", "1");
     const std::string two = write("two/f", "2");
+    fs::create_directory(at("empty"));
     edit([](ArchiveEdit& edit) { edit.addBytes("a", "a"); });
     fs::create_hard_link(archive, at("out/same"));
     { ArchiveEdit(archive).addBytes("b", "b"); }
@@ -81,6 +83,8 @@ TEST_F(ZipEdit, RefusalsNameTheMemberAndChangeNothing) {
          twice + "'" + one + "' and '" + two + "'"},
         {[&](ArchiveEdit& edit) { edit.addBytes("k/f", ""), edit.addFile("k/f", one); },
          twice + "generated content and '" + one + "'"},
+        {[&](ArchiveEdit& edit) { edit.addTree("a", at("empty")); },
+         "'a/' cannot be added to '" + archive + "': 'a' is a file there"},
         {[](ArchiveEdit& edit) { edit.deleteFolder("/"); },
          "No folder of '" + archive + "' to delete is named"},
         {[&](ArchiveEdit&) { ArchiveEdit again(archive); }, "'" + archive + "' is being edited already"},
