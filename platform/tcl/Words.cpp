@@ -1,5 +1,6 @@
 #include "platform/tcl/Words.h"
 
+#include "platform/base/HI18N.h"
 #include "platform/tcl/Library.h"
 
 #include <string_view>
@@ -35,11 +36,12 @@ private:
     bool is_valid_;
 };
 
-bool survives_recoding(const std::string& value) {
-    return value.find('\0') == std::string::npos && from_tcl(to_tcl(value)) == value;
+bool is_text(const std::string& value) {
+    return HI18N::isUtf8(value) && value.find('\0') == std::string::npos;
 }
 
 bool is_word(const std::string& value, const std::string& written, bool in_brackets) {
+    ready_tcl();
     const std::string script = "command " + written + (in_brackets ? " last]" : " last");
     return parsed_command(script, in_brackets).has_middle_word(value);
 }
@@ -51,7 +53,7 @@ bool is_bare_word(const std::string& value) {
 }
 
 bool is_braced_word(const std::string& value) {
-    return survives_recoding(value) && is_word(value, "{" + value + "}", false);
+    return is_text(value) && is_word(value, "{" + value + "}", false);
 }
 
 }  // namespace tkq::tcltasks

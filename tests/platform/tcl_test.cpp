@@ -1,3 +1,4 @@
+#include "platform/base/HI18N.h"
 #include "platform/tcl/TaskManager.h"
 #include "platform/tcl/Words.h"
 #include "tests/support/TclEvaluators.h"
@@ -151,7 +152,7 @@ TEST(Words, AreThoseThatTclTakesAsOne) {
     }
     EXPECT_GT(bare, 100);
     EXPECT_GT(braced, bare);
-    for (const std::string& noText : {"a\0b"s, "a\xFF"s})
+    for (const std::string& noText : {"a\0b"s, "a\xFF"s, "\xED\xA0\x80"s})
         EXPECT_FALSE(is_bare_word(noText) || is_braced_word(noText));
     EXPECT_FALSE(is_bare_word("a$"));
 }
