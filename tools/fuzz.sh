@@ -28,7 +28,7 @@ memory=/tmp
 [[ -w /dev/shm ]] && memory=/dev/shm
 TMPDIR=$(mktemp -d "$memory/kp-fuzz-XXXXXX")
 export TMPDIR
-trap 'kill $(jobs -p) 2>/dev/null; wait; rm -rf "$TMPDIR"' EXIT
+trap 'kill $(jobs -p) 2>/dev/null || true; wait; rm -rf "$TMPDIR"' EXIT
 export ASAN_OPTIONS=quarantine_size_mb=32
 
 fuzz() {
