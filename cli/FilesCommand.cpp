@@ -7,13 +7,13 @@
 #include "platform/files/HUTPathUtils.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include <boost/filesystem/path.hpp>
 #include <nlohmann/json.hpp>
 
 namespace cli {
@@ -54,7 +54,7 @@ public:
 private:
     Names directory(const std::string& path) const {
         if (!explorer_.existsDir(path)) return {};
-        return {boost::filesystem::path(path).lexically_relative(explorer_.getRoot()).string()};
+        return {std::filesystem::path(path).lexically_relative(explorer_.getRoot()).string()};
     }
 
     static Names in(Names folder, const char* file) {

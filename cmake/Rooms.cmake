@@ -1,9 +1,10 @@
 # A room is one folder of sources with the rooms it may include. Its objects go into one of the two shared
 # libraries; tests link the objects of a room and of all rooms below it directly.
 
-# kp_room(NAME [USES rooms...] [LIBRARIES targets...] [SOURCES files...]); without SOURCES, all of the folder.
+# kp_room(NAME [USES rooms...] [LIBRARIES targets...] [SOURCES files...] [PRIVATE_HEADERS files...]); without SOURCES,
+# all of the folder. Headers of the folder that are not private are installed with the shared library.
 function(kp_room name)
-    cmake_parse_arguments(PARSE_ARGV 1 room "" "" "USES;LIBRARIES;SOURCES")
+    cmake_parse_arguments(PARSE_ARGV 1 room "" "" "USES;LIBRARIES;SOURCES;PRIVATE_HEADERS")
     if(NOT room_SOURCES)
         file(GLOB room_SOURCES CONFIGURE_DEPENDS *.cpp *.h)
     endif()
@@ -17,19 +18,29 @@ function(kp_room name)
         list(APPEND closure ${below})
     endforeach()
     list(REMOVE_DUPLICATES closure)
-    set_target_properties(${name} PROPERTIES KP_CLOSURE "${closure}")
+    file(GLOB headers CONFIGURE_DEPENDS *.h)
+    list(TRANSFORM room_PRIVATE_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+    list(REMOVE_ITEM headers ${room_PRIVATE_HEADERS} "")
+    set_target_properties(${name} PROPERTIES KP_CLOSURE "${closure}" KP_PUBLIC_HEADERS "${headers}")
 endfunction()
 
-# kp_shared_library(NAME ROOMS rooms... [LIBRARIES targets...])
+# kp_shared_library(NAME INCLUDE_ROOT directory ROOMS rooms... [LIBRARIES targets...]): a library with the public headers
+# of its rooms, which are included by their paths from the root.
 function(kp_shared_library name)
-    cmake_parse_arguments(PARSE_ARGV 1 library "" "" "ROOMS;LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 1 library "" "INCLUDE_ROOT" "ROOMS;LIBRARIES")
     add_library(${name} SHARED)
-    set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX)
+    add_library(${PROJECT_NAME}::${name} ALIAS ${name})
+    set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
     if(NOT KP_SANITIZE)
         target_link_options(${name} PRIVATE -Wl,--no-undefined)
     endif()
     target_link_libraries(${name} PRIVATE ${library_ROOMS} PUBLIC ${library_LIBRARIES})
-    target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/shared/common)
+    target_compile_features(${name} INTERFACE cxx_std_20)
+    foreach(room IN LISTS library_ROOMS)
+        get_target_property(headers ${room} KP_PUBLIC_HEADERS)
+        target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${library_INCLUDE_ROOT} FILES ${headers})
+    endforeach()
 endfunction()
 
 # The objects of rooms and of all rooms below them.
