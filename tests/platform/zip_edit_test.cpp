@@ -90,7 +90,7 @@ TEST_F(ZipEdit, RefusalsNameTheMemberAndChangeNothing) {
         {[&](ArchiveEdit&) { ArchiveEdit again(archive); }, "'" + archive + "' is being edited already"},
     };
     for (const auto& [operation, text] : refused)
-        EXPECT_EQ(failureOf([&] { edit(operation); }), text);
+        EXPECT_EQ(failureOf([&, &operation = operation] { edit(operation); }), text);
     const std::pair<std::string, std::string> unfit[] = {
         {"a\\b", "it contains a backslash"},
         {"/etc/x", "it is an absolute path"},
@@ -134,7 +134,7 @@ TEST_F(ZipEdit, TimesAndModesComeFromTheFilesInUtc) {
         const std::string path = write(name, "x");
         fs::permissions(path, fs::perms(mode));
         fs::last_write_time(path, modified);
-        edit([&](ArchiveEdit& edit) { edit.addFile(name, path); });
+        edit([&, &name = name](ArchiveEdit& edit) { edit.addFile(name, path); });
         EXPECT_EQ(timeOf(name), stamp) << name;
         EXPECT_EQ(entry(name).mode(), S_IFREG | (mode & 0777)) << name;
     }
@@ -166,7 +166,7 @@ TEST_F(ZipEdit, ArchivesOfOtherProgramsAreEdited) {
     write("tree/c", "content of c");
     // The second is written to a pipe: its sizes stand behind the data.
     const std::string commands[] = {"zip -qr '" + archive + "' . && zip -qz '" + archive + "' < c",
-                                    "zip -qr - . | cat > '" + archive + "'"};
+                                    "zip -qr - . | tee '" + archive + "'"};
     for (const std::string& command : commands) {
         fs::remove(archive);
         ASSERT_EQ(run("cd '" + at("tree") + "' && " + command), 0);
