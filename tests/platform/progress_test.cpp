@@ -56,13 +56,13 @@ TEST_F(Progress, AllWorkIsHeardFromItsBeginToItsEnd) {
         edit([](ArchiveEdit& edit) { edit.addLast("manifest", "new"), edit.seal(); });
     });
     EXPECT_EQ(totalOf([&] {  // a part of other work, which fails
-                  const HUTProgress whole([] { return 3 * MiB; });
+                  const HUTProgress whole([] { return 5 * MiB; });
                   const disk::DiskFaults faults(always("rename", EIO));
                   EXPECT_NE(failureOf([&] { HUTZip::compress(at("out/new"), {at("tree/text")}, ""); }),
                             "nothing thrown");
                   whole.remains(0);
               }),
-              3 * MiB);
+              5 * MiB);
 }
 
 }  // namespace
