@@ -55,6 +55,7 @@ TEST_F(Progress, AllWorkIsHeardFromItsBeginToItsEnd) {
     totalOf([&] {  // from the known prefix on
         edit([](ArchiveEdit& edit) { edit.addLast("manifest", "new"), edit.seal(); });
     });
+    EXPECT_EQ(HUTZip::checkIntegrityEn(archive), 0);
     EXPECT_EQ(totalOf([&] {  // a part of other work, which fails
                   const HUTProgress whole([] { return 5 * MiB; });
                   const disk::DiskFaults faults(always("rename", EIO));
