@@ -13,15 +13,17 @@ WORDS = ("clk rst_n valid ready data addr burst count last strb resp empty full 
 
 
 def text(rng, size):
-    """Lines like those of a hardware description: few words, many numbers."""
+    """Lines like those of a hardware description, which names the same few dozen signals over and over."""
+    signals = [f"{rng.choice(WORDS)}_{rng.choice(WORDS)}{rng.choice(('', '_r', '_q', '_next'))}" for _ in range(40)]
     lines, length = [], 0
     while length < size:
-        a, b, c = rng.choice(WORDS), rng.choice(WORDS), rng.choice(WORDS)
-        number = rng.randrange(4096)
-        line = rng.choice((f"    assign {a}_{number} = {b}_r[{number % 64}] & ~{c}_q;\n",
-                           f"  always @(posedge clk) if ({a}_{b}) {c}_r <= {number}'h{number * 2654435761 % 2**32:x};\n",
-                           f"  wire [{number % 512}:0] {a}_{b}_{c};\n",
-                           f"  {a}_{b} #(.WIDTH({number % 128})) {c}_{number} (.clk(clk), .{a}({b}_{number}));\n"))
+        a, b, c = (rng.choice(signals) for _ in range(3))
+        number = int(rng.expovariate(0.1))
+        line = rng.choice((f"    assign {a} = {b}[{number}] & ~{c};\n",
+                           f"    always @(posedge clk) begin\n        if ({a}) {b} <= {c} + {number};\n    end\n",
+                           f"    wire [{number}:0] {a};\n",
+                           f"    vadd_fifo #(.WIDTH({number})) {a}_u (.clk(clk), .data({b}), .valid({c}));\n",
+                           f"    // {a} follows {b} after {number} cycles\n"))
         lines.append(line)
         length += len(line)
     return "".join(lines).encode()[:size]

@@ -1,6 +1,8 @@
 #include "platform/zip/ArchiveWriter.h"
 
+#include "platform/base/Exceptions.h"
 #include "platform/base/HUTProgress.h"
+#include "platform/files/HUTPathUtils.h"
 #include "platform/zip/ZipFormat.h"
 
 #include <algorithm>
@@ -31,6 +33,13 @@ void ArchiveWriter::copy(const disk::FileDescriptor& from, std::uint64_t offset,
         flushed_ += step;
         HUTProgress::advance(step);
     }
+}
+
+void ArchiveWriter::readBack(std::uint64_t offset, std::span<char> bytes) {
+    flush();
+    if (disk::readAt(file_, offset, bytes.data(), bytes.size()) != bytes.size())
+        throw HEXAlgException("'" + HUTPathUtils::shown(file_.path()) +
+                              "' became shorter while it was written");
 }
 
 void ArchiveWriter::overwrite(std::uint64_t offset, std::string_view bytes) {

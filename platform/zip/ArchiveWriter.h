@@ -4,6 +4,7 @@
 #include "platform/zip/ArchiveEntry.h"
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,8 @@ public:
     void put(std::string_view bytes);
     /// Puts `size` bytes of another file.
     void copy(const disk::FileDescriptor& from, std::uint64_t offset, std::uint64_t size);
+    /// Reads bytes that were put before; the file must be open for that.
+    void readBack(std::uint64_t offset, std::span<char> bytes);
     /// Changes bytes that were put before.
     void overwrite(std::uint64_t offset, std::string_view bytes);
     /// Takes back everything from `position` on.

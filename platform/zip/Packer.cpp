@@ -95,8 +95,10 @@ private:
 }  // namespace
 
 Packer::Packer(ArchiveWriter& writer)
-    : writer_(writer), compressor_(libdeflate_alloc_compressor(level), &libdeflate_free_compressor) {
-    if (!compressor_) throw std::bad_alloc();
+    : writer_(writer),
+      compressor_(libdeflate_alloc_compressor(level), &libdeflate_free_compressor),
+      decompressor_(libdeflate_alloc_decompressor(), &libdeflate_free_decompressor) {
+    if (!compressor_ || !decompressor_) throw std::bad_alloc();
 }
 
 Packer::~Packer() = default;
@@ -116,8 +118,8 @@ void Packer::addFile(std::string_view name, const std::string& path) {
         addLarge(entry, file);
         requireUnchanged(file, status, size);
     } else {
-        char* bytes = input_.ofSize(size + 1);
-        const std::size_t got = disk::readAt(file, 0, bytes, size + 1);
+        char* bytes = input_.ofSize(size);
+        const std::size_t got = disk::readAt(file, 0, bytes, size);
         requireUnchanged(file, status, got);
         addWhole(entry, {bytes, got});
     }
@@ -129,20 +131,47 @@ void Packer::addDirectory(std::string_view name, const std::string& path) {
 }
 
 void Packer::addWhole(ArchiveEntry entry, std::string_view bytes) {
+    entry.size = bytes.size();
+    entry.crc = libdeflate_crc32(0, bytes.data(), bytes.size());
+    std::string_view content = compressedBefore(entry, bytes);
+    if (content.empty()) content = compress(entry, bytes);
+    entry.storedSize = content.size();
+    writer_.putHeader(entry);
+    stored_.try_emplace({entry.size, entry.crc},
+                        Stored{writer_.position(), entry.storedSize, ArchiveEntry::Method{entry.method}});
+    writer_.put(content);
+    writer_.list(entry);
+    HUTProgress::advance(bytes.size());
+}
+
+std::string_view Packer::compress(ArchiveEntry& entry, std::string_view bytes) {
     // Deflated data that does not fit where the bytes themselves would is not wanted.
     const std::size_t room = bytes.empty() ? 0 : bytes.size() - 1;
     const std::size_t deflatedSize = libdeflate_deflate_compress(compressor_.get(), bytes.data(),
                                                                  bytes.size(), output_.ofSize(room), room);
-    const std::string_view content =
-        deflatedSize == 0 ? bytes : std::string_view(output_.data(), deflatedSize);
     entry.method = deflatedSize == 0 ? ArchiveEntry::Stored : ArchiveEntry::Deflated;
-    entry.size = bytes.size();
-    entry.storedSize = content.size();
-    entry.crc = libdeflate_crc32(0, bytes.data(), bytes.size());
-    writer_.putHeader(entry);
-    writer_.put(content);
-    writer_.list(entry);
-    HUTProgress::advance(bytes.size());
+    return deflatedSize == 0 ? bytes : std::string_view(output_.data(), deflatedSize);
+}
+
+std::string_view Packer::compressedBefore(ArchiveEntry& entry, std::string_view bytes) {
+    const auto found = stored_.find({entry.size, entry.crc});
+    if (bytes.empty() || found == stored_.end()) return {};
+    const Stored& stored = found->second;
+    char* content = output_.ofSize(stored.size);
+    writer_.readBack(stored.begin, {content, stored.size});
+    // Checksums alone prove nothing.
+    if (!inflatesTo(bytes, {content, stored.size}, stored.method)) return {};
+    entry.method = stored.method;
+    return {content, stored.size};
+}
+
+bool Packer::inflatesTo(std::string_view bytes, std::string_view stored, ArchiveEntry::Method method) {
+    if (method == ArchiveEntry::Stored) return stored == bytes;
+    char* inflated = inflated_.ofSize(bytes.size());
+    std::size_t size = 0;
+    const libdeflate_result result = libdeflate_deflate_decompress(
+        decompressor_.get(), stored.data(), stored.size(), inflated, bytes.size(), &size);
+    return result == LIBDEFLATE_SUCCESS && std::string_view(inflated, size) == bytes;
 }
 
 void Packer::addLarge(ArchiveEntry entry, const disk::FileDescriptor& file) {
