@@ -33,7 +33,7 @@ if(JNI_FOUND)
 endif()
 
 install(FILES README.md CHANGELOG.md DESTINATION ${documents} ${runtime})
-install(DIRECTORY docs examples DESTINATION ${documents} ${runtime})
+install(DIRECTORY docs examples DESTINATION ${documents} ${runtime} USE_SOURCE_PERMISSIONS)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL runtime development)

@@ -1,0 +1,64 @@
+"""Installs a build, checks what its libraries export, and works through the tutorial with what is installed alone."""
+
+import os
+import re
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+BUILD, SOURCE = Path(sys.argv[1]), Path(sys.argv[2])
+FILES = {"cpp": "tutorial.cpp", "cmake": "CMakeLists.txt", "java": "Tutorial.java", "tcl": "trace.tcl"}
+
+
+def output(*command, **more):
+    return subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True, **more).stdout
+
+
+def check_exports(prefix):
+    """What the libraries define for others is what installed headers mark as exported, and the ten Java methods."""
+    headers = "".join(path.read_text() for path in (prefix / "include").rglob("*.h"))
+    marked = set(re.findall(r"(?:class|struct) KP_EXPORT (?:[\w:]+::)?(\w+)|KP_EXPORT [^;{(]*?(\w+)\(", headers))
+    marked = {name for names in marked for name in names}
+    assert len(marked) > 50, marked
+    for library in prefix.rglob("libkp*.so.*.*.*"):
+        for line in output("nm", "-DC", "--defined-only", library).splitlines():
+            kind, name = line.split(maxsplit=2)[1:]
+            if kind not in "TDBR" or name.startswith(("typeinfo", "vtable", "non-virtual thunk", "guard")):
+                continue
+            words = set(re.findall(r"\w+", name.split("(")[0]))
+            assert words & marked or name.startswith("Java_"), f"{library.name} exports {name}"
+    containers = next(prefix.rglob("libkpcontainers.so.*.*.*"))
+    java = re.findall(r"native \w+ (\w+)\(", (SOURCE / "examples/java/ui/data/containers/containersi.java").read_text())
+    exported = re.findall(r"Java_ui_data_containers_containersi_(\w+)", output("nm", "-D", "--defined-only", containers))
+    assert sorted(name.replace("_1", "_") for name in exported) == sorted(java) and len(java) == 10, exported
+
+
+def work_through(tutorial, directory, environment):
+    """Blocks of a language make one file; commands run in order and must answer with the text that follows."""
+    blocks = re.findall(r"^```(\w+)\n(.*?)^```$", tutorial, re.MULTILINE | re.DOTALL)
+    for language, file in FILES.items():
+        (directory / file).write_text("".join(text for kind, text in blocks if kind == language))
+    texts = iter(blocks)
+    ran = 0
+    for kind, commands in texts:
+        if kind != "sh":
+            continue
+        answer_kind, expected = next(texts)
+        assert answer_kind == "text", commands
+        answer = output("bash", "-euo", "pipefail", "-c", commands, cwd=directory, env=environment)
+        assert answer == expected, f"{commands}\nanswered\n{answer}\ninstead of\n{expected}"
+        ran += 1
+    assert ran == 5, ran
+
+
+with tempfile.TemporaryDirectory() as top:
+    prefix, work = Path(top, "prefix"), Path(top, "work")
+    output("cmake", "--install", BUILD, "--prefix", prefix)
+    check_exports(prefix)
+    libraries = next(prefix.rglob("pkgconfig")).parent
+    work.mkdir()
+    (work / "examples").symlink_to(prefix / "share/doc/kernelpackage/examples")
+    work_through((prefix / "share/doc/kernelpackage/docs/tutorial.md").read_text(), work, {
+        **os.environ, "PATH": f"{prefix}/bin:{os.environ['PATH']}", "CMAKE_PREFIX_PATH": str(prefix),
+        "PKG_CONFIG_PATH": str(libraries / "pkgconfig"), "LD_LIBRARY_PATH": str(libraries)})
