@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# usage: tools/install-deps.sh [fuzz]
-# Installs the Debian packages that building and testing need, and fuzzing on demand: those that are missing, and
-# nothing else.
+# usage: tools/install-deps.sh [fuzz|package|reference]...
+# Installs the Debian packages that building and testing need, and on demand those for fuzzing, for trying the Debian
+# packages and for the reference of the library: those that are missing, and nothing else.
 set -euo pipefail
 
 # For the library and the command kp.
@@ -16,10 +16,13 @@ tests=(
     libgtest-dev libgmock-dev libbenchmark-dev clang-format
     libzip-dev zip unzip 7zip libarchive-tools openssl python3 tcl
 )
-fuzz=(clang libclang-rt-14-dev)
+declare -A more=([fuzz]="clang libclang-rt-14-dev" [package]="debootstrap dpkg-dev file" [reference]="doxygen")
 
 packages=("${build[@]}" "${tests[@]}")
-if [[ ${1-} == fuzz ]]; then packages+=("${fuzz[@]}"); fi
+for name in "$@"; do
+    read -ra named <<<"${more[$name]}"
+    packages+=("${named[@]}")
+done
 
 fail() {
     echo "install-deps: $*" >&2
