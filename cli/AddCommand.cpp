@@ -1,4 +1,6 @@
 #include "cli/Command.h"
+#include "cli/InputFiles.h"
+#include "cli/Options.h"
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "containers/kp/HKPContainerUtils.h"
 #include "platform/base/Exceptions.h"
@@ -56,34 +58,40 @@ void requireKernelXmlUnlessUpdating(const Options& options) {
 
 Run declareAdd(CLI::App& app) {
     auto options = std::make_shared<Options>();
-    const auto repeatable = [&](const char* flags, std::vector<std::string>& values, const char* help) {
-        app.add_option(flags, values, help)->allow_extra_args(false);
+    InputFiles inputs(app);
+    const auto files = [&](const char* name, std::vector<std::string>& paths, const char* help) {
+        app.add_option(name, paths, help)->type_name("FILE")->allow_extra_args(false);
     };
-    app.add_option("PACKAGE", options->package, "The package; created where missing")->required();
-    app.add_option("KERNEL.XML", options->kernelXml, "The kernel's description");
-    app.add_option("--ip", options->ip, "Directory of the packaged IP")->check(CLI::ExistingDirectory);
-    repeatable("--cpu-source", options->cpuSources, "Source for CPU emulation; may be repeated");
-    repeatable("--sw-emu", options->swEmuFiles, "File for software emulation; may be repeated");
-    repeatable("--pdi", options->pdiFiles, "Device image; may be repeated");
-    app.add_option("--shim", options->shim, "Shim solution");
-    app.add_option("--report", options->report, "Synthesis report to merge into the description");
-    app.add_option("--ip-instance", options->ipInstance, "Customized IP instance (.qmr)")
-        ->check(CLI::ExistingFile);
-    app.add_option("--debug-dir", options->debugDir, "Directory to package as 'debug'");
-    app.add_option("--hls-dir", options->hlsDir, "Directory to package as 'hls'");
-    app.add_option("--project", options->project, "Identifier of the project that made the kernel");
-    app.add_option("--top-ip", options->topIp, "Top IP directory, relative to the IP")->capture_default_str();
-    app.add_option("--name", options->name, "Name of the kernel; read from KERNEL.XML unless given");
-    app.add_option("--layout", options->layout,
-                   "Where the IP goes: to the package's repository or to the kernel")
-        ->check(CLI::IsMember({"repo", "kernel"}))
+    const auto value = [&](const char* name, std::string& text, const char* type, const char* help) {
+        return app.add_option(name, text, help)->type_name(type);
+    };
+    value("PACKAGE", options->package, "FILE", "The package; created where missing")->required();
+    inputs.add("KERNEL.XML", options->kernelXml, "The kernel's description");
+    takesDirectory(app.add_option("--ip", options->ip, "Directory of the packaged IP"));
+    files("--cpu-source", options->cpuSources, "Source for CPU emulation; may be repeated");
+    files("--sw-emu", options->swEmuFiles, "File for software emulation; may be repeated");
+    files("--pdi", options->pdiFiles, "Device image; may be repeated");
+    value("--shim", options->shim, "FILE", "Shim solution");
+    inputs.add("--report", options->report, "Synthesis report to merge into the description");
+    takesFile(app.add_option("--ip-instance", options->ipInstance, "Customized IP instance (.qmr)"));
+    value("--debug-dir", options->debugDir, "DIR", "Directory to package as 'debug'");
+    value("--hls-dir", options->hlsDir, "DIR", "Directory to package as 'hls'");
+    value("--project", options->project, "ID", "Identifier of the project that made the kernel");
+    value("--top-ip", options->topIp, "DIR", "Top IP directory, relative to the IP")->capture_default_str();
+    value("--name", options->name, "NAME", "Name of the kernel; read from KERNEL.XML unless given");
+    takesOneOf(app.add_option("--layout", options->layout,
+                              "Where the IP goes: to the package's repository or to the kernel"),
+               {"repo", "kernel"})
         ->capture_default_str();
     app.add_flag("--replace", options->replace, "With --update: replace the kernel of the name");
     app.add_flag("--update", options->update,
                  "Add device images or a shim solution to the kernel of the name");
     app.add_flag("--check-version", options->checkVersion, "Refuse a package that later software wrote");
     app.parse_complete_callback([options] { requireKernelXmlUnlessUpdating(*options); });
-    return [options] { return add(*options); };
+    return [options, fetch = inputs.fetch()] {
+        fetch();
+        return add(*options);
+    };
 }
 
 }  // namespace cli

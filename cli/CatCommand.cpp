@@ -36,8 +36,8 @@ ExitStatus cat(const std::string& package, const std::string& member) {
 Run declareCat(CLI::App& app) {
     auto package = std::make_shared<std::string>();
     auto member = std::make_shared<std::string>();
-    app.add_option("PACKAGE", *package, "The package")->required();
-    app.add_option("MEMBER", *member, "The file's name in the package")->required();
+    app.add_option("PACKAGE", *package, "The package")->type_name("FILE")->required();
+    app.add_option("MEMBER", *member, "The file's name in the package")->type_name("NAME")->required();
     return [=] { return cat(*package, *member); };
 }
 

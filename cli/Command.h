@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <span>
+#include <string>
 
 #include <CLI/App.hpp>
 
@@ -12,16 +13,25 @@ enum ExitStatus { Done = 0, Found = 1, WrongUsage = 2, Failed = 3 };
 using Run = std::function<ExitStatus()>;
 
 /// One subcommand. `name` is the words to type, such as "kernel show"; `declare` adds its options to the
-/// parser and returns what runs after parsing.
+/// parser and returns what runs after parsing. One that checks may end with the status Found.
 struct Command {
     const char* name;
     const char* summary;
     const char* example;
     Run (*declare)(CLI::App& app);
+    bool checks = false;
 };
 
 /// Every subcommand, in the order that help lists them.
 std::span<const Command> commands();
+
+struct ExitMeaning {
+    std::string status;
+    std::string text;
+};
+
+/// What the exit statuses mean, of all commands or of those that check nothing.
+std::vector<ExitMeaning> exitMeanings(bool checks);
 
 // One source file each.
 Run declareAdd(CLI::App& app);

@@ -8,8 +8,8 @@ constexpr Command table[] = {
      "kp add vadd.kp kernel.xml --ip ip --cpu-source vadd.cpp --report design.xml", declareAdd},
     {"list", "List the kernels of a package", "kp list vadd.kp --json", declareList},
     {"validate", "Check that every kernel of a package can be built for a target",
-     "kp validate vadd.kp --target hw_emu", declareValidate},
-    {"verify", "Check a package's digest, structure and contents", "kp verify vadd.kp", declareVerify},
+     "kp validate vadd.kp --target hw_emu", declareValidate, true},
+    {"verify", "Check a package's digest, structure and contents", "kp verify vadd.kp", declareVerify, true},
     {"info", "Report what a package holds", "kp info vadd.kp --json", declareInfo},
     {"files", "Show where each part of a kernel lies", "kp files vadd.kp vadd", declareFiles},
     {"extract", "Extract a kernel, or all, to a directory", "kp extract vadd.kp vadd -d out", declareExtract},
@@ -30,6 +30,15 @@ constexpr Command table[] = {
 
 std::span<const Command> commands() {
     return table;
+}
+
+std::vector<ExitMeaning> exitMeanings(bool checks) {
+    std::vector<ExitMeaning> meanings{{"0", checks ? "done; what was checked holds" : "done"}};
+    if (checks) meanings.push_back({"1", "a check found something"});
+    meanings.push_back({"2", "wrong usage"});
+    meanings.push_back({"3", "the operation failed; a package it would have changed is as it was"});
+    meanings.push_back({"130", "interrupted by SIGINT, likewise; 143 by SIGTERM, 129 by SIGHUP"});
+    return meanings;
 }
 
 }  // namespace cli

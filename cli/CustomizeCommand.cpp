@@ -7,6 +7,7 @@
 #include "platform/tcl/Words.h"
 
 #include <fstream>
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -82,7 +83,7 @@ ExitStatus customize(const Options& options) {
     std::optional<evaluator_scope> shell;
     if (!options.tclShell.empty())
         shell.emplace(std::make_shared<tkq::tcltasks::tcl_shell>(options.tclShell));
-    std::ofstream kept;
+    std::ofstream keptFile;
     std::optional<recorder_scope> recorder;
     OneDirectoryCustomizer customizer(options.package, options.kernel);
     customizer.withNewKernelName(options.name)
@@ -92,9 +93,10 @@ ExitStatus customize(const Options& options) {
         .withParams(collectParams(options));
     loadHostScripts(options);
     if (!options.keepScripts.empty()) {
-        kept.open(options.keepScripts);
-        if (!kept) throw HEXAlgException("Failed to write '" + options.keepScripts + "'");
-        recorder.emplace([&kept](const std::string& script, auto) {
+        const bool isPrinted = options.keepScripts == "-";
+        if (!isPrinted) keptFile.open(options.keepScripts);
+        if (!keptFile) throw HEXAlgException("Failed to write '" + options.keepScripts + "'");
+        recorder.emplace([&kept = isPrinted ? std::cout : keptFile](const std::string& script, auto) {
             kept << script << (script.ends_with('\n') ? "" : "\n") << std::flush;
         });
     }
@@ -110,19 +112,22 @@ ExitStatus customize(const Options& options) {
 
 Run declareCustomize(CLI::App& app) {
     auto options = std::make_shared<Options>();
-    app.add_option("PACKAGE", options->package, "The package that holds the kernel")->required();
-    app.add_option("KERNEL", options->kernel, "The kernel to customize")->required();
-    app.add_option("--name", options->name, "Name of the customized kernel")->required();
-    app.add_option("-o,--output", options->output, "Package for it; beside PACKAGE when only a file name")
+    const auto value = [&](const char* names, auto& variable, const char* type, const char* help) {
+        return app.add_option(names, variable, help)->type_name(type)->allow_extra_args(false);
+    };
+    value("PACKAGE", options->package, "FILE", "The package that holds the kernel")->required();
+    value("KERNEL", options->kernel, "NAME", "The kernel to customize")->required();
+    value("--name", options->name, "NAME", "Name of the customized kernel")->required();
+    value("-o,--output", options->output, "FILE", "Package for it; beside PACKAGE when only a file name")
         ->required();
-    app.add_option("--param", options->params, "IP parameter NAME=VALUE; may be repeated")
-        ->allow_extra_args(false);
-    app.add_option("--params-file", options->paramsFile, "File of NAME = VALUE lines; --param wins");
-    app.add_option("--board", options->board, "Board to retarget the kernel to, short or qualified name");
-    app.add_option("--host-script", options->hostScripts, "Tcl file to load first; may be repeated")
-        ->allow_extra_args(false);
-    app.add_option("--tcl-shell", options->tclShell, "Command line of a Tcl shell to work in, such as tclsh");
-    app.add_option("--keep-scripts", options->keepScripts, "File for the scripts that are evaluated");
+    value("--param", options->params, "NAME=VALUE", "IP parameter; may be repeated");
+    value("--params-file", options->paramsFile, "FILE", "File of NAME = VALUE lines; --param wins");
+    value("--board", options->board, "BOARD", "Board to retarget the kernel to, short or qualified name");
+    value("--host-script", options->hostScripts, "FILE", "Tcl file to load first; may be repeated");
+    value("--tcl-shell", options->tclShell, "COMMAND",
+          "Command line of a Tcl shell to work in, such as tclsh");
+    value("--keep-scripts", options->keepScripts, "FILE",
+          "File for the scripts that are evaluated; - is standard output");
     return [options] { return customize(*options); };
 }
 

@@ -81,9 +81,11 @@ ExitStatus extract(const Options& options) {
 
 Run declareExtract(CLI::App& app) {
     auto options = std::make_shared<Options>();
-    app.add_option("PACKAGE", options->package, "The package")->required();
-    app.add_option("KERNEL", options->kernel, "Only this kernel, in any case of letters");
-    app.add_option("-d,--directory", options->directory, "Where to; created where missing")->required();
+    app.add_option("PACKAGE", options->package, "The package")->type_name("FILE")->required();
+    app.add_option("KERNEL", options->kernel, "Only this kernel, in any case of letters")->type_name("NAME");
+    app.add_option("-d,--directory", options->directory, "Where to; created where missing")
+        ->type_name("DIR")
+        ->required();
     app.add_flag("--check-version", options->checkVersion, "Refuse a package that later software wrote");
     app.add_flag("--force", options->force, "Replace files of kernels that are there");
     app.add_flag("--json", options->json, "As a JSON object");

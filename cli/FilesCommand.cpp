@@ -132,8 +132,8 @@ Run declareFiles(CLI::App& app) {
     auto package = std::make_shared<std::string>();
     auto kernel = std::make_shared<std::optional<std::string>>();
     auto json = std::make_shared<bool>(false);
-    app.add_option("PACKAGE", *package, "The package")->required();
-    app.add_option("KERNEL", *kernel, "Only this kernel, in any case of letters");
+    app.add_option("PACKAGE", *package, "The package")->type_name("FILE")->required();
+    app.add_option("KERNEL", *kernel, "Only this kernel, in any case of letters")->type_name("NAME");
     app.add_flag("--json", *json, "As a JSON object");
     return [=] {
         HKPContainer container;

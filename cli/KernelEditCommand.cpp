@@ -1,4 +1,6 @@
 #include "cli/Command.h"
+#include "cli/InputFiles.h"
+#include "cli/Output.h"
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "containers/kernel/HCOKernelXMLWriter.h"
 
@@ -25,7 +27,8 @@ ExitStatus edit(const Options& options) {
     if (options.debug) writer.addDebug(*options.debug);
     if (options.profileType) writer.addProfileType(*options.profileType);
     if (!options.report.empty()) writer.addDesignXML(options.report);
-    writer.write(options.directory);
+    const auto write = [&](const std::string& directory) { writer.write(directory); };
+    options.directory == "-" ? printFrom(write, "kernel.xml") : write(options.directory);
     return Done;
 }
 
@@ -33,16 +36,22 @@ ExitStatus edit(const Options& options) {
 
 Run declareKernelEdit(CLI::App& app) {
     auto options = std::make_shared<Options>();
-    app.add_option("KERNEL.XML", options->file, "The kernel description to begin with")->required();
+    InputFiles inputs(app);
+    inputs.add("KERNEL.XML", options->file, "The kernel description to begin with")->required();
     app.add_option("-o,--output", options->directory,
-                   "Directory to write kernel.xml to; created where missing")
+                   "Directory to write kernel.xml to; created where missing; - writes it to standard output")
+        ->type_name("DIR")
         ->required();
     app.add_option("--compile-options", options->compileOptions, "Options to append; may be repeated")
         ->allow_extra_args(false);
-    app.add_option("--debug", options->debug, "The debug flag, such as true");
-    app.add_option("--profile-type", options->profileType, "The kind of profiling instrumentation");
-    app.add_option("--report", options->report, "Synthesis report to append to the profile");
-    return [options] { return edit(*options); };
+    app.add_option("--debug", options->debug, "The debug flag, such as true")->type_name("VALUE");
+    app.add_option("--profile-type", options->profileType, "The kind of profiling instrumentation")
+        ->type_name("VALUE");
+    inputs.add("--report", options->report, "Synthesis report to append to the profile");
+    return [options, fetch = inputs.fetch()] {
+        fetch();
+        return edit(*options);
+    };
 }
 
 }  // namespace cli

@@ -1,4 +1,5 @@
 #include "cli/Command.h"
+#include "cli/InputFiles.h"
 #include "cli/Output.h"
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "platform/files/HUTPathUtils.h"
@@ -86,9 +87,11 @@ void printLines(const Json& kernel) {
 Run declareKernelShow(CLI::App& app) {
     auto file = std::make_shared<std::string>();
     auto json = std::make_shared<bool>(false);
-    app.add_option("KERNEL.XML", *file, "The kernel description")->required();
+    InputFiles inputs(app);
+    inputs.add("KERNEL.XML", *file, "The kernel description")->required();
     app.add_flag("--json", *json, "As a JSON object");
-    return [=] {
+    return [=, fetch = inputs.fetch()] {
+        fetch();
         const Json kernel = describe(HCOKernelXMLReader(*file).getKernelDef());
         *json ? print(kernel) : printLines(kernel);
         return Done;

@@ -103,7 +103,7 @@ void printLines(const HKPContainer& container) {
 Run declareList(CLI::App& app) {
     auto package = std::make_shared<std::string>();
     auto json = std::make_shared<bool>(false);
-    app.add_option("PACKAGE", *package, "The package")->required();
+    app.add_option("PACKAGE", *package, "The package")->type_name("FILE")->required();
     app.add_flag("--json", *json, "As a JSON object");
     return [=] {
         HKPContainer container;

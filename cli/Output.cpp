@@ -1,7 +1,10 @@
 #include "cli/Output.h"
 
 #include "platform/base/HI18N.h"
+#include "platform/files/HUTFile.h"
+#include "platform/files/HUTFileUtils.h"
 #include "platform/files/HUTPathUtils.h"
+#include "platform/params/HUTEnv.h"
 
 #include <iostream>
 
@@ -20,6 +23,12 @@ ComMsgMgr::Sink messageSink(const bool& quiet) {
         if (quiet && message.severity != ComMsg::Severity::Error) return;
         complain(message.severityText(), "[" + message.number() + "] " + message.text);
     };
+}
+
+void printFrom(const std::function<void(const std::string& directory)>& write, const std::string& name) {
+    const ScratchDirectory scratch(HUTEnv::getTKQTmpDir(), ".output");
+    write(scratch.path());
+    std::cout << HUTFile::readFile(HUTPathUtils::join(scratch.path(), name));
 }
 
 std::string jsonText(const std::string& text) {

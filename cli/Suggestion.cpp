@@ -27,37 +27,72 @@ std::size_t editDistance(std::string_view from, std::string_view to) {
     return row.back();
 }
 
-/// The subcommand that differs least from the word; none when all differ in more than a third of it.
-const CLI::App* nearest(const std::string& word, const std::vector<const CLI::App*>& subcommands) {
-    const CLI::App* nearest = nullptr;
+/// The candidate that differs least from the word; none when all differ in more than a third of it.
+std::string nearest(const std::string& word, const std::vector<std::string>& candidates) {
+    std::string nearest;
     std::size_t tolerated = std::max<std::size_t>(1, word.size() / 3);
-    for (const CLI::App* subcommand : subcommands) {
-        const std::size_t distance = editDistance(word, subcommand->get_name());
-        if (distance > tolerated || (nearest != nullptr && distance == tolerated)) continue;
-        nearest = subcommand;
+    for (const std::string& candidate : candidates) {
+        const std::size_t distance = editDistance(word, candidate);
+        if (distance > tolerated || (!nearest.empty() && distance == tolerated)) continue;
+        nearest = candidate;
         tolerated = distance;
     }
     return nearest;
 }
 
+/// The parsers that read the arguments: the whole command line's, and of the subcommands that it met.
+std::vector<const CLI::App*> parsersOf(const CLI::App& app) {
+    std::vector<const CLI::App*> parsers{&app};
+    while (!parsers.back()->get_subcommands().empty())
+        parsers.push_back(parsers.back()->get_subcommands().front());
+    return parsers;
+}
+
+std::string wordsOf(const std::vector<const CLI::App*>& parsers) {
+    std::string words;
+    for (const CLI::App* parser : parsers)
+        words += (words.empty() ? "" : " ") + parser->get_name();
+    return words;
+}
+
+std::string complaint(const std::string& what, const std::string& meant, const std::string& parser) {
+    return what + "; " + (meant.empty() ? "see " + parser + " --help" : "did you mean '" + meant + "'?");
+}
+
+std::string unknownOption(const std::string& argument, const std::vector<const CLI::App*>& parsers) {
+    const std::string option = argument.substr(0, argument.find('='));
+    std::vector<std::string> candidates;
+    for (const CLI::App* parser : parsers)
+        for (const CLI::Option* known : parser->get_options())
+            for (const std::string& name : known->get_lnames())
+                candidates.push_back("--" + name);
+    const std::string words = wordsOf(parsers);
+    return complaint("'" + option + "' is not an option of " + words, nearest(option, candidates), words);
+}
+
 }  // namespace
 
 std::string unknownSubcommand(const CLI::App& app) {
-    const CLI::App* parser = &app;
-    std::string group;
-    while (!parser->get_subcommands().empty()) {
-        parser = parser->get_subcommands().front();
-        group += parser->get_name() + " ";
-    }
-    const auto subcommands = parser->get_subcommands({});
+    const std::vector<const CLI::App*> parsers = parsersOf(app);
+    const auto subcommands = parsers.back()->get_subcommands({});
     const std::vector<std::string> refused = app.remaining(true);
     if (subcommands.empty() || refused.empty() || refused.front().starts_with('-')) return {};
 
-    const std::string& word = refused.front();
-    const CLI::App* meant = nearest(word, subcommands);
-    return "'" + group + word + "' is not a subcommand; " +
-           (meant != nullptr ? "did you mean '" + group + meant->get_name() + "'?"
-                             : "see kp " + group + "--help");
+    std::vector<std::string> candidates;
+    for (const CLI::App* subcommand : subcommands)
+        candidates.push_back(subcommand->get_name());
+    const std::string group = wordsOf({parsers.begin() + 1, parsers.end()});
+    const std::string before = group.empty() ? "" : group + " ";
+    const std::string meant = nearest(refused.front(), candidates);
+    return complaint("'" + before + refused.front() + "' is not a subcommand",
+                     meant.empty() ? "" : before + meant, wordsOf(parsers));
+}
+
+std::string unknownWord(const CLI::App& app) {
+    const std::vector<std::string> refused = app.remaining(true);
+    if (!refused.empty() && refused.front().size() > 1 && refused.front().starts_with('-'))
+        return unknownOption(refused.front(), parsersOf(app));
+    return unknownSubcommand(app);
 }
 
 }  // namespace cli

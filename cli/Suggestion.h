@@ -6,8 +6,13 @@
 
 namespace cli {
 
-/// After `app` refused its arguments: the complaint about a word that stands where a subcommand should and is
-/// none, with the subcommand that was likely meant. Empty when the arguments were refused for something else.
+// Complaints about arguments that `app` has just refused, each with what was likely meant. Empty when the
+// arguments were refused for something else.
+
+/// About a word that stands where a subcommand should and is none.
 std::string unknownSubcommand(const CLI::App& app);
+
+/// About such a word, or an option that is none, whichever comes first.
+std::string unknownWord(const CLI::App& app);
 
 }  // namespace cli

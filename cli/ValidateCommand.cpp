@@ -1,4 +1,5 @@
 #include "cli/Command.h"
+#include "cli/Options.h"
 #include "cli/Output.h"
 #include "containers/kp/HKPContainerUtils.h"
 #include "platform/files/HUTPathUtils.h"
@@ -58,12 +59,14 @@ Run declareValidate(CLI::App& app) {
     std::map<std::string, HKPKernel::SupportedFlowType> targets;
     for (const auto flow : {HKPKernel::SYSTEM, HKPKernel::HW_EMU, HKPKernel::CPU_EMU})
         targets[HKPKernel::getFlowAsStr(flow)] = flow;
-    app.add_option("PACKAGE", options->package, "The package")->required();
-    app.add_option_function<std::string>(
-           "--target", [options, targets](const std::string& word) { options->target = targets.at(word); },
-           "What the kernels are to be built for")
-        ->required()
-        ->check(CLI::IsMember({"hw", "hw_emu", "sw_emu"}));
+    app.add_option("PACKAGE", options->package, "The package")->type_name("FILE")->required();
+    const auto setTarget = [options, targets](const std::string& word) {
+        options->target = targets.at(word);
+    };
+    takesOneOf(
+        app.add_option_function<std::string>("--target", setTarget, "What the kernels are to be built for"),
+        {"hw", "hw_emu", "sw_emu"})
+        ->required();
     app.add_flag("--json", options->json, "As a JSON object");
     return [options] { return validate(*options); };
 }

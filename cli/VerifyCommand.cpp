@@ -33,7 +33,7 @@ void printLines(const PackageVerification& verification) {
 Run declareVerify(CLI::App& app) {
     auto package = std::make_shared<std::string>();
     auto json = std::make_shared<bool>(false);
-    app.add_option("PACKAGE", *package, "The package")->required();
+    app.add_option("PACKAGE", *package, "The package")->type_name("FILE")->required();
     app.add_flag("--json", *json, "As a JSON object");
     return [=] {
         const PackageVerification verification = PackageVerification::of(*package);

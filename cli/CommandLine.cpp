@@ -1,0 +1,101 @@
+#include "cli/CommandLine.h"
+
+#include "cli/Output.h"
+#include "cli/Suggestion.h"
+
+#include <memory>
+
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+namespace cli {
+namespace {
+
+/// Help shows of an option's value what to give for it, and what it is unless given.
+class HelpFormatter : public CLI::Formatter {
+public:
+    HelpFormatter() { column_width(32); }
+
+    std::string make_option_opts(const CLI::Option* option) const override {
+        if (option->get_positional() || option->get_type_size() == 0) return {};
+        const std::string& usual = option->get_default_str();
+        return " " + option->get_type_name() + (usual.empty() ? "" : " [" + usual + "]");
+    }
+};
+
+std::string footer(const std::vector<std::string>& examples, bool checks) {
+    std::string text = examples.size() == 1 ? "Example:\n" : "Examples:\n";
+    for (const std::string& example : examples)
+        text += "  " + example + "\n";
+    text += "\nExit status:\n";
+    for (const ExitMeaning& meaning : exitMeanings(checks)) {
+        std::string status = meaning.status;
+        status.resize(5, ' ');
+        text += "  " + status + meaning.text + "\n";
+    }
+    text.pop_back();
+    return text;
+}
+
+/// Examples of the commands whose names begin with these words.
+std::vector<std::string> examplesOf(const std::string& words) {
+    std::vector<std::string> examples;
+    for (const Command& command : commands())
+        if (std::string_view(command.name).starts_with(words)) examples.emplace_back(command.example);
+    return examples;
+}
+
+}  // namespace
+
+CommandLine::CommandLine() : app_("Packages of compute kernels for FPGA platforms", "kp") {
+    app_.set_version_flag("--version", std::string("kp ") + KP_VERSION);
+    app_.set_help_flag("-h,--help", "Print this help and exit");
+    app_.get_option("--version")->description("Print the version and exit");
+    app_.require_subcommand(1)->fallthrough();
+    app_.formatter(std::make_shared<HelpFormatter>());
+    app_.add_flag("-q,--quiet", isQuiet_, "Only errors on standard error");
+    app_.footer(footer(examplesOf(""), true));
+
+    for (const Command& command : commands()) {
+        CLI::App& parser = addParser(command);
+        parser.footer(footer({command.example}, command.checks));
+        parser.final_callback([this, run = command.declare(parser)] { chosen_ = run; });
+        subcommands_.push_back({command, parser});
+    }
+}
+
+/// One of two words, such as "kernel show", goes below a group.
+CLI::App& CommandLine::addParser(const Command& command) {
+    const std::string name = command.name;
+    const auto blank = name.find(' ');
+    if (blank == std::string::npos) return *app_.add_subcommand(name, command.summary);
+    return *group(name.substr(0, blank)).add_subcommand(name.substr(blank + 1), command.summary);
+}
+
+CLI::App& CommandLine::group(const std::string& name) {
+    CLI::App*& group = groups_[name];
+    if (group == nullptr) {
+        group = app_.add_subcommand(name, "Show and change a kernel description");
+        group->require_subcommand(1)->fallthrough();
+        group->footer(footer(examplesOf(name + " "), false));
+    }
+    return *group;
+}
+
+std::variant<Run, ExitStatus> CommandLine::parse(int argc, const char* const* argv) {
+    try {
+        app_.parse(argc, argv);
+        return chosen_;
+    } catch (const CLI::ParseError& ended) {
+        const bool isAnswer = ended.get_exit_code() == 0;  // help, or the version
+        const std::string unknown = isAnswer ? unknownSubcommand(app_) : unknownWord(app_);
+        if (isAnswer && unknown.empty()) {
+            app_.exit(ended);
+            return Done;
+        }
+        complain("error", unknown.empty() ? ended.what() : unknown);
+        return WrongUsage;
+    }
+}
+
+}  // namespace cli

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "cli/Command.h"
+
+#include <map>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace cli {
+
+/// The parser of the whole command line: one below it for each subcommand, and one for each group such as
+/// "kernel". It describes itself, to --help and to whatever else is made of it.
+class CommandLine {
+public:
+    CommandLine();
+    CommandLine(const CommandLine&) = delete;
+    CommandLine& operator=(const CommandLine&) = delete;
+
+    /// What to run; or, after help was printed or wrong usage told, the status to end with.
+    std::variant<Run, ExitStatus> parse(int argc, const char* const* argv);
+    bool isQuiet() const { return isQuiet_; }
+
+    struct Subcommand {
+        const Command& command;
+        const CLI::App& parser;
+    };
+
+    const CLI::App& parser() const { return app_; }
+    const std::vector<Subcommand>& subcommands() const { return subcommands_; }
+
+private:
+    CLI::App& addParser(const Command& command);
+    CLI::App& group(const std::string& name);
+
+    CLI::App app_;
+    std::map<std::string, CLI::App*> groups_;
+    std::vector<Subcommand> subcommands_;
+    bool isQuiet_ = false;
+    Run chosen_;
+};
+
+}  // namespace cli

@@ -1,0 +1,27 @@
+#include "cli/Options.h"
+
+#include <CLI/Validators.hpp>
+
+namespace cli {
+namespace {
+
+/// The check without a description of its own beside the type's.
+CLI::Option* check(CLI::Option* option, CLI::Validator validator, const std::string& type) {
+    return option->check(validator.description(""))->type_name(type);
+}
+
+}  // namespace
+
+CLI::Option* takesDirectory(CLI::Option* option) {
+    return check(option, CLI::ExistingDirectory, "DIR");
+}
+
+CLI::Option* takesFile(CLI::Option* option) {
+    return check(option, CLI::ExistingFile, "FILE");
+}
+
+CLI::Option* takesOneOf(CLI::Option* option, const std::vector<std::string>& words) {
+    return check(option, CLI::IsMember(words), CLI::detail::join(words, "|"));
+}
+
+}  // namespace cli

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <CLI/App.hpp>
+
+// What the value of an option is. Help shows it, and shells complete it: FILE, DIR, words such as
+// "repo|kernel".
+
+namespace cli {
+
+/// One that must be there.
+CLI::Option* takesDirectory(CLI::Option* option);
+CLI::Option* takesFile(CLI::Option* option);
+CLI::Option* takesOneOf(CLI::Option* option, const std::vector<std::string>& words);
+
+}  // namespace cli
