@@ -1,16 +1,22 @@
 #include "cli/Command.h"
 #include "cli/InputFiles.h"
+#include "cli/Kernels.h"
 #include "cli/Options.h"
+#include "cli/Output.h"
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "containers/kp/HKPContainerUtils.h"
 #include "platform/base/Exceptions.h"
+#include "platform/files/HUTPathUtils.h"
 #include "platform/params/HPAParamMgr.h"
 
+#include <algorithm>
+#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include <CLI/Error.hpp>
+#include <nlohmann/json.hpp>
 
 namespace cli {
 namespace {
@@ -19,7 +25,7 @@ struct Options {
     std::string package, kernelXml, name;
     std::string ip, shim, report, ipInstance, debugDir, hlsDir, project, topIp = ".", layout = "repo";
     std::vector<std::string> cpuSources, swEmuFiles, pdiFiles;
-    bool replace = false, update = false, checkVersion = false;
+    bool replace = false, update = false, checkVersion = false, dryRun = false, json = false;
 };
 
 bool isRepoLayout(const Options& options) {
@@ -35,16 +41,45 @@ void requireKernel(const Options& options) {
                               "'; to add it, give its KERNEL.XML");
 }
 
-ExitStatus add(const Options& options) {
+/// Calls one of the library's operations that take a whole addition.
+template <class Operation>
+auto with(const Options& options, Operation operation) {
     const std::string name =
         options.name.empty() ? HCOKernelXMLReader(options.kernelXml).getKernelName() : options.name;
+    return operation(options.package, name, options.kernelXml, options.ip, options.cpuSources,
+                     options.pdiFiles, options.swEmuFiles, options.shim, options.report, options.ipInstance,
+                     options.project, options.topIp, options.debugDir, options.hlsDir, isRepoLayout(options),
+                     options.replace, options.update, options.checkVersion);
+}
+
+nlohmann::ordered_json jsonTexts(const std::vector<std::string>& texts) {
+    auto all = nlohmann::ordered_json::array();
+    std::transform(texts.begin(), texts.end(), std::back_inserter(all), jsonText);
+    return all;
+}
+
+void printPlan(const PlannedAddition& plan, bool json) {
+    const auto& [added, replaced, removed] = plan.members;
+    if (json)
+        return print({{"kernel", describeKernel(*plan.kernel)},
+                      {"added", jsonTexts(added)},
+                      {"replaced", jsonTexts(replaced)},
+                      {"removed", jsonTexts(removed)}});
+    printKernels({plan.kernel.get()});
+    for (const auto& [mark, names] :
+         {std::pair{'+', &added}, std::pair{'~', &replaced}, std::pair{'-', &removed}})
+        for (const std::string& name : *names)
+            std::cout << mark << ' ' << HUTPathUtils::shown(name) << '\n';
+}
+
+ExitStatus add(const Options& options) {
     HPAParamMgr::setBool("kp.keepLayout", true);
     if (options.kernelXml.empty()) requireKernel(options);
-    HKPContainerUtils::addKernelToKPContainer(
-        options.package, name, options.kernelXml, options.ip, options.cpuSources, options.pdiFiles,
-        options.swEmuFiles, options.shim, options.report, options.ipInstance, options.project, options.topIp,
-        options.debugDir, options.hlsDir, isRepoLayout(options), options.replace, options.update,
-        options.checkVersion);
+    if (options.dryRun) {
+        printPlan(with(options, HKPContainerUtils::planKernelAddition), options.json);
+    } else {
+        with(options, HKPContainerUtils::addKernelToKPContainer);
+    }
     return Done;
 }
 
@@ -87,6 +122,9 @@ Run declareAdd(CLI::App& app) {
     app.add_flag("--update", options->update,
                  "Add device images or a shim solution to the kernel of the name");
     app.add_flag("--check-version", options->checkVersion, "Refuse a package that later software wrote");
+    CLI::Option* dryRun =
+        app.add_flag("--dry-run", options->dryRun, "Print what would be done, and change nothing");
+    app.add_flag("--json", options->json, "With --dry-run: as a JSON object")->needs(dryRun);
     app.parse_complete_callback([options] { requireKernelXmlUnlessUpdating(*options); });
     return [options, fetch = inputs.fetch()] {
         fetch();

@@ -86,8 +86,6 @@ private:
     std::string ipDir_;
 };
 
-using Kernels = std::vector<const HKPKernel*>;
-
 Json describe(const HKPKernel& kernel, const ArchiveExplorer& explorer) {
     Json described{{"name", kernel.getName()}};
     for (const Part& part : Parts(explorer, kernel).all()) {

@@ -1,12 +1,59 @@
 #include "cli/Kernels.h"
 
 #include "platform/base/Exceptions.h"
+#include "platform/files/HUTPathUtils.h"
+
+#include <algorithm>
+#include <iostream>
+
+#include <nlohmann/json.hpp>
 
 namespace cli {
+namespace {
 
-std::vector<const HKPKernel*> chosenKernels(const HKPContainer& container, const std::string& package,
-                                            const std::optional<std::string>& name) {
-    std::vector<const HKPKernel*> kernels;
+struct Flag {
+    const char* jsonName;
+    const char* word;
+    bool (HKPKernel::*isSet)() const;
+};
+
+constexpr Flag flags[] = {
+    {"rtl", "rtl", &HKPKernel::isRtlKernel},
+    {"debug", "debug", &HKPKernel::isDebug},
+    {"debugDir", "debug-dir", &HKPKernel::getIsDebugDir},
+    {"hlsDir", "hls-dir", &HKPKernel::getIsHlsDir},
+    {"pdiDir", "pdi", &HKPKernel::getIsPdiDir},
+    {"shimSolnDir", "shim", &HKPKernel::getIsShimSolnDir},
+    {"swEmuDir", "sw-emu", &HKPKernel::getIsSwEmuDir},
+};
+
+std::vector<std::string> flowsOf(const HKPKernel& kernel) {
+    std::vector<std::string> flows;
+    const auto [first, last] = kernel.getSupportedFlowRange();
+    std::transform(first, last, std::back_inserter(flows), HKPKernel::getFlowAsStr);
+    return flows;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words)
+        text += (text.empty() ? "" : ",") + word;
+    return text.empty() ? "-" : text;
+}
+
+/// The words of the flags that are set.
+std::vector<std::string> flagsOf(const HKPKernel& kernel) {
+    std::vector<std::string> words;
+    for (const Flag& flag : flags)
+        if ((kernel.*flag.isSet)()) words.emplace_back(flag.word);
+    return words;
+}
+
+}  // namespace
+
+Kernels chosenKernels(const HKPContainer& container, const std::string& package,
+                      const std::optional<std::string>& name) {
+    Kernels kernels;
     if (!name) {
         const auto [first, last] = container.getKPKernelRange();
         for (auto kernel = first; kernel != last; ++kernel)
@@ -18,6 +65,35 @@ std::vector<const HKPKernel*> chosenKernels(const HKPContainer& container, const
                                   "'\n");
     }
     return kernels;
+}
+
+nlohmann::ordered_json describeKernel(const HKPKernel& kernel) {
+    nlohmann::ordered_json described{
+        {"name", kernel.getName()},         {"directory", kernel.getDirectory()}, {"ip", kernel.getIpDir()},
+        {"topIpDir", kernel.getTopIpDir()}, {"projectId", kernel.getProjectID()}, {"flows", flowsOf(kernel)}};
+    for (const Flag& flag : flags)
+        described[flag.jsonName] = (kernel.*flag.isSet)();
+    return described;
+}
+
+void printKernels(const Kernels& kernels) {
+    struct Line {
+        std::string name, flows, flags;
+    };
+    std::vector<Line> lines;
+    std::size_t nameWidth = 0;
+    std::size_t flowsWidth = 0;
+    for (const HKPKernel* kernel : kernels) {
+        const Line& line = lines.emplace_back(HUTPathUtils::shown(kernel->getName()),
+                                              joined(flowsOf(*kernel)), joined(flagsOf(*kernel)));
+        nameWidth = std::max(nameWidth, line.name.size());
+        flowsWidth = std::max(flowsWidth, line.flows.size());
+    }
+    for (Line& line : lines) {
+        line.name.resize(nameWidth, ' ');
+        line.flows.resize(flowsWidth, ' ');
+        std::cout << line.name << "  " << line.flows << "  " << line.flags << '\n';
+    }
 }
 
 }  // namespace cli

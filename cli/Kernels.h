@@ -6,11 +6,21 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json_fwd.hpp>
+
 namespace cli {
+
+using Kernels = std::vector<const HKPKernel*>;
 
 /// All kernels in the package's order, or the one that is asked for by its name in any case of letters; owned
 /// by the container. Throws when the package lacks that one.
-std::vector<const HKPKernel*> chosenKernels(const HKPContainer& container, const std::string& package,
-                                            const std::optional<std::string>& name);
+Kernels chosenKernels(const HKPContainer& container, const std::string& package,
+                      const std::optional<std::string>& name);
+
+/// A kernel as its manifest entry states it.
+nlohmann::ordered_json describeKernel(const HKPKernel& kernel);
+
+/// Writes a line for each kernel to standard output: its name, flows and flags.
+void printKernels(const Kernels& kernels);
 
 }  // namespace cli

@@ -307,6 +307,11 @@ bool statusIfThere(const FileDescriptor& directory, const std::string& name, str
     return false;
 }
 
+void requireWritable(const std::string& directory) {
+    require("write to", directory,
+            [&] { return ::faccessat(AT_FDCWD, directory.c_str(), W_OK | X_OK, AT_EACCESS); });
+}
+
 bool isWritable(const FileDescriptor& directory) {
     const auto ask = [&] { return ::faccessat(directory.number(), ".", W_OK | X_OK, 0); };
     return attempt("inspect", directory.path(), ask) == 0;

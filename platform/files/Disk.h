@@ -90,6 +90,8 @@ KP_EXPORT bool renameNoReplace(const std::string& from, const std::string& to);
 KP_EXPORT void remove(const std::string& path);
 /// Returns false when the path exists already.
 KP_EXPORT bool makeDirectory(const std::string& path, mode_t mode);
+/// Throws unless this process may make files in the directory.
+KP_EXPORT void requireWritable(const std::string& directory);
 
 // By a name in an open directory. A symbolic link of the name is not followed.
 

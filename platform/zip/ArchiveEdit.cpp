@@ -169,6 +169,24 @@ bool ArchiveEdit::changesAnything() const {
            std::find(isDeleted_.begin(), isDeleted_.end(), true) != isDeleted_.end();
 }
 
+ArchiveChanges ArchiveEdit::rehearse() const {
+    if (changesAnything()) disk::requireWritable(HUTPathUtils::parent(target_));
+    ArchiveChanges changes;
+    for (const Addition& addition : additions_) {
+        if (addition.kind == Addition::Kind::File) Packer::open(addition.source);
+        const bool isThere = snapshot_ && !snapshot_->positionsNamed(addition.name).empty();
+        (isThere ? changes.replaced : changes.added).push_back(addition.name);
+    }
+    for (std::size_t position = 0; position < isDeleted_.size(); ++position) {
+        const ArchiveEntry& entry = snapshot_->entries()[position];
+        if (isDeleted_[position] && !origins_.contains(std::string(entry.name)))
+            changes.removed.emplace_back(entry.name);
+    }
+    for (auto* names : {&changes.added, &changes.replaced, &changes.removed})
+        std::sort(names->begin(), names->end());
+    return changes;
+}
+
 void ArchiveEdit::commit() {
     if (changesAnything()) {
         PendingFile pending(target_, exists() ? 0600 : 0666);

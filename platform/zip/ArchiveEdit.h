@@ -2,6 +2,7 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/base/Export.h"
+#include "platform/zip/ArchiveChanges.h"
 #include "platform/zip/ArchiveDigest.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
@@ -67,6 +68,10 @@ public:
 
     /// Asks for a digest as the archive's comment. Without it the comment stays as it was.
     void seal(ArchiveDigest::Label label = ArchiveDigest::Label::Sha256) { seal_ = label; }
+
+    /// What commit would do; nothing is changed. Throws as commit would, but for what only writing can tell,
+    /// such as a disk that is full.
+    ArchiveChanges rehearse() const;
 
     /// Writes the new archive, if there is any change, and puts it in place; the edit is over then. Throws
     /// ArchiveCreatedMeanwhile when the archive did not exist at first and does now.

@@ -107,10 +107,15 @@ void Packer::addBytes(std::string_view name, std::string_view bytes) {
     addWhole(entryOf(name, generatedMode, std::time(nullptr)), bytes);
 }
 
-void Packer::addFile(std::string_view name, const std::string& path) {
-    const disk::FileDescriptor file = disk::open(path, O_RDONLY | O_NONBLOCK);
+Packer::SourceFile Packer::open(const std::string& path) {
+    disk::FileDescriptor file = disk::open(path, O_RDONLY | O_NONBLOCK);
     const struct stat status = disk::status(file);
     if (!S_ISREG(status.st_mode)) throw HEXAlgException("'" + HUTPathUtils::shown(path) + "' is not a file");
+    return {std::move(file), status};
+}
+
+void Packer::addFile(std::string_view name, const std::string& path) {
+    const auto [file, status] = open(path);
     const auto size = static_cast<std::uint64_t>(status.st_size);
     ArchiveEntry entry = entryOf(name, status);
     entry.size = size;

@@ -24,6 +24,13 @@ public:
     explicit Packer(ArchiveWriter& writer);
     ~Packer();
 
+    struct SourceFile {
+        disk::FileDescriptor file;
+        struct stat status;
+    };
+    /// Opens what addFile can read; throws when it is no file.
+    static SourceFile open(const std::string& path);
+
     void addBytes(std::string_view name, std::string_view bytes);
     /// Throws when the file is none, or changes while it is read.
     void addFile(std::string_view name, const std::string& path);

@@ -46,6 +46,7 @@ void removeAbandoned(const std::string& directory, const std::string& prefix) tr
 
 PendingFile::PendingFile(const std::string& destination, mode_t mode) : destination_(destination) {
     const std::string directory = HUTPathUtils::parent(destination);
+    disk::requireWritable(directory);
     const std::string prefix = namePrefix(destination);
     removeAbandoned(directory, prefix);
     const boost::filesystem::path model = std::string(randomPart);

@@ -1,11 +1,13 @@
 """The command kp at home on a user's machine: its help, pages and completions, pipes, terminals and signals."""
 
+import json
 import os
 import re
 import shutil
 import subprocess
 import tempfile
 import unittest
+import zipfile
 
 KP = os.environ["KP"]
 EXAMPLE = os.environ["KP_EXAMPLES_DIR"] + "/vadd"
@@ -40,8 +42,8 @@ class TerminalTest(unittest.TestCase):
             status, shown, _ = run(*command.split(), "--help")
             self.assertEqual(0, status)
             self.assertIn(f"Example:\n  kp {command}", shown)
-            self.assertEqual(set(re.findall(r"--[a-z][a-z-]+", shown.split("Options:")[1].split("Example:")[0])),
-                             {"--help", *re.findall(r"--[a-z][a-z-]+", SECTIONS["kp " + command])}, command)
+            options = {*re.findall(r"^  (?:-\w,)?(--[a-z-]+)", shown, re.M)} - {"--help"}
+            self.assertEqual(options, {*re.findall(r"--[a-z][a-z-]+", SECTIONS["kp " + command])}, command)
             with open(f"{SHARE}/man/man1/kp-{command.replace(' ', '-')}.1") as page:
                 self.assertIn(f"\n.SY \"kp {command}\"\n".replace("-", "\\-"), page.read())
             listed.update(command.split()[:1])
@@ -103,6 +105,54 @@ class TerminalTest(unittest.TestCase):
             self.expect(["list", "--", package], 0, "vadd  hw_emu,hw  rtl\n")
             self.expect(["cat", "./" + package, "vadd/kernel.xml"], 0, edited)
         self.assertEqual([], os.listdir("tmp"))
+
+    def test_a_dry_run_tells_what_the_addition_does_and_changes_nothing(self):
+        def state():
+            found = {name: os.stat(name) for name in [".", *os.listdir(".")]}
+            return {name: (file.st_ino, file.st_size, file.st_mtime_ns, file.st_ctime_ns) for name, file in found.items()}
+
+        def members():
+            if not os.path.exists("p.kp"):
+                return {}
+            with zipfile.ZipFile("p.kp") as package:
+                return {info.filename: info.CRC for info in package.infolist()}
+
+        with open("vadd/kernel.xml") as source, open("other.xml", "w") as other:
+            other.write(source.read().replace('name="vadd"', 'name="other"').replace("1.0", "2.0"))
+        os.makedirs("less/empty")
+        shutil.copy("vadd/ip/component.xml", "less")
+        steps = [["vadd/kernel.xml", "--ip", "vadd/ip", "--debug-dir", "vadd/src", "--layout", "repo"],
+                 ["other.xml", "--ip", "vadd/ip", "--cpu-source", "vadd/src/vadd.cpp"],
+                 ["--name", "VADD", "--update", "--pdi", "vadd/vadd.qmr", "--shim", "vadd/vadd.qmr"],
+                 ["vadd/kernel.xml", "--ip", "less", "--replace", "--update", "--sw-emu", "vadd/vadd.qmr"]]
+        for step in steps:
+            before, untouched = members(), state()
+            status, out, err = run("add", "p.kp", *step, "--dry-run", "--json")
+            self.assertEqual((0, untouched), (status, state()))
+            plan = json.loads(out)
+            lines = run("add", "p.kp", *step, "--dry-run")[1].splitlines()
+            self.assertEqual((0, "", err), run("add", "p.kp", *step))
+            after, kernels = members(), json.loads(run("list", "p.kp", "--json")[1])["kernels"]
+            self.assertIn(plan["kernel"], kernels)
+            self.assertEqual(sorted(after.keys() - before.keys()), plan["added"])
+            self.assertEqual(sorted(before.keys() - after.keys()), plan["removed"])
+            self.assertLessEqual({name for name in before if after.get(name, before[name]) != before[name]},
+                                 set(plan["replaced"]))
+            self.assertEqual([mark + " " + name for mark, key in zip("+~-", ("added", "replaced", "removed"))
+                              for name in plan[key]], lines[1:])
+            self.assertEqual(plan["kernel"]["name"], lines[0].split()[0])
+        self.assertIn("ip_repo/example_kernels_vadd_1_0/empty/", plan["added"])
+
+        untouched = state()
+        refused = [["p.kp", "vadd/kernel.xml", "--ip", "vadd/ip"], ["p.kp", "none.xml", "--ip", "vadd/ip"],
+                   ["n.kp", "other.xml", "--cpu-source", "none.cpp"], ["none/p.kp", "other.xml", "--ip", "vadd/ip"],
+                   ["vadd", "other.xml", "--ip", "vadd/ip"], ["n.kp", "other.xml"], ["n.kp", "--update"],
+                   ["p.kp", "other.xml", "--ip", "vadd/ip", "--update", "--replace", "--layout", "kernel"]]
+        for arguments in refused:
+            real, dry = run("add", *arguments), run("add", *arguments, "--dry-run")
+            self.assertEqual((real, untouched), (dry, state()), arguments)
+            self.assertIn(real[0], (2, 3))
+        self.expect(["add", "p.kp", "other.xml", "--json"], 2, "", "kp: error: --json requires --dry-run\n")
 
 
 if __name__ == "__main__":

@@ -3,7 +3,6 @@
 #include "containers/design/Documents.h"
 #include "containers/kernel/KernelDefConversion.h"
 #include "containers/kernel/PackageDocument.h"
-#include "platform/base/HSTStringUtils.h"
 #include "platform/files/HUTFile.h"
 
 void HCOContainerKernelXMLReader::parse() {
@@ -31,5 +30,9 @@ std::string HCOContainerKernelXMLReader::getKernelLanguage() {
 }
 
 bool HCOContainerKernelXMLReader::getDebug() {
-    return HSTStringUtils::equalsIgnoreCase(parsedRoot_().kernel.value().debug.get(), "true");
+    return kfab::kernel::isDebugKernel(parsedRoot_().kernel.value());
+}
+
+bool HCOContainerKernelXMLReader::isRtl() {
+    return kfab::kernel::isRtlKernel(parsedRoot_().kernel.value());
 }

@@ -27,6 +27,8 @@ public:
     std::string getKernelLanguage();
     /// Whether the kernel was built for debugging: its "debug" is "true" in any case of letters.
     bool getDebug();
+    /// Whether the kernel is packaged IP: its language is "ip" in any case of letters.
+    bool isRtl();
 
 private:
     const KernelXML::Root& parsedRoot_();

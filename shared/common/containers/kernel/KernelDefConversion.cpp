@@ -1,5 +1,7 @@
 #include "containers/kernel/KernelDefConversion.h"
 
+#include "platform/base/HSTStringUtils.h"
+
 namespace kfab::kernel {
 namespace {
 
@@ -62,6 +64,14 @@ KernelDef convertToKernelDef(const KernelXML::Root& root) {
         definition.addPortDesc(desc);
     }
     return definition;
+}
+
+bool isRtlKernel(const KernelXML::Kernel& kernel) {
+    return HSTStringUtils::equalsIgnoreCase(kernel.language.get(), "ip");
+}
+
+bool isDebugKernel(const KernelXML::Kernel& kernel) {
+    return HSTStringUtils::equalsIgnoreCase(kernel.debug.get(), "true");
 }
 
 }  // namespace kfab::kernel

@@ -2,6 +2,7 @@
 
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "containers/kernel/HCOKernelXMLWriter.h"
+#include "containers/kernel/KernelDefConversion.h"
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/HKPContainerXMLWriter.h"
 #include "containers/kp/PackageLayout.h"
@@ -68,6 +69,10 @@ public:
     Addition(const Request& request, ArchiveEdit& edit) : request_(request), edit_(edit) {}
 
     void stage();
+    /// The kernel as it was staged.
+    std::unique_ptr<HKPKernel> takeKernel() {
+        return container_.removeKPKernel(container_.getKPKernelByName(request_.kernelName));
+    }
 
 private:
     void openPackage();
@@ -167,6 +172,7 @@ HKPKernel* Addition::stageWhole() {
         hlsCopied = stageDirectory(request_.hlsDir, layout::hls, "@17-1666@%s", "@17-1667@%s");
     }
     const bool hasIp = !request_.ipDir.empty() && HUTFile::fileCount(request_.ipDir) > 0;
+    const KernelXML::Kernel& kernel = description.getRoot()->kernel.value();
     std::string ipFolder;
     if (hasIp) {
         ipFolder = ipDestination(description);
@@ -176,7 +182,8 @@ HKPKernel* Addition::stageWhole() {
     }
     return container_.addKPKernel(request_.kernelName, folder_, ipFolder, request_.topIpDir,
                                   request_.projectID, flows(hasIp), debugCopied, hlsCopied,
-                                  !request_.pdiFiles.empty(), !request_.shimSolnFile.empty(), false, false,
+                                  !request_.pdiFiles.empty(), !request_.shimSolnFile.empty(),
+                                  kfab::kernel::isDebugKernel(kernel), kfab::kernel::isRtlKernel(kernel),
                                   !request_.swEmuFiles.empty(), true);
 }
 
@@ -294,11 +301,15 @@ void Addition::clearIpDestination(const std::string& destination) {
     if (destination != layout::ipRepo) edit_.deleteFolder(destination);
 }
 
-void requireUsableName(const Request& request) {
+/// What is known to be wrong, or odd, before the package is looked at.
+void examine(const Request& request) {
     const std::string reason = layout::unfitForKernelFolder(request.kernelName);
     if (!reason.empty())
         throw HEXAlgException("Kernel '" + request.kernelName + "' cannot be added to KP container '" +
                               request.package + "': " + reason + ".\n");
+    if (request.replace && request.update) ComMsgMgr::post("@17-1864@");
+    if (request.update && request.pdiFiles.empty() && request.shimSolnFile.empty())
+        ComMsgMgr::post("@17-1868@");
 }
 
 }  // namespace
@@ -313,8 +324,23 @@ void HKPContainerUtils::addKernelToKPContainer(
     const Request request{kpPath,     kernelName,   kernelXmlPath, ipDir,          cpuFiles,  pdiFiles,
                           swEmuFiles, shimSolnFile, designXmlPath, ipInstanceFile, projectID, topIpDir,
                           debugDir,   hlsDir,       ipRepoLayout,  replace,        update,    checkVersion};
-    requireUsableName(request);
-    if (replace && update) ComMsgMgr::post("@17-1864@");
-    if (update && pdiFiles.empty() && shimSolnFile.empty()) ComMsgMgr::post("@17-1868@");
+    examine(request);
     ArchiveEdit::run(kpPath, [&](ArchiveEdit& edit) { Addition(request, edit).stage(); });
+}
+
+PlannedAddition HKPContainerUtils::planKernelAddition(
+    const std::string& kpPath, const std::string& kernelName, const std::string& kernelXmlPath,
+    const std::string& ipDir, const std::vector<std::string>& cpuFiles,
+    const std::vector<std::string>& pdiFiles, const std::vector<std::string>& swEmuFiles,
+    const std::string& shimSolnFile, const std::string& designXmlPath, const std::string& ipInstanceFile,
+    const std::string& projectID, const std::string& topIpDir, const std::string& debugDir,
+    const std::string& hlsDir, bool ipRepoLayout, bool replace, bool update, bool checkVersion) {
+    const Request request{kpPath,     kernelName,   kernelXmlPath, ipDir,          cpuFiles,  pdiFiles,
+                          swEmuFiles, shimSolnFile, designXmlPath, ipInstanceFile, projectID, topIpDir,
+                          debugDir,   hlsDir,       ipRepoLayout,  replace,        update,    checkVersion};
+    examine(request);
+    ArchiveEdit edit(kpPath);
+    Addition addition(request, edit);
+    addition.stage();
+    return {addition.takeKernel(), edit.rehearse()};
 }

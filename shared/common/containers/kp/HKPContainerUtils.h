@@ -3,6 +3,7 @@
 #include "containers/explorer/ArchiveExplorer.h"
 #include "containers/explorer/ExplorerIface.h"
 #include "containers/kp/HKPContainer.h"
+#include "containers/kp/PlannedAddition.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/Export.h"
 
@@ -86,6 +87,16 @@ public:
     /// @param update         alone, only device images and the shim solution go to the kernel of the name
     /// @param checkVersion   refuse an existing package that later software wrote
     static void addKernelToKPContainer(
+        const std::string& kpPath, const std::string& kernelName, const std::string& kernelXmlPath,
+        const std::string& ipDir, const std::vector<std::string>& cpuFiles,
+        const std::vector<std::string>& pdiFiles, const std::vector<std::string>& swEmuFiles,
+        const std::string& shimSolnFile, const std::string& designXmlPath, const std::string& ipInstanceFile,
+        const std::string& projectID, const std::string& topIpDir, const std::string& debugDir,
+        const std::string& hlsDir, bool ipRepoLayout, bool replace, bool update, bool checkVersion);
+
+    /// What addKernelToKPContainer would do with the same arguments; nothing is changed. Throws and posts
+    /// what that would, but for what only writing can tell, such as a disk that is full.
+    static PlannedAddition planKernelAddition(
         const std::string& kpPath, const std::string& kernelName, const std::string& kernelXmlPath,
         const std::string& ipDir, const std::vector<std::string>& cpuFiles,
         const std::vector<std::string>& pdiFiles, const std::vector<std::string>& swEmuFiles,

@@ -4,7 +4,6 @@
 #include "containers/kernel/PackageDocument.h"
 #include "containers/kp/PackageLayout.h"
 #include "platform/base/HI18N.h"
-#include "platform/base/HSTStringUtils.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
 namespace {
@@ -60,11 +59,10 @@ void HKPContainerXMLReader::parseKPKernels_(const KPContainer::Kernels& kernels,
         std::vector<HKPKernel::SupportedFlowType> flows;
         if (kernel.SupportedFlows) flows = parseSupportedFlows_(*kernel.SupportedFlows);
         HCOContainerKernelXMLReader description(path_, name);
-        const bool isRtlKernel = HSTStringUtils::equalsIgnoreCase(description.getKernelLanguage(), "ip");
         container_.addKPKernel(name, HI18N::convert(kernel.Dir.get()), HI18N::convert(kernel.IP.get()),
                                HI18N::convert(kernel.TopIpDir.get()), HI18N::convert(kernel.ProjectID.get()),
                                flows, isYes(kernel.Debug), isYes(kernel.Hls), isYes(kernel.Pdi),
-                               isYes(kernel.ShimSoln), description.getDebug(), isRtlKernel,
+                               isYes(kernel.ShimSoln), description.getDebug(), description.isRtl(),
                                isYes(kernel.SwEmu), true);
         onDescription(name, description);
     }
