@@ -24,6 +24,15 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${PROJECT_NAME}Config.cmake
     ${CMAKE_CURRENT_BINARY_DIR}/${PROJECT_NAME}ConfigVersion.cmake DESTINATION ${packageDirectory} ${development})
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kernelpackage.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig ${development})
 
+set(zshDirectory zsh/site-functions)
+if(EXISTS /etc/debian_version AND CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set(zshDirectory zsh/vendor-completions)  # where Debian's zsh looks for what packages bring
+endif()
+set(pages ${CMAKE_BINARY_DIR}/share)
+install(DIRECTORY ${pages}/man/man1 DESTINATION ${CMAKE_INSTALL_MANDIR} ${runtime})
+install(DIRECTORY ${pages}/bash-completion ${pages}/fish DESTINATION ${CMAKE_INSTALL_DATADIR} ${runtime})
+install(FILES ${pages}/zsh/site-functions/_kp DESTINATION ${CMAKE_INSTALL_DATADIR}/${zshDirectory} ${runtime})
+
 # A JVM loads "libkpcontainers.so" without a version, which it looks for in the directory of such libraries.
 if(JNI_FOUND)
     file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/jni)

@@ -59,7 +59,7 @@ std::string zshValue(const OptionEntry& option) {
 }
 
 std::string zshArguments(const CLI::App& parser) {
-    Words specs;
+    Words entries;
     for (const OptionEntry& option : optionsOf(parser)) {
         std::string help = option.help;
         for (const char* special : {"[", "]", ":"})
@@ -67,17 +67,17 @@ std::string zshArguments(const CLI::App& parser) {
         const std::string once = option.isRepeatable ? "*" : "(" + join(option.names, " ") + ")";
         for (const std::string& name : option.names) {
             const bool joinsValue = !option.value.empty() && name.starts_with("--");
-            specs.push_back(once + name + (joinsValue ? "=[" : "[") + help + "]" +
+            entries.push_back(once + name + (joinsValue ? "=[" : "[") + help + "]" +
                             (option.value.empty() ? "" : zshValue(option)));
         }
     }
     for (const OptionEntry& positional : positionalsOf(parser))
-        specs.push_back(zshValue(positional));
+        entries.push_back(zshValue(positional));
     if (!subcommandNames(parser).empty())
-        specs.insert(specs.end(), {"1:subcommand:->subcommand", "*::argument:->argument"});
+        entries.insert(entries.end(), {"1:subcommand:->subcommand", "*::argument:->argument"});
     std::string lines;
-    for (const std::string& spec : specs)
-        lines += " \\\n        " + quoted(spec, "'\\''");
+    for (const std::string& entry : entries)
+        lines += " \\\n        " + quoted(entry, "'\\''");
     return lines;
 }
 
