@@ -69,7 +69,8 @@ ExitStatus extract(const Options& options) {
     for (const std::string& name : names) {
         const std::string root = explorer->getKernelDefRoot(name);
         if (root.empty())
-            throw HEXAlgException("Kernel '" + name + "' was extracted, but has no description to read");
+            throw HEXAlgException("Kernel '" + name + "' was extracted, but its description in '" +
+                                  options.directory + "' cannot be read");
         kernels.push_back(describe(name, *explorer));
         if (!options.json) std::cout << HUTPathUtils::shown(root) << '\n';
     }

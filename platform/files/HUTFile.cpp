@@ -17,18 +17,18 @@
 namespace fs = boost::filesystem;
 
 bool HUTFile::exists(const std::string& path) {
-    boost::system::error_code ignored;
-    return fs::exists(path, ignored);
+    struct stat status {};
+    return disk::statusIfThere(path, status);
 }
 
 bool HUTFile::isFile(const std::string& path) {
-    boost::system::error_code ignored;
-    return fs::is_regular_file(path, ignored);
+    struct stat status {};
+    return disk::statusIfThere(path, status) && S_ISREG(status.st_mode);
 }
 
 bool HUTFile::isDir(const std::string& path) {
-    boost::system::error_code ignored;
-    return fs::is_directory(path, ignored);
+    struct stat status {};
+    return disk::statusIfThere(path, status) && S_ISDIR(status.st_mode);
 }
 
 std::string HUTFile::getCanonicalName(const std::string& path) {

@@ -27,7 +27,7 @@ private:
 /// Questions and simple operations on files. What fails throws HEXAlgException.
 class KP_EXPORT HUTFile {
 public:
-    /// These three follow symbolic links and are false for what cannot be looked at.
+    /// These three follow symbolic links. What cannot be looked at is not taken for missing: they throw.
     static bool exists(const std::string& path);
     static bool isFile(const std::string& path);
     static bool isDir(const std::string& path);
