@@ -98,6 +98,7 @@ void ArchiveEdit::addFiles(const std::string& folder, const std::vector<std::str
 }
 
 void ArchiveEdit::addTree(const std::string& folder, const std::string& directory) {
+    requireOutside(directory);
     const std::string inside = folderName(folder);
     const std::vector<TreeItem> items = DirectoryTree::walk(directory, [](const std::string& link) {
         ComMsgMgr::post("@17-2001@%s", {HUTPathUtils::shown(link)});
@@ -109,6 +110,14 @@ void ArchiveEdit::addTree(const std::string& folder, const std::string& director
         if (!item.isDirectory) add({Addition::Kind::File, name, path, false});
         if (item.isEmpty) add({Addition::Kind::Directory, name + "/", path, false});
     }
+}
+
+/// An archive in a tree that is packed into it would take in its former self each time.
+void ArchiveEdit::requireOutside(const std::string& directory) const {
+    const std::string tree = HUTPathUtils::join(HUTFile::getCanonicalName(directory), "/");
+    if (HUTFile::getCanonicalName(target_).starts_with(tree))
+        throw HEXAlgException(quoted(directory) + " cannot be packed into " + quoted(target_) +
+                              ": the archive lies in that directory");
 }
 
 void ArchiveEdit::add(Addition addition) {

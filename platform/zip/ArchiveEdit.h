@@ -87,6 +87,7 @@ private:
         bool isLast = false;
     };
 
+    void requireOutside(const std::string& directory) const;
     void add(Addition addition);
     void requireNoClash(const std::string& name);
     bool changesAnything() const;

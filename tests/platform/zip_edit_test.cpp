@@ -85,6 +85,9 @@ TEST_F(ZipEdit, RefusalsNameTheMemberAndChangeNothing) {
          twice + "generated content and '" + one + "'"},
         {[&](ArchiveEdit& edit) { edit.addTree("a", at("empty")); },
          "'a/' cannot be added to '" + archive + "': 'a' is a file there"},
+        {[&](ArchiveEdit& edit) { edit.addTree("k", at("empty/../out")); },
+         "'" + at("empty/../out") + "' cannot be packed into '" + archive +
+             "': the archive lies in that directory"},
         {[](ArchiveEdit& edit) { edit.deleteFolder("/"); },
          "No folder of '" + archive + "' to delete is named"},
         {[&](ArchiveEdit&) { ArchiveEdit again(archive); }, "'" + archive + "' is being edited already"},
