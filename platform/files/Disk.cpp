@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/file.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 namespace disk {
@@ -315,6 +316,12 @@ void requireWritable(const std::string& directory) {
 bool isWritable(const FileDescriptor& directory) {
     const auto ask = [&] { return ::faccessat(directory.number(), ".", W_OK | X_OK, 0); };
     return attempt("inspect", directory.path(), ask) == 0;
+}
+
+std::uint64_t room(const FileDescriptor& directory) {
+    struct statvfs system {};
+    require("inspect", directory.path(), [&] { return ::fstatvfs(directory.number(), &system); });
+    return system.f_blocks == 0 ? UINT64_MAX : std::uint64_t{system.f_bavail} * system.f_frsize;
 }
 
 void moveFile(const FileDescriptor& from, const std::string& name, const FileDescriptor& to) {

@@ -105,6 +105,9 @@ KP_EXPORT bool makeDirectory(const FileDescriptor& directory, const std::string&
 KP_EXPORT bool statusIfThere(const FileDescriptor& directory, const std::string& name, struct stat& status);
 /// Whether this process may make files in the directory.
 KP_EXPORT bool isWritable(const FileDescriptor& directory);
+/// How many bytes this process may still write to the directory's file system; the most there can be when it
+/// does not tell.
+KP_EXPORT std::uint64_t room(const FileDescriptor& directory);
 /// Moves a file from one directory to another in place of what has its name there.
 KP_EXPORT void moveFile(const FileDescriptor& from, const std::string& name, const FileDescriptor& to);
 /// Moves a directory with all that it holds; returns false, and nothing moved, when its name is taken there.

@@ -1,5 +1,6 @@
 #include "platform/zip/ArchiveExtraction.h"
 
+#include "platform/base/Exceptions.h"
 #include "platform/base/HUTProgress.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
@@ -39,7 +40,8 @@ public:
         : plan_(plan), destination_(disk::open(destination, O_RDONLY | O_DIRECTORY)) {}
 
     void run() {
-        requireRoom({plan_.top(), destination_, ""});
+        requireWays({plan_.top(), destination_, ""});
+        requireRoom();
         const StagingDirectory staging(destination_.path());
         creatableBits_ = staging.creatableBits();
         make({plan_.top(), staging.top(), ""});
@@ -47,9 +49,9 @@ public:
     }
 
 private:
-    void requireRoom(const Place& place) const;
-    void requireRoomForDirectory(const PlannedDirectory& planned, const std::string& name,
-                                 const Place& place) const;
+    void requireRoom() const;
+    void requireWays(const Place& place) const;
+    void requireWayInto(const PlannedDirectory& planned, const std::string& name, const Place& place) const;
     [[noreturn]] void refuse(const Place& place, const std::string& name, const char* obstacle) const;
 
     void make(const Place& place);
@@ -64,8 +66,18 @@ private:
     MemberBuffers buffers_;
 };
 
+/// A small archive may hold far more than it takes itself: that must not fill a disk on which it cannot end.
+void Extraction::requireRoom() const {
+    const std::uint64_t size = sizeOf(plan_.top());
+    const std::uint64_t room = disk::room(destination_);
+    if (size > room)
+        throw HEXAlgException("'" + HUTPathUtils::shown(destination_.path()) + "' has room for " +
+                              std::to_string(room) + " bytes, but the files to extract from '" +
+                              HUTPathUtils::shown(plan_.archive().path()) + "' take " + std::to_string(size));
+}
+
 /// Refuses what the destination already has in the way, before anything is written.
-void Extraction::requireRoom(const Place& place) const {
+void Extraction::requireWays(const Place& place) const {
     if (!disk::isWritable(place.directory))
         plan_.refuse(place.prefix, "'" + HUTPathUtils::shown(place.directory.path()) + "' is not writable");
     for (const auto& [name, entry] : place.planned.files) {
@@ -74,16 +86,16 @@ void Extraction::requireRoom(const Place& place) const {
             refuse(place, name, "a directory");
     }
     for (const auto& [name, below] : place.planned.directories)
-        requireRoomForDirectory(*below, name, place);
+        requireWayInto(*below, name, place);
 }
 
-void Extraction::requireRoomForDirectory(const PlannedDirectory& planned, const std::string& name,
-                                         const Place& place) const {
+void Extraction::requireWayInto(const PlannedDirectory& planned, const std::string& name,
+                                const Place& place) const {
     struct stat present {};
     if (!disk::statusIfThere(place.directory, name, present)) return;
     if (S_ISLNK(present.st_mode)) refuse(place, name, "a symbolic link");
     if (!S_ISDIR(present.st_mode)) refuse(place, name, "not a directory");
-    requireRoom({planned, disk::openDirectory(place.directory, name), place.prefix + name + "/"});
+    requireWays({planned, disk::openDirectory(place.directory, name), place.prefix + name + "/"});
 }
 
 void Extraction::refuse(const Place& place, const std::string& name, const char* obstacle) const {

@@ -84,6 +84,9 @@ public:
     /// The largest member that read() holds in memory at once.
     static constexpr std::uint64_t maximumWhole = std::uint64_t{1} << 30;
 
+    /// Throws when the entry is encrypted, has an unknown method, or states a size that its stored bytes
+    /// cannot inflate to.
+    void requireReadable(const ArchiveEntry& entry) const;
     /// The whole member; its header, size and checksum hold.
     std::string read(const ArchiveEntry& entry) const;
     /// As read, of the member of a name; throws when there is none.
@@ -128,7 +131,6 @@ private:
     using FirstByComponent = std::unordered_map<std::string_view, const ArchiveEntry*>;
 
     explicit ArchiveSnapshot(const std::string& path);
-    void requireReadable(const ArchiveEntry& entry) const;
     const std::vector<std::uint32_t>& byName() const;
     std::span<const std::uint32_t> positionsStartingWith(std::string_view prefix) const;
 

@@ -10,15 +10,6 @@
 
 namespace {
 
-/// Data of up to this size, together and of one member, may inflate as far as they like; larger ones to no
-/// more than this many times their stored size.
-constexpr std::uint64_t harmlessSize = std::uint64_t{1} << 30;
-constexpr std::uint64_t maximumExpansion = 1000;
-
-bool isBomb(std::uint64_t size, std::uint64_t storedSize) {
-    return size > harmlessSize && size / maximumExpansion > storedSize;
-}
-
 /// The components of a path that tell something.
 std::vector<std::string_view> componentsOf(std::string_view path) {
     std::vector<std::string_view> components;
@@ -96,8 +87,8 @@ void ExtractionPlan::add(const ArchiveEntry& entry) {
 
 void ExtractionPlan::addFile(const ArchiveEntry& entry, PlannedDirectory& directory, std::string_view name) {
     if (directory.directories.contains(name)) refuse(entry.name, "it is a file and a folder");
+    archive_->requireReadable(entry);
     const auto [present, isNew] = directory.files.try_emplace(std::string(name), &entry);
-    if (isNew) return addSize(entry);
     if (present->second != &entry) refuse(entry.name, "two entries have this name");
 }
 
@@ -123,13 +114,6 @@ void ExtractionPlan::requireKind(const ArchiveEntry& entry) const {
         refuse(entry.name,
                std::string("its type is not that of a ") + (entry.isDirectory() ? "directory" : "file"));
     if (entry.isDirectory() && entry.size > 0) refuse(entry.name, "it is a directory with data");
-}
-
-void ExtractionPlan::addSize(const ArchiveEntry& entry) {
-    size_ += entry.size;
-    storedSize_ += entry.storedSize;
-    if (size_ < entry.size || isBomb(entry.size, entry.storedSize) || isBomb(size_, storedSize_))
-        refuse(entry.name, "the data inflate to more than 1 GiB and 1000 times their stored size");
 }
 
 LocalRecord ExtractionPlan::recordOf(const ArchiveEntry& entry) const {

@@ -21,8 +21,8 @@ struct PlannedDirectory {
 
 /// Folders of an archive as the tree of directories and files that they are to become. What an archive must
 /// not ask for is refused as it is added: names that lead elsewhere, links and special files, two entries for
-/// one place, and data far larger than the archive. Failures are HEXAlgException; nothing here looks at the
-/// disk.
+/// one place, and data that cannot be read or be as large as stated. Failures are HEXAlgException; nothing
+/// here looks at the disk.
 class KP_EXPORT ExtractionPlan {
 public:
     explicit ExtractionPlan(std::shared_ptr<const ArchiveSnapshot> archive);
@@ -50,11 +50,8 @@ private:
     void addFile(const ArchiveEntry& entry, PlannedDirectory& directory, std::string_view name);
     PlannedDirectory& enter(std::string_view name, const std::vector<std::string_view>& components);
     void requireKind(const ArchiveEntry& entry) const;
-    void addSize(const ArchiveEntry& entry);
 
     std::shared_ptr<const ArchiveSnapshot> archive_;
     std::vector<std::uint64_t> offsets_;  ///< of all entries of the archive, ascending
     PlannedDirectory top_;
-    std::uint64_t size_ = 0;
-    std::uint64_t storedSize_ = 0;
 };

@@ -121,10 +121,6 @@ TEST_F(ZipExtract, OddNamesAndModesDoNoHarm) {
 TEST_F(ZipExtract, HostileArchivesAreRefusedAndTouchNothing) {
     const std::string longName = "k/" + std::string(4096, 'n');
     const std::string absolute = at("outside/absolute");
-    const auto deflated = [bytes = std::string(1'050'000, 's')](const char* name, std::uint64_t size) {
-        return Member{name, bytes, S_IFREG, size, {}, ArchiveEntry::Deflated};
-    };
-    const std::string bomb = "the data inflate to more than 1 GiB and 1000 times their stored size";
     const std::string twice = "two entries have this name";
     const auto inTheWay = [&](const std::string& name, const std::string& what) {
         return "'" + to + "/" + name + "' is in the way: it is " + what;
@@ -151,8 +147,6 @@ TEST_F(ZipExtract, HostileArchivesAreRefusedAndTouchNothing) {
         {"k/a/b", "'k/a' is a file and a folder", {{"k/a", "1"}, {"k/a/b", "2"}}},
         {"k/a", "it is a file and a folder", {{"k/a/b", "1"}, {"k/a", "2"}}},
         {"k/good", "it overlaps another entry", {{"k/a", "1"}, {"k/z", "2", S_IFREG, 1, 0}}},
-        {"k/bomb", bomb, {deflated("k/bomb", 1'080'000'000)}},
-        {"k/2", bomb, {deflated("k/1", 1'060'000'000), deflated("k/2", 1'060'000'000)}},
         {"k", inTheWay("k", "a symbolic link"), {{"k/x"}}, {{"k", "-> " + at("outside")}}},
         {"k/d", inTheWay("k/d", "a symbolic link"), {{"k/d/x"}}, {{"k", "/"}, {"k/d", "-> ../../outside"}}},
         {"k/d", inTheWay("k/d", "not a directory"), {{"k/d/x"}}, {{"k/d", "file"}}},
