@@ -15,7 +15,11 @@ namespace {
 
 /// What stands before the last component; empty when that stands alone.
 std::string directoryOf(std::string_view path) {
-    return fs::path(path.begin(), path.end()).parent_path().string();
+    const std::size_t slash = path.rfind('/');
+    path = path.substr(0, slash == std::string_view::npos ? 0 : slash);
+    while (path.ends_with('/'))
+        path.remove_suffix(1);
+    return std::string(path);
 }
 
 }  // namespace
