@@ -68,7 +68,7 @@ std::string zshArguments(const CLI::App& parser) {
         for (const std::string& name : option.names) {
             const bool joinsValue = !option.value.empty() && name.starts_with("--");
             entries.push_back(once + name + (joinsValue ? "=[" : "[") + help + "]" +
-                            (option.value.empty() ? "" : zshValue(option)));
+                              (option.value.empty() ? "" : zshValue(option)));
         }
     }
     for (const OptionEntry& positional : positionalsOf(parser))
