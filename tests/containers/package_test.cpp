@@ -1,7 +1,6 @@
 // Whole operations on real packages: adding, replacing, updating, opening, validating, verifying.
 
 #include "containers/kp/PackageVerification.h"
-#include "platform/files/Disk.h"
 #include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/HUTZip.h"
 #include "platform/zip/Iostreams.h"
@@ -214,31 +213,6 @@ TEST_F(PackageTest, WhateverFailsChangesNothing) {
             EXPECT_TRUE(std::filesystem::is_empty(temporary.path())) << error;
         }
     }
-}
-
-TEST_F(PackageTest, EveryFailingDiskCallOfAReplacementLeavesTheOldPackage) {
-    kernel("k1").add();
-    kernel("k2").add();
-    Addition replacement = again(kernel("k1"));
-    replacement.cpu = {file("a.cpp")};
-    const auto before = directory_.files();
-    int failing = 0;
-    for (int calls = 1; calls >= failing;) {
-        ++failing;
-        calls = 0;
-        directory_.file("p.kp", before.at("p.kp"));
-        const std::string failure = failureOf([&] {
-            const disk::DiskFaults faults(
-                [&](std::string_view, const std::string&) { return ++calls == failing ? ENOSPC : 0; });
-            replacement.add();
-        });
-        const auto after = directory_.files();
-        EXPECT_EQ(after == before, failure != "nothing thrown") << "call " << failing << ": " << failure;
-        EXPECT_EQ(after.size(), before.size()) << "call " << failing;
-        if (after != before) verifyClean();
-    }
-    EXPECT_GT(failing, 20);
-    EXPECT_TRUE(HUTZip::containsFile(package_, "k1/cpu_sources/a.cpp"));
 }
 
 TEST_F(PackageTest, TheFilesOfAnotherKernelAreNotTouched) {

@@ -2,7 +2,6 @@
 #include "platform/zip/ZipFormat.h"
 #include "tests/platform/ZipTest.h"
 
-#include <ctime>
 #include <set>
 
 #include <fcntl.h>
@@ -193,36 +192,6 @@ protected:
 
     Tree whole;
 };
-
-TEST_F(ZipExtractFault, ACallThatFailsLeavesNoFileCutShort) {
-    const Tree olds[] = {{},
-                         {{"k", "/"}, {"k/a", "-> own"}, {"k/d", "/"}, {"k/d/b", "old b"}, {"k/own", "own"}}};
-    for (const Tree& old : olds) {
-        std::set<std::string, std::less<>> failed;
-        Tree complete = whole;
-        complete.insert(old.begin(), old.end());
-        for (int n = 1, calls = 0; calls + 1 >= n; ++n) {
-            makeTree(old);
-            // Opened anew, the archive takes the same calls each time.
-            fs::last_write_time(archive, std::time(nullptr));
-            calls = 0;
-            const std::string text = failureOf([&] {
-                const disk::DiskFaults faults([&](std::string_view call, const std::string&) {
-                    return ++calls == n ? failed.emplace(call), EIO : 0;
-                });
-                extract();
-            });
-            for (const auto& item : treeOf(to))
-                EXPECT_TRUE(std::count(old.begin(), old.end(), item) +
-                            std::count(whole.begin(), whole.end(), item))
-                    << n << item.first;
-            if (text != "nothing thrown") extract();
-            EXPECT_EQ(treeOf(to), complete) << n;
-        }
-        EXPECT_THAT(failed, testing::IsSupersetOf({"open", "create directory", "read", "write", "rename",
-                                                   "inspect", "list", "lock", "change the time of"}));
-    }
-}
 
 TEST_F(ZipExtractFault, AMemberThatProvesBadOrDoesNotFitLeavesNothing) {
     const std::string sound = forged({{"k/m", std::string((std::size_t{16} << 20) + 1, 'l')}});

@@ -1,7 +1,5 @@
 #include "tests/platform/ZipTest.h"
 
-#include <set>
-
 #include <fcntl.h>
 
 using testing::ElementsAre;
@@ -37,33 +35,6 @@ protected:
     const Environment epoch{"SOURCE_DATE_EPOCH", "1600000000"};
     std::string old, changed;
 };
-
-TEST_F(ZipFault, ACallThatFailsLeavesTheOldArchiveOrTheWholeNewOne) {
-    std::set<std::string, std::less<>> failed;
-    for (const bool exists : {true, false}) {
-        for (int n = 1, calls = 0; calls + 1 >= n; ++n) {
-            fs::remove(archive);
-            if (exists) HUTFile::writeFile(archive, old);
-            calls = 0;
-            bool isRenamed = false;
-            const std::string text = failureOf([&] {
-                const disk::DiskFaults faults([&](std::string_view call, const std::string&) {
-                    if (++calls == n) return failed.emplace(call), EIO;
-                    isRenamed = isRenamed || call == "rename";
-                    return 0;
-                });
-                change();
-            });
-            EXPECT_TRUE(text == "nothing thrown" || text.ends_with(": Input/output error")) << text;
-            const bool isThere = exists || isRenamed;
-            ASSERT_EQ(filesBeside(), std::vector<std::string>(isThere ? 1 : 0, "a.kp")) << n;
-            EXPECT_TRUE(!exists || bytesOfArchive() == (isRenamed ? changed : old)) << n;
-            EXPECT_TRUE(!isRenamed || HUTZip::checkIntegrityEn(archive) == 0) << n;
-        }
-    }
-    EXPECT_THAT(failed, testing::IsSupersetOf({"open", "read", "write", "sync", "rename", "inspect", "list",
-                                               "lock", "change the mode of", "change the owner of"}));
-}
 
 TEST_F(ZipFault, InterruptionsAndMissingAbilitiesDoNotMatter) {
     const disk::DiskFaults::Decide environments[] = {interruptions(), once("write", [] { return EXDEV; }),

@@ -1,0 +1,250 @@
+"""Disasters at every step of the command kp: a package stays whole, and no extracted file is ever cut short.
+
+A run prints how many disasters it tried: all of them, and longer crowds, with KP_LONG_TESTS=1, else a part."""
+
+import json
+import os
+import random
+import re
+import shutil
+import signal
+import struct
+import subprocess
+import tempfile
+import time
+import unittest
+from collections import Counter, namedtuple
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+KP = os.environ["KP"]
+VADD = os.environ["KP_EXAMPLES_DIR"] + "/vadd"
+LONG = os.environ.get("KP_LONG_TESTS") == "1"
+SANITIZED = bool(os.environ.get("KP_SANITIZE"))
+
+READ = "p?read(64)?|getdents64|(new)?fstat(at)?|statx|readlink|faccessat2?"
+CHANGE = ("openat|p?write(64)?|ftruncate|fallocate|copy_file_range|sendfile|fsync|fdatasync|rename(at2?)?|link(at)?|"
+          "symlink(at)?|unlink(at)?|mkdir(at)?|rmdir|f?chmod(at)?|f?chown(at)?|utimensat|flock")
+SYSTEM = r"(\d<|\")/(etc|usr|proc|sys|dev|lib)\b|write\([12]<|<(pipe|anon)"
+# What a killed process may leave. The next one removes it, but for the temporary directory, and never minds it.
+LITTER = r"\.p\.kp\.kp-[0-9a-f]{6}|out/[0-9a-f]{12}\.kp-incomplete|scratch/"
+ADD = ["add", "p.kp", "../in/vadd/kernel.xml", "--ip", "../in/vadd/ip"]
+NOBODY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"] if os.geteuid() == 0 else ["env"]
+
+# `removes`: it strikes what removes litter, which may stay then.
+Disaster = namedtuple("Disaster", "call fault removes")
+
+
+def trace(calls, log, *more):
+    return ["strace", "-qq", "-y", "-o", log, "-e", "trace=" + calls, *more]
+
+
+def succeeds(*command):
+    return shutil.which(command[0]) and subprocess.run(command, capture_output=True).returncode == 0
+
+
+def contents():
+    """All below the working directory: a file by its bytes, a directory by None."""
+    return {str(path): None if path.is_dir() else path.read_bytes() for path in Path(".").rglob("*")}
+
+
+def litter(present):
+    return [path for path in present if re.match(LITTER, path)]
+
+
+class DisasterTest(unittest.TestCase):
+    def setUp(self):
+        self.directory = tempfile.mkdtemp(prefix="kp-disaster-")
+        self.addCleanup(shutil.rmtree, self.directory)
+        self.addCleanup(os.chdir, os.getcwd())
+        os.chmod(self.directory, 0o755)
+        os.makedirs(self.directory + "/at/scratch")
+        os.chdir(self.directory + "/at")
+        shutil.copytree(VADD, "../in/vadd")
+        os.makedirs("../in/caches/c1")
+        shutil.copy(VADD + "/vadd.qmr", "../in/caches/c1")
+        self.environment = {**os.environ, "SOURCE_DATE_EPOCH": "1600000000", "TMPDIR": "scratch"}
+        if SANITIZED:
+            self.environment["ASAN_OPTIONS"] = "detect_leaks=0"  # for which a process would have to trace itself
+
+    def run_kp(self, *arguments, before=(), dies_after=None):
+        """Exit status, answer and complaint."""
+        process = subprocess.Popen([*before, KP, "-q", *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                   text=True, env=self.environment)
+        if dies_after is not None:
+            time.sleep(dies_after)
+            process.kill()
+        answer, complaint = process.communicate()
+        return process.returncode, answer, complaint
+
+    def do(self, *arguments):
+        status, answer, complaint = self.run_kp(*arguments)
+        self.assertEqual((0, ""), (status, complaint), arguments)
+        return answer
+
+    def expect_refusal(self, done, reason, what=None):
+        """One clear line that names the thing."""
+        self.assertEqual(3, done[0], (what, done))
+        self.assertRegex(done[2], rf"\Akp: error: [^\n]*'[^\n]+'[^\n]*{reason}[^\n]*\n\Z", what)
+
+    def derive(self, name):
+        """A kernel description like the example's under another name and VLNV."""
+        text = Path("../in/vadd/kernel.xml").read_text()
+        Path(f"../in/{name}.xml").write_text(text.replace('name="vadd"', f'name="{name}"').replace(":vadd:", f":{name}:"))
+        return f"../in/{name}.xml"
+
+    def restore(self, state):
+        present = contents()
+        for path in sorted(present.keys() - state.keys(), reverse=True):
+            os.rmdir(path) if present[path] is None else os.remove(path)
+        for path, content in sorted(state.items()):
+            if content is None:
+                os.makedirs(path, exist_ok=True)
+            elif present.get(path) != content:
+                Path(path).write_bytes(content)
+                time.sleep(0.1)  # a package that has just changed is looked at more often
+
+    def disasters(self, arguments):
+        """Each call of a run that changes the disk is killed, refused and starved, each that reads is refused."""
+        subprocess.run([*trace("%file,%desc", "../trace"), KP, "-q", *arguments], env=self.environment,
+                       stdout=subprocess.DEVNULL, check=True)
+        lines = Path("../trace").read_text().splitlines()
+        loaded = max(number for number, line in enumerate(lines) if ".so" in line)
+        numbers = Counter()
+        for at, line in enumerate(lines):
+            call = line[:line.index("(")]
+            numbers[call] += 1
+            reads = re.fullmatch(READ, call) or call == "openat" and "O_CREAT" not in line
+            if at <= loaded or re.search(SYSTEM, line) or not (reads or re.fullmatch(CHANGE, call)):
+                continue
+            removes = call in ("unlink", "unlinkat", "rmdir") or (
+                reads and re.search(LITTER, line) and "O_NOFOLLOW" not in line)
+            opens = call == "openat"
+            for fault in (["error=EIO", *["error=ENOENT", "error=EMFILE"] * opens] if reads else
+                          ["signal=KILL", "error=EIO", "error=ENOSPC", *["retval=0"] * (call == "pwrite64")]):
+                lasts = "+" * (fault == "error=ENOSPC" and not opens)
+                yield Disaster(call, f"{fault}:when={numbers[call]}{lasts}", removes)
+
+    def suffer(self, arguments, old, new, disaster):
+        self.restore(old)
+        call, fault, removes = disaster
+        done = self.run_kp(*arguments, before=trace(call, "/dev/null", "-e", f"inject={call}:{fault}"))
+        present = contents()
+        self.assertLessEqual(old.keys(), present.keys())
+        for path in present.keys() - litter(present):
+            self.assertIn(present[path], [state[path] for state in (old, new) if path in state], path)
+        extracts = arguments[0] == "extract"
+        if "KILL" in fault:
+            self.assertEqual(-signal.SIGKILL, done[0])
+        elif not removes:
+            self.assertEqual([], litter(present), done)
+        if done[0] == 0:
+            self.assertEqual(("", new), (done[2], {path: present[path] for path in new}))
+        elif done[0] > 0 and not (done[0] == 2 and call == "newfstatat"):  # which looks at arguments
+            self.expect_refusal(done, "")
+            self.assertTrue(extracts or present == old)
+        if done[0] < 0 or extracts:
+            done = self.run_kp(*arguments)
+            self.assertTrue(done[0] == 0 or present["p.kp"] == new["p.kp"], done)
+            self.assertEqual(new, {path: content for path, content in contents().items() if "scratch/" not in path})
+
+    @unittest.skipUnless(succeeds(*trace("read", "/dev/null", "true")), "no process can be traced here")
+    def test_at_every_call(self):
+        second = ["add", "p.kp", self.derive("second"), "--ip", "../in/vadd/ip"]
+        replace = [*ADD, "--replace", "--update", "--cpu-source", "../in/vadd/src/vadd.cpp", "--debug-dir", "../in/vadd/src"]
+        update = ["add", "p.kp", "../in/vadd/kernel.xml", "--update", "--pdi", "../in/vadd/vadd.qmr"]
+        extract = ["extract", "p.kp", "-d", "out", "--force"]
+        for *prepared, operation in ([ADD], [ADD, second], [ADD, second, replace], [ADD, update], [ADD, second, extract],
+                                     [ADD, ["add-cache", "p.kp", "../in/caches"]], [ADD, extract, replace, extract]):
+            self.restore({"scratch": None})
+            for arguments in prepared:
+                self.do(*arguments)
+            old = contents()
+            time.sleep(0.1)
+            every = list(self.disasters(operation))
+            new = contents()
+            tried = every if LONG else every[::11]
+            for disaster in tried:
+                with self.subTest(operation=operation, disaster=disaster):
+                    self.suffer(operation, old, new, disaster)
+            print(f"{len(tried)} of {len(every)} disasters: kp {' '.join(operation)}", flush=True)
+
+    def test_a_crowd_of_whom_some_are_killed(self):
+        """Each replaces a kernel of its own in one package, or reads it; what was reported done stays done."""
+        end = time.monotonic() + (60 if LONG else 4)
+        self.do(*ADD)
+
+        def work(worker):
+            chance, tried, done, killed = random.Random(worker), 0, 0, 0
+            add = ["add", "p.kp", self.derive(f"k{worker}"), "--ip", "../in/vadd/ip", "--replace", "--update", "--project"]
+            while time.monotonic() < end:
+                tried += 1
+                arguments = chance.choice([[*add, f"{tried}"], [*add, f"{tried}"], ["verify", "p.kp"],
+                                           ["extract", "p.kp", "-d", f"out{worker}", "--force"]])
+                dies_after = chance.uniform(0, 0.1) if chance.random() < 0.3 else None
+                status, _, complaint = self.run_kp(*arguments, dies_after=dies_after)
+                self.assertIn((status, complaint), [(0, ""), (-signal.SIGKILL, "")][:1 + (dies_after is not None)])
+                killed += status != 0
+                done = tried if status == 0 and arguments[0] == "add" else done
+            return done, tried, killed
+
+        with ThreadPoolExecutor(6) as crowd:
+            results = list(crowd.map(work, range(6)))
+        self.do(*ADD, "--replace", "--update")
+        self.assertEqual("digest: valid\n", self.do("verify", "p.kp"))
+        projects = {kernel["name"]: kernel["projectId"] for kernel in json.loads(self.do("list", "p.kp", "--json"))["kernels"]}
+        for worker, (done, tried, _) in enumerate(results):
+            self.assertTrue(done <= int(projects.get(f"k{worker}", 0)) <= tried, (results, projects))
+        self.assertEqual([], [name for name in os.listdir() if name.startswith(".")])
+        print(f"{sum(tried for _, tried, _ in results)} runs of a crowd, {sum(results[2] for results in results)} killed")
+
+    @unittest.skipUnless(succeeds(*NOBODY, KP, "--version"), "kp cannot be run as somebody without rights here")
+    def test_without_the_right_to(self):
+        self.do(*ADD)
+        os.chmod("scratch", 0o777)
+        other = ["add", "p.kp", self.derive("other"), "--ip", "../in/vadd/ip"]
+        for path, mode, arguments in (("p.kp", 0o666, other), ("p.kp", 0o644, other), ("p.kp", 0, ["list", "p.kp"]),
+                                      (".", 0o555, ["extract", "p.kp", "-d", "out"]), ("../in/other.xml", 0, other),
+                                      (".", 0, ["cat", "../at/p.kp", "kp.xml"]), ("scratch", 0o755, other),
+                                      ("../in/vadd/ip/hdl/vadd.v", 0, ["add", "scratch/p.kp", *other[2:]])):
+            before, usual = contents(), os.stat(path).st_mode
+            os.chmod(path, mode)
+            self.expect_refusal(self.run_kp(*arguments, before=NOBODY), "(Permission denied|not writable)", (path, arguments))
+            os.chmod(path, usual)
+            self.assertEqual(before, contents())
+
+    def test_with_few_descriptors(self):
+        self.do(*ADD)
+        os.mkdir("out")
+        old = contents()
+        for arguments in ([*ADD, "--replace", "--update", "--project", "p"], ["extract", "p.kp", "-d", "out"]):
+            self.restore(old)
+            self.do(*arguments)
+            new, statuses = contents(), set()
+            for count in range(4, 20):
+                self.restore(old)
+                done = self.run_kp(*arguments, before=["prlimit", f"--nofile={count}"])
+                statuses.add(done[0])
+                present = contents()  # with no descriptor left, nothing can be removed either
+                self.assertEqual(new if done[0] == 0 else old, {path: present[path] for path in present.keys() -
+                                 litter(present)}, (count, done))
+                if done[0] == 3:
+                    self.expect_refusal(done, "Too many open files")
+            self.assertLessEqual({0, 3}, statuses)
+
+    @unittest.skipIf(SANITIZED, "a sanitizer takes more address space than it is given here")
+    def test_with_little_memory(self):
+        """A manifest of 1 MB that states a billion bytes, which deflate could make of it."""
+        data = random.Random(1).randbytes(1_000_000)
+        sizes = struct.pack("<HHHHHIIIHH", 20, 0, 8, 0, 0, 0, len(data), 1_000_000_000, 6, 0)
+        directory = b"PK\1\2" + struct.pack("<H", 20) + sizes + bytes(14) + b"kp.xml"
+        local = b"PK\3\4" + sizes + b"kp.xml" + data
+        end = struct.pack("<4sHHHHIIH", b"PK\5\6", 0, 0, 1, 1, len(directory), len(local), 0)
+        Path("p.kp").write_bytes(local + directory + end)
+        for arguments in (["list", "p.kp"], ["cat", "p.kp", "kp.xml"], ["extract", "p.kp", "-d", "out"], ADD):
+            done = self.run_kp(*arguments, before=["prlimit", "--as=300000000"])
+            self.expect_refusal(done, "(too large to be held in memory|damaged)", arguments)
+
+
+if __name__ == "__main__":
+    unittest.main()
