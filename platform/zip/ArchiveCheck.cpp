@@ -4,6 +4,7 @@
 #include "platform/base/HUTProgress.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/zip/ArchiveSnapshot.h"
+#include "platform/zip/ExtractionPlan.h"
 #include "platform/zip/ZipFormat.h"
 
 #include <algorithm>
@@ -24,6 +25,7 @@ public:
         checkKinds();
         checkLayout();
         checkData();
+        if (findings_.empty()) checkExtraction();
         return std::move(findings_);
     }
 
@@ -132,6 +134,18 @@ private:
     }
 
     std::uint64_t descriptorSize(std::uint32_t position, std::uint64_t offset);
+
+    /// Finds what no other check has words for.
+    void checkExtraction() {
+        ExtractionPlan plan(archive_.shared_from_this());
+        forEach([&](std::uint32_t position) {
+            try {
+                plan.add(at(position));
+            } catch (const HEXAlgException& failure) {
+                reportFailure(Code::Unextractable, position, failure);
+            }
+        });
+    }
 
     void checkData() {
         constexpr std::size_t bufferSize = std::size_t{1} << 18;

@@ -31,6 +31,7 @@ struct KP_EXPORT ArchiveFinding {
         UnaccountedBytes,  ///< bytes of the file that belong to nothing
         UnknownMethod,     ///< neither stored nor deflated
         Encrypted,
+        Unextractable,  ///< what else an extraction refuses, such as a symbolic link
     };
 
     Code code;

@@ -31,6 +31,8 @@ public:
     /// is all of the archive; one that the archive lacks adds nothing. What is there already is not added
     /// twice.
     void addFolder(std::string_view folder);
+    /// One entry of the archive.
+    void add(const ArchiveEntry& entry);
     /// A directory that is to be there whatever the archive holds.
     void addDirectory(std::string_view name);
     /// Throws when the name cannot be that of a directory below the destination.
@@ -46,7 +48,6 @@ public:
     [[noreturn]] void refuse(std::string_view name, const std::string& reason) const;
 
 private:
-    void add(const ArchiveEntry& entry);
     void addFile(const ArchiveEntry& entry, PlannedDirectory& directory, std::string_view name);
     PlannedDirectory& enter(std::string_view name, const std::vector<std::string_view>& components);
     void requireKind(const ArchiveEntry& entry) const;

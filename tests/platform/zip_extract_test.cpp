@@ -161,6 +161,7 @@ TEST_F(ZipExtract, HostileArchivesAreRefusedAndTouchNothing) {
         EXPECT_EQ(failureOf([&] { extract(); }),
                   "Failed to extract '" + name + "' of the archive '" + archive + "': " + reason);
         EXPECT_EQ(treeOf(directory.path()), before) << name << ": " << reason;
+        EXPECT_EQ(ArchiveSnapshot::open(archive)->check().empty(), !there.empty()) << name << ": " << reason;
     }
 }
 

@@ -35,6 +35,8 @@ std::string codeText(ArchiveFinding::Code code) {
             return "unknown-method";
         case Encrypted:
             return "encrypted";
+        case Unextractable:
+            return "unextractable";
     }
     return {};
 }

@@ -1,0 +1,134 @@
+// Whatever an enemy or a failing disk makes of a package or a document: it is told from a sound one, read
+// right or refused with a clear error, and does no harm. With KP_LONG_TESTS=1 every bit is tried.
+
+#include "containers/kernel/KernelRecords.h"
+#include "containers/kp/PackageVerification.h"
+#include "platform/base/Exceptions.h"
+#include "platform/xml/Reader.h"
+#include "platform/xml/Writer.h"
+#include "platform/zip/ArchiveSnapshot.h"
+#include "tests/support/CapturedMessages.h"
+#include "tests/support/Failure.h"
+#include "tests/support/Packages.h"
+
+#include <cstdlib>
+#include <set>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const bool isLong = std::getenv("KP_LONG_TESTS") != nullptr;
+
+/// Passes on the bytes cut short at every length, and with one bit flipped at every `step`th byte.
+template <class Use>
+void damage(const std::string& sound, std::size_t step, Use use) {
+    int tried = 0;
+    for (std::size_t i = 0; i < sound.size() && !testing::Test::HasFailure(); i += isLong ? 1 : step) {
+        const auto flipped = [&](std::size_t bit) {
+            std::string bytes = sound;
+            bytes[i] = static_cast<char>(bytes[i] ^ 1 << bit);
+            return bytes;
+        };
+        use(sound.substr(0, i), i), ++tried;
+        for (std::size_t bit = isLong ? 0 : i % 8; bit < (isLong ? 8 : i % 8 + 1); ++bit)
+            use(flipped(bit), i), ++tried;
+    }
+    testing::Test::RecordProperty("tried", tried);
+    std::cout << tried << " damaged copies of " << sound.size() << " bytes\n";
+}
+
+TEST(HostilePackage, EveryTruncationAndFlippedBitIsFoundAndHarmless) {
+    const TemporaryDirectory directory;
+    const CapturedMessages messages;
+    Addition k1 = ipKernel(directory, "k1"), k2 = ipKernel(directory, "k2");
+    k1.cpu = {directory.file("a.cpp", std::string(300, 'a'))};
+    k1.add();
+    const std::string package = k1.package, out = directory / "out",
+                      sound = TemporaryDirectory::read(package);
+    std::set<std::string> members;
+    for (const ArchiveEntry& entry : ArchiveSnapshot::open(package)->entries())
+        members.insert(ArchiveSnapshot::open(package)->read(entry));
+    damage(sound, 1, [&](const std::string& bytes, std::size_t place) {
+        directory.file("p.kp", bytes);
+        const auto before = directory.files();
+        const PackageVerification verification = PackageVerification::of(package);
+        const bool isSound = verification.findings.empty();
+        EXPECT_FALSE(verification.isClean()) << place;
+        EXPECT_TRUE(bytes.size() == sound.size() || verification.findings.at(0).code == "unreadable");
+        const std::string listing = failureOf([&] { kernelsOf(package); });
+        const std::string extraction =
+            failureOf([&] { HKPContainerUtils::extractAllKernelsFromKPContainer(package, out, false); });
+        EXPECT_TRUE(!isSound || listing + extraction == "nothing thrownnothing thrown")
+            << place << extraction;
+        if (std::filesystem::exists(out)) {
+            for (const auto& [path, content] : directory.files("out"))
+                EXPECT_TRUE(members.contains(content)) << place << path;
+            std::filesystem::remove_all(out);
+        }
+        EXPECT_EQ(directory.files(), before) << place;
+        const bool isChanged = failureOf([&] { k2.add(); }) == "nothing thrown";
+        EXPECT_TRUE(isChanged ? !isSound || PackageVerification::of(package).isClean()
+                              : TemporaryDirectory::read(package) == bytes)
+            << place;
+    });
+}
+
+/// Expects a document to be refused at a line, or to be read, written and read again the same.
+template <class Root>
+void expectReadOrRefused(const std::string& document, std::size_t place) {
+    try {
+        const auto root = lmx60::parse<Root>(document);
+        EXPECT_EQ(lmx60::parse<Root>(lmx60::toString(root)), root) << place;
+    } catch (const lmx60::ReadError& refusal) {
+        EXPECT_GT(refusal.error().line, 0) << place;
+        EXPECT_LT(refusal.error().text.size(), 1000U) << place;
+    }
+}
+
+TEST(HostileDocuments, DamagedExamplesAreReadOrRefused) {
+    const auto example = [](const char* name) {
+        return TemporaryDirectory::read(KP_EXAMPLES_DIR "/vadd/" + std::string(name));
+    };
+    damage(example("kernel.xml"), 1, expectReadOrRefused<KernelXML::Root>);
+    damage(example("design.xml"), 19, expectReadOrRefused<DesignXML::Profile>);
+}
+
+TEST(HostileDocuments, HugeOnesAreReadOrRefused) {
+    constexpr std::size_t million = 1'000'000;
+    const auto repeated = [](std::size_t count, const std::function<std::string(std::size_t)>& piece) {
+        std::string text;
+        while (count-- > 0)
+            text += piece(count);
+        return text;
+    };
+    const auto kernel = [](const std::string& attributes, const std::string& more = "") {
+        return kernelXml(attributes, "<ports/><args/>", more);
+    };
+    const auto attribute = [](std::size_t n) { return " a" + std::to_string(n) + "='1'"; };
+    const auto entity = [](std::size_t n) {
+        return "<!ENTITY e" + std::to_string(9 - n) + " '&e" + std::to_string(8 - n) + ";&e8;'>";
+    };
+    const std::string documents[] = {
+        kernel(repeated(million, attribute)),
+        kernel(std::string(16 * million, 'n') + "='1'"),
+        kernel("name='" + std::string(16 * million, 'n') + "'"),
+        kernel("", "<" + std::string(16 * million, 'n') + "/>"),
+        kernel("", std::string(16 * million, 't')),
+        kernel("", repeated(100'000, [](std::size_t) { return "<memory>"; })),
+        kernel("", repeated(million, [](std::size_t) { return "<memory name='m'/>"; })),
+        "<!DOCTYPE root [" + repeated(9, entity) + "]>" + kernel("name='&e9;'"),
+        "<!DOCTYPE root SYSTEM 'file:///etc/passwd'>" + kernel(""),
+        "<!DOCTYPE root [<!ENTITY x SYSTEM '/dev/zero'>]>" + kernel("name='&x;'"),
+        "<?xml version='1.0' encoding='UTF-16'?>" + kernel(""),
+        "\xFF\xFE" + kernel(""),
+        kernel("name='\xC0\x80'"),
+        kernel(std::string("name='\0'", 8)),
+        std::string(16 * million, '\0'),
+        std::string(16 * million, '<'),
+    };
+    for (const std::string& document : documents)
+        expectReadOrRefused<KernelXML::Root>(document, static_cast<std::size_t>(&document - documents));
+}
+
+}  // namespace
