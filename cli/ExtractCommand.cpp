@@ -58,7 +58,7 @@ Json describe(const std::string& name, const ExplorerIface& explorer) {
                                                                {"ipDir", explorer.getIPDefinitionRoot(name)},
                                                                {"ipCacheDir", explorer.getIPCacheRoot(name)}};
     for (const auto& [key, directory] : directories)
-        if (explorer.existsDir(directory)) described[key] = jsonText(directory);
+        if (!directory.empty() && explorer.existsDir(directory)) described[key] = jsonText(directory);
     return described;
 }
 

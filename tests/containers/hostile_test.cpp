@@ -95,7 +95,7 @@ TEST(HostileDocuments, DamagedExamplesAreReadOrRefused) {
 }
 
 TEST(HostileDocuments, HugeOnesAreReadOrRefused) {
-    constexpr std::size_t million = 1'000'000;
+    constexpr std::size_t million = 1'000'000, huge = 8 * million;
     const auto repeated = [](std::size_t count, const std::function<std::string(std::size_t)>& piece) {
         std::string text;
         while (count-- > 0)
@@ -111,10 +111,10 @@ TEST(HostileDocuments, HugeOnesAreReadOrRefused) {
     };
     const std::string documents[] = {
         kernel(repeated(million, attribute)),
-        kernel(std::string(16 * million, 'n') + "='1'"),
-        kernel("name='" + std::string(16 * million, 'n') + "'"),
-        kernel("", "<" + std::string(16 * million, 'n') + "/>"),
-        kernel("", std::string(16 * million, 't')),
+        kernel(std::string(huge, 'n') + "='1'"),
+        kernel("name='" + std::string(huge, 'n') + "'"),
+        kernel("", "<" + std::string(huge, 'n') + "/>"),
+        kernel("", std::string(huge, 't')),
         kernel("", repeated(100'000, [](std::size_t) { return "<memory>"; })),
         kernel("", repeated(million, [](std::size_t) { return "<memory name='m'/>"; })),
         "<!DOCTYPE root [" + repeated(9, entity) + "]>" + kernel("name='&e9;'"),
@@ -124,8 +124,8 @@ TEST(HostileDocuments, HugeOnesAreReadOrRefused) {
         "\xFF\xFE" + kernel(""),
         kernel("name='\xC0\x80'"),
         kernel(std::string("name='\0'", 8)),
-        std::string(16 * million, '\0'),
-        std::string(16 * million, '<'),
+        std::string(huge, '\0'),
+        std::string(huge, '<'),
     };
     for (const std::string& document : documents)
         expectReadOrRefused<KernelXML::Root>(document, static_cast<std::size_t>(&document - documents));

@@ -4,7 +4,6 @@
 
 #include <set>
 
-#include <fcntl.h>
 #include <libdeflate.h>
 #include <sys/stat.h>
 
@@ -194,26 +193,13 @@ protected:
     Tree whole;
 };
 
-TEST_F(ZipExtractFault, AMemberThatProvesBadOrDoesNotFitLeavesNothing) {
-    const std::string sound = forged({{"k/m", std::string((std::size_t{16} << 20) + 1, 'l')}});
-    std::string damaged = sound;
-    damaged[damaged.rfind("lPK")] = 'L';
-    const std::pair<std::string, std::string> cases[] = {
-        {sound, "Failed to write '.*k/m': No space left on device"},
-        {damaged, "Failed to read 'k/m' of .*: its checksum differs"},
-        {forged({{"k/m", "m", S_IFREG, 5}}),
-         "Failed to read 'k/m' of .*: .* states a size that its data cannot have"},
-    };
-    for (const auto& [bytes, text] : cases) {
-        makeTree({});
-        HUTFile::writeFile(archive, bytes);
-        const bool isFull = bytes == sound;
-        const disk::DiskFaults faults([=, n = 0](std::string_view call, const std::string&) mutable {
-            return isFull && call == "write" && ++n == 9 ? ENOSPC : 0;
-        });
-        EXPECT_THAT(failureOf([&] { extract(); }), testing::MatchesRegex(text));
-        EXPECT_THAT(treeOf(to), IsEmpty());
-    }
+TEST_F(ZipExtractFault, ALargeMemberThatProvesBadAtItsEndLeavesNothing) {
+    std::string bytes = forged({{"k/m", std::string((std::size_t{16} << 20) + 1, 'l')}});
+    bytes[bytes.rfind("lPK")] = 'L';
+    makeTree({});
+    HUTFile::writeFile(archive, bytes);
+    EXPECT_THAT(failureOf([&] { extract(); }), testing::EndsWith("its checksum differs"));
+    EXPECT_THAT(treeOf(to), IsEmpty());
 }
 
 TEST_F(ZipExtractFault, MissingAbilitiesAndCompetitorsDoNotMatter) {
@@ -226,19 +212,6 @@ TEST_F(ZipExtractFault, MissingAbilitiesAndCompetitorsDoNotMatter) {
         extract();
         EXPECT_EQ(treeOf(to), whole);
     }
-}
-
-TEST_F(ZipExtractFault, WhatAKilledExtractionLeftIsRemoved) {
-    const Tree others = {{"ba9876543210.kp-incomplete", "/"},
-                         {"ba9876543210.kp-incomplete/a", "in the making"},
-                         {"link.kp-incomplete", "-> " + at("out")}};
-    makeTree(others);
-    write("to/0123456789ab.kp-incomplete/files/k/a", "half");
-    const auto living = disk::open(to + "/ba9876543210.kp-incomplete", O_RDONLY | O_DIRECTORY);
-    disk::lock(living);
-    extract();
-    whole.insert(others.begin(), others.end());
-    EXPECT_EQ(treeOf(to), whole);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "tests/platform/ZipTest.h"
 
-#include <fcntl.h>
-
 using testing::ElementsAre;
 
 namespace {
@@ -93,16 +91,6 @@ TEST_F(ZipFault, TheOperationStartsOverWhenAnotherWriterWasFirst) {
     });
     EXPECT_EQ(runs, 2);
     expectSound({{"old", std::string(3000, 'o')}, {"gone", "g"}, {"kp.xml", "old"}, {"mine", "m"}});
-}
-
-TEST_F(ZipFault, WhatAKilledEditLeftIsRemoved) {
-    write("out/.a.kp.kp-0a1b2c", "half");
-    write("out/.a.kp.kp-notes1", "not ours");
-    write("out/.b.kp.kp-0a1b2c", "of another archive");
-    const auto holder = disk::open(write("out/.a.kp.kp-ffffff", "in use"), O_RDONLY);
-    disk::lock(holder);
-    change();
-    EXPECT_THAT(filesBeside(), ElementsAre(".a.kp.kp-ffffff", ".a.kp.kp-notes1", ".b.kp.kp-0a1b2c", "a.kp"));
 }
 
 }  // namespace
