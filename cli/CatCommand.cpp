@@ -1,6 +1,7 @@
 #include "cli/Command.h"
 #include "containers/kp/HKPContainerUtils.h"
 #include "platform/base/Exceptions.h"
+#include "platform/base/HUTInterrupt.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
@@ -11,10 +12,6 @@
 namespace cli {
 namespace {
 
-void requireWritten() {
-    if (!std::cout) throw HEXAlgException("Failed to write to standard output");
-}
-
 ExitStatus cat(const std::string& package, const std::string& member) {
     HKPContainerUtils::requireKPContainer_(package);
     const auto archive = ArchiveSnapshot::open(package);
@@ -24,10 +21,9 @@ ExitStatus cat(const std::string& package, const std::string& member) {
     MemberBuffers buffers;
     archive->pass(*entry, archive->localRecord(*entry), buffers, [](std::string_view piece) {
         std::cout.write(piece.data(), static_cast<std::streamsize>(piece.size()));
-        requireWritten();
+        if (!std::cout) throw HEXAlgException("Failed to write to standard output");  // to read on is in vain
+        HUTInterrupt::check();
     });
-    std::cout.flush();
-    requireWritten();
     return Done;
 }
 

@@ -1,6 +1,7 @@
 #include "cli/InputFiles.h"
 
 #include "platform/base/Exceptions.h"
+#include "platform/base/HUTInterrupt.h"
 #include "platform/files/Disk.h"
 #include "platform/files/HUTFileUtils.h"
 #include "platform/files/HUTPathUtils.h"
@@ -27,6 +28,7 @@ void copyStandardInput(const disk::FileDescriptor& to) {
     std::array<char, 1 << 16> piece{};
     std::uint64_t written = 0;
     for (;;) {
+        HUTInterrupt::check();
         const ssize_t got = ::read(STDIN_FILENO, piece.data(), piece.size());
         if (got < 0 && errno != EINTR) fail();
         if (got == 0) return;

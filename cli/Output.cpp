@@ -1,5 +1,6 @@
 #include "cli/Output.h"
 
+#include "cli/Terminal.h"
 #include "platform/base/HI18N.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTFileUtils.h"
@@ -12,10 +13,21 @@
 
 namespace cli {
 
+namespace {
+
+/// The word on a terminal in its colour.
+std::string coloured(std::string_view severity) {
+    const char* colour = severity == "error" ? "\x1b[31m" : severity == "warning" ? "\x1b[33m" : nullptr;
+    if (colour == nullptr || !hasColour()) return std::string(severity);
+    return colour + std::string(severity) + "\x1b[0m";
+}
+
+}  // namespace
+
 void complain(std::string_view severity, std::string_view text) {
     while (text.ends_with('\n'))
         text.remove_suffix(1);
-    std::cerr << "kp: " << severity << ": " << HUTPathUtils::shown(text) << '\n';
+    std::cerr << "kp: " << coloured(severity) << ": " << HUTPathUtils::shown(text) << '\n';
 }
 
 ComMsgMgr::Sink messageSink(const bool& quiet) {

@@ -1,11 +1,12 @@
 #include "cli/ProgressBar.h"
 
+#include "cli/Terminal.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <string>
-#include <string_view>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -17,11 +18,6 @@ using namespace std::chrono_literals;
 using Seconds = std::chrono::duration<double>;
 
 constexpr std::chrono::milliseconds longestPause = 100ms;
-
-std::string_view variable(const char* name) {
-    const char* value = std::getenv(name);
-    return value == nullptr ? "" : value;
-}
 
 std::size_t terminalWidth() {
     constexpr std::size_t usualWidth = 80;
@@ -66,22 +62,18 @@ std::string lineOf(double share, double bytesPerSecond, double secondsLeft, std:
 
 /// How long work goes on without a bar.
 std::chrono::milliseconds patienceWanted() {
-    const std::string milliseconds(variable("KP_PROGRESS_DELAY"));
-    return milliseconds.empty() ? 1s
-                                : std::chrono::milliseconds(std::strtol(milliseconds.c_str(), nullptr, 10));
+    const char* milliseconds = std::getenv("KP_PROGRESS_DELAY");
+    return milliseconds == nullptr ? 1s : std::chrono::milliseconds(std::strtol(milliseconds, nullptr, 10));
 }
 
 }  // namespace
 
 std::unique_ptr<ProgressBar> ProgressBar::onTerminal() {
-    if (::isatty(STDERR_FILENO) == 0 || variable("TERM") == "dumb") return nullptr;
-    return std::make_unique<ProgressBar>();
+    return isOnTerminal() ? std::make_unique<ProgressBar>() : nullptr;
 }
 
 ProgressBar::ProgressBar()
-    : before_(HUTProgress::setListener(this)),
-      patience_(patienceWanted()),
-      hasColour_(variable("NO_COLOR").empty()) {}
+    : before_(HUTProgress::setListener(this)), patience_(patienceWanted()), hasColour_(hasColour()) {}
 
 ProgressBar::~ProgressBar() {
     HUTProgress::setListener(before_);

@@ -3,32 +3,44 @@
 #include "cli/CommandLine.h"
 #include "cli/Output.h"
 #include "cli/ProgressBar.h"
+#include "cli/Signals.h"
+#include "cli/StandardOutput.h"
 
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <system_error>
 
 namespace {
 
-/// Runs the subcommand; an answer that could not be written is a failure as well.
-int runGuarded(const cli::Run& run) {
+/// Runs the subcommand. An answer that could not be written is a failure as well, unless nobody wants it.
+cli::ExitStatus runGuarded(const cli::Run& run, const cli::StandardOutput& output) {
     try {
         const cli::ExitStatus status = run();
-        if (std::cout.flush()) return status;
-        cli::complain("error", "Failed to write the answer to standard output");
-        return cli::Failed;
+        std::cout.flush();
+        if (output.error() == 0 || output.isClosed()) return status;
     } catch (const std::exception& failure) {
-        cli::complain("error", failure.what());
-        return cli::Failed;
+        if (cli::caughtSignal() != 0) return cli::Failed;
+        if (output.isClosed()) return cli::Done;
+        if (output.error() == 0) {
+            cli::complain("error", failure.what());
+            return cli::Failed;
+        }
     }
+    cli::complain("error",
+                  "Failed to write to standard output: " + std::generic_category().message(output.error()));
+    return cli::Failed;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    cli::handleSignals();
+    const cli::StandardOutput output;
     cli::CommandLine commandLine;
     const auto parsed = commandLine.parse(argc, argv);
-    if (const auto* status = std::get_if<cli::ExitStatus>(&parsed)) return *status;
+    const auto* ended = std::get_if<cli::ExitStatus>(&parsed);
+    const cli::Run run = ended != nullptr ? [&] { return *ended; } : std::get<cli::Run>(parsed);
 
     const bool quiet = commandLine.isQuiet();
     const std::unique_ptr<cli::ProgressBar> bar = quiet ? nullptr : cli::ProgressBar::onTerminal();
@@ -36,5 +48,8 @@ int main(int argc, char** argv) {
         if (bar) bar->erase();
         post(message);
     });
-    return runGuarded(std::get<cli::Run>(parsed));
+    const cli::ExitStatus status = runGuarded(run, output);
+    // Work that was completed before it could be called off is done.
+    const bool isCalledOff = cli::caughtSignal() != 0 && status != cli::Done;
+    return isCalledOff ? 128 + cli::caughtSignal() : status;
 }

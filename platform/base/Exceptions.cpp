@@ -5,6 +5,7 @@ HEXAlgException::~HEXAlgException() = default;
 HEXAll::~HEXAll() = default;
 HXMLException::~HXMLException() = default;
 HEXError::~HEXError() = default;
+HEXInterrupted::~HEXInterrupted() = default;
 HEXFileNotFoundException::~HEXFileNotFoundException() = default;
 
 HEXFileNotFoundException::HEXFileNotFoundException(const std::string& path)

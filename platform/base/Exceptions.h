@@ -40,6 +40,14 @@ public:
     ~HXMLException() override;
 };
 
+/// Work was called off (see HUTInterrupt). Neither of the classes above, so that none who handles a failure
+/// takes it for one and goes on.
+class KP_EXPORT HEXInterrupted : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+    ~HEXInterrupted() override;
+};
+
 /// A condition that none of the other exceptions names.
 class KP_EXPORT HEXError : public std::runtime_error {
 public:

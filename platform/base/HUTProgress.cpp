@@ -1,5 +1,7 @@
 #include "platform/base/HUTProgress.h"
 
+#include "platform/base/HUTInterrupt.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -39,6 +41,7 @@ HUTProgress::~HUTProgress() {
 }
 
 void HUTProgress::advance(std::uint64_t amount) {
+    HUTInterrupt::check();
     if (work.listener == nullptr) return;
     work.done += std::min(amount, work.total - work.done);
     const std::uint64_t step = work.done - work.told;

@@ -32,7 +32,8 @@ public:
     HUTProgress(const HUTProgress&) = delete;
     HUTProgress& operator=(const HUTProgress&) = delete;
 
-    /// This much of the thread's work, if there is any, was done.
+    /// This much of the thread's work, if there is any, was done. Throws when it was called off meanwhile
+    /// (see HUTInterrupt).
     static void advance(std::uint64_t amount);
 
     /// No more than this is left of the work.

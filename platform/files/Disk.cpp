@@ -1,9 +1,13 @@
 #include "platform/files/Disk.h"
 
+#include "platform/base/HUTInterrupt.h"
+
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <memory>
 #include <system_error>
+#include <thread>
 
 #include <climits>
 #include <dirent.h>
@@ -196,6 +200,7 @@ std::string linkTarget(const std::string& path) {
 }
 
 std::vector<DirectoryItem> list(const std::string& directory) {
+    HUTInterrupt::check();  // walking a tree takes time
     std::unique_ptr<DIR, int (*)(DIR*)> handle(nullptr, &::closedir);
     require("list", directory, [&] {
         handle.reset(::opendir(directory.c_str()));
@@ -213,7 +218,11 @@ std::vector<DirectoryItem> list(const std::string& directory) {
 }
 
 void lock(const FileDescriptor& file) {
-    require("lock", file.path(), [&] { return ::flock(file.number(), LOCK_EX); });
+    using namespace std::chrono_literals;
+    for (auto pause = 1ms; !tryLock(file); pause = std::min(pause * 2, 16ms)) {
+        HUTInterrupt::check();
+        std::this_thread::sleep_for(pause);
+    }
 }
 
 bool tryLock(const FileDescriptor& file) {

@@ -73,7 +73,7 @@ KP_EXPORT std::string linkTarget(const std::string& path);
 /// What the directory holds, in the file system's order, without "." and "..".
 KP_EXPORT std::vector<DirectoryItem> list(const std::string& directory);
 
-/// Waits for the exclusive advisory lock of the open file.
+/// Waits for the exclusive advisory lock of the open file; an interruption (see HUTInterrupt) ends that.
 KP_EXPORT void lock(const FileDescriptor& file);
 /// Takes the exclusive advisory lock unless somebody else holds it.
 KP_EXPORT bool tryLock(const FileDescriptor& file);

@@ -1,5 +1,6 @@
 #include "platform/tcl/InProcessInterpreter.h"
 
+#include "platform/base/HUTInterrupt.h"
 #include "platform/tcl/Library.h"
 
 #include <utility>
@@ -17,6 +18,19 @@ void print_to_standard_error() {
     Tcl_RegisterChannel(nullptr, channel);  // for its second role
 }
 
+/// Runs the script for a while more. Where work was called off the limit stays exceeded, and no script can
+/// catch that.
+void extend_time(ClientData, Tcl_Interp* interpreter) {
+    constexpr int microseconds = 50'000;
+    if (HUTInterrupt::isRequested()) return;
+    Tcl_Time until{};
+    Tcl_GetTime(&until);
+    until.usec += microseconds;
+    until.sec += until.usec / 1'000'000;
+    until.usec %= 1'000'000;
+    Tcl_LimitSetTime(interpreter, &until);
+}
+
 constexpr const char* replace_exit =
     "proc exit {{status 0}} {error {A script cannot end the process that it runs in}}";
 
@@ -31,6 +45,7 @@ in_process_interpreter::in_process_interpreter() {
         Tcl_DeleteInterp(interpreter_);
         throw HEXError("Tcl cannot be started: " + reason);
     }
+    Tcl_LimitAddHandler(interpreter_, TCL_LIMIT_TIME, &extend_time, nullptr, nullptr);
     Tcl_CreateExitHandler(&end, this);
 }
 
@@ -46,10 +61,15 @@ void in_process_interpreter::end(void* self) {
 
 std::string in_process_interpreter::evaluate(const std::string& script) {
     if (interpreter_ == nullptr) throw HEXError("The Tcl interpreter has ended");
+    HUTInterrupt::check();
     const std::string own = to_tcl(script);
+    extend_time(nullptr, interpreter_);
+    Tcl_LimitTypeSet(interpreter_, TCL_LIMIT_TIME);
     const int status = Tcl_EvalEx(interpreter_, own.data(), static_cast<int>(own.size()), TCL_EVAL_GLOBAL);
     const std::string result = text_of(Tcl_GetObjResult(interpreter_));
     Tcl_ResetResult(interpreter_);
+    Tcl_LimitTypeReset(interpreter_, TCL_LIMIT_TIME);
+    if (status != TCL_OK) HUTInterrupt::check();
     if (status != TCL_OK) throw tcl_error(result);
     return result;
 }

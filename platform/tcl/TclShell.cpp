@@ -1,5 +1,6 @@
 #include "platform/tcl/TclShell.h"
 
+#include "platform/base/HUTInterrupt.h"
 #include "platform/tcl/ChildProcess.h"
 
 #include <cerrno>
@@ -110,7 +111,7 @@ public:
 
     ~connection() {
         requests_.writing.close();
-        process_.wait(std::chrono::seconds(1));
+        if (!HUTInterrupt::isRequested()) process_.wait(std::chrono::seconds(1));
     }
 
     /// None when the shell has ended.
@@ -118,6 +119,7 @@ public:
         const std::string request = std::to_string(script.size()) + "\n" + script;
         std::string_view unsent = request;
         for (;;) {
+            HUTInterrupt::check();
             if (auto answer = take_answer(received_)) return answer;
             // Asked before reading, so that the last words of a dying shell are read.
             const bool has_ended = process_.has_ended();

@@ -23,7 +23,7 @@ public:
     ~tcl_shell() override;
 
     /// Waits for the shell as long as that lives. Throws HEXError that tells how the shell ended when it did,
-    /// now or before.
+    /// now or before, HEXInterrupted when work is called off.
     std::string evaluate(const std::string& script) override;
 
 private:

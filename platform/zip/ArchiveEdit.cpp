@@ -1,5 +1,6 @@
 #include "platform/zip/ArchiveEdit.h"
 
+#include "platform/base/HUTInterrupt.h"
 #include "platform/base/HUTProgress.h"
 #include "platform/files/DirectoryTree.h"
 #include "platform/files/HUTFile.h"
@@ -205,6 +206,7 @@ void ArchiveEdit::commit() {
         }
         write(pending.file());
         disk::sync(pending.file());
+        HUTInterrupt::check();
         putInPlace(pending);
     }
     lock_.reset();

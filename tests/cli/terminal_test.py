@@ -1,11 +1,17 @@
 """The command kp at home on a user's machine: its help, pages and completions, pipes, terminals and signals."""
 
+import fcntl
 import json
 import os
+import pty
+import random
 import re
+import select
 import shutil
+import signal
 import subprocess
 import tempfile
+import time
 import unittest
 import zipfile
 
@@ -21,6 +27,42 @@ def run(*arguments, stdin="", **environment):
     done = subprocess.run([KP, *arguments], capture_output=True, text=True, input=stdin,
                           env={**os.environ, **environment})
     return done.returncode, done.stdout, done.stderr
+
+
+class OnTerminal:
+    """A run of kp whose standard error is a terminal of its own, and whose standard input is never at its end."""
+
+    def __init__(self, *arguments, **environment):
+        self.screen, terminal = pty.openpty()
+        self.process = subprocess.Popen([KP, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                        stderr=terminal, env={**os.environ, "TERM": "xterm", "NO_COLOR": "",
+                                                              **environment})
+        os.close(terminal)
+
+    def read(self):
+        """What comes on the screen next; nothing at the end."""
+        try:
+            return os.read(self.screen, 1 << 16).decode()
+        except OSError:  # the other end is closed
+            return ""
+
+    def read_until(self, text):
+        """The screen up to a text; without one, nothing, once there was time to begin."""
+        if text is None:
+            time.sleep(0.3)
+            return ""
+        shown = ""
+        while text not in shown:
+            assert select.select([self.screen], [], [], 20)[0], f"{text!r} never came: {shown!r}"
+            shown += self.read()
+        return shown
+
+    def finish(self):
+        """The exit status, standard output, and the rest of the screen."""
+        shown = "".join(iter(self.read, ""))
+        out = self.process.communicate()[0].decode()
+        os.close(self.screen)
+        return self.process.returncode, out, shown
 
 
 class TerminalTest(unittest.TestCase):
@@ -153,6 +195,80 @@ class TerminalTest(unittest.TestCase):
             self.assertEqual((real, untouched), (dry, state()), arguments)
             self.assertIn(real[0], (2, 3))
         self.expect(["add", "p.kp", "other.xml", "--json"], 2, "", "kp: error: --json requires --dry-run\n")
+
+    def test_signals_end_work_at_once_and_leave_nothing_behind(self):
+        self.expect(["add", "p.kp", "vadd/kernel.xml", "--ip", "vadd/ip"], 0)
+        with open("vadd/ip/large.bin", "wb") as large:
+            large.write(random.Random(1).randbytes(150_000_000))
+        self.expect(["add", "large.kp", "vadd/kernel.xml", "--ip", "vadd/ip"], 0)
+        os.mkdir("tmp")
+        os.mkdir("out")
+        with open("loop.tcl", "w") as loop:
+            loop.write("puts stderr ready\ncatch {while 1 {incr i}}\nputs stderr survived\n")
+        update = ["add", "p.kp", "vadd/kernel.xml", "--ip", "vadd/ip", "--update", "--replace"]
+        customize = ["customize", "p.kp", "vadd", "--name", "new", "-o", "new.kp", "--host-script", "loop.tcl"]
+        customize_in_shell = [*customize, "--tcl-shell", "echo $$ > shell.pid; exec tclsh"]
+        drawn, erased, ready = "left\x1b[K", "\r\x1b[K", "ready\r\r\n"
+        # What is worked at, what the screen shows before the signal, the signal, and the end of the screen.
+        rows = [(update, drawn, signal.SIGINT, erased), (["verify", "large.kp"], drawn, signal.SIGTERM, erased),
+                (["extract", "large.kp", "-d", "out"], drawn, signal.SIGHUP, erased),
+                (customize, ready, signal.SIGINT, ready), (customize_in_shell, ready, signal.SIGTERM, ready),
+                ([*update, "-q"], None, signal.SIGINT, ""), (["kernel", "show", "-"], None, signal.SIGTERM, "")]
+        with open("p.kp", "rb") as package:
+            before = package.read()
+        lock = open("p.kp", "rb+")
+        self.addCleanup(lock.close)
+        for arguments, shown, number, end in rows:
+            if shown is None:
+                fcntl.flock(lock, fcntl.LOCK_EX)
+            work = OnTerminal(*arguments, TMPDIR="tmp", KP_PROGRESS_DELAY="0")
+            self.addCleanup(work.process.kill)
+            screen = work.read_until(shown)
+            if shown == drawn:
+                self.assertRegex(screen, r"\A\r *\d+% \[\x1b\[32m#*\x1b\[0m-*\]  \d+\.\d MB/s  \d+:\d\d left\x1b\[K")
+            work.process.send_signal(number)
+            sent = time.monotonic()
+            status, out, rest = work.finish()
+            self.assertLess(time.monotonic() - sent, 3, arguments)
+            self.assertEqual((128 + number, ""), (status, out), arguments)
+            self.assertTrue((screen + rest).endswith(end), (arguments, screen + rest))
+            lock.seek(0)
+            self.assertTrue(before == lock.read() and os.path.samestat(os.fstat(lock.fileno()), os.stat("p.kp")))
+            self.assertEqual(([], []), (os.listdir("tmp"), os.listdir("out")), arguments)
+            self.assertEqual([], [name for name in os.listdir(".") if ".kp-" in name or name == "new.kp"])
+        with open("shell.pid") as shell, self.assertRaises(ProcessLookupError):
+            os.kill(int(shell.read()), 0)
+
+        ignoring = subprocess.run(["sh", "-c", 'trap "" INT; "$KP" verify large.kp & sleep 0.05; kill -INT $!; wait $!'],
+                                  capture_output=True, text=True)
+        self.assertEqual((0, "digest: valid\n"), (ignoring.returncode, ignoring.stdout))
+
+    def test_a_reader_may_stop_and_a_full_disk_is_an_error(self):
+        with open("vadd/ip/large.bin", "wb") as large:
+            large.write(bytes(100_000_000))
+        self.expect(["add", "p.kp", "vadd/kernel.xml", "--ip", "vadd/ip"], 0)
+        member = "ip_repo/example_kernels_vadd_1_0/large.bin"
+        subprocess.run(["cp", "p.kp", "changed.kp"], check=True)
+        subprocess.run(["zip", "-q", "changed.kp", "vadd/README.md"], check=True)
+        rows = [(["list", "p.kp", "--json"], 0), (["cat", "p.kp", member], 0), (["info", "p.kp"], 0),
+                (["--help"], 0), (["verify", "changed.kp"], 1)]
+        for arguments, status in rows:
+            reading, writing = os.pipe()
+            os.close(reading)
+            for target, expected in ((writing, (status, "")),
+                                     (os.open("/dev/full", os.O_WRONLY),
+                                      (3, "kp: error: Failed to write to standard output: No space left on device\n"))):
+                done = subprocess.run([KP, *arguments], stdout=target, stderr=subprocess.PIPE, text=True)
+                os.close(target)
+                self.assertEqual(expected, (done.returncode, done.stderr), arguments)
+
+    def test_words_are_coloured_on_a_terminal_alone(self):
+        rows = [({}, "\x1b[31merror\x1b[0m"), ({"NO_COLOR": "1"}, "error"), ({"TERM": "dumb"}, "error")]
+        for environment, word in rows:
+            self.assertEqual((2, "", f"kp: {word}: PACKAGE is required\r\n"),
+                             OnTerminal("list", **environment).finish())
+        work = OnTerminal("add", "p.kp", "vadd/kernel.xml", "--cpu-source", "vadd/src/vadd.cpp", "--hls-dir", "none")
+        self.assertRegex(work.finish()[2], r"\Akp: \x1b\[33mwarning\x1b\[0m: \[17-\d+\] [^\x1b]*\Z")
 
 
 if __name__ == "__main__":

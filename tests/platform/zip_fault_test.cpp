@@ -1,3 +1,4 @@
+#include "platform/base/HUTInterrupt.h"
 #include "tests/platform/ZipTest.h"
 
 using testing::ElementsAre;
@@ -33,6 +34,31 @@ protected:
     const Environment epoch{"SOURCE_DATE_EPOCH", "1600000000"};
     std::string old, changed;
 };
+
+TEST_F(ZipFault, WorkThatIsCalledOffLeavesTheOldArchiveOrTheWholeNewOne) {
+    int calledOff = 0;
+    for (int n = 1, calls = 0; calls + 1 >= n; ++n) {
+        HUTFile::writeFile(archive, old);
+        calls = 0;
+        bool isWhole = true;
+        {
+            const disk::DiskFaults faults([&](std::string_view, const std::string&) {
+                if (++calls == n) HUTInterrupt::request();
+                return 0;
+            });
+            try {
+                change();
+            } catch (const HEXInterrupted&) {
+                isWhole = false;
+                ++calledOff;
+            }
+            HUTInterrupt::clear();
+        }
+        EXPECT_EQ(bytesOfArchive(), isWhole ? changed : old) << n;
+        EXPECT_THAT(filesBeside(), ElementsAre("a.kp")) << n;
+    }
+    EXPECT_GT(calledOff, 10);
+}
 
 TEST_F(ZipFault, InterruptionsAndMissingAbilitiesDoNotMatter) {
     const disk::DiskFaults::Decide environments[] = {interruptions(), once("write", [] { return EXDEV; }),

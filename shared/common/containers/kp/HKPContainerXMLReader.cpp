@@ -4,6 +4,7 @@
 #include "containers/kernel/PackageDocument.h"
 #include "containers/kp/PackageLayout.h"
 #include "platform/base/HI18N.h"
+#include "platform/base/HUTInterrupt.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
 namespace {
@@ -55,6 +56,7 @@ void HKPContainerXMLReader::parseRoot_(const KPContainer::Root& root, const OnDe
 void HKPContainerXMLReader::parseKPKernels_(const KPContainer::Kernels& kernels,
                                             const OnDescription& onDescription) {
     for (const KPContainer::Kernel& kernel : kernels.Kernel) {
+        HUTInterrupt::check();
         const std::string name = HI18N::convert(kernel.Name.get());
         std::vector<HKPKernel::SupportedFlowType> flows;
         if (kernel.SupportedFlows) flows = parseSupportedFlows_(*kernel.SupportedFlows);
