@@ -34,8 +34,9 @@ int StandardOutput::sync() {
 
 StandardOutput::int_type StandardOutput::overflow(int_type character) {
     if (sync() != 0) return traits_type::eof();
-    return traits_type::eq_int_type(character, traits_type::eof()) ? traits_type::not_eof(character)
-                                                                   : sputc(traits_type::to_char_type(character));
+    return traits_type::eq_int_type(character, traits_type::eof())
+               ? traits_type::not_eof(character)
+               : sputc(traits_type::to_char_type(character));
 }
 
 }  // namespace cli

@@ -2,9 +2,9 @@
 
 #include "platform/base/Export.h"
 
-/// Lets whatever works in this process be called off. Work asks for itself at every step that takes time, also
-/// while it waits for a lock or for Tcl, and ends with HEXInterrupted; what it had half made is removed, and a
-/// package that it would have changed is as it was. Work that is past its last such step is completed.
+/// Lets whatever works in this process be called off. Work asks for itself at every step that takes time,
+/// also while it waits for a lock or for Tcl, and ends with HEXInterrupted; what it had half made is removed,
+/// and a package that it would have changed is as it was. Work that is past its last such step is completed.
 ///
 /// The library handles no signals. A program that wants Ctrl-C to end work installs a handler that calls
 /// request(); one with a button to cancel calls it from any thread, and clear() before the next work.

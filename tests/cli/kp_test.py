@@ -245,8 +245,8 @@ class KpTest(unittest.TestCase):
                 (["verify", "p.kp"], {"TERM": "dumb"}, 0, "digest: valid\n", ""),
                 (["verify", "short.kp"], {"KP_PROGRESS_DELAY": ""}, 0, "digest: valid\n", ""),
                 (["extract", "p.kp", "-d", "out"], {}, 0, "out/vadd\n", f"({coloured}){{2}}"),
-                (["extract", "damaged.kp", "-d", "none"], {}, 3, "", coloured + r"kp: warning: \[17-1396\] .*\r\n"
-                 + coloured + r"kp: error: Failed to read '.*/large.bin' of .*: its checksum differs\r\n")]
+                (["extract", "damaged.kp", "-d", "none"], {}, 3, "", coloured + r"kp: \x1b\[33mwarning\x1b\[0m: \[17-1396\] .*\r\n"
+                 + coloured + r"kp: \x1b\[31merror\x1b\[0m: Failed to read '.*/large.bin' of .*: its checksum differs\r\n")]
         for arguments, environment, status, answer, screen in rows:
             done = run_on_terminal(*arguments, **environment)
             self.assertEqual((status, answer), done[:2])
