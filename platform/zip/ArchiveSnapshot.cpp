@@ -8,6 +8,7 @@
 #include <array>
 #include <ctime>
 #include <numeric>
+#include <utility>
 
 #include <fcntl.h>
 
@@ -19,6 +20,11 @@ using SnapshotPointer = std::shared_ptr<const ArchiveSnapshot>;
 std::array<SnapshotPointer, 4>& recent() {
     thread_local std::array<SnapshotPointer, 4> snapshots;
     return snapshots;
+}
+
+SnapshotPointer& held() {
+    thread_local SnapshotPointer snapshot;
+    return snapshot;
 }
 
 constexpr std::int64_t second = 1'000'000'000;
@@ -54,7 +60,14 @@ void forEachComponent(std::string_view path, Use use) {
 
 }  // namespace
 
+ArchiveSnapshot::Hold::Hold(const std::string& path) : before_(std::exchange(held(), open(path))) {}
+
+ArchiveSnapshot::Hold::~Hold() {
+    held() = std::move(before_);
+}
+
 SnapshotPointer ArchiveSnapshot::open(const std::string& path) {
+    if (held() && held()->path() == path) return held();
     auto& snapshots = recent();
     auto at = std::find_if(snapshots.begin(), snapshots.end(),
                            [&](const SnapshotPointer& kept) { return kept && kept->path() == path; });

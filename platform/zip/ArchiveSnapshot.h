@@ -53,6 +53,10 @@ public:
     /// unchanged. Throws when there is no file or it is not a readable archive.
     static std::shared_ptr<const ArchiveSnapshot> open(const std::string& path);
 
+    /// While it lives, open() gives this thread the version of the archive that was there when it began: for
+    /// work that asks for one archive very often and should not see two versions of it.
+    class KP_EXPORT Hold;
+
     ~ArchiveSnapshot();
     ArchiveSnapshot(const ArchiveSnapshot&) = delete;
     ArchiveSnapshot& operator=(const ArchiveSnapshot&) = delete;
@@ -145,6 +149,17 @@ private:
     mutable std::unordered_map<std::string_view, std::vector<const ArchiveEntry*>> byLastComponent_;
     mutable std::unordered_map<std::string, FirstByComponent> byComponent_;
     mutable std::optional<HashedPrefix> hashedPrefix_;
+};
+
+class ArchiveSnapshot::Hold {
+public:
+    explicit Hold(const std::string& path);
+    ~Hold();
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+
+private:
+    std::shared_ptr<const ArchiveSnapshot> before_;  ///< what the thread held until then
 };
 
 /// The bytes of one member, in order. Keeps its snapshot.

@@ -7,6 +7,7 @@
 #include "platform/base/Exceptions.h"
 #include "platform/base/HI18N.h"
 #include "platform/files/HUTPathUtils.h"
+#include "platform/zip/ArchiveSnapshot.h"
 
 #include <ostream>
 #include <sstream>
@@ -152,6 +153,7 @@ std::shared_ptr<ArchiveExplorer> HKPContainerUtils::getInfo(const std::string& p
 
 void HKPContainerUtils::getInfoAsStreamTxt(const std::string& packagePath, std::ostream& out) {
     const auto explorer = getInfo(packagePath);
+    const ArchiveSnapshot::Hold version(packagePath);
     Lines lines(out);
     for (const KernelDef& kernel : kernelsOf(*explorer))
         lines.add(KernelContents::of(kernel, *explorer));
@@ -160,6 +162,7 @@ void HKPContainerUtils::getInfoAsStreamTxt(const std::string& packagePath, std::
 
 void HKPContainerUtils::getInfoAsStreamJson(const std::string& packagePath, std::ostream& out) {
     const auto explorer = getInfo(packagePath);
+    const ArchiveSnapshot::Hold version(packagePath);
     Json json(packagePath);
     for (const KernelDef& kernel : kernelsOf(*explorer))
         json.add(kernel.name, KernelContents::of(kernel, *explorer));
