@@ -24,6 +24,10 @@ public:
     File& operator=(const File&) = delete;
 
     void read(std::span<char> bytes) const { transfer(::read, bytes, "cannot read"); }
+    void readAt(std::uint64_t offset, std::span<char> bytes) const {
+        ::lseek(number_, static_cast<off_t>(offset), SEEK_SET);
+        read(bytes);
+    }
     void write(std::span<const char> bytes) const { transfer(::write, bytes, "cannot write"); }
 
 private:

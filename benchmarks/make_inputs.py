@@ -3,61 +3,113 @@
 import os
 import random
 import shutil
+import struct
 import zipfile
+from itertools import accumulate, islice
 from pathlib import Path
 
 EXAMPLE = Path(__file__).resolve().parent.parent / "examples" / "vadd"
 
-WORDS = ("clk rst_n valid ready data addr burst count last strb resp empty full head tail state next mask shift sum "
-         "carry enable pending grant request lane bank tag index word").split()
+SYLLABLES = ("ad ax be bus ca clk co da de dex di en er fi ga ha il in io ko la ler mem mo ne no ob or pa qu ra re ri "
+             "sel so sta ta ter ti tor un va ver wi xo ze").split()
 
 
-def text(rng, size):
-    """Lines like those of a hardware description, which names the same few dozen signals over and over."""
-    signals = [f"{rng.choice(WORDS)}_{rng.choice(WORDS)}{rng.choice(('', '_r', '_q', '_next'))}" for _ in range(40)]
-    lines, length = [], 0
+class Author:
+    """Writes files such as an IP holds. What they have in common with real ones: few words and instructions are used
+    again and again and many now and then, lines come in blocks that differ in a name or a number, and every source
+    begins with the same licence."""
+
+    def __init__(self, rng):
+        self.rng = rng
+        self.words = ["".join(rng.choices(SYLLABLES, k=rng.choice((1, 2, 2, 3, 3, 4)))) for _ in range(3000)]
+        self.operations = [rng.randbytes(rng.choice((1, 2, 2, 3, 3, 4))) for _ in range(80)]
+        self.licence = self.comment("", 12)
+
+    def usual(self, things, count):
+        """Some of the things, the first of them most often."""
+        weights = accumulate(1 / (rank + 3) for rank in range(len(things)))
+        return self.rng.choices(things, cum_weights=list(weights), k=count)
+
+    def comment(self, indent, lines):
+        words = iter(self.usual(self.words, 14 * lines))
+        return "".join(f"{indent}// {' '.join(islice(words, self.rng.randrange(6, 14)))}\n" for _ in range(lines))
+
+    def block(self, names):
+        """Some lines of a hardware description."""
+        rng = self.rng
+        a, b, c, d, *ports = rng.choices(names, k=20)
+        kind = rng.random()
+        if kind < 0.3:
+            lines = "".join(f"        .{port}({signal}),\n" for port, signal in zip(ports[:8], ports[8:]))
+            return f"    {a} #(\n        .WIDTH({rng.randrange(64)})\n    ) {b}_{rng.randrange(100)} (\n{lines}        .clk(clk)\n    );\n\n"
+        if kind < 0.5:
+            return (f"    always @(posedge clk) begin\n        if (!rst_n) begin\n            {a} <= 'h{rng.randrange(1 << 24):x};\n"
+                    f"        end else if ({b} && !{c}) begin\n            {a} <= {d};\n        end\n    end\n\n")
+        if kind < 0.6:
+            return self.comment("    ", rng.randrange(1, 4))
+        if kind < 0.75:
+            return "".join(f"    assign {a}[{i}] = {b}[{2 * i + 1}] ^ {c}[{i}];\n" for i in range(rng.randrange(4, 24)))
+        return f"    wire [{rng.randrange(128)}:0] {a};\n    reg {b};\n    assign {c} = {a}[{rng.randrange(32)}] & {d};\n"
+
+    def source(self, size):
+        words = iter(self.usual(self.words, 2 * size // 100 + 24))
+        names = ["_".join(islice(words, self.rng.choice((1, 2, 2, 3)))) for _ in range(size // 100 + 12)]
+        return filled(size, lambda: self.block(names), f"{self.licence}module {names[0]} (\n").encode()
+
+    def instructions(self):
+        rng = self.rng
+        operands = {0: lambda: rng.randbytes(1), 1: lambda: rng.randrange(-64, 64).to_bytes(4, "little", signed=True)}
+        return b"".join(operation + operands.get(rng.randrange(6), bytes)() for operation in self.usual(self.operations, 50))
+
+    def symbols(self):
+        """Rows of a table that name, type, place and size something."""
+        at = self.rng.randrange(1 << 16)
+        rows = []
+        for _ in range(10):
+            at += self.rng.randrange(8, 300)
+            rows.append(struct.pack("<IBBHQQ", at // 9, self.rng.choice((1, 2, 18)), 0, self.rng.randrange(12), at,
+                                    self.rng.randrange(16, 400)))
+        return b"".join(rows)
+
+    def object_code(self, size):
+        """Instructions, a symbol table, and the names of the symbols."""
+        code = filled(size * 7 // 10, self.instructions)
+        table = filled(size * 15 // 100, self.symbols)
+        return code + table + filled(size - len(code) - len(table), lambda: " ".join(self.usual(self.words, 20)).encode())
+
+
+def filled(size, piece, begin=None):
+    """Pieces up to a size."""
+    pieces, length = [begin] if begin else [], len(begin or "")
     while length < size:
-        a, b, c = (rng.choice(signals) for _ in range(3))
-        number = int(rng.expovariate(0.1))
-        line = rng.choice((f"    assign {a} = {b}[{number}] & ~{c};\n",
-                           f"    always @(posedge clk) begin\n        if ({a}) {b} <= {c} + {number};\n    end\n",
-                           f"    wire [{number}:0] {a};\n",
-                           f"    vadd_fifo #(.WIDTH({number})) {a}_u (.clk(clk), .data({b}), .valid({c}));\n",
-                           f"    // {a} follows {b} after {number} cycles\n"))
-        lines.append(line)
-        length += len(line)
-    return "".join(lines).encode()[:size]
-
-
-def binary(rng, size):
-    """Tables of numbers between bytes that nothing compresses."""
-    pieces, length = [], 0
-    while length < size:
-        run = rng.randrange(64, 2048)
-        piece = rng.randbytes(run) if rng.random() < 0.4 else bytes([rng.randrange(256), 0, 0, rng.randrange(4)]) * (run // 4)
-        pieces.append(piece)
-        length += len(piece)
-    return b"".join(pieces)[:size]
+        pieces.append(piece())
+        length += len(pieces[-1])
+    return (pieces[0][:0].join(pieces) if pieces else b"")[:size]
 
 
 def ip_tree(directory, files, size):
-    """An IP directory of about `size` bytes in all: four of five files are text, one of twenty is a copy of another."""
+    """An IP directory of about `size` bytes in all: four of five files are sources, the others object code and, some,
+    compressed already; one of twenty is a copy of another."""
     rng = random.Random(1)
+    author = Author(rng)
     shutil.copytree(EXAMPLE / "ip", directory)
     earlier = []
     for number in range(files):
         folder = directory / f"part{number % 40}" / f"level{number % 3}"
         folder.mkdir(parents=True, exist_ok=True)
         wanted = min(int(rng.lognormvariate(0, 1.1) * size / files / 1.83) + 64, 1 << 20)
-        if earlier and rng.random() < 0.05:
+        kind = rng.random()
+        if earlier and kind < 0.05:
             content = rng.choice(earlier)
-        elif rng.random() < 0.8:
-            content = text(rng, wanted)
+        elif kind < 0.8:
+            content = author.source(wanted)
+        elif kind < 0.97:
+            content = author.object_code(wanted)
         else:
-            content = binary(rng, wanted)
+            content = rng.randbytes(wanted)
         if number % 50 == 0:
             earlier.append(content)
-        (folder / f"file{number}.{'v' if number % 5 else 'bin'}").write_bytes(content)
+        (folder / f"file{number}").write_bytes(content)
 
 
 def big_tree(directory, size):
