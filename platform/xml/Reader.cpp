@@ -64,6 +64,7 @@ private:
         void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
     };
 
+    XML_Status parse(std::string document);
     void start(std::string_view name, const char** attributes);
     void end();
     void text(std::string_view text);
@@ -141,18 +142,28 @@ void Reader::read(std::string document) {
             });
         });
 
-    // The parser copies each piece, and goes over a value again that a piece cuts in two: pieces are small,
-    // but of a limited number. Their size is an int.
-    const std::size_t longestPiece = std::clamp<std::size_t>(document.size() / 64, 1U << 18, 1U << 30);
-    std::string_view rest = document;
-    XML_Status status = XML_STATUS_OK;
-    do {
-        const std::string_view piece = rest.substr(0, longestPiece);
-        rest.remove_prefix(piece.size());
-        status = XML_Parse(parser_.get(), piece.data(), static_cast<int>(piece.size()), rest.empty());
-    } while (status == XML_STATUS_OK && !rest.empty());
+    const XML_Status status = parse(std::move(document));
     if (failure_) std::rethrow_exception(failure_);
     if (status != XML_STATUS_OK) fail(ErrorKind::Syntax, XML_ErrorString(XML_GetErrorCode(parser_.get())));
+}
+
+/// Parses in the parser's own memory, and in one piece if that can be: it goes over a piece that is not the
+/// last one twice, to count its lines.
+XML_Status Reader::parse(std::string document) {
+    constexpr std::size_t longestPiece = std::size_t{1} << 30;  // of which the parser's int can tell the size
+    XML_Status status = XML_STATUS_OK;
+    bool isLast = false;
+    for (std::size_t at = 0; status == XML_STATUS_OK && !isLast;) {
+        const std::size_t size = std::min(longestPiece, document.size() - at);
+        void* piece = XML_GetBuffer(parser_.get(), static_cast<int>(size + 1));
+        if (piece == nullptr) throw std::bad_alloc();
+        document.copy(static_cast<char*>(piece), size, at);
+        at += size;
+        isLast = at == document.size();
+        if (isLast) std::string().swap(document);
+        status = XML_ParseBuffer(parser_.get(), static_cast<int>(size), isLast);
+    }
+    return status;
 }
 
 void Reader::openRoot(std::string_view name) {
