@@ -51,7 +51,8 @@ struct file_source::State {
     std::string archive;
     std::string member;
     std::unique_ptr<MemberStream> stream;
-    std::string reason;  ///< why it is not open
+    std::string reason;      ///< why it is not open
+    std::uint64_t size = 0;  ///< as the archive states it
 
     void open() {
         const auto snapshot = ArchiveSnapshot::open(archive);
@@ -60,6 +61,7 @@ struct file_source::State {
             reason = "there is no such file";
         } else {
             stream = snapshot->stream(*entry);
+            size = entry->size;
         }
     }
 };
@@ -75,6 +77,10 @@ file_source::file_source(const std::string& archive, const std::string& member)
 
 bool file_source::is_open() const noexcept {
     return state_->stream != nullptr;
+}
+
+std::uint64_t file_source::size() const noexcept {
+    return state_->size;
 }
 
 std::streamsize file_source::read(char* buffer, std::streamsize size) {

@@ -2,6 +2,7 @@
 
 #include "platform/base/Export.h"
 
+#include <cstdint>
 #include <ios>
 #include <memory>
 #include <string>
@@ -34,6 +35,8 @@ public:
     file_source(const std::string& archive, const std::string& member);
 
     bool is_open() const noexcept;
+    /// The size that the archive states, beyond which no byte is read; 0 when not open.
+    std::uint64_t size() const noexcept;
     /// Up to `size` bytes; -1 at the end. Throws std::ios_base::failure when not open or when the data are
     /// bad.
     std::streamsize read(char* buffer, std::streamsize size);

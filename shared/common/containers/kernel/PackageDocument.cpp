@@ -8,13 +8,13 @@
 
 std::string readPackageDocument(const std::string& package, const std::string& member) {
     isl::iostreams::device::file_source source(package, member);
+    if (source.size() > maximumPackageDocument)
+        throw HEXAlgException("'" + HUTPathUtils::shown(member) + "' in '" + HUTPathUtils::shown(package) +
+                              "' is larger than 256 MiB");
     std::string document;
+    document.reserve(source.size());
     std::array<char, 16384> piece{};
-    for (std::streamsize got = 0; (got = source.read(piece.data(), piece.size())) > 0;) {
+    for (std::streamsize got = 0; (got = source.read(piece.data(), piece.size())) > 0;)
         document.append(piece.data(), static_cast<std::size_t>(got));
-        if (document.size() > maximumPackageDocument)
-            throw HEXAlgException("'" + HUTPathUtils::shown(member) + "' in '" +
-                                  HUTPathUtils::shown(package) + "' is larger than 256 MiB");
-    }
     return document;
 }
