@@ -8,6 +8,10 @@
 
 namespace lmx60 {
 
+/// Elements nested deeper than this are refused, so that hostile documents cannot exhaust the stack, and are
+/// not written either.
+constexpr int maximumDepth = 2000;
+
 enum class ErrorKind {
     None,
     Unreadable,  ///< the file cannot be opened or read

@@ -14,9 +14,6 @@ namespace lmx60 {
 /// Told of each unknown element or attribute that is passed over. Without a listener they are errors.
 using UnknownListener = std::function<void(const Error&)>;
 
-/// Elements nested deeper than this are refused, so that hostile documents cannot exhaust the stack.
-constexpr int maximumDepth = 2000;
-
 /// Reads a whole document into a record. The record must be newly constructed. Document type declarations are
 /// refused; namespace declarations and `xsi:` attributes are passed over. Children are accepted in the order
 /// of the tables only. Throws ReadError; the record then holds what was read before the error.

@@ -48,6 +48,7 @@ private:
     void writeLeaf(const void* record, const Field& field, std::size_t index);
     void writeValue(const void* record, const Field& field, std::size_t index, Place place);
     void appendEscaped(std::string_view value, std::string_view name, Place place);
+    void beginTag(std::string_view element);
     void indent() { out_.append(open_.size() * 2, ' '); }
 
     std::string out_;
@@ -61,10 +62,17 @@ void Writer::startRecord(const void* record, const Table& table, std::string_vie
         throw WriteError("element '" + std::string(element) + "' lacks its required " + kind + " '" +
                          std::string(missing->name) + "'");
     }
-    indent();
-    out_.append("<").append(element);
+    beginTag(element);
     writeAttributes(record, table);
     open_.push_back({.element = element, .record = record, .table = &table, .field = table.begin()});
+}
+
+void Writer::beginTag(std::string_view element) {
+    if (open_.size() >= maximumDepth)
+        throw WriteError("element '" + std::string(element) + "' is nested deeper than " +
+                         std::to_string(maximumDepth));
+    indent();
+    out_.append("<").append(element);
 }
 
 void Writer::finishRecord() {
@@ -109,8 +117,7 @@ void Writer::writeAttributes(const void* record, const Table& table) {
 }
 
 void Writer::writeLeaf(const void* record, const Field& field, std::size_t index) {
-    indent();
-    out_.append("<").append(field.name);
+    beginTag(field.name);
     if (field.kind == FieldKind::Marker) {
         out_ += "/>\n";
         return;

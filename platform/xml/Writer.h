@@ -11,7 +11,8 @@ namespace lmx60 {
 
 /// The document of a record: an XML declaration, then one element a line, two spaces a level, a line feed
 /// after each, attributes on their element's line. Throws WriteError when the record or one below it lacks
-/// something required, or holds a character that XML cannot carry; the text names the element.
+/// something required, is nested deeper than can be read, or holds a character that XML cannot carry; the
+/// text names the element.
 KP_EXPORT std::string format(const void* record, const Table& table, std::string_view element);
 
 /// Creates the file or replaces it by the bytes, as a whole or not at all. The error's kind is None when that
