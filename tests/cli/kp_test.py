@@ -2,59 +2,17 @@
 
 import json
 import os
-import pty
-import random
-import re
 import shutil
 import subprocess
-import tempfile
 import unittest
 import xml.etree.ElementTree as ElementTree
 import zipfile
 from pathlib import Path
 
-KP = os.environ["KP"]
-EXAMPLES = os.environ["KP_EXAMPLES_DIR"]
+from kp_case import EXAMPLES, KP, KpCase, run
 
 
-def run(*arguments, **environment):
-    done = subprocess.run([KP, *arguments], capture_output=True, text=True, env={**os.environ, **environment})
-    return done.returncode, done.stdout, done.stderr
-
-
-def run_on_terminal(*arguments, **environment):
-    """Like run, with a terminal as standard error, on which work shows its bar at once."""
-    screen, terminal = pty.openpty()
-    process = subprocess.Popen([KP, *arguments], stdout=subprocess.PIPE, stderr=terminal, text=True, env={
-        **os.environ, "TERM": "xterm", "NO_COLOR": "", "KP_PROGRESS_DELAY": "0", **environment})
-    os.close(terminal)
-    shown = b""
-    try:
-        while more := os.read(screen, 1 << 16):
-            shown += more
-    except OSError:  # the other end is closed
-        pass
-    os.close(screen)
-    out = process.communicate()[0]
-    return process.returncode, out, shown.decode()
-
-
-class KpTest(unittest.TestCase):
-    maxDiff = None
-
-    def setUp(self):
-        self.directory = tempfile.mkdtemp(prefix="kp-cli-")
-        self.addCleanup(shutil.rmtree, self.directory)
-        self.addCleanup(os.chdir, os.getcwd())
-        os.chdir(self.directory)
-        shutil.copytree(EXAMPLES + "/vadd", "vadd")
-
-    def expect(self, arguments, status, stdout="", stderr=""):
-        self.assertEqual((status, stdout, stderr), run(*arguments), arguments)
-
-    def add(self, package, *more):
-        self.expect(["add", package, "vadd/kernel.xml", "--ip", "vadd/ip", *more], 0)
-
+class KpTest(KpCase):
     def expect_same(self, first, second):
         """Two files or directories that hold the same."""
         self.assertEqual(0, subprocess.run(["diff", "-r", first, second]).returncode)
@@ -62,12 +20,6 @@ class KpTest(unittest.TestCase):
     def expect_json(self, arguments, answer, status=0):
         done = run(*arguments, "--json")
         self.assertEqual((status, answer, ""), (done[0], json.loads(done[1]), done[2]), arguments)
-
-    def derive(self, name):
-        """A kernel description like the example's under another name and VLNV."""
-        text = Path("vadd/kernel.xml").read_text()
-        Path(name + ".xml").write_text(text.replace('name="vadd"', f'name="{name}"').replace(":vadd:", f":{name}:"))
-        return name + ".xml"
 
     def test_list_and_validate(self):
         self.add("p.kp", "--cpu-source", "vadd/src/vadd.cpp", "--project", "lab 7")
@@ -225,36 +177,6 @@ class KpTest(unittest.TestCase):
             status, out, err = run(*wrong)
             self.assertEqual((2, ""), (status, out), wrong)
             self.assertRegex(err, r"\Akp: error: .+\n\Z")
-        for arguments, word, advice in ((["-q", "lsit", "p.kp", "--json"], "lsit", "did you mean 'list'?"),
-                                        (["kernel", "shw", "k.xml"], "kernel shw", "did you mean 'kernel show'?"),
-                                        (["bogus"], "bogus", "see kp --help"),
-                                        (["kernel", "bogus"], "kernel bogus", "see kp kernel --help")):
-            self.expect(arguments, 2, "", f"kp: error: '{word}' is not a subcommand; {advice}\n")
-
-    def test_long_work_shows_a_bar_on_a_terminal_alone(self):
-        self.add("short.kp")
-        Path("vadd/ip/large.bin").write_bytes(random.Random(1).randbytes(20_000_000))
-        self.add("p.kp")  # which sees to it that nothing comes on a pipe
-        damaged = bytearray(Path("p.kp").read_bytes())
-        damaged[10_000_000] ^= 1
-        Path("damaged.kp").write_bytes(damaged)
-        plain = r"(\r *\d+% \[#*-*\]  \d+\.\d MB/s  \d+:\d\d left\x1b\[K)+\r\x1b\[K"
-        coloured = plain.replace("#*", "\x1b\\[32m#*\x1b\\[0m")
-        rows = [(["verify", "p.kp"], {"NO_COLOR": "1"}, 0, "digest: valid\n", plain),
-                (["verify", "p.kp", "-q"], {}, 0, "digest: valid\n", ""),
-                (["verify", "p.kp"], {"TERM": "dumb"}, 0, "digest: valid\n", ""),
-                (["verify", "short.kp"], {"KP_PROGRESS_DELAY": ""}, 0, "digest: valid\n", ""),
-                (["extract", "p.kp", "-d", "out"], {}, 0, "out/vadd\n", f"({coloured}){{2}}"),
-                (["extract", "damaged.kp", "-d", "none"], {}, 3, "", coloured + r"kp: \x1b\[33mwarning\x1b\[0m: \[17-1396\] .*\r\n"
-                 + coloured + r"kp: \x1b\[31merror\x1b\[0m: Failed to read '.*/large.bin' of .*: its checksum differs\r\n")]
-        for arguments, environment, status, answer, screen in rows:
-            done = run_on_terminal(*arguments, **environment)
-            self.assertEqual((status, answer), done[:2])
-            self.assertRegex(done[2], rf"\A{screen}\Z", arguments)
-            for bar in done[2].split("\r\x1b[K"):
-                percents = [int(percent) for percent in re.findall(r"(\d+)%", bar)]
-                self.assertEqual(sorted(percents), percents)
-
 
 
 if __name__ == "__main__":

@@ -3,81 +3,24 @@
 import fcntl
 import json
 import os
-import pty
 import random
 import re
-import select
 import shutil
 import signal
 import subprocess
-import tempfile
 import time
 import unittest
 import zipfile
+from pathlib import Path
 
-KP = os.environ["KP"]
-EXAMPLE = os.environ["KP_EXAMPLES_DIR"] + "/vadd"
+from kp_case import KP, KpCase, OnTerminal, run
+
 SHARE = os.environ["KP_SHARE_DIR"]
-with open(os.environ["KP_HANDBOOK"]) as handbook:
-    SECTIONS = dict(part.split("\n", 1) for part in handbook.read().split("\n## ")[1:])
+SECTIONS = dict(part.split("\n", 1) for part in Path(os.environ["KP_HANDBOOK"]).read_text().split("\n## ")[1:])
 COMMANDS = [title[3:] for title in SECTIONS if title.startswith("kp ")]
 
 
-def run(*arguments, stdin="", **environment):
-    done = subprocess.run([KP, *arguments], capture_output=True, text=True, input=stdin,
-                          env={**os.environ, **environment})
-    return done.returncode, done.stdout, done.stderr
-
-
-class OnTerminal:
-    """A run of kp whose standard error is a terminal of its own, and whose standard input is never at its end."""
-
-    def __init__(self, *arguments, **environment):
-        self.screen, terminal = pty.openpty()
-        self.process = subprocess.Popen([KP, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                        stderr=terminal, env={**os.environ, "TERM": "xterm", "NO_COLOR": "",
-                                                              **environment})
-        os.close(terminal)
-
-    def read(self):
-        """What comes on the screen next; nothing at the end."""
-        try:
-            return os.read(self.screen, 1 << 16).decode()
-        except OSError:  # the other end is closed
-            return ""
-
-    def read_until(self, text):
-        """The screen up to a text; without one, nothing, once there was time to begin."""
-        if text is None:
-            time.sleep(0.3)
-            return ""
-        shown = ""
-        while text not in shown:
-            assert select.select([self.screen], [], [], 20)[0], f"{text!r} never came: {shown!r}"
-            shown += self.read()
-        return shown
-
-    def finish(self):
-        """The exit status, standard output, and the rest of the screen."""
-        shown = "".join(iter(self.read, ""))
-        out = self.process.communicate()[0].decode()
-        os.close(self.screen)
-        return self.process.returncode, out, shown
-
-
-class TerminalTest(unittest.TestCase):
-    maxDiff = None
-
-    def setUp(self):
-        self.directory = tempfile.mkdtemp(prefix="kp-terminal-")
-        self.addCleanup(shutil.rmtree, self.directory)
-        self.addCleanup(os.chdir, os.getcwd())
-        os.chdir(self.directory)
-        shutil.copytree(EXAMPLE, "vadd")
-
-    def expect(self, arguments, status, stdout="", stderr="", **more):
-        self.assertEqual((status, stdout, stderr), run(*arguments, **more), arguments)
-
+class TerminalTest(KpCase):
     def test_help_handbook_and_man_pages_know_the_same_commands_and_options(self):
         listed = set()
         for command in COMMANDS:
@@ -86,8 +29,8 @@ class TerminalTest(unittest.TestCase):
             self.assertIn(f"Example:\n  kp {command}", shown)
             options = {*re.findall(r"^  (?:-\w,)?(--[a-z-]+)", shown, re.M)} - {"--help"}
             self.assertEqual(options, {*re.findall(r"--[a-z][a-z-]+", SECTIONS["kp " + command])}, command)
-            with open(f"{SHARE}/man/man1/kp-{command.replace(' ', '-')}.1") as page:
-                self.assertIn(f"\n.SY \"kp {command}\"\n".replace("-", "\\-"), page.read())
+            page = Path(f"{SHARE}/man/man1/kp-{command.replace(' ', '-')}.1").read_text()
+            self.assertIn(f"\n.SY \"kp {command}\"\n".replace("-", "\\-"), page)
             listed.update(command.split()[:1])
         self.assertEqual(listed, set(re.findall(r"^  ([a-z-]+) ", run("--help")[1].split("Subcommands:")[1]
                                                 .split("Examples:")[0], re.M)))
@@ -120,23 +63,21 @@ class TerminalTest(unittest.TestCase):
                 (["kernel", "edit", "k.xml", "--reprot=r.xml"],
                  "'--reprot' is not an option of kp kernel edit; did you mean '--report'?"),
                 (["lst", "--help"], "'lst' is not a subcommand; did you mean 'list'?"),
-                (["kernel", "shw", "--help"], "'kernel shw' is not a subcommand; did you mean 'kernel show'?")]
+                (["-q", "lsit", "p.kp", "--json"], "'lsit' is not a subcommand; did you mean 'list'?"),
+                (["kernel", "shw"], "'kernel shw' is not a subcommand; did you mean 'kernel show'?"),
+                (["bogus"], "'bogus' is not a subcommand; see kp --help"),
+                (["kernel", "bogus"], "'kernel bogus' is not a subcommand; see kp kernel --help")]
         for arguments, text in rows:
             self.expect(arguments, 2, "", f"kp: error: {text}\n")
 
     def test_a_dash_is_standard_input_or_output_and_paths_may_be_anything(self):
-        with open("vadd/kernel.xml") as file:
-            description = file.read()
-        with open("vadd/design.xml") as file:
-            report = file.read()
+        description, report = Path("vadd/kernel.xml").read_text(), Path("vadd/design.xml").read_text()
         self.expect(["kernel", "edit", "vadd/kernel.xml", "-o", "one", "--report", "vadd/design.xml"], 0)
-        with open("one/kernel.xml") as file:
-            edited = file.read()
+        edited = Path("one/kernel.xml").read_text()
         self.expect(["kernel", "edit", "vadd/kernel.xml", "-o", "-", "--report", "-"], 0, edited, stdin=report)
         self.expect(["kernel", "edit", "-", "-o", "-", "--report", "vadd/design.xml"], 0, edited, stdin=description)
         self.expect(["kernel", "report", "one/kernel.xml", "-o", "r.xml"], 0)
-        with open("r.xml") as file:
-            self.expect(["kernel", "report", "-", "-o", "-"], 0, file.read(), stdin=edited)
+        self.expect(["kernel", "report", "-", "-o", "-"], 0, Path("r.xml").read_text(), stdin=edited)
         self.expect(["kernel", "show", "-"], 3, "", "kp: error: [17-132] /dev/stdin:2: unclosed token\n", stdin="\n<r")
         self.expect(["kernel", "edit", "-", "-o", "x", "--report", "-"], 2, "",
                     "kp: error: --report: standard input can be only one of the files\n")
@@ -154,21 +95,19 @@ class TerminalTest(unittest.TestCase):
             return {name: (file.st_ino, file.st_size, file.st_mtime_ns, file.st_ctime_ns) for name, file in found.items()}
 
         def members():
-            if not os.path.exists("p.kp"):
-                return {}
             with zipfile.ZipFile("p.kp") as package:
                 return {info.filename: info.CRC for info in package.infolist()}
 
-        with open("vadd/kernel.xml") as source, open("other.xml", "w") as other:
-            other.write(source.read().replace('name="vadd"', 'name="other"').replace("1.0", "2.0"))
+        self.derive("other")
         os.makedirs("less/empty")
         shutil.copy("vadd/ip/component.xml", "less")
         steps = [["vadd/kernel.xml", "--ip", "vadd/ip", "--debug-dir", "vadd/src", "--layout", "repo"],
                  ["other.xml", "--ip", "vadd/ip", "--cpu-source", "vadd/src/vadd.cpp"],
                  ["--name", "VADD", "--update", "--pdi", "vadd/vadd.qmr", "--shim", "vadd/vadd.qmr"],
                  ["vadd/kernel.xml", "--ip", "less", "--replace", "--update", "--sw-emu", "vadd/vadd.qmr"]]
+        after = {}
         for step in steps:
-            before, untouched = members(), state()
+            before, untouched = after, state()
             status, out, err = run("add", "p.kp", *step, "--dry-run", "--json")
             self.assertEqual((0, untouched), (status, state()))
             plan = json.loads(out)
@@ -197,14 +136,12 @@ class TerminalTest(unittest.TestCase):
         self.expect(["add", "p.kp", "other.xml", "--json"], 2, "", "kp: error: --json requires --dry-run\n")
 
     def test_signals_end_work_at_once_and_leave_nothing_behind(self):
-        self.expect(["add", "p.kp", "vadd/kernel.xml", "--ip", "vadd/ip"], 0)
-        with open("vadd/ip/large.bin", "wb") as large:
-            large.write(random.Random(1).randbytes(150_000_000))
-        self.expect(["add", "large.kp", "vadd/kernel.xml", "--ip", "vadd/ip"], 0)
+        self.add("p.kp")
+        Path("vadd/ip/large.bin").write_bytes(random.Random(1).randbytes(150_000_000))
+        self.add("large.kp")
         os.mkdir("tmp")
         os.mkdir("out")
-        with open("loop.tcl", "w") as loop:
-            loop.write("puts stderr ready\ncatch {while 1 {incr i}}\nputs stderr survived\n")
+        Path("loop.tcl").write_text("puts stderr ready\ncatch {while 1 {incr i}}\nputs stderr survived\n")
         update = ["add", "p.kp", "vadd/kernel.xml", "--ip", "vadd/ip", "--update", "--replace"]
         customize = ["customize", "p.kp", "vadd", "--name", "new", "-o", "new.kp", "--host-script", "loop.tcl"]
         customize_in_shell = [*customize, "--tcl-shell", "echo $$ > shell.pid; exec tclsh"]
@@ -214,14 +151,13 @@ class TerminalTest(unittest.TestCase):
                 (["extract", "large.kp", "-d", "out"], drawn, signal.SIGHUP, erased),
                 (customize, ready, signal.SIGINT, ready), (customize_in_shell, ready, signal.SIGTERM, ready),
                 ([*update, "-q"], None, signal.SIGINT, ""), (["kernel", "show", "-"], None, signal.SIGTERM, "")]
-        with open("p.kp", "rb") as package:
-            before = package.read()
+        before = Path("p.kp").read_bytes()
         lock = open("p.kp", "rb+")
         self.addCleanup(lock.close)
         for arguments, shown, number, end in rows:
             if shown is None:
                 fcntl.flock(lock, fcntl.LOCK_EX)
-            work = OnTerminal(*arguments, TMPDIR="tmp", KP_PROGRESS_DELAY="0")
+            work = OnTerminal(*arguments, TMPDIR="tmp")
             self.addCleanup(work.process.kill)
             screen = work.read_until(shown)
             if shown == drawn:
@@ -236,19 +172,18 @@ class TerminalTest(unittest.TestCase):
             self.assertTrue(before == lock.read() and os.path.samestat(os.fstat(lock.fileno()), os.stat("p.kp")))
             self.assertEqual(([], []), (os.listdir("tmp"), os.listdir("out")), arguments)
             self.assertEqual([], [name for name in os.listdir(".") if ".kp-" in name or name == "new.kp"])
-        with open("shell.pid") as shell, self.assertRaises(ProcessLookupError):
-            os.kill(int(shell.read()), 0)
+        with self.assertRaises(ProcessLookupError):
+            os.kill(int(Path("shell.pid").read_text()), 0)
 
         ignoring = subprocess.run(["sh", "-c", 'trap "" INT; "$KP" verify large.kp & sleep 0.05; kill -INT $!; wait $!'],
                                   capture_output=True, text=True)
         self.assertEqual((0, "digest: valid\n"), (ignoring.returncode, ignoring.stdout))
 
     def test_a_reader_may_stop_and_a_full_disk_is_an_error(self):
-        with open("vadd/ip/large.bin", "wb") as large:
-            large.write(bytes(100_000_000))
-        self.expect(["add", "p.kp", "vadd/kernel.xml", "--ip", "vadd/ip"], 0)
+        Path("vadd/ip/large.bin").write_bytes(bytes(100_000_000))
+        self.add("p.kp")
         member = "ip_repo/example_kernels_vadd_1_0/large.bin"
-        subprocess.run(["cp", "p.kp", "changed.kp"], check=True)
+        shutil.copy("p.kp", "changed.kp")
         subprocess.run(["zip", "-q", "changed.kp", "vadd/README.md"], check=True)
         rows = [(["list", "p.kp", "--json"], 0), (["cat", "p.kp", member], 0), (["info", "p.kp"], 0),
                 (["--help"], 0), (["verify", "changed.kp"], 1)]
@@ -262,13 +197,32 @@ class TerminalTest(unittest.TestCase):
                 os.close(target)
                 self.assertEqual(expected, (done.returncode, done.stderr), arguments)
 
-    def test_words_are_coloured_on_a_terminal_alone(self):
-        rows = [({}, "\x1b[31merror\x1b[0m"), ({"NO_COLOR": "1"}, "error"), ({"TERM": "dumb"}, "error")]
-        for environment, word in rows:
-            self.assertEqual((2, "", f"kp: {word}: PACKAGE is required\r\n"),
-                             OnTerminal("list", **environment).finish())
-        work = OnTerminal("add", "p.kp", "vadd/kernel.xml", "--cpu-source", "vadd/src/vadd.cpp", "--hls-dir", "none")
-        self.assertRegex(work.finish()[2], r"\Akp: \x1b\[33mwarning\x1b\[0m: \[17-\d+\] [^\x1b]*\Z")
+    def test_a_terminal_alone_has_colours_and_bars_of_long_work(self):
+        self.add("short.kp")
+        Path("vadd/ip/large.bin").write_bytes(random.Random(1).randbytes(20_000_000))
+        self.add("p.kp")  # which sees to it that nothing comes on a pipe
+        damaged = bytearray(Path("p.kp").read_bytes())
+        damaged[10_000_000] ^= 1
+        Path("damaged.kp").write_bytes(damaged)
+        plain = r"(\r *\d+% \[#*-*\]  \d+\.\d MB/s  \d+:\d\d left\x1b\[K)+\r\x1b\[K"
+        coloured = plain.replace("#*", "\x1b\\[32m#*\x1b\\[0m")
+        needed = ": PACKAGE is required\r\n"
+        rows = [(["list"], {}, 2, "", rf"kp: \x1b\[31merror\x1b\[0m{needed}"),
+                *[(["list"], other, 2, "", "kp: error" + needed) for other in ({"NO_COLOR": "1"}, {"TERM": "dumb"})],
+                (["verify", "p.kp"], {"NO_COLOR": "1"}, 0, "digest: valid\n", plain),
+                (["verify", "p.kp", "-q"], {}, 0, "digest: valid\n", ""),
+                (["verify", "p.kp"], {"TERM": "dumb"}, 0, "digest: valid\n", ""),
+                (["verify", "short.kp"], {"KP_PROGRESS_DELAY": ""}, 0, "digest: valid\n", ""),
+                (["extract", "p.kp", "-d", "out"], {}, 0, "out/vadd\n", f"({coloured}){{2}}"),
+                (["extract", "damaged.kp", "-d", "none"], {}, 3, "", coloured + r"kp: \x1b\[33mwarning\x1b\[0m: \[17-1396\] .*\r\n"
+                 + coloured + r"kp: \x1b\[31merror\x1b\[0m: Failed to read '.*/large.bin' of .*: its checksum differs\r\n")]
+        for arguments, environment, status, answer, screen in rows:
+            done = OnTerminal(*arguments, **environment).finish()
+            self.assertEqual((status, answer), done[:2])
+            self.assertRegex(done[2], rf"\A{screen}\Z", arguments)
+            for bar in done[2].split("\r\x1b[K"):
+                percents = [int(percent) for percent in re.findall(r"(\d+)%", bar)]
+                self.assertEqual(sorted(percents), percents)
 
 
 if __name__ == "__main__":

@@ -7,7 +7,6 @@
 #include "tests/support/Failure.h"
 #include "tests/support/Members.h"
 #include "tests/support/RandomRecord.h"
-#include "tests/support/SmallStack.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <regex>
@@ -58,26 +57,6 @@ std::string nestedInstances(int levels) {
     return "<profile><RTLDesignHierarchy><TopModule>" + nested +
            "</TopModule></RTLDesignHierarchy></profile>";
 }
-
-#ifdef __OPTIMIZE__
-constexpr std::size_t smallStack = 512 * 1024;
-#else
-constexpr std::size_t smallStack = 2048 * 1024;  // each call of the standard library has a frame of its own
-#endif
-
-#ifndef __SANITIZE_ADDRESS__  // the frames are then several times as large
-TEST(Profile, TheDeepestReportFitsASmallStack) {
-    runOnSmallStack(smallStack, [] {
-        const auto profile = lmx60::parse<Profile>(nestedInstances(998));  // 2000 elements with the names
-        const Profile copy = profile;
-        EXPECT_TRUE(lmx60::parse<Profile>(lmx60::toString(copy)) == profile);
-        KernelXML::Root root;
-        HCOKernelXMLWriter::addRTLDesignHierarchy(HCODesignXMLReader(""), profile,
-                                                  root.profile.getOrCreate());
-        EXPECT_TRUE(*root.profile == profile);
-    });
-}
-#endif
 
 TEST(HCODesignXMLReader, RefusesWhatIsNoReport) {
     const TemporaryDirectory directory;
