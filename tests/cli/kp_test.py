@@ -137,6 +137,8 @@ class KpTest(KpCase):
         self.expect_same("out.xml", "out2.xml")
         self.expect(["kernel", "report", "k.xml", "-o", "none.xml"], 3, "",
                     "kp: error: 'k.xml' holds no profile; no report was written\n")
+        self.expect(["kernel", "report", "again/kernel.xml", "-o", "no/out.xml"], 3, "",
+                    "kp: error: [17-1376] Failed to write 'no/out.xml'\n")
         self.assertFalse(os.path.exists("none.xml"))
 
     def test_customize(self):

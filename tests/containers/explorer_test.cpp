@@ -49,20 +49,6 @@ KernelDef onlyKernelOf(const ExplorerIface& explorer) {
     return definitions.at(0);
 }
 
-/// An explorer whose roots are all the same directory.
-template <class Explorer>
-struct Moved : Explorer {
-    using Explorer::Explorer;
-    std::string to;
-
-    std::string getRoot() const override { return to; }
-    std::string getKernelDefRoot(const std::string&) const override { return to; }
-    std::string getCpuSourcesRoot(const std::string&) const override { return to; }
-    std::string getPdiFilesRoot(const std::string&) const override { return to; }
-    std::string getSwEmuFilesRoot(const std::string&) const override { return to; }
-    std::string getShimSolnFileRoot(const std::string&) const override { return to; }
-};
-
 /// A kernel below a directory.
 class FileExplorerTest : public testing::Test {
 protected:
@@ -155,21 +141,17 @@ TEST_F(FileExplorerTest, ListsTheFilesOfRegisteredDirectories) {
     }
 }
 
-TEST(ExplorerIface, ADerivedExplorerThatMovesARootMovesWhatLiesBelow) {
-    const TemporaryDirectory directory;
-    Moved<FileExplorer> files(directory.path(), nullptr, true);
-    files.to = directory / "k1";
-    const std::string xml = directory.file("k1/kernel.xml", "");
-    Names names = {files.getPath("any", "kernel.xml"), ""};
-    EXPECT_TRUE(files.getShimSolnFile("any", names[1]));
-    for (const auto& place : listed)
-        EXPECT_TRUE((files.*place.list)("any", names));
-    EXPECT_EQ(names, Names(5, xml));
+/// Puts what lies in a package elsewhere.
+struct MovedExplorer : ArchiveExplorer {
+    using ArchiveExplorer::ArchiveExplorer;
+    std::string getRoot() const override { return "/else"; }
+};
 
+TEST(MovedExplorer, WhatLiesBelowTheRootMovesWithIt) {
+    const TemporaryDirectory directory;
     pack(directory / "p.kp", {{"k1/ip/component.xml", ""}, {"k1/kernel.xml", ""}});
-    Moved<ArchiveExplorer> archive(directory / "p.kp", nullptr, true);
-    archive.to = "/else";
-    EXPECT_EQ(archive.getDebugRoot("k1") + archive.getIPCacheRoot("k1"), "/else/debug/else/ip_cache");
+    const MovedExplorer archive(directory / "p.kp", nullptr, true);
+    EXPECT_EQ(archive.getDebugRoot("k1") + archive.getIPCacheRoot("k1"), "/else/k1/debug/else/ip_cache");
     EXPECT_EQ(archive.getPath("k1", "kernel.xml"), "/else/k1");
     EXPECT_EQ(archive.getIPDefinitionRoot("k1"), "/else/else/k1") << "the root twice";
     EXPECT_TRUE(archive.existsDir("/else/k1/ip"));

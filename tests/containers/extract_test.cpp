@@ -270,17 +270,9 @@ TEST_F(ExtractTest, VerificationComparesTheManifestWithTheContents) {
         return "[k1/hls] Kernel 'k1': its flag 'Hls' is " + flag + ", but 'k1/hls' is " + text +
                " the package";
     };
-    const auto packHalf = [this] {
-        Addition half = fullKernel(directory_, "k1");
-        half.hls = half.shim = "";
-        half.swEmu.clear();
-        half.replace = half.update = true;
-        half.add();
-    };
     const std::string misnamed = "kernel-name [k1/kernel.xml] Kernel '", its = "Kernel 'k1': its ";
     const std::pair<std::function<void()>, Texts> rows[] = {
         {[] {}, {}},
-        {packHalf, {}},
         {[&] { packK1(false); }, {}},
         {without("k1/hls"), {"flag-without-folder " + flagged("set", "not in")}},
         {k1With([](HKPKernel& k1) { k1.setIsHlsDir(false); }),

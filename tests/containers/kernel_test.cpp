@@ -5,7 +5,6 @@
 #include "platform/xml/Writer.h"
 #include "tests/support/Failure.h"
 #include "tests/support/Members.h"
-#include "tests/support/RandomRecord.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <tuple>
@@ -17,14 +16,6 @@ namespace {
 
 using KernelXML::Root;
 using kfab::kernel::KernelDef;
-
-TEST(KernelRecords, WhatIsWrittenReadsBackEqual) {
-    for (unsigned seed = 0; seed < 60; ++seed) {
-        const auto root = RandomRecord(seed).make<Root>();
-        const std::string text = lmx60::toString(root);
-        ASSERT_EQ(lmx60::parse<Root>(text), root) << text;
-    }
-}
 
 const std::string everything =
     R"(<?xml version="1.0" encoding="UTF-8"?>
@@ -92,7 +83,7 @@ TEST(HCOKernelXMLReader, RefusesWhatIsNoDescription) {
     }
 }
 
-TEST(HCOKernelXMLReader, NamesFromTheIdentifier) {
+TEST(HCOKernelXMLReader, NamesFromTheIdentifierAndPortsByTheirRole) {
     const TemporaryDirectory directory;
     const std::tuple<std::string, std::string, std::string> cases[] = {
         {"vendorx:hls:vadd:1.0", "vadd", "vendorx_hls_vadd_1_0"},
@@ -105,10 +96,6 @@ TEST(HCOKernelXMLReader, NamesFromTheIdentifier) {
         EXPECT_EQ(reader.getKernelNameFromVlnv(), name) << vlnv;
         EXPECT_EQ(reader.getKernelVlnvReplaced_(), replaced) << vlnv;
     }
-}
-
-TEST(HCOKernelXMLReader, PortsByTheirRole) {
-    const TemporaryDirectory directory;
     const std::string ports =
         "<ports><port name='m1' mode='MASTER'/><port name='s' mode='Slave'/>"
         "<port name='all' mode='all'/><port mode='master'/></ports><args/>";

@@ -20,7 +20,6 @@
 #include <boost/filesystem.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <zip.h>
 
 namespace fs = boost::filesystem;
 
@@ -63,28 +62,11 @@ protected:
             result[name] = ArchiveSnapshot::open(archive)->read(name);
         return result;
     }
-    /// What another zip library reads from the archive, in its strictest mode.
-    Contents contentsByLibzip() const {
-        zip_t* opened = zip_open(archive.c_str(), ZIP_RDONLY | ZIP_CHECKCONS, nullptr);
-        if (opened == nullptr) return {{"libzip", "refuses it"}};
-        Contents result;
-        zip_stat_t stat;
-        for (zip_uint64_t i = 0; zip_stat_index(opened, i, ZIP_FL_ENC_RAW, &stat) == 0; ++i) {
-            std::string& bytes = result[stat.name];
-            bytes.resize(stat.size);
-            zip_file_t* file = zip_fopen_index(opened, i, 0);
-            zip_fread(file, bytes.data(), stat.size);
-            zip_fclose(file);
-        }
-        zip_discard(opened);
-        return result;
-    }
-    /// Expects these contents, whoever reads the archive, and no flaws.
+    /// Expects these contents and no flaws, whoever reads the archive.
     void expectSound(const Contents& expected) const {
         EXPECT_EQ(contents(), expected);
-        EXPECT_EQ(contentsByLibzip(), expected);
-        EXPECT_EQ(run("unzip -tqq '" + archive + "'"), 0);
-        EXPECT_EQ(run("python3 -m zipfile -t '" + archive + "'"), 0);
+        for (const char* judge : {"unzip -tqq", "7zz t", "python3 -m zipfile -t"})
+            EXPECT_EQ(run(judge + (" '" + archive + "'")), 0) << judge;
         for (const ArchiveFinding& finding : ArchiveSnapshot::open(archive)->check())
             ADD_FAILURE() << finding.text;
     }

@@ -1,11 +1,13 @@
 #include "platform/base/HI18N.h"
+#include "platform/tcl/InProcessInterpreter.h"
 #include "platform/tcl/TaskManager.h"
+#include "platform/tcl/TclShell.h"
 #include "platform/tcl/Words.h"
-#include "tests/support/TclEvaluators.h"
 
 #include <chrono>
 #include <fstream>
 #include <thread>
+#include <typeinfo>
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -45,14 +47,16 @@ TEST(Evaluators, GiveWhatTclGives) {
         {"return -code 7 reason", "tcl_error: command returned bad code: 7"},
         {"set x", "1"},
     };
-    for (const EvaluatorKind& kind : evaluatorKinds) {
-        const auto evaluator = kind.make();
+    in_process_interpreter interpreter;
+    tcl_shell shell("tclsh8.6");
+    for (tcl_evaluator* evaluator :
+         {static_cast<tcl_evaluator*>(&interpreter), static_cast<tcl_evaluator*>(&shell)}) {
         testing::internal::CaptureStdout();
         for (const auto& [script, expected] : cases)
-            EXPECT_TRUE(outcome(*evaluator, script) == expected) << kind << ": " << script.substr(0, 80);
+            EXPECT_TRUE(outcome(*evaluator, script) == expected)
+                << typeid(*evaluator).name() << ": " << script.substr(0, 80);
         EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << "standard output is not for scripts";
     }
-    in_process_interpreter interpreter;
     EXPECT_EQ(outcome(interpreter, "exit 3"), "tcl_error: A script cannot end the process that it runs in");
 }
 
