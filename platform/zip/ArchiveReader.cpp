@@ -21,7 +21,6 @@ struct EndRecord {
     std::uint64_t directorySize = 0;
     std::uint64_t directoryOffset = 0;
 
-    bool isFull() const { return count == full16 || directorySize == full32 || directoryOffset == full32; }
     bool agreesWith(const EndRecord& large) const {
         return (count == full16 || count == large.count) &&
                (directorySize == full32 || directorySize == large.directorySize) &&
@@ -79,8 +78,7 @@ private:
         result_.comment = tail.substr(at + zip_format::endSize);
         result_.endRecordsOffset = fileSize_ - tailSize + at;
         result_.digestEnd = result_.endRecordsOffset + zip_format::endDigestedSize;
-        const EndRecord end = parseEnd(std::string_view(tail).substr(at));
-        return end.isFull() ? enlarge(end) : end;
+        return enlarge(parseEnd(std::string_view(tail).substr(at)));
     }
 
     EndRecord parseEnd(std::string_view bytes) const {
@@ -99,7 +97,8 @@ private:
         return end;
     }
 
-    /// The numbers of the zip64 records where there are any, else those of the plain end record.
+    /// The numbers of the zip64 records where there are any, needed or not: some programs always write them,
+    /// and others always read them. Else those of the plain end record.
     EndRecord enlarge(const EndRecord& plain) {
         const std::uint64_t plainOffset = result_.endRecordsOffset;
         if (plainOffset < zip_format::locatorSize + zip_format::end64Size) return plain;

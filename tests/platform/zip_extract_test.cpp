@@ -109,9 +109,11 @@ TEST_F(ZipExtract, WhatIsPackedComesBack) {
 
 TEST_F(ZipExtract, OddNamesAndModesDoNoHarm) {
     HUTFile::writeFile(
-        archive, forged({{"./", "", S_IFDIR | 0700}, {".//k/./a", "a", 0}, {"x", "x", S_IFREG | 04711}}));
+        archive,
+        forged(
+            {{"./", "", S_IFDIR | 0700}, {".//k/./a", "a", 0}, {"x", "x", S_IFREG | 04711}, {"\xff", "y"}}));
     extract();
-    EXPECT_EQ(treeOf(to), (Tree{{"k", "/"}, {"k/a", "a"}, {"x", "x"}}));
+    EXPECT_EQ(treeOf(to), (Tree{{"k", "/"}, {"k/a", "a"}, {"x", "x"}, {"\xff", "y"}}));
     EXPECT_EQ(modeOf("k/a"), fs::perms(0644));
     EXPECT_EQ(modeOf("x"), fs::perms(0711));
 }

@@ -1,4 +1,5 @@
 #include "platform/zip/Iostreams.h"
+#include "platform/zip/ZipFormat.h"
 #include "tests/platform/ZipTest.h"
 
 #include <chrono>
@@ -9,6 +10,7 @@
 namespace io = isl::iostreams;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 
 namespace {
 
@@ -56,23 +58,43 @@ TEST_F(ZipRead, MalformedDirectoriesAreRefused) {
     const std::string parts = "it is one part of several";
     const std::string broken = "its central directory is damaged";
     const std::string tooSmall = "its central directory is too small for the number of entries";
-    const std::tuple<std::size_t, std::string, std::string> damages[] = {
-        {end + 4, "\1", parts},
-        {end + 8, "\1", "its entry counts contradict each other"},
-        {end + 8, {"\2\0\2\0", 4}, "its central directory holds more than the entries it counts"},
-        {end + 8, "\xfe\xff\xfe\xff", tooSmall},
-        {end + 12, "\x20", tooSmall},
-        {end + 16, "\xf0\xff\xff\xff", "the central directory lies outside the file"},
-        {end + 16, {"\0\0\0\0", 4}, broken},
-        {directory, "X", broken},
-        {directory + 20, "\xfe\xff\xff\xff", "'deflated' lies outside the file"},
-        {directory + 20, "\xff\xff\xff\xff", "'deflated' lacks its zip64 sizes"},
-        {directory + 34, "\1", parts},
-        {directory + 42, "\xff\xff\xff\x7f", "'deflated' lies outside the file"},
-        {end + 30, "PK\5\6" + std::string(16, '\0') + "5" + '\0', "it has two end of directory records"},
+    const std::string shifted = "before" + sound;
+    const std::string counts = "its entry counts contradict each other";
+    const std::string end64 = "its zip64 record ";
+    // The same archive with the end records of a large one, though it needs none.
+    std::string large = sound.substr(0, end) + zip_format::endRecords(65535, directory, end - directory) +
+                        std::string(2, '\0');
+    for (const std::size_t count : {24, 32, 76 + 8, 76 + 10})
+        large.replace(end + count, 2, {"\3\0", 2});
+    HUTFile::writeFile(archive, large);
+    EXPECT_THAT(names(), ElementsAre("deflated", "stored", "empty/"));
+    const std::tuple<const std::string&, std::size_t, std::string, std::string> damages[] = {
+        {sound, end + 4, "\1", parts},
+        {sound, end + 8, "\1", counts},
+        {sound, end + 8, {"\2\0\2\0", 4}, "its central directory holds more than the entries it counts"},
+        {sound, end + 8, "\xfe\xff\xfe\xff", tooSmall},
+        {sound, end + 12, "\x20", tooSmall},
+        {sound, end + 16, "\xf0\xff\xff\xff", "the central directory lies outside the file"},
+        {sound, end + 16, {"\0\0\0\0", 4}, broken},
+        {sound, directory, "X", broken},
+        {sound, directory + 20, "\xfe\xff\xff\xff", "'deflated' lies outside the file"},
+        {sound, directory + 20, "\xff\xff\xff\xff", "'deflated' lacks its zip64 sizes"},
+        {sound, directory + 34, "\1", parts},
+        {sound, directory + 42, {static_cast<char>(directory)}, "'deflated' lies outside the file"},
+        {sound, end + 30, "PK\5\6" + std::string(16, '\0') + "5" + '\0',
+         "it has two end of directory records"},
+        {sound, sound.size(), "behind", "it has no end of directory record"},
+        {shifted, 0, "", broken},
+        {large, end + 4, "\1", end64 + "is damaged"},
+        {large, end + 16, "\1", parts},
+        {large, end + 32, "\4", counts},
+        {large, end + 40, "\1", "its end of directory records contradict each other"},
+        {large, end + 76 + 8, {"\4\0\4\0", 4}, "its end of directory records contradict each other"},
+        {large, end + 64 + 3, "\1", end64 + "lies outside the file"},
+        {large, end + 72, "\2", parts},
     };
-    for (const auto& [offset, bytes, text] : damages) {
-        const std::string damaged = std::string(sound).replace(offset, bytes.size(), bytes);
+    for (const auto& [archived, offset, bytes, text] : damages) {
+        const std::string damaged = std::string(archived).replace(offset, bytes.size(), bytes);
         HUTFile::writeFile(archive, damaged);
         const std::string expected = "'" + archive + "' is not a readable archive: " + text;
         EXPECT_EQ(failureOfOpen(), expected) << offset;
@@ -97,6 +119,7 @@ TEST_F(ZipRead, FlawsOfMembersAreNamed) {
         {0, "X", false, HeaderMismatch, start + "its header is damaged"},
         {30, "X", false, HeaderMismatch, start + "its header contradicts the directory"},
         {18, "X", false, HeaderMismatch, start + "its header contradicts the directory"},
+        {22, "\xff\xff\xff\xff", false, HeaderMismatch, start + "its header contradicts the directory"},
         {28, "\xff\xff", false, HeaderMismatch, start + "its data lie outside the file"},
         {30, "../x\\/ab", true, UnsafeName, "'../x\\/ab' is an unsafe name: it contains a backslash"},
     };
@@ -113,12 +136,14 @@ TEST_F(ZipRead, FlawsOfMembersAreNamed) {
 }
 
 TEST_F(ZipRead, WhatCannotBeTrustedIsFoundAndDropsOutOrIsRefused) {
-    ASSERT_EQ(run("python3 -c \"import zipfile; z = zipfile.ZipFile('" + archive +
-                  "', 'w'); z.writestr('a', 'aaaa'); z.fp.seek(0, 2); z.fp.write(b'hidden'); "
+    ASSERT_EQ(run("python3 -c \"import zipfile; f = open('" + archive +
+                  "', 'wb'); f.write(b'before'); z = zipfile.ZipFile(f, 'w'); z.writestr('a', 'aaaa'); "
+                  "z.fp.seek(0, 2); z.fp.write(b'hidden'); "
                   "z.start_dir = z.fp.tell(); z.writestr('b', 'bb'); z.close()\""),
               0);
-    ASSERT_EQ(findings().size(), 1U);
-    EXPECT_EQ(findings()[0].text, "6 bytes at offset 35 belong to no entry");
+    ASSERT_EQ(findings().size(), 2U);
+    EXPECT_EQ(findings()[0].text, "6 bytes at offset 0 belong to no entry");
+    EXPECT_EQ(findings()[1].text, "6 bytes at offset 41 belong to no entry");
     add("c");
     expectSound({{"a", "aaaa"}, {"b", "bb"}, {"c", "of c"}});
 
@@ -131,6 +156,13 @@ TEST_F(ZipRead, WhatCannotBeTrustedIsFoundAndDropsOutOrIsRefused) {
     EXPECT_EQ(failureOf([&] { ArchiveSnapshot::open(archive)->find("a"); }),
               "'" + archive + "' holds two entries named 'a'");
     EXPECT_EQ(failureOf([&] { add("more"); }), "'a' of the archive '" + archive + "' overlaps another entry");
+
+    ASSERT_EQ(run("zip -qj - '" + write("f", "text") + "' | tee '" + archive + "'"), 0);  // sizes behind data
+    EXPECT_THAT(findings(), IsEmpty());
+    bytes = bytesOfArchive();
+    ++bytes[bytes.find("PK\1\2") - 1];
+    HUTFile::writeFile(archive, bytes);
+    EXPECT_EQ(findings().at(0).text, "'f' lacks the sizes behind its data");
 }
 
 TEST_F(ZipRead, SourcesStreamAndSinksChangeTheArchiveOnlyWhenTheyAreClosed) {
