@@ -66,8 +66,6 @@ TEST(HCOKernelXMLReader, RefusesWhatIsNoDescription) {
          "2: element 'root' lacks its required element 'kernel'"},
         {kernelXml("", "<ports/><args>\n<arg addressQualifier='x'/>"),
          "3: value 'x' is not a valid literal in attribute 'addressQualifier' of element 'arg'"},
-        {kernelXml("", "<ports/><args/><maxWorkGroupSize/>\n<compileWorkGroupSize/>"),
-         "3: element 'compileWorkGroupSize' of 'kernel' must stand before 'maxWorkGroupSize'"},
     };
     for (const auto& [document, error] : cases) {
         const std::string path = directory.file("kernel.xml", document);
