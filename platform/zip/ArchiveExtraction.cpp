@@ -4,7 +4,7 @@
 #include "platform/base/HUTProgress.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
-#include "platform/zip/EntryTime.h"
+#include "platform/zip/EntryAttributes.h"
 #include "platform/zip/StagingDirectory.h"
 
 #include <fcntl.h>

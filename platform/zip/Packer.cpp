@@ -4,7 +4,7 @@
 #include "platform/base/HI18N.h"
 #include "platform/base/HUTProgress.h"
 #include "platform/files/HUTPathUtils.h"
-#include "platform/zip/EntryTime.h"
+#include "platform/zip/EntryAttributes.h"
 #include "platform/zip/ZipFormat.h"
 
 #include <algorithm>
@@ -21,7 +21,6 @@ constexpr int level = 6;
 constexpr std::uint64_t maximumAtOnce = std::uint64_t{64} << 20;
 constexpr std::size_t chunkSize = std::size_t{1} << 18;
 
-constexpr mode_t permissionBits = 0777;
 constexpr mode_t generatedMode = S_IFREG | 0644;
 
 ArchiveEntry entryOf(std::string_view name, mode_t mode, std::time_t modified) {
@@ -41,7 +40,7 @@ ArchiveEntry entryOf(std::string_view name, mode_t mode, std::time_t modified) {
 }
 
 ArchiveEntry entryOf(std::string_view name, const struct stat& status) {
-    return entryOf(name, status.st_mode & (S_IFMT | permissionBits), status.st_mtim.tv_sec);
+    return entryOf(name, entryMode(status.st_mode), status.st_mtim.tv_sec);
 }
 
 void requireUnchanged(const disk::FileDescriptor& file, const struct stat& before, std::uint64_t bytesRead) {

@@ -1,5 +1,6 @@
 """The command kp as a user meets it: answers, exit statuses, errors."""
 
+import io
 import json
 import os
 import shutil
@@ -10,6 +11,8 @@ import zipfile
 from pathlib import Path
 
 from kp_case import EXAMPLES, KP, KpCase, run
+
+IS_ROOT = os.geteuid() == 0
 
 
 class KpTest(KpCase):
@@ -102,6 +105,45 @@ class KpTest(KpCase):
                 shown = subprocess.run([KP, "cat", "p.kp", member], capture_output=True)
                 self.assertEqual((0, b"", package.read(member)), (shown.returncode, shown.stderr, shown.stdout), member)
         self.expect(["cat", "p.kp", "vadd"], 3, "", "kp: error: 'p.kp' holds no file 'vadd'\n")
+
+    def pack_all(self, parent, user, umask, backwards, relative, **environment):
+        """Packages that a user makes of the same files, whose directories were filled in one order or the other."""
+        top = Path(tempfile.mkdtemp(dir=parent))
+        self.addCleanup(shutil.rmtree, top)
+        for path in sorted(Path("vadd").rglob("*.*"), reverse=backwards):
+            (top / path).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copyfile(path, top / path)
+        for path in [top, *top.rglob("*")]:
+            os.utime(path, (0, random.randrange(1 << 30)))
+            path.chmod((0o777 if path.is_dir() or path.suffix == ".sh" else 0o666) & ~umask)
+            if IS_ROOT:
+                os.chown(path, user, user)
+        identity = dict(user=user, group=user, extra_groups=[]) if IS_ROOT else {}
+        at = "" if relative else f"{top}/"
+        for command in (["add", at + "p.kp", at + "vadd/kernel.xml", "--ip", at + "vadd/ip",
+                         "--report", at + "vadd/design.xml", "--debug-dir", at + "vadd/src"],
+                        ["add-cache", at + "p.kp", at + "vadd/caches"],
+                        ["customize", at + "p.kp", "vadd", "--name", "wide", "-o", f"{top}/out.kp",
+                         "--param", "SUM_FIFO_DEPTH=64", "--host-script", EXAMPLES + "/host/host.tcl"]):
+            subprocess.run([KP, "-q", *command], check=True, cwd=top, umask=umask, **identity,
+                           env={**os.environ, "SOURCE_DATE_EPOCH": "1600000000", **environment})
+        return [(top / name).read_bytes() for name in ("p.kp", "out.kp")]
+
+    def test_the_same_files_give_the_same_bytes_whoever_packs_them_and_where(self):
+        for name in ("a", "B", "b", "_c", "ä", *map(str, range(30))):
+            Path("vadd/ip", name + ".sh").write_text(name)
+        for name in ("c1", "C2", "c3"):
+            os.makedirs("vadd/caches/" + name)
+            shutil.copy("vadd/vadd.qmr", "vadd/caches/" + name)
+        locales = subprocess.run(["locale", "-a"], capture_output=True, text=True).stdout.split()
+        reachable = IS_ROOT and subprocess.run(["test", "-x", KP, "-a", "-r", EXAMPLES], user=65534).returncode == 0
+        once = self.pack_all(None, 0, 0o022, False, True, LC_ALL="C", TZ="UTC")
+        elsewhere = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
+        again = self.pack_all(elsewhere, 65534 if reachable else 0, 0o077, True, False, HOME="/none", TZ="Asia/Tokyo",
+                              LC_ALL=max(locales, key=lambda name: "_" in name))
+        self.assertTrue(once == again)
+        modes = {info.external_attr >> 16 for info in zipfile.ZipFile(io.BytesIO(once[0])).infolist()}
+        self.assertEqual({0o100644, 0o100755}, modes)
 
     def test_add_cache(self):
         self.add("p.kp")

@@ -1,4 +1,4 @@
-#include "platform/zip/EntryTime.h"
+#include "platform/zip/EntryAttributes.h"
 
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTPathUtils.h"
@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <optional>
 #include <string_view>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -35,6 +37,13 @@ std::uint32_t entryTime(std::time_t modified) {
     const int date = (parts.tm_year - 80) << 9 | (parts.tm_mon + 1) << 5 | parts.tm_mday;
     const int time = parts.tm_hour << 11 | parts.tm_min << 5 | parts.tm_sec / 2;
     return static_cast<std::uint32_t>(date) << 16 | static_cast<std::uint32_t>(time);
+}
+
+mode_t entryMode(mode_t mode) {
+    constexpr mode_t permissionBits = 0777;
+    const mode_t type = mode & S_IFMT;
+    if (!sourceDateEpoch()) return type | (mode & permissionBits);
+    return type | (S_ISDIR(mode) || (mode & S_IXUSR) != 0 ? 0755 : 0644);
 }
 
 std::time_t modifiedTime(std::uint32_t dosTime) {
