@@ -84,8 +84,9 @@ void printKernels(const Kernels& kernels) {
     std::size_t nameWidth = 0;
     std::size_t flowsWidth = 0;
     for (const HKPKernel* kernel : kernels) {
-        const Line& line = lines.emplace_back(HUTPathUtils::shown(kernel->getName()),
-                                              joined(flowsOf(*kernel)), joined(flagsOf(*kernel)));
+        const Line line{HUTPathUtils::shown(kernel->getName()), joined(flowsOf(*kernel)),
+                        joined(flagsOf(*kernel))};
+        lines.push_back(line);
         nameWidth = std::max(nameWidth, line.name.size());
         flowsWidth = std::max(flowsWidth, line.flows.size());
     }

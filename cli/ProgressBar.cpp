@@ -3,6 +3,7 @@
 #include "cli/Terminal.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -28,14 +29,14 @@ std::size_t terminalWidth() {
 template <class... Values>
 std::string formatted(const char* format, Values... values) {
     char text[64];
-    std::snprintf(text, sizeof text, format, values...);
+    (void)std::snprintf(text, sizeof text, format, values...);
     return text;
 }
 
 /// Such as "0:07" or "1:02:03".
 std::string clockText(double seconds) {
     constexpr double longest = 100 * 3600 - 1;
-    const int whole = static_cast<int>(std::min(seconds, longest) + 0.5);
+    const int whole = static_cast<int>(std::lround(std::min(seconds, longest)));
     return whole < 3600 ? formatted("%d:%02d", whole / 60, whole % 60)
                         : formatted("%d:%02d:%02d", whole / 3600, whole / 60 % 60, whole % 60);
 }
@@ -52,7 +53,7 @@ std::string lineOf(double share, double bytesPerSecond, double secondsLeft, std:
     constexpr std::size_t widestBar = 40;
     constexpr std::size_t narrowestBar = 10;
     constexpr std::size_t brackets = 3;
-    const std::string percent = formatted("%3d%%", static_cast<int>(share * 100));
+    std::string percent = formatted("%3d%%", static_cast<int>(share * 100));
     const std::string speed =
         formatted("  %.1f MB/s  ", bytesPerSecond / 1e6) + clockText(secondsLeft) + " left";
     const std::size_t texts = percent.size() + speed.size() + brackets;

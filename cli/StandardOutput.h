@@ -7,7 +7,7 @@ namespace cli {
 
 /// While it lives, what is written to std::cout goes to standard output through it. Tells why writing failed,
 /// and fails as well when work is called off while nobody reads.
-class StandardOutput : public std::streambuf {
+class StandardOutput final : public std::streambuf {
 public:
     StandardOutput();
     ~StandardOutput() override;

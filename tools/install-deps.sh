@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# usage: tools/install-deps.sh [fuzz|package|reference]...
-# Installs the Debian packages that building and testing need, and on demand those for fuzzing, for trying the Debian
-# packages and for the reference of the library: those that are missing, and nothing else.
+# usage: tools/install-deps.sh [fuzz|lint|package|reference]...
+# Installs the Debian packages that building and testing need, and on demand those for fuzzing, for the linter, for
+# trying the Debian packages and for the reference of the library: those that are missing, and nothing else.
 set -euo pipefail
 
 # For the library and the command kp.
@@ -16,7 +16,9 @@ tests=(
     libgtest-dev libgmock-dev libbenchmark-dev clang-format
     zip unzip 7zip libarchive-tools openssl python3 strace tcl
 )
-declare -A more=([fuzz]="clang libclang-rt-14-dev" [package]="debootstrap dpkg-dev file" [reference]="doxygen")
+declare -A more=(
+    [fuzz]="clang libclang-rt-14-dev" [lint]="clang-tidy" [package]="debootstrap dpkg-dev file" [reference]="doxygen"
+)
 
 packages=("${build[@]}" "${tests[@]}")
 for name in "$@"; do

@@ -1,0 +1,37 @@
+# The target reference: pages about the public headers, with the documents, in build/reference/html.
+
+find_package(Doxygen QUIET)
+if(NOT DOXYGEN_FOUND)
+    return()
+endif()
+
+set(DOXYGEN_PROJECT_NAME "Kernel packages")
+set(DOXYGEN_OUTPUT_DIRECTORY ${PROJECT_SOURCE_DIR}/build/reference)
+set(DOXYGEN_USE_MDFILE_AS_MAINPAGE ${PROJECT_SOURCE_DIR}/README.md)
+set(DOXYGEN_JAVADOC_AUTOBRIEF YES)
+set(DOXYGEN_EXTRACT_ALL YES)
+set(DOXYGEN_DISTRIBUTE_GROUP_DOC YES)
+set(DOXYGEN_EXCLUDE_SYMBOLS *::detail::*)
+# Links to a place in a document become links to the document.
+set(DOXYGEN_FILTER_PATTERNS [=["*.md=sed -E 's/\[([^]]*)\]\(#[^)]*\)/\1/g; s/\.md#[a-z-]*/.md/g'"]=])
+set(DOXYGEN_VERBATIM_VARS DOXYGEN_FILTER_PATTERNS)
+set(DOXYGEN_MACRO_EXPANSION YES)
+set(DOXYGEN_EXPAND_ONLY_PREDEF YES)
+set(DOXYGEN_PREDEFINED KP_EXPORT=)
+# A member that says it all by its name and type has no text of its own.
+set(DOXYGEN_WARN_IF_UNDOCUMENTED NO)
+set(DOXYGEN_WARN_AS_ERROR FAIL_ON_WARNINGS)
+set(DOXYGEN_QUIET YES)
+
+set(roots "")
+set(headers "")
+foreach(library kpplatform kpcontainers)
+    get_target_property(root ${library} HEADER_DIRS)
+    get_target_property(files ${library} HEADER_SET)
+    list(APPEND roots ${root})
+    list(APPEND headers ${files})
+endforeach()
+set(DOXYGEN_STRIP_FROM_PATH ${roots})
+set(DOXYGEN_STRIP_FROM_INC_PATH ${roots})
+file(GLOB documents CONFIGURE_DEPENDS *.md docs/*.md)
+doxygen_add_docs(reference ${headers} ${documents})
