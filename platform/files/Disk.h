@@ -93,7 +93,9 @@ KP_EXPORT bool makeDirectory(const std::string& path, mode_t mode);
 /// Throws unless this process may make files in the directory.
 KP_EXPORT void requireWritable(const std::string& directory);
 
-// By a name in an open directory. A symbolic link of the name is not followed.
+/// @name By a name in an open directory
+/// A symbolic link of the name is not followed.
+/// @{
 
 KP_EXPORT FileDescriptor openDirectory(const FileDescriptor& directory, const std::string& name);
 /// Creates a file for writing; hands back a descriptor that is not open when the name is taken.
@@ -112,6 +114,8 @@ KP_EXPORT std::uint64_t room(const FileDescriptor& directory);
 KP_EXPORT void moveFile(const FileDescriptor& from, const std::string& name, const FileDescriptor& to);
 /// Moves a directory with all that it holds; returns false, and nothing moved, when its name is taken there.
 KP_EXPORT bool moveDirectory(const FileDescriptor& from, const std::string& name, const FileDescriptor& to);
+
+/// @}
 
 /// While one of these lives, each call on the disk first asks `decide` with the name of the call (such as
 /// "write") and the path; a result other than 0 is the error number that the call fails with. For tests; one

@@ -47,8 +47,10 @@ public:
     bool exists() const { return snapshot_ != nullptr; }
     const std::shared_ptr<const ArchiveSnapshot>& snapshot() const { return snapshot_; }
 
-    // Adding. An entry that the archive holds under the name is replaced; a name added twice is refused.
-    // Folders are names such as "k/pdi"; the empty one is the archive's top.
+    /// @name Adding
+    /// An entry that the archive holds under the name is replaced; a name added twice is refused. Folders are
+    /// names such as "k/pdi"; the empty one is the archive's top.
+    /// @{
 
     void addBytes(const std::string& name, std::string bytes);
     /// As addBytes, but behind everything else in the archive.
@@ -60,11 +62,16 @@ public:
     /// Adds all that lies below the directory (see DirectoryTree), empty directories included.
     void addTree(const std::string& folder, const std::string& directory);
 
-    // Deleting, from the archive and from what was added before. Quiet when there is nothing of the name.
+    /// @}
+    /// @name Deleting
+    /// From the archive and from what was added before. Quiet when there is nothing of the name.
+    /// @{
 
     void deleteFile(const std::string& name);
     /// Also the folder's own entry.
     void deleteFolder(const std::string& folder);
+
+    /// @}
 
     /// Asks for a digest as the archive's comment. Without it the comment stays as it was.
     void seal(ArchiveDigest::Label label = ArchiveDigest::Label::Sha256) { seal_ = label; }

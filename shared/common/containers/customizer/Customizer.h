@@ -19,6 +19,8 @@ class KP_EXPORT Customizer {
 public:
     using Params = std::unordered_map<std::string, std::string>;
 
+    /// @param objectFilePath the input package
+    /// @param kernelName     the kernel in it
     Customizer(const std::string& objectFilePath, const std::string& kernelName);
 
     Customizer& withNewKernelName(const std::string& name);
@@ -38,7 +40,8 @@ public:
     virtual Params::const_iterator paramsBegin() const;
     virtual Params::const_iterator paramsEnd() const;
 
-    // Where the extracted kernel lies; empty before setExtractedPaths().
+    /// Where the extracted kernel lies; empty before setExtractedPaths().
+    /// @{
     virtual std::string getExtractedCpuSourcesRoot() const;
     virtual std::string getExtractedDebugRoot() const;
     virtual std::string getExtractedHlsRoot() const;
@@ -47,13 +50,19 @@ public:
     virtual std::string getExtractedKernelRoot() const;
     virtual std::string getExtractedKernelIPRoot() const;
     virtual std::string getExtractedVlnv() const;
+    /// @}
 
-    // The steps.
+    /// Whether a kernel is named and the input package exists.
     virtual bool checkPreconditions();
+    /// Extracts the kernel to the working directory.
     virtual bool extract();
+    /// Takes from the explorer where the kernel's parts lie, for the operations above.
     virtual bool setExtractedPaths();
+    /// Builds a block design of the kernel's IP alone, in which its parameters are set.
     virtual bool buildBlockDiagram();
+    /// Adds the board's device family to those that the IP supports.
     virtual bool addTargetBoard();
+    /// Renames the kernel and adds it, with its customized IP, to the output package.
     virtual bool repackage();
 
     /// Removes the working directory if one is set.

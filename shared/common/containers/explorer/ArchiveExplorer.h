@@ -36,9 +36,10 @@ public:
     std::string getPath(const std::string& kernelName, const std::string& fileName) const override;
     std::string getKernelDefRoot(const std::string& kernelName) const override;
 
-    // Roots follow from the root of the kernel, whether or not the package holds them. The files are names in
-    // the package that begin with the kernel's name, "/" and the directory's name, without regard to case;
-    // these operations always return true.
+    /// Roots follow from the root of the kernel, whether or not the package holds them. The files are names
+    /// in the package that begin with the kernel's name, "/" and the directory's name, without regard to
+    /// case; these operations always return true.
+    /// @{
     std::string getCpuSourcesRoot(const std::string& kernelName) const override;
     bool getCpuSources(const std::string& kernelName, std::vector<std::string>& out) const override;
     std::string getPdiFilesRoot(const std::string& kernelName) const override;
@@ -49,6 +50,7 @@ public:
     bool getShimSolnFile(const std::string& kernelName, std::string& out) const override;
     std::string getDebugRoot(const std::string& kernelName) const override;
     std::string getHlsRoot(const std::string& kernelName) const override;
+    /// @}
 
     /// "ip_repo" below the root; or, when the kernel has a "component.xml", the directory above that one's
     /// as getPath tells it, joined to the root once more, so that the root stands there twice.

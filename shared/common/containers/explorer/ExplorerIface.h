@@ -29,7 +29,8 @@ public:
     /// The directory that holds the kernel's description.
     virtual std::string getKernelDefRoot(const std::string& kernelName) const = 0;
 
-    // Directories of the kernel, and the files in them. The lists append to `out`.
+    /// Directories of the kernel, and the files in them. The lists append to `out`.
+    /// @{
     virtual std::string getCpuSourcesRoot(const std::string& kernelName) const = 0;
     virtual bool getCpuSources(const std::string& kernelName, std::vector<std::string>& out) const = 0;
     virtual std::string getPdiFilesRoot(const std::string& kernelName) const = 0;
@@ -41,6 +42,7 @@ public:
     virtual bool getShimSolnFile(const std::string& kernelName, std::string& out) const = 0;
     virtual std::string getDebugRoot(const std::string& kernelName) const = 0;
     virtual std::string getHlsRoot(const std::string& kernelName) const = 0;
+    /// @}
 
     virtual std::string getIPDefinitionRoot(const std::string& kernelName) const = 0;
     /// The top IP directory, relative to the IP repository; "." when unknown.

@@ -16,7 +16,9 @@ namespace kfab::kernel {
 /// ask.
 class KP_EXPORT FileExplorer : public ExplorerIface {
 public:
-    /// @param container the package that the kernels come from; needed once kernels are registered
+    /// @param root            the directory that everything lies below
+    /// @param container       the package that the kernels come from; needed once kernels are registered
+    /// @param supportsIPCache whether directories of IP caches can be registered
     FileExplorer(const std::string& root, const std::shared_ptr<HKPContainer>& container,
                  bool supportsIPCache);
     ~FileExplorer() override;
@@ -26,7 +28,8 @@ public:
     /// on standard output says so and the result is false.
     bool addKernelRootDir(const std::string& kernelName, const std::string& rootDir);
 
-    // Directories of a registered kernel, stored as given; false, and nothing done, for any other kernel.
+    /// Directories of a registered kernel, stored as given; false, and nothing done, for any other kernel.
+    /// @{
     bool addCpuSourcesDir(const std::string& kernelName, const std::string& dir);
     bool addSwEmuFilesDir(const std::string& kernelName, const std::string& dir);
     bool addPdiFilesDir(const std::string& kernelName, const std::string& dir);
@@ -36,6 +39,7 @@ public:
     bool addIPDefinitionDir(const std::string& kernelName, const std::string& dir);
     /// False as well when IP caches are not supported.
     bool addIPCacheDir(const std::string& kernelName, const std::string& dir);
+    /// @}
 
     std::string getVLNV(const std::string& kernelName) const override;
     void getKernelDefs(std::vector<KernelDef>& out) const override;
@@ -45,7 +49,8 @@ public:
     /// "filesystem::recursive_directory_iterator directory error" where a directory cannot be read.
     std::string getPath(const std::string& kernelName, const std::string& fileName) const override;
     std::string getKernelDefRoot(const std::string& kernelName) const override;
-    // The files are full paths, sorted. False when there is no such directory.
+    /// The files are full paths, sorted. False when there is no such directory.
+    /// @{
     std::string getCpuSourcesRoot(const std::string& kernelName) const override;
     bool getCpuSources(const std::string& kernelName, std::vector<std::string>& out) const override;
     std::string getPdiFilesRoot(const std::string& kernelName) const override;
@@ -62,6 +67,7 @@ public:
     void getKernelDefNames(std::set<std::string>& out) const override;
     bool supportsIPCache() const override;
     bool existsDir(const std::string& path) const override;
+    /// @}
 
 private:
     /// A registered kernel. Empty texts: it has no such directory.

@@ -27,28 +27,33 @@ public:
     /// The definition in a document; an empty one for none.
     static kfab::kernel::KernelDef convertToKernelDef(const KernelXML::Root* root);
 
-    // Texts of the kernel; empty where it has none.
+    /// Texts of the kernel; empty where it has none.
+    /// @{
     std::string getKernelName() { return kernel_().name.get(); }
     std::string getKernelLanguage() { return kernel_().language.get(); }
     std::string getKernelVlnv() { return kernel_().vlnv.get(); }
     std::string getCompileOptions() { return kernel_().compileOptions.get(); }
     std::string getDebug() { return kernel_().debug.get(); }
     std::string getProfileType() { return kernel_().profileType.get(); }
+    /// @}
 
     /// The third of the four fields of vendor:library:name:version; empty when there are not exactly four.
     std::string getKernelNameFromVlnv();
     /// The VLNV with every "." and ":" replaced by "_", as it names a directory.
     std::string getKernelVlnvReplaced_();
 
-    // Names of the ports with a bus role, appended in document order.
+    /// Names of the ports with a bus role, appended in document order.
+    /// @{
     void getAllPorts(std::vector<std::string>& out) { doGetPorts("all", out); }
     void getMasterPorts(std::vector<std::string>& out) { doGetPorts("master", out); }
     void getSlavePorts(std::vector<std::string>& out) { doGetPorts("slave", out); }
+    /// @}
 
     /// The document's profile, or none.
     const KernelXML::Profile* getProfile();
 
-    // Copies of parts of a document. Lists are appended to; an optional part that is absent changes nothing.
+    /// Copies of parts of a document. Lists are appended to; an optional part that is absent changes nothing.
+    /// @{
     // clang-format off
     static void getKernel(const KernelXML::Root& root, KernelXML::Kernel& out) { out = root.kernel.value(); }
     static void getPorts(const KernelXML::Kernel& kernel, KernelXML::Ports& out) { out = kernel.ports; }
@@ -64,6 +69,7 @@ public:
     static void getConnection(const KernelXML::Root& root, std::vector<KernelXML::Connection>& out) { copy(root.connection, out); }
     static void getProfile(const KernelXML::Root& root, KernelXML::Profile& out) { copy(root.profile, out); }
     // clang-format on
+    /// @}
 
 private:
     using ProfileParts::copy;

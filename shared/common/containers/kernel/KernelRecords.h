@@ -35,6 +35,7 @@ using DesignXML::TopModule;
 using Text = lmx60::Value<std::string>;
 using Number = lmx60::Value<std::uint32_t>;
 
+/// A bus port of the kernel. The range is text, exactly as found.
 struct KP_EXPORT Port : lmx60::Record<Port> {
     Text name, mode, range;
     Number dataWidth;  ///< in bits
@@ -42,6 +43,7 @@ struct KP_EXPORT Port : lmx60::Record<Port> {
     static const lmx60::Table table;
 };
 
+/// All ports, in document order.
 struct KP_EXPORT Ports : lmx60::Record<Ports> {
     lmx60::List<Port> port;
     static const lmx60::Table table;
@@ -55,32 +57,38 @@ struct KP_EXPORT Arg : lmx60::Record<Arg> {
     static const lmx60::Table table;
 };
 
+/// All arguments, in document order.
 struct KP_EXPORT Args : lmx60::Record<Args> {
     lmx60::List<Arg> arg;
     static const lmx60::Table table;
 };
 
+/// Work items of a group in each dimension, as the kernel was compiled for.
 struct KP_EXPORT CompileWorkGroupSize : lmx60::Record<CompileWorkGroupSize> {
     Number x, y, z;
     static const lmx60::Table table;
 };
 
+/// The most work items of a group in each dimension.
 struct KP_EXPORT MaxWorkGroupSize : lmx60::Record<MaxWorkGroupSize> {
     Number x, y, z;
     static const lmx60::Table table;
 };
 
+/// A format string that the kernel prints with, and the number it goes by.
 struct KP_EXPORT FormatString : lmx60::Record<FormatString> {
     Number id;
     Text value;
     static const lmx60::Table table;
 };
 
+/// All format strings of the kernel.
 struct KP_EXPORT StringTable : lmx60::Record<StringTable> {
     lmx60::List<FormatString> format_string;
     static const lmx60::Table table;
 };
 
+/// The kernel itself. Numbers among the texts are exactly as found.
 struct KP_EXPORT Kernel : lmx60::Record<Kernel> {
     Text name, language, vlnv, attributes, hash, preferredWorkGroupSizeMultiple, workGroupSize, debug;
     Text compileOptions, profileType, interrupt, hwControlProtocol;
@@ -92,16 +100,19 @@ struct KP_EXPORT Kernel : lmx60::Record<Kernel> {
     static const lmx60::Table table;
 };
 
+/// A memory that kernels share; the size is text.
 struct KP_EXPORT Memory : lmx60::Record<Memory> {
     Text name, size, linkage;
     static const lmx60::Table table;
 };
 
+/// A pipe between kernels; width and depth are text.
 struct KP_EXPORT Pipe : lmx60::Record<Pipe> {
     Text name, width, depth, linkage;
     static const lmx60::Table table;
 };
 
+/// A connection from a port of one instance to a port of another.
 struct KP_EXPORT Connection : lmx60::Record<Connection> {
     Text srcInst, srcPort, dstInst, dstPort, srcType, dstType;
     static const lmx60::Table table;

@@ -72,17 +72,15 @@ public:
     /// @param swEmuFiles     files for software emulation
     /// @param shimSolnFile   shim solution; empty for none
     /// @param designXmlPath  synthesis report to merge into the description's profile; empty for none
-    /// @param ipInstanceFile customized IP instance (".qmr"); used in the repository layout only, and only if
-    /// it
-    ///                       exists
+    /// @param ipInstanceFile customized IP instance (".qmr"); used where it exists, in the repository
+    ///                       layout only
     /// @param projectID      recorded
     /// @param topIpDir       recorded
     /// @param debugDir       packaged as "debug"; empty for none
     /// @param hlsDir         packaged as "hls"; empty for none
-    /// @param ipRepoLayout   true: IP below "ip_repo", format 6.0. false: IP below the kernel, format 2.0,
-    /// and
-    ///                       neither device images nor shim, debug and HLS directories are packaged for a new
-    ///                       kernel
+    /// @param ipRepoLayout   true: IP below "ip_repo", format 6.0. false: IP below the kernel, format 2.0;
+    ///                       of a new kernel neither device images nor shim, debug and HLS
+    ///                       directories are packaged then
     /// @param replace        with `update`, a kernel of the name is replaced
     /// @param update         alone, only device images and the shim solution go to the kernel of the name
     /// @param checkVersion   refuse an existing package that later software wrote
@@ -104,9 +102,11 @@ public:
         const std::string& projectID, const std::string& topIpDir, const std::string& debugDir,
         const std::string& hlsDir, bool ipRepoLayout, bool replace, bool update, bool checkVersion);
 
-    // Extracting, to a directory that is created where missing. Names from inside the package are checked
-    // before the first file is written, and the files appear there only once all are complete: what fails or
-    // is killed leaves none that is cut short, and can be repeated. Files that are there are replaced.
+    /// @name Extracting
+    /// To a directory that is created where missing. Names from inside the package are checked
+    /// before the first file is written, and the files appear there only once all are complete: what fails or
+    /// is killed leaves none that is cut short, and can be repeated. Files that are there are replaced.
+    /// @{
 
     /// Extracts one kernel, found by its name in any case of letters, with the IP repository and the IP
     /// caches from format 3 on. Returns a FileExplorer that has the kernel under the name in the manifest.
@@ -126,6 +126,7 @@ public:
     /// Extracts the IP repository alone. Returns its directory below the destination, which exists even when
     /// the package has no IP.
     static std::string extractIpRepoFromKPContainer(const std::string& path, const std::string& destination);
+    /// @}
 
     /// Appends the lines of a member, without their line feeds. When the member is missing or damaged: false,
     /// no line, and one text appended to `errors`.
@@ -141,19 +142,24 @@ public:
     /// An explorer of the package that has the definitions of all its kernels.
     static std::shared_ptr<kfab::kernel::ArchiveExplorer> getInfo(const std::string& packagePath);
 
-    // What the package holds, in the order in which the explorer of getInfo gives the definitions: for every
-    // kernel its definition, the files that it brings, its arguments and its ports. As lines "key: value"
-    // below headers, or as a JSON document whose values are all texts, and whose empty lists are empty texts.
-    //
-    // These throw what getInfo throws, and HEXAlgException when writing fails or, for JSON, before anything
-    // is written, when the name of a file is not UTF-8.
+    /// What the package holds, in the order in which the explorer of getInfo gives the definitions: for every
+    /// kernel its definition, the files that it brings, its arguments and its ports. As lines "key: value"
+    /// below headers, or as a JSON document whose values are all texts, and whose empty lists are empty
+    /// texts.
+    ///
+    /// These throw what getInfo throws, and HEXAlgException when writing fails or, for JSON, before anything
+    /// is written, when the name of a file is not UTF-8.
+    /// @{
     static void getInfoAsStreamTxt(const std::string& packagePath, std::ostream& out);
     static void getInfoAsStreamJson(const std::string& packagePath, std::ostream& out);
+    /// @}
 
-    // The same reports, appended to `out` as one text. On failure false: `out` is empty then, and what() of
-    // the exception is appended to `errors`.
+    /// The same reports, appended to `out` as one text. On failure false: `out` is empty then, and what() of
+    /// the exception is appended to `errors`.
+    /// @{
     static bool getInfoAsTxt(const std::string& packagePath, std::vector<std::string>& out,
                              std::vector<std::string>& errors);
     static bool getInfoAsJson(const std::string& packagePath, std::vector<std::string>& out,
                               std::vector<std::string>& errors);
+    /// @}
 };

@@ -48,7 +48,8 @@ public:
     bool isDebug() const { return isDebug_; }
     void setIsDebug(bool value) { isDebug_ = value; }
 
-    // Whether the package holds the directory of this name for the kernel.
+    /// Whether the package holds the directory of this name for the kernel.
+    /// @{
     bool getIsDebugDir() const { return isDebugDir_; }
     void setIsDebugDir(bool value) { isDebugDir_ = value; }
     bool getIsHlsDir() const { return isHlsDir_; }
@@ -59,6 +60,7 @@ public:
     void setIsShimSolnDir(bool value) { isShimSolnDir_ = value; }
     bool getIsSwEmuDir() const { return isSwEmuDir_; }
     void setIsSwEmuDir(bool value) { isSwEmuDir_ = value; }
+    /// @}
 
 private:
     friend class HKPContainer;

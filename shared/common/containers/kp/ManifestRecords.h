@@ -23,11 +23,13 @@ struct SupportedFlow {
     bool operator==(const SupportedFlow&) const = default;
 };
 
+/// The flows that a kernel can be built for.
 struct SupportedFlows : lmx60::Record<SupportedFlows> {
     lmx60::Leaves<KPContainer::SupportedFlow> SupportedFlow;
     static const lmx60::Table table;
 };
 
+/// A kernel of the package; its directories are names inside the package.
 struct Kernel : lmx60::Record<Kernel> {
     Text Name, Dir, IP, TopIpDir, ProjectID;
     Text Debug, Hls, Pdi, ShimSoln, SwEmu;
@@ -35,16 +37,19 @@ struct Kernel : lmx60::Record<Kernel> {
     static const lmx60::Table table;
 };
 
+/// All kernels, in the order of their addition.
 struct Kernels : lmx60::Record<Kernels> {
     lmx60::List<KPContainer::Kernel> Kernel;
     static const lmx60::Table table;
 };
 
+/// An IP cache, by the name of its directory below "ip_cache".
 struct Cache : lmx60::Record<Cache> {
     Text CacheDir;
     static const lmx60::Table table;
 };
 
+/// All IP caches.
 struct IpCaches : lmx60::Record<IpCaches> {
     lmx60::List<KPContainer::Cache> Cache;
     static const lmx60::Table table;
