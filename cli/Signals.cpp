@@ -33,7 +33,7 @@ void callOff(int number) {
 
 void handleSignals() {
     setHandlers(callOff);
-    std::signal(SIGPIPE, SIG_IGN);
+    (void)std::signal(SIGPIPE, SIG_IGN);
 }
 
 int caughtSignal() {
