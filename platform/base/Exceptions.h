@@ -3,8 +3,11 @@
 #include "platform/base/Export.h"
 
 #include <exception>
+#include <memory>
 #include <stdexcept>
 #include <string>
+
+struct ComMsg;
 
 /// An operation failed; what() is one complete sentence.
 class KP_EXPORT HEXAlgException : public std::runtime_error {
@@ -13,11 +16,16 @@ public:
     ~HEXAlgException() override;
 };
 
-/// The general exception of the host: what() is the text of a numbered message (see ComMsgMgr::raise).
+/// The general exception of the host, which carries a numbered message (see ComMsgMgr::raise).
 class KP_EXPORT HEXAll : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    HEXAll(const std::string& text, std::shared_ptr<const ComMsg> message);
     ~HEXAll() override;
+
+    const ComMsg& message() const { return *message_; }
+
+private:
+    std::shared_ptr<const ComMsg> message_;
 };
 
 /// A named file is missing; what() names it and says so.

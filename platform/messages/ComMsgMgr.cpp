@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -62,7 +63,8 @@ void ComMsgMgr::post(std::string_view id, Arguments arguments) {
 }
 
 void ComMsgMgr::raise(std::string_view id, Arguments arguments) {
-    throw HEXAll(shown(build(id, std::move(arguments))));
+    auto message = std::make_shared<const ComMsg>(build(id, std::move(arguments)));
+    throw HEXAll(shown(*message), message);
 }
 
 ComMsgMgr::Sink ComMsgMgr::setSink(Sink sink) {

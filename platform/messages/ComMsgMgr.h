@@ -34,8 +34,8 @@ public:
     /// is not that of the id's markers.
     static void post(std::string_view id, Arguments arguments = {});
 
-    /// Builds a message and throws it as HEXAll whose what() is "[17-132] " and the text. It is not posted as
-    /// well: whoever catches the exception shows it, once.
+    /// Builds a message and throws it in a HEXAll whose what() is "[17-132] " and the text. It is not posted
+    /// as well: whoever catches the exception shows it, once.
     [[noreturn]] static void raise(std::string_view id, Arguments arguments = {});
 
     /// Replaces the sink and returns the one before it. An empty sink stands for standard error. One sink

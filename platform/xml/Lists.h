@@ -94,6 +94,11 @@ public:
     }
 
 protected:
+    /// Makes the index one of the list, with copies of the value where there is none yet.
+    void reach(std::size_t index, const T& filler) {
+        if (index >= values_.max_size()) throw std::length_error("a list cannot be that long");
+        if (index >= size()) values_.resize(index + 1, filler);
+    }
     auto place(std::size_t index) { return values_.begin() + static_cast<std::ptrdiff_t>(index); }
 
     std::vector<T> values_;
@@ -109,7 +114,7 @@ public:
 
     /// The entry at an index; the list first grows with default entries until there is one.
     R& get(std::size_t index) {
-        if (index >= this->size()) this->values_.resize(index + 1);
+        this->reach(index, R());
         return this->values_[index];
     }
     R& append() { return this->values_.emplace_back(); }
@@ -123,11 +128,8 @@ public:
 
     /// Sets the value at an index; a list that is too short first grows with copies of that very value.
     void set(std::size_t index, const T& value) {
-        if (index < this->size()) {
-            this->values_[index] = value;
-        } else {
-            this->values_.resize(index + 1, value);
-        }
+        this->reach(index, value);
+        this->values_[index] = value;
     }
 };
 
@@ -140,9 +142,7 @@ public:
         if (index > size_) throw std::out_of_range("insert past the end of a list");
         ++size_;
     }
-    void set(std::size_t index) {
-        if (index >= size_) size_ = index + 1;
-    }
+    void set(std::size_t index) { size_ = std::max(size_, index + 1); }
     void remove(std::size_t index) {
         if (index >= size_) throw std::out_of_range("no such entry in a list");
         --size_;

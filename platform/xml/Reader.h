@@ -23,11 +23,12 @@ KP_EXPORT void readInto(void* record, const Table& table, std::string_view eleme
 /// The bytes of a file; throws ReadError of kind Unreadable.
 KP_EXPORT std::string readBytes(const std::string& path);
 
-/// A record from a document in memory. R names its document element in `R::element`.
+/// A record from a document in memory. A record that is no document of its own has no `R::element`: the name
+/// of its element must be given then.
 template <class R>
-R parse(std::string document, const UnknownListener& onUnknown = {}) {
+R parse(std::string document, const UnknownListener& onUnknown = {}, std::string_view element = R::element) {
     R record;
-    readInto(&record, R::table, R::element, std::move(document), onUnknown);
+    readInto(&record, R::table, element, std::move(document), onUnknown);
     return record;
 }
 

@@ -33,6 +33,14 @@ std::vector<std::size_t> tagNamesEndingIn(char last, std::string_view document) 
     return places;
 }
 
+/// What is not looked into for tags.
+struct Opaque {
+    std::string_view opening;
+    std::string_view closing;
+};
+
+constexpr Opaque opaqueKinds[] = {{"<?", "?>"}, {"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<!", ">"}};
+
 struct Range {
     std::size_t begin;
     std::size_t end;
@@ -55,11 +63,11 @@ std::vector<Range> opaqueRanges(std::string_view document) {
     while (std::min(declaration, instruction) < document.size()) {
         const std::size_t begin = std::min(declaration, instruction);
         const std::string_view rest = document.substr(begin);
-        const std::string_view closing = rest.starts_with("<?")          ? "?>"
-                                         : rest.starts_with("<!--")      ? "-->"
-                                         : rest.starts_with("<![CDATA[") ? "]]>"
-                                                                         : ">";
-        const std::size_t end = std::min(document.find(closing, begin + 2), document.size());
+        const Opaque& kind =
+            *std::find_if(std::begin(opaqueKinds), std::end(opaqueKinds),
+                          [&](const Opaque& opaque) { return rest.starts_with(opaque.opening); });
+        const std::size_t end =
+            std::min(document.find(kind.closing, begin + kind.opening.size()), document.size());
         ranges.push_back({begin, end});
         if (declaration < end) declaration = findOpening(document, '!', end);
         if (instruction < end) instruction = findOpening(document, '?', end);

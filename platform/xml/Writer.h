@@ -20,8 +20,8 @@ KP_EXPORT std::string format(const void* record, const Table& table, std::string
 [[nodiscard]] KP_EXPORT Error replaceFile(const std::string& path, const std::string& bytes);
 
 template <class R>
-std::string toString(const R& record) {
-    return format(&record, R::table, R::element);
+std::string toString(const R& record, std::string_view element = R::element) {
+    return format(&record, R::table, element);
 }
 
 template <class R>

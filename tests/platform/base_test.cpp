@@ -40,10 +40,12 @@ TEST(HI18N, AnyBytesComeBackAndAnyCharactersCanBeTold) {
 TEST(ComMsgMgr, MessagesAreToldOnceWithTheirArguments) {
     testing::internal::CaptureStderr();
     ComMsgMgr::post("@17-1312@%d%s", {"%1", "a%2.kp"});
-    EXPECT_EQ(failureOf<HEXAll>([] {
-                  ComMsgMgr::raise("@17-132@%s%s%d", {"no root", "k.xml", "3"});
-              }),
-              "[17-132] k.xml:3: no root");
+    try {
+        ComMsgMgr::raise("@17-132@%s%s%d", {"no root", "k.xml", "3"});
+    } catch (const HEXAll& failure) {
+        EXPECT_STREQ(failure.what(), "[17-132] k.xml:3: no root");
+        EXPECT_EQ(failure.message().arguments, (ComMsgMgr::Arguments{"no root", "k.xml", "3"}));
+    }
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "warning: [17-1312] Unknown flow number %1 in the manifest of 'a%2.kp' is ignored\n");
 }

@@ -146,7 +146,7 @@ TEST(Reader, NumbersAreReadByTheirWholeTextAndWrittenShortest) {
 TEST(Reader, StarredNamesAreReadInTagsOnly) {
     const Item item = parse<Item>(with(
         "<text>a*b </text><text><![CDATA[<Loop*/>]]></text><!-- <Loop*/> - ></Loop*> --><?pi <Loop*/>?>\n"
-        "<Loop*/><Loop* /><Loop*></Loop*><Loop*\n></Loop*\t><!----><Loop*/>"));
+        "<Loop*/><Loop* /><Loop*></Loop*><Loop*\n></Loop*\t><!----><Loop*/><!--><x.> -->"));
     EXPECT_EQ(item.loop.size(), 5U);
     EXPECT_EQ(item.text, (lmx60::Leaves<std::string>{"a*b ", "<Loop*/>"}));
 }
