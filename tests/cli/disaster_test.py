@@ -227,7 +227,7 @@ class DisasterTest(KpCase):
                                         "</Instance></InstancesList>" + "</TopModule></RTLDesignHierarchy></profile>")
             return self.run_kp("kernel", "edit", "../vadd/kernel.xml", "-o", ".", "--report", "deep.xml", before=little)
 
-        little = ["prlimit", "--stack=1000000"]
+        little = ["prlimit", "--stack=2000000"]
         self.assertEqual((0, "", ""), edit(997))
         self.assertEqual((0, "", ""), self.run_kp("kernel", "report", "kernel.xml", "-o", "back.xml", before=little))
         self.assertEqual(997, Path("back.xml").read_text().count("<Instance>"))
