@@ -79,6 +79,7 @@ std::string unknownSubcommand(const CLI::App& app) {
     if (subcommands.empty() || refused.empty() || refused.front().starts_with('-')) return {};
 
     std::vector<std::string> candidates;
+    candidates.reserve(subcommands.size());
     for (const CLI::App* subcommand : subcommands)
         candidates.push_back(subcommand->get_name());
     const std::string group = wordsOf({parsers.begin() + 1, parsers.end()});
