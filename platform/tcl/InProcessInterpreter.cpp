@@ -66,7 +66,7 @@ std::string in_process_interpreter::evaluate(const std::string& script) {
     extend_time(nullptr, interpreter_);
     Tcl_LimitTypeSet(interpreter_, TCL_LIMIT_TIME);
     const int status = Tcl_EvalEx(interpreter_, own.data(), static_cast<int>(own.size()), TCL_EVAL_GLOBAL);
-    const std::string result = text_of(Tcl_GetObjResult(interpreter_));
+    std::string result = text_of(Tcl_GetObjResult(interpreter_));
     Tcl_ResetResult(interpreter_);
     Tcl_LimitTypeReset(interpreter_, TCL_LIMIT_TIME);
     if (status != TCL_OK) HUTInterrupt::check();
