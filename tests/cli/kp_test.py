@@ -5,6 +5,7 @@ import json
 import os
 import shutil
 import subprocess
+import tempfile
 import unittest
 import xml.etree.ElementTree as ElementTree
 import zipfile

@@ -141,6 +141,18 @@ TEST_F(FileExplorerTest, ListsTheFilesOfRegisteredDirectories) {
     }
 }
 
+struct MovedFileExplorer : FileExplorer {
+    using FileExplorer::FileExplorer;
+    std::string getCpuSourcesRoot(const std::string&) const override { return getRoot() + "/else"; }
+};
+
+TEST_F(FileExplorerTest, LooksForFilesInADerivedExplorersRoot) {
+    const std::string source = directory_.file("else/a.cpp", "");
+    Names names;
+    EXPECT_TRUE(MovedFileExplorer(directory_.path(), nullptr, true).getCpuSources("any", names));
+    EXPECT_EQ(names, Names{source});
+}
+
 /// Puts what lies in a package elsewhere.
 struct MovedExplorer : ArchiveExplorer {
     using ArchiveExplorer::ArchiveExplorer;

@@ -7,6 +7,7 @@
 #include "tests/support/Members.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <sstream>
 
@@ -30,6 +31,15 @@ std::string manifest(const Texts& kernels, const std::string& major = "6") {
         text += "<Kernel Name=\"" + kernel + "\"/>";
     return text + "</Kernels></Root>";
 }
+
+/// Counts the flushes of what it takes.
+struct FlushCount : std::stringbuf {
+    std::ptrdiff_t flushes = 0;
+    int sync() override {
+        ++flushes;
+        return 0;
+    }
+};
 
 class InfoTest : public testing::Test {
 protected:
@@ -162,6 +172,10 @@ TEST_F(InfoTest, ReportsWhatIsThereAndOnlyThat) {
     EXPECT_TRUE(HKPContainerUtils::getInfoAsJson(package_, out, errors));
     EXPECT_THAT(out, ElementsAre("kept", lines(), json()));
     EXPECT_THAT(errors, IsEmpty());
+    FlushCount count;
+    std::ostream stream(&count);
+    HKPContainerUtils::getInfoAsStreamTxt(package_, stream);
+    EXPECT_EQ(count.flushes, std::count(out[1].begin(), out[1].end(), '\n')) << "each line at once";
 }
 
 TEST_F(InfoTest, OfNamesThatDifferInCaseTheLaterIsKnown) {
