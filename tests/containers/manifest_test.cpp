@@ -33,8 +33,9 @@ TEST(HKPContainer, AddingMergesOrReplaces) {
     EXPECT_EQ(shown(container), (Texts{both, kept + "|pdiDir|shimDir"}));
     addOld("oLD", true);
     EXPECT_EQ(shown(container), (Texts{both, "oLD|d2|i2|t2|p2|hw,|rtl|hlsDir|pdiDir|swEmuDir"}));
-    const auto removed = container.removeKPKernel(container.getKPKernelByName("Old"));
-    EXPECT_EQ(container.removeKPKernel(removed.get()), nullptr);
+    HKPKernel* const removed = container.getKPKernelByName("Old");
+    EXPECT_EQ(container.removeKPKernel(removed)->getName(), "oLD");  // and so ends its life
+    EXPECT_EQ(container.removeKPKernel(removed), nullptr);
     EXPECT_EQ(shown(container), Texts{both});
 }
 

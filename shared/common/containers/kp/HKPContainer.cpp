@@ -5,7 +5,7 @@
 #include <algorithm>
 
 bool HKPContainer::addIpCacheIfUnique(const std::string& dir) {
-    if (std::find(ipCaches_.begin(), ipCaches_.end(), dir) != ipCaches_.end()) return false;
+    if (!ipCacheNames_.insert(dir).second) return false;
     ipCaches_.push_back(dir);
     isIpCacheDir_ = true;
     return true;
@@ -18,10 +18,15 @@ void HKPContainer::rebuildIndex_() const {
     indexIsCurrent_ = true;
 }
 
-HKPKernel* HKPContainer::getKPKernelByName(const std::string& name) const {
+HKPContainer::KernelList::const_iterator HKPContainer::find_(const std::string& name) const {
     if (!indexIsCurrent_) rebuildIndex_();
     const auto found = index_.find(HSTStringUtils::foldCase(name));
-    return found == index_.end() ? nullptr : found->second->get();
+    return found == index_.end() ? kernels_.end() : found->second;
+}
+
+HKPKernel* HKPContainer::getKPKernelByName(const std::string& name) const {
+    const auto found = find_(name);
+    return found == kernels_.end() ? nullptr : found->get();
 }
 
 HKPKernel* HKPContainer::append_(std::unique_ptr<HKPKernel> kernel) {
@@ -31,25 +36,22 @@ HKPKernel* HKPContainer::append_(std::unique_ptr<HKPKernel> kernel) {
     return place->get();
 }
 
-std::unique_ptr<HKPKernel> HKPContainer::removeKPKernel(HKPKernel* kernel) {
-    if (kernel == nullptr || kernel->container_ != this) return nullptr;
+std::unique_ptr<HKPKernel> HKPContainer::unlink_(KernelList::const_iterator place) {
+    if (place == kernels_.end()) return nullptr;
     const bool namesAreUnique = indexIsCurrent_ && index_.size() == kernels_.size();
-    KernelList::const_iterator place;
-    if (namesAreUnique) {
-        const auto indexed = index_.find(HSTStringUtils::foldCase(kernel->getName()));
-        place = indexed->second;
-        index_.erase(indexed);
-    } else {
-        place = std::find_if(kernels_.begin(), kernels_.end(),
-                             [&](const auto& entry) { return entry.get() == kernel; });
+    if (namesAreUnique)
+        index_.erase(HSTStringUtils::foldCase((*place)->getName()));
+    else
         indexIsCurrent_ = false;
-    }
-    const auto changeable =
-        kernels_.erase(place, place);  // the same place, as an iterator that may change it
-    std::unique_ptr<HKPKernel> removed = std::move(*changeable);
-    kernels_.erase(changeable);
-    removed->container_ = nullptr;
-    return removed;
+    KernelList unlinked;
+    unlinked.splice(unlinked.end(), kernels_, place);
+    unlinked.front()->container_ = nullptr;
+    return std::move(unlinked.front());
+}
+
+std::unique_ptr<HKPKernel> HKPContainer::removeKPKernel(HKPKernel* kernel) {
+    return unlink_(std::find_if(kernels_.begin(), kernels_.end(),
+                                [&](const auto& entry) { return entry.get() == kernel; }));
 }
 
 HKPKernel* HKPContainer::addKPKernel(const std::string& name, const std::string& directory,
@@ -73,7 +75,7 @@ HKPKernel* HKPContainer::addKPKernel(const std::string& name, const std::string&
     added->setIsShimSolnDir(isShimSolnDir);
     added->setIsSwEmuDir(isSwEmuDir);
 
-    std::unique_ptr<HKPKernel> existing = removeKPKernel(getKPKernelByName(name));
+    std::unique_ptr<HKPKernel> existing = unlink_(find_(name));
     if (existing && !replace) {
         existing->setIsPdiDir(isPdiDir || existing->getIsPdiDir());
         existing->setIsShimSolnDir(isShimSolnDir || existing->getIsShimSolnDir());

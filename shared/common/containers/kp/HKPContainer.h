@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -52,17 +53,21 @@ public:
                            bool isHlsDir, bool isPdiDir, bool isShimSolnDir, bool isDebug, bool isRtlKernel,
                            bool isSwEmuDir, bool replace);
 
-    /// Takes this very entry off the list and hands it to the caller; none when the list lacks it.
+    /// Takes this very entry off the list and hands it to the caller; none when the list lacks it, which may
+    /// be so because it is no more.
     std::unique_ptr<HKPKernel> removeKPKernel(HKPKernel* kernel);
 
 private:
     friend class HKPKernel;
 
     void kernelWasRenamed_() { indexIsCurrent_ = false; }
+    KernelList::const_iterator find_(const std::string& name) const;
+    std::unique_ptr<HKPKernel> unlink_(KernelList::const_iterator place);
     HKPKernel* append_(std::unique_ptr<HKPKernel> kernel);
     void rebuildIndex_() const;
 
     std::vector<std::string> ipCaches_;
+    std::unordered_set<std::string> ipCacheNames_;  // the same, for finding one of many
     KernelList kernels_;
     bool isIpCacheDir_ = false;
     std::uint32_t versionMajor_ = 0;

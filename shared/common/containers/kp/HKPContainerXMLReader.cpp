@@ -84,6 +84,7 @@ std::vector<HKPKernel::SupportedFlowType> HKPContainerXMLReader::parseSupportedF
 }
 
 void HKPContainerXMLReader::parseKPIpCaches_(const KPContainer::IpCaches& caches) {
-    for (const KPContainer::Cache& cache : caches.Cache)
+    for (const KPContainer::Cache& cache : caches.Cache) {
+        HUTInterrupt::check();
         container_.addIpCacheIfUnique(HI18N::convert(cache.CacheDir.get()));
 }
