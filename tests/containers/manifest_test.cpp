@@ -129,7 +129,8 @@ TEST_F(Manifest, IsReadLeniently) {
          {{"kp.xml",
            "<Root VersionMajor='9' VersionMinor='3' IpCache='no' Origin='x'>\n<Signature><By/></Signature>\n"
            "<IpCaches><Cache CacheDir='a'/><Cache CacheDir='a'/><Cache/><Cache CacheDir='A'/></IpCaches>"
-           "<Kernels><Kernel Name='K' Hls='yes'><SupportedFlows><SupportedFlow>SYSTEM</SupportedFlow>"
+           "<Kernels><Kernel Name='b'/><Kernel Name='K' "
+           "Hls='yes'><SupportedFlows><SupportedFlow>SYSTEM</SupportedFlow>"
            "</SupportedFlows></Kernel>\n<Kernel Name='b' Debug='true' Pdi='Yes' Color='red'/>\n"
            "<Kernel Name='k' Debug='YES' TopIpDir='t'><SupportedFlows><SupportedFlow>HW_EMU</SupportedFlow>"
            "<SupportedFlow>QUANTUM</SupportedFlow><SupportedFlow> CPU_EMU </SupportedFlow><SupportedFlow/>"
@@ -139,7 +140,11 @@ TEST_F(Manifest, IsReadLeniently) {
           {"b/kernel.xml", kernelXml("debug='yes'")}});
     HKPContainer container;
     container.setSoftwareVersionMajor(5);
-    HKPContainerXMLReader(path_, container).parseKPContainer();
+    Texts described;
+    HKPContainerXMLReader(path_, container).parseKPContainer([&](const std::string& name, auto&) {
+        described.push_back(name);
+    });
+    EXPECT_EQ(described, (Texts{"b", "K", "k"})) << "each once";
     EXPECT_EQ(shown(container), (Texts{"b||||||pdiDir", "k|||t||hw_emu,sw_emu,|debug|debugDir"}));
     EXPECT_EQ(container.getVersionMajor() * 10 + container.getVersionMinor(), 93U);
     EXPECT_EQ(container.getSoftwareVersionMajor(), 0U);

@@ -7,6 +7,8 @@
 #include "platform/base/HUTInterrupt.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
+#include <unordered_map>
+
 namespace {
 
 using KPContainer::isYes;
@@ -15,6 +17,12 @@ using KPContainer::isYes;
 std::uint32_t presentOrZero(const KPContainer::Number& number) {
     return number.isPresent() ? number.get() : 0;
 }
+
+/// What the container keeps of a kernel's description.
+struct Described {
+    bool isDebug;
+    bool isRtl;
+};
 
 std::string manifestOf(const std::string& path) {
     ArchiveSnapshot::open(path);  // tells what is wrong with an archive that the source could only not open
@@ -55,18 +63,26 @@ void HKPContainerXMLReader::parseRoot_(const KPContainer::Root& root, const OnDe
 
 void HKPContainerXMLReader::parseKPKernels_(const KPContainer::Kernels& kernels,
                                             const OnDescription& onDescription) {
+    std::unordered_map<std::string, Described> described;
+    const auto describe = [&](const std::string& name) {
+        const auto known = described.find(name);
+        if (known != described.end()) return known->second;
+        HCOContainerKernelXMLReader description(path_, name);
+        const Described read{description.getDebug(), description.isRtl()};
+        onDescription(name, description);
+        return described.emplace(name, read).first->second;
+    };
     for (const KPContainer::Kernel& kernel : kernels.Kernel) {
         HUTInterrupt::check();
         const std::string name = HI18N::convert(kernel.Name.get());
         std::vector<HKPKernel::SupportedFlowType> flows;
         if (kernel.SupportedFlows) flows = parseSupportedFlows_(*kernel.SupportedFlows);
-        HCOContainerKernelXMLReader description(path_, name);
+        const Described description = describe(name);
         container_.addKPKernel(name, HI18N::convert(kernel.Dir.get()), HI18N::convert(kernel.IP.get()),
                                HI18N::convert(kernel.TopIpDir.get()), HI18N::convert(kernel.ProjectID.get()),
                                flows, isYes(kernel.Debug), isYes(kernel.Hls), isYes(kernel.Pdi),
-                               isYes(kernel.ShimSoln), description.getDebug(), description.isRtl(),
+                               isYes(kernel.ShimSoln), description.isDebug, description.isRtl,
                                isYes(kernel.SwEmu), true);
-        onDescription(name, description);
     }
 }
 
@@ -87,4 +103,5 @@ void HKPContainerXMLReader::parseKPIpCaches_(const KPContainer::IpCaches& caches
     for (const KPContainer::Cache& cache : caches.Cache) {
         HUTInterrupt::check();
         container_.addIpCacheIfUnique(HI18N::convert(cache.CacheDir.get()));
+    }
 }

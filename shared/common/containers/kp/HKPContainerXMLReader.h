@@ -26,7 +26,8 @@ public:
 
     using OnDescription =
         std::function<void(const std::string& kernelName, HCOContainerKernelXMLReader& description)>;
-    /// Also hands over each kernel's description, which is read in any case, in the manifest's order.
+    /// Also hands over each description, which is read in any case: once for a name, however many entries
+    /// have it, in the manifest's order.
     void parseKPContainer(const OnDescription& onDescription);
 
     /// The manifest alone, as its document has it. Throws what parseKPContainer throws, but looks at no
