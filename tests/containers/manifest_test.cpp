@@ -160,6 +160,17 @@ TEST_F(Manifest, IsReadLeniently) {
                      at + ":4: attribute 'Color' of element 'Kernel" + known, flow, flow}));
 }
 
+TEST_F(Manifest, MayBeAFileOfItsOwnWithoutKernels) {
+    path_ =
+        directory_.file("kp.xml",
+                        "<Root VersionMajor='7' VersionMinor='0'><IpCaches><Cache CacheDir='c'/></IpCaches>"
+                        "<Kernels/></Root>");
+    HKPContainer container;
+    HKPContainerXMLReader(path_, container).parseKPContainer();
+    EXPECT_EQ(container.getVersionMajor(), 7U);
+    EXPECT_FALSE(container.addIpCacheIfUnique("c"));
+}
+
 TEST_F(Manifest, WhatCannotBeReadIsRefused) {
     const std::string root = "<Root VersionMajor='6' VersionMinor='0'>";
     const std::string kernels = root + "<Kernels><Kernel Name='k'/></Kernels></Root>";

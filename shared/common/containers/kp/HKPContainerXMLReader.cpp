@@ -5,8 +5,10 @@
 #include "containers/kp/PackageLayout.h"
 #include "platform/base/HI18N.h"
 #include "platform/base/HUTInterrupt.h"
+#include "platform/files/HUTFile.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
+#include <fstream>
 #include <unordered_map>
 
 namespace {
@@ -24,8 +26,17 @@ struct Described {
     bool isRtl;
 };
 
+bool beginsLikeADocument(const std::string& path) {
+    return HUTFile::isFile(path) && std::ifstream(path, std::ios::binary).peek() == '<';
+}
+
 std::string manifestOf(const std::string& path) {
-    ArchiveSnapshot::open(path);  // tells what is wrong with an archive that the source could only not open
+    try {  // tells what is wrong with an archive that the source could only not open
+        ArchiveSnapshot::open(path);
+    } catch (const HEXAlgException&) {
+        if (beginsLikeADocument(path)) return lmx60::readBytes(path);
+        throw;
+    }
     return readPackageDocument(path, layout::manifest);
 }
 

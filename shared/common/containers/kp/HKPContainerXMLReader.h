@@ -8,7 +8,8 @@
 #include <functional>
 #include <string>
 
-/// Reads the manifest of a package into a container.
+/// Reads the manifest of a package into a container. Its path is that of the package or of a manifest that is
+/// a file of its own; descriptions of kernels are read from packages only.
 class KP_EXPORT HKPContainerXMLReader {
 public:
     /// The container must outlive the reader.
