@@ -18,6 +18,7 @@
 #include <boost/algorithm/string/replace.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 namespace {
 
@@ -241,6 +242,21 @@ TEST_F(ExtractTest, ReadsTheLinesOfAMember) {
     EXPECT_THAT(lines, ElementsAre("before", "one\r", "", "  three", "one"));
     EXPECT_THAT(errors, ElementsAre("before", failed + "Lines" + from, failed + "d/" + from));
 }
+
+#ifndef __SANITIZE_ADDRESS__
+TEST_F(ExtractTest, ALineTooLongForTheMemoryIsToldOnce) {
+    constexpr std::size_t line = 128U << 20;
+    pack(package_, {{"line", std::string(line, 'x')}});
+    const auto readWithLittleMemory = [&] {
+        const rlimit little{line + line / 2, RLIM_INFINITY};
+        setrlimit(RLIMIT_AS, &little);
+        Texts lines, errors;
+        HKPContainerUtils::readFileInKP(package_, "line", lines, errors);
+        std::exit(errors == Texts{"Failed to read file line from " + package_} && lines.empty() ? 0 : 1);
+    };
+    EXPECT_EXIT(readWithLittleMemory(), testing::ExitedWithCode(0), "");
+}
+#endif
 
 TEST_F(ExtractTest, VerificationComparesTheManifestWithTheContents) {
     const auto without = [this](const std::string& folder) {

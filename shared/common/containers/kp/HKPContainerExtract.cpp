@@ -178,7 +178,7 @@ bool HKPContainerUtils::readFileInKP(const std::string& path, const std::string&
         std::vector<std::string> read = linesOf(path, file);
         std::move(read.begin(), read.end(), std::back_inserter(lines));
         return true;
-    } catch (const std::ios_base::failure&) {
+    } catch (const std::exception&) {  // also that a line is too long for the memory
         errors.push_back("Failed to read file " + file + " from " + path);
         return false;
     }
