@@ -218,13 +218,17 @@ TEST_F(PackageTest, WhateverFailsChangesNothing) {
 TEST_F(PackageTest, TheFilesOfAnotherKernelAreNotTouched) {
     kernel("k1").add();
     kernel("k3").add();
-    const auto failureWhere = [&](const char* directory, const Addition& addition) {
-        changeManifest(package_,
-                       [&](HKPContainer& all) { all.getKPKernelByName("k1")->setDirectory(directory); });
+    const auto failureWhere = [&](const char* directory, const Addition& addition, const char* ip = "") {
+        changeManifest(package_, [&](HKPContainer& all) {
+            all.getKPKernelByName("k1")->setDirectory(directory);
+            all.getKPKernelByName("k1")->setIpDir(ip);
+        });
         return failureOf([&] { addition.add(); });
     };
     const std::string because = "' cannot be added to KP container '" + package_ + "' because kernel '";
     EXPECT_EQ(failureWhere("K2", kernel("k2")), "Kernel 'k2" + because + "k1' uses its directory.\n");
+    EXPECT_EQ(failureWhere("k1", again(kernel("k3")), "K3/ip/"),
+              "Kernel 'k3" + because + "k1' uses its directory.\n");
     EXPECT_EQ(failureWhere("k3", again(kernel("k1"))), "Kernel 'k1" + because + "k3' uses its directory.\n");
     EXPECT_EQ(failureWhere("..", again(kernel("k1"))),
               "The directory '..' of kernel 'k1' in '" + package_ +

@@ -187,15 +187,16 @@ HKPKernel* Addition::stageWhole() {
                                   !request_.swEmuFiles.empty(), true);
 }
 
-/// Another kernel's files may lie in a folder too, by its directory or, for its description, by its name:
-/// they must not be touched.
+/// Another kernel's files may lie in a folder too, by its directory, its IP or, for its description, its
+/// name: they must not be touched.
 void Addition::requireOwnFolder(const std::string& folder) const {
     const HKPKernel* own = container_.getKPKernelByName(request_.kernelName);
     const auto [first, last] = container_.getKPKernelRange();
     for (auto entry = first; entry != last; ++entry) {
         const HKPKernel& other = **entry;
-        const bool usesFolder = HSTStringUtils::equalsIgnoreCase(other.getDirectory(), folder) ||
-                                HSTStringUtils::equalsIgnoreCase(other.getName(), folder);
+        const bool usesFolder = isSameOrBelow(withoutSlash(other.getDirectory()), folder) ||
+                                isSameOrBelow(withoutSlash(other.getIpDir()), folder) ||
+                                isSameOrBelow(other.getName(), folder);
         if (&other != own && usesFolder)
             throw HEXAlgException("Kernel '" + request_.kernelName + "' cannot be added to KP container '" +
                                   request_.package + "' because kernel '" + other.getName() +
