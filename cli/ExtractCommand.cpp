@@ -2,13 +2,19 @@
 #include "cli/Kernels.h"
 #include "cli/Output.h"
 #include "containers/explorer/ExplorerIface.h"
+#include "containers/explorer/KernelLayout.h"
 #include "containers/kp/HKPContainerUtils.h"
 #include "platform/base/Exceptions.h"
+#include "platform/base/HUTInterrupt.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/params/HPAParamMgr.h"
+#include "platform/zip/ArchiveSnapshot.h"
 
 #include <algorithm>
+#include <array>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -29,6 +35,34 @@ struct Options {
     bool checkVersion = false, force = false, json = false;
 };
 
+[[noreturn]] void refuse(const std::string& path, const std::string& reason) {
+    throw HEXAlgException("'" + path + "' exists already" + reason + "; --force replaces its files");
+}
+
+bool isCopy(const std::string& path, const ArchiveSnapshot& archive, const ArchiveEntry& entry) {
+    if (!HUTFile::isFile(path) || std::filesystem::file_size(path) != entry.size) return false;
+    std::ifstream file(path, std::ios::binary);
+    const auto member = archive.stream(entry);
+    std::array<char, 65536> expected{}, found{};
+    while (const std::size_t size = member->read(expected.data(), expected.size())) {
+        file.read(found.data(), static_cast<std::streamsize>(size));
+        if (!file || !std::equal(found.data(), found.data() + size, expected.data())) return false;
+    }
+    return true;
+}
+
+/// The repository comes with each kernel: what another one brought of it is no obstacle while it is the same.
+void requireSameRepository(const Options& options) {
+    const auto archive = ArchiveSnapshot::open(options.package);
+    for (const std::uint32_t position : archive->positionsInFolder(layout::ipRepo)) {
+        HUTInterrupt::check();
+        const ArchiveEntry& entry = archive->entries()[position];
+        const std::string path = HUTPathUtils::join(options.directory, entry.name);
+        if (!entry.isDirectory() && HUTFile::exists(path) && !isCopy(path, *archive, entry))
+            refuse(path, " and is not what the package holds");
+    }
+}
+
 std::vector<std::string> namesToExtract(const Options& options) {
     HKPContainer container;
     HKPContainerUtils::requireKPContainer_(options.package);
@@ -36,10 +70,10 @@ std::vector<std::string> namesToExtract(const Options& options) {
     std::vector<std::string> names;
     for (const HKPKernel* kernel : chosenKernels(container, options.package, options.kernel)) {
         const std::string root = HUTPathUtils::join(options.directory, kernel->getDirectory());
-        if (!options.force && HUTFile::exists(root))
-            throw HEXAlgException("'" + root + "' exists already; --force replaces its files");
+        if (!options.force && HUTFile::exists(root)) refuse(root, "");
         names.push_back(kernel->getName());
     }
+    if (!options.force && container.getVersionMajor() >= 3) requireSameRepository(options);
     return names;
 }
 

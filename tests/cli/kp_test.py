@@ -83,6 +83,13 @@ class KpTest(KpCase):
                     "kp: error: 'out/deep/vadd' exists already; --force replaces its files\n")
         self.expect_json(["extract", "p.kp", "big", "-d", "out/deep"],
                          {"kernels": [{"name": "big", "root": "out/deep/big", "ipDir": "out/deep/ip_repo"}]})
+        shared = Path("out/deep/ip_repo/example_kernels_vadd_1_0/component.xml")
+        packed = shared.read_bytes()
+        for other in packed + b" ", packed[:-1] + b" ":
+            shared.write_bytes(other)
+            self.expect(["extract", "p.kp", "big", "-d", "out/deep"], 3, "", f"kp: error: '{shared}' exists already "
+                        "and is not what the package holds; --force replaces its files\n")
+        shared.write_bytes(packed)
         self.assertEqual("mine", Path("out/deep/vadd/kernel.xml").read_text())
         self.expect(["extract", "p.kp", "-d", "out/deep", "--force"], 0, "out/deep/vadd\nout/deep/big\n")
         subprocess.run(["unzip", "-q", "p.kp", "-x", "kp.xml", "-d", "by_unzip"], check=True)
