@@ -262,10 +262,17 @@ TEST_F(ExtractTest, VerificationComparesTheManifestWithTheContents) {
     const auto without = [this](const std::string& folder) {
         return [=, this] { HUTZip::deleteFolderFromZip(package_, folder); };
     };
-    const auto described = [this](const std::string& text) {
+    const auto holding = [this](const std::string& member, const std::string& text) {
         return [=, this] {
-            ArchiveEdit::run(package_, [&](ArchiveEdit& edit) { edit.addBytes("k1/kernel.xml", text); });
+            ArchiveEdit::run(package_, [&](ArchiveEdit& edit) { edit.addBytes(member, text); });
         };
+    };
+    const auto hidden = [&] {
+        std::string manifest = ArchiveSnapshot::open(package_)->read("kp.xml");
+        const std::size_t first = manifest.find("<Kernel "), end = manifest.find("</Kernels>");
+        std::string kernel = manifest.substr(first, end - first);
+        boost::replace_first(kernel, "\"k1\"", "\"K1\"");
+        holding("kp.xml", manifest.insert(first, kernel))();
     };
     const auto missing = [](const std::string& code, const std::string& what, const std::string& member) {
         return "missing-" + code + " [" + member + "] " + what + " '" + member + "' is not in the package";
@@ -292,9 +299,19 @@ TEST_F(ExtractTest, VerificationComparesTheManifestWithTheContents) {
          {missing("kernel-xml", its + "description", "k1/kernel.xml")}},
         {[&] { HUTZip::deleteFilesFromZip(package_, {"kp.xml"}); },
          {"manifest [kp.xml] 'kp.xml' of the archive '" + package_ + "' is not open: there is no such file"}},
-        {described(kernelXml("name='k9'")), {misnamed + "k1': 'k1/kernel.xml' names the kernel 'k9'"}},
-        {described("<root versionMajor='1' versionMinor='10'>\n</rot>"),
-         {"kernel-xml [k1/kernel.xml] [17-132] " + package_ + ":2: mismatched tag"}},
+        {hidden,
+         {"duplicate-kernel [kp.xml] Kernel 'K1': a later one has its name, in any case of letters",
+          misnamed + "K1': 'k1/kernel.xml' names the kernel 'k1'",
+          missing("kernel-xml", "Kernel 'K1': its description", "K1/kernel.xml")}},
+        {holding("k1/cpu_sources/kernel.xml", ""), {}},
+        {holding("k9/kernel.xml", ""),
+         {"unclaimed-kernel [k9/kernel.xml] The folder 'k9' has a description, but the manifest has no such "
+          "kernel"}},
+        {holding("k1/kernel.xml", kernelXml("name='k9'")),
+         {misnamed + "k1': 'k1/kernel.xml' names the kernel 'k9'"}},
+        {holding("k1/kernel.xml", "<root versionMajor='1' versionMinor='10'>\n</rot>"),
+         {"kernel-xml [k1/kernel.xml] Kernel 'k1': 'k1/kernel.xml': [17-132] " + package_ +
+          ":2: mismatched tag"}},
         {k1With([](HKPKernel& k1) { k1.setDirectory("../k1"); }),
          {unsafe(its + "directory '../k1'", "'..'")}},
         {k1With([](HKPKernel& k1) { k1.setIpDir("k1\\ip"); }),

@@ -3,9 +3,13 @@
 #include "containers/kernel/HCOContainerKernelXMLReader.h"
 #include "containers/kp/PackageLayout.h"
 #include "platform/base/HI18N.h"
+#include "platform/base/HSTStringUtils.h"
+#include "platform/base/HUTInterrupt.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/zip/ExtractionPlan.h"
 
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 namespace {
@@ -35,7 +39,10 @@ public:
 
     std::vector<PackageFinding> run() {
         for (const KPContainer::Kernel& kernel : manifest_.Kernels.Kernel)
+            lastOfName_[foldedName(kernel)] = &kernel;
+        for (const KPContainer::Kernel& kernel : manifest_.Kernels.Kernel)
             checkKernel(kernel);
+        checkUnclaimed();
         if (manifest_.IpCaches)
             for (const KPContainer::Cache& cache : manifest_.IpCaches->Cache)
                 checkIpCache(HI18N::convert(cache.CacheDir.get()));
@@ -43,6 +50,12 @@ public:
     }
 
 private:
+    /// The name that a description has, or why it cannot be read.
+    struct Description {
+        std::string name;
+        std::string error;
+    };
+
     void report(const char* code, const std::string& member, const std::string& text) {
         findings_.push_back({code, member, text});
     }
@@ -63,11 +76,20 @@ private:
         return isThere;
     }
 
+    static std::string foldedName(const KPContainer::Kernel& kernel) {
+        return HSTStringUtils::foldCase(HI18N::convert(kernel.Name.get()));
+    }
+
     void checkKernel(const KPContainer::Kernel& kernel) {
+        HUTInterrupt::check();
         const std::string name = HI18N::convert(kernel.Name.get());
         const std::string directory = HI18N::convert(kernel.Dir.get());
         const std::string ip = HI18N::convert(kernel.IP.get());
         const std::string owner = "Kernel '" + name + "': its ";
+        claimed_.insert({name, directory});
+        if (lastOfName_.at(foldedName(kernel)) != &kernel)
+            report("duplicate-kernel", layout::manifest,
+                   "Kernel '" + name + "': a later one has its name, in any case of letters");
         if (isPath(owner + "directory", directory) &&
             isThere("missing-directory", owner + "directory", directory)) {
             checkDescription(name, directory);
@@ -84,14 +106,31 @@ private:
         if (archive_.positionsNamed(member).empty())
             return report("missing-kernel-xml", member,
                           "Kernel '" + name + "': its description '" + member + "' is not in the package");
+        const auto [known, isNew] = descriptions_.try_emplace(directory);
+        if (isNew) known->second = read(directory);
+        const auto& [described, error] = known->second;
+        if (!error.empty())
+            report("kernel-xml", member, "Kernel '" + name + "': '" + member + "': " + error);
+        else if (described != name)
+            report("kernel-name", member,
+                   "Kernel '" + name + "': '" + member + "' names the kernel '" + described + "'");
+    }
+
+    Description read(const std::string& directory) const {
         try {
-            HCOContainerKernelXMLReader description(archive_.path(), directory);
-            const std::string described = description.getKernelDef().name;
-            if (described != name)
-                report("kernel-name", member,
-                       "Kernel '" + name + "': '" + member + "' names the kernel '" + described + "'");
+            return {HCOContainerKernelXMLReader(archive_.path(), directory).getKernelDef().name, {}};
         } catch (const std::exception& unreadable) {
-            report("kernel-xml", member, unreadable.what());
+            return {{}, unreadable.what()};
+        }
+    }
+
+    /// Deeper descriptions are part of an IP or of sources.
+    void checkUnclaimed() {
+        for (const ArchiveEntry* entry : archive_.filesWithLastComponent(layout::kernelXml)) {
+            const std::string folder = HUTPathUtils::parent(entry->name);
+            if (layout::unfitForKernelFolder(folder).empty() && !claimed_.contains(folder))
+                report("unclaimed-kernel", std::string(entry->name),
+                       "The folder '" + folder + "' has a description, but the manifest has no such kernel");
         }
     }
 
@@ -119,6 +158,9 @@ private:
 
     const KPContainer::Root& manifest_;
     const ArchiveSnapshot& archive_;
+    std::unordered_map<std::string, const KPContainer::Kernel*> lastOfName_;  // by the name in lower case
+    std::unordered_map<std::string, Description> descriptions_;               // by directory
+    std::unordered_set<std::string> claimed_;  // names and directories of the manifest
     std::vector<PackageFinding> findings_;
 };
 
