@@ -15,7 +15,7 @@ constexpr CatalogEntry catalog[] = {
     {"@17-1313@%d%s", Warning, "Unknown flow number %1 is left out of the manifest of '%2'"},
     {"@17-1314@%s%s%d", Warning, "%2:%3: %1; it is ignored"},
     {"@17-1376@%s", Error, "Failed to write '%1'"},
-    {"@17-1377@%s%s", Error, "Failed to write XML: %1: %2"},
+    {"@17-1377@%s%s", Warning, "Failed to write XML: %1: %2"},
     {"@17-1396@%s", Warning, "The integrity of the package '%1' could not be verified"},
     {"@17-1406@%s", Warning, "The IP directory '%1' holds no files; no IP is packaged"},
     {"@17-1525@", Warning, "The package already holds an IP of the same identifier; that IP is replaced"},

@@ -180,11 +180,13 @@ HKPKernel* Addition::stageWhole() {
     } else if (!request_.ipDir.empty()) {
         ComMsgMgr::post("@17-1406@%s", {request_.ipDir});
     }
-    return container_.addKPKernel(request_.kernelName, folder_, ipFolder, request_.topIpDir,
-                                  request_.projectID, flows(hasIp), debugCopied, hlsCopied,
-                                  !request_.pdiFiles.empty(), !request_.shimSolnFile.empty(),
-                                  kfab::kernel::isDebugKernel(kernel), kfab::kernel::isRtlKernel(kernel),
-                                  !request_.swEmuFiles.empty(), true);
+    HKPKernel* const added = container_.addKPKernel(
+        request_.kernelName, folder_, ipFolder, request_.topIpDir, request_.projectID, flows(hasIp),
+        debugCopied, hlsCopied, !request_.pdiFiles.empty(), !request_.shimSolnFile.empty(), false, false,
+        !request_.swEmuFiles.empty(), true);
+    added->setIsDebug(kfab::kernel::isDebugKernel(kernel));  // no manifest holds these two; a plan does
+    added->setIsRtlKernel(kfab::kernel::isRtlKernel(kernel));
+    return added;
 }
 
 /// Another kernel's files may lie in a folder too, by its directory, its IP or, for its description, its
