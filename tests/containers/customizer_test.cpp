@@ -12,7 +12,6 @@
 #include <functional>
 #include <tuple>
 
-#include <boost/algorithm/string/join.hpp>
 #include <boost/algorithm/string/replace.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,7 +19,6 @@
 namespace {
 
 using kfab::kernel::Customizer;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -32,6 +30,18 @@ public:
         : Customizer(package, kernel) {
         setWorkingDirPath_(directory);
     }
+};
+
+/// Customizes what was extracted before, if anything was.
+class Extracted : public FixedDirectory {
+public:
+    using FixedDirectory::FixedDirectory;
+    bool extract() override {
+        setExplorer_(explorer);
+        return true;
+    }
+
+    std::shared_ptr<kfab::kernel::ExplorerIface> explorer;
 };
 
 /// Keeps the scripts and fails the one that is told to fail.
@@ -95,63 +105,67 @@ TEST_F(CustomizerTest, WithoutChangesOnlyTheNameIsNew) {
     EXPECT_FALSE(HUTFile::exists(work_));
 }
 
-// W stands for the working directory.
-const std::string boardScripts = R"(create_project -in_memory open_rtl_kernel_target_board W
+/// W stands for the working directory. One item for each evaluation.
+using Scripts = std::vector<std::string>;
 
-set_property ip_repo_paths W/ip_repo [current_project]
-update_ip_catalog
-set_msg_config -id {[Board 49-26]} -suppress -quiet
-set board_short_name [get_property board_name [get_boards v:b1:p0:1.2]]
-set board_file_version [get_property file_version [get_boards v:b1:p0:1.2]]
-set board_part [get_board_parts -filter "board_name==$board_short_name && board_part_file_version==$board_file_version"]
-set part_name [get_property part_name $board_part]
+Scripts boardScripts(const std::string& findBoard) {
+    return {"create_project -in_memory open_rtl_kernel_target_board W\n",
+            "set_property ip_repo_paths W/ip_repo [current_project]\nupdate_ip_catalog",
+            "set_msg_config -id {[Board 49-26]} -suppress -quiet\n" + findBoard,
+            R"(set part_name [get_property part_name $board_part]
 set family_name [get_property family [get_parts $part_name]]
 set label_name [get_property speed_label [get_parts $part_name]]
 ipx::open_core W/ip_repo/v_l_k1_1_0/component.xml
 set original_value [get_property supported_families [ipx::current_core]]
-set_property supported_families "$original_value $family_name\{$part_name\} $label_name" [ipx::current_core]
-ipx::save_core [ipx::current_core]
-close_project
-)";
-const std::string parameterScripts = R"(create_project -in_memory open_rtl_kernel_target_part W
-
-set_property ip_repo_paths W/ip_repo [current_project]
-update_ip_catalog
-set supported_parts [get_property supported_parts [get_ipdefs v:l:k1:1.0]]
-set target_part [lindex $supported_parts 0]
-
-close_project
-if { $target_part ne ""} {
-  create_project open_rtl_kernel W -part $target_part
-} else {
-  create_project open_rtl_kernel W
+set_property supported_families "$original_value $family_name\{$part_name\} $label_name" [ipx::current_core])",
+            "ipx::save_core [ipx::current_core]",
+            "close_project"};
 }
 
-set_property ip_repo_paths W/ip_repo [current_project]
-update_ip_catalog
-create_bd_design "design_1"
-set bd_cell [create_bd_cell -type ip -vlnv v:l:k1:1.0 n1]
-set_property CONFIG.DEPTH {a "b" {c d}} $bd_cell
-
-save_bd_design
-)";
+const Scripts shortBoard = boardScripts(R"(set board_short_name b1
+set board_part [get_board_parts -filter "board_name==$board_short_name" -latest_file_version])");
+const Scripts qualifiedBoard =
+    boardScripts(R"(set board_short_name [get_property board_name [get_boards v:b1:p0:1.2]]
+set board_file_version [get_property file_version [get_boards v:b1:p0:1.2]]
+set board_part [get_board_parts -filter "board_name==$board_short_name && board_part_file_version==$board_file_version"])");
+const Scripts parameter = {
+    "create_project -in_memory open_rtl_kernel_target_part W\n",
+    "set_property ip_repo_paths W/ip_repo [current_project]\nupdate_ip_catalog",
+    "set supported_parts [get_property supported_parts [get_ipdefs v:l:k1:1.0]]\n"
+    "set target_part [lindex $supported_parts 0]\n",
+    "close_project",
+    "if { $target_part ne \"\"} {\n  create_project open_rtl_kernel W -part $target_part\n} else {\n"
+    "  create_project open_rtl_kernel W\n}\n",
+    "set_property ip_repo_paths W/ip_repo [current_project]",
+    "update_ip_catalog",
+    "create_bd_design \"design_1\"",
+    "set bd_cell [create_bd_cell -type ip -vlnv v:l:k1:1.0 n1]\n"
+    "set_property CONFIG.DEPTH {a \"b\" {c d}} $bd_cell\n",
+    "save_bd_design"};
 
 TEST_F(CustomizerTest, EvaluatesTheScriptsOfTheBoardAndThenOfTheParameters) {
     host_->save = [&] { directory_.file(instance_, "customized"); };
-    FixedDirectory both = customizer();
-    both.withTargetBoard("v:b1:p0:1.2").withParams({{"DEPTH", "a \"b\" {c d}"}});
-    EXPECT_TRUE(both.execute()) << both.getErrorMessage();
-    EXPECT_EQ(ArchiveSnapshot::open(output_)->read("n1/ip.qmr"), "customized");
-    std::string expected = boardScripts + parameterScripts;
-    boost::algorithm::replace_all(expected, "W", work_);
-    EXPECT_EQ(boost::algorithm::join(host_->scripts, "\n") + "\n", expected);
-
-    std::filesystem::remove(output_);
-    FixedDirectory board = customizer();
-    EXPECT_TRUE(board.withTargetBoard("b1").execute()) << board.getErrorMessage();
-    EXPECT_THAT(host_->scripts, Contains("set_msg_config -id {[Board 49-26]} -suppress -quiet\n"
-                                         "set board_short_name b1\nset board_part [get_board_parts -filter "
-                                         "\"board_name==$board_short_name\" -latest_file_version]"));
+    const Customizer::Params depth = {{"DEPTH", "a \"b\" {c d}"}};
+    const std::tuple<std::string, Customizer::Params, std::vector<Scripts>> cases[] = {
+        {"", {}, {}},
+        {"b1", {}, {shortBoard}},
+        {"v:b1:p0:1.2", {}, {qualifiedBoard}},
+        {"", depth, {parameter}},
+        {"v:b1:p0:1.2", depth, {qualifiedBoard, parameter}}};
+    for (const auto& [board, params, steps] : cases) {
+        Scripts expected;
+        for (const Scripts& step : steps)
+            expected.insert(expected.end(), step.begin(), step.end());
+        for (std::string& script : expected)
+            boost::algorithm::replace_all(script, "W", work_);
+        host_->scripts.clear();
+        FixedDirectory made = customizer();
+        EXPECT_TRUE(made.withTargetBoard(board).withParams(params).execute()) << made.getErrorMessage();
+        EXPECT_EQ(host_->scripts, expected);
+        EXPECT_EQ(ArchiveSnapshot::open(output_)->read("n1/ip.qmr"),
+                  params.empty() ? "bytes of custom.qmr" : "customized");
+        std::filesystem::remove(output_);
+    }
 }
 
 TEST_F(CustomizerTest, FailuresHaveTheirTextsAndLeaveNothing) {
@@ -194,6 +208,16 @@ TEST_F(CustomizerTest, ChecksPreconditionsInOrder) {
         FixedDirectory customizer(package, kernel, work_);
         EXPECT_EQ(errorOf(customizer), error);
     }
+    FixedDirectory longName(directory_ / std::string(5000, 'k'), "k1", work_);
+    EXPECT_EQ(errorOf(longName), "KP file not found.");
+    const std::string longWork = directory_ / std::string(5000, 'w');
+    FixedDirectory nowhere(package_, "k1", longWork);
+    EXPECT_EQ(errorOf(nowhere), "") << "no directory could be made";
+    Extracted extracted(package_, "k1", work_);
+    EXPECT_EQ(errorOf(extracted.withOutputFilePath(output_)), "The extracted kernel has no explorer.");
+    extracted.explorer = HKPContainerUtils::extractKernelFromKPContainer(package_, "k1", work_, false);
+    EXPECT_TRUE(extracted.withNewKernelName("n1").execute()) << extracted.getErrorMessage();
+    EXPECT_TRUE(PackageVerification::of(output_).isClean());
     Customizer base(package_, "k1");
     EXPECT_NE(base.getWorkingDirPath(), base.getWorkingDirPath()) << "a new one each time";
     EXPECT_THAT(base.getWorkingDirPath(), HasSubstr("/quorix-kfab-"));

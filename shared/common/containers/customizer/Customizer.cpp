@@ -1,7 +1,6 @@
 #include "containers/customizer/Customizer.h"
 
 #include "containers/kp/HKPContainerUtils.h"
-#include "platform/files/HUTFile.h"
 #include "platform/params/HPAParamMgr.h"
 #include "platform/params/HUTEnv.h"
 
@@ -99,14 +98,14 @@ bool Customizer::fail_(const std::string& message) {
 bool Customizer::checkPreconditions() {
     if (kernelName_.empty()) return fail_("Missing kernel name.");
     if (getObjectFilePath().empty()) return fail_("Missing KP file path.");
-    if (!HUTFile::exists(getObjectFilePath())) return fail_("KP file not found.");
-    return true;
+    boost::system::error_code ignored;
+    return fs::exists(getObjectFilePath(), ignored) || fail_("KP file not found.");
 }
 
 bool Customizer::extract() {
     const std::string workingDir = getWorkingDirPath();
     boost::system::error_code error;
-    if (!HUTFile::exists(workingDir) && !fs::create_directories(workingDir, error)) return false;
+    if (!fs::exists(workingDir, error) && !fs::create_directories(workingDir, error)) return false;
     try {
         explorer_ = HKPContainerUtils::extractKernelFromKPContainer(
             getObjectFilePath(), kernelName_, workingDir,
@@ -119,9 +118,11 @@ bool Customizer::extract() {
 }
 
 bool Customizer::setExtractedPaths() {
+    if (!explorer_) return fail_("The extracted kernel has no explorer.");
     extractedKernelRoot_ = explorer_->getKernelDefRoot(kernelName_);
     const std::string kernelXml = (fs::path(extractedKernelRoot_) / "kernel.xml").string();
-    if (!HUTFile::isFile(kernelXml)) return fail_("File not found. Path: " + kernelXml);
+    boost::system::error_code ignored;
+    if (!fs::is_regular_file(kernelXml, ignored)) return fail_("File not found. Path: " + kernelXml);
     extractedIPDefinitionRoot_ = explorer_->getIPDefinitionRoot(kernelName_);
     extractedCpuSourcesRoot_ = explorer_->getCpuSourcesRoot(kernelName_);
     extractedDebugRoot_ = explorer_->getDebugRoot(kernelName_);

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 namespace kfab::kernel {
 
@@ -82,6 +83,8 @@ public:
 protected:
     /// For derived classes that keep one directory; it is removed after execute() and at destruction.
     void setWorkingDirPath_(const std::string& path) { workingDirPath_ = path; }
+    /// For derived classes that replace extract(): what setExtractedPaths() asks.
+    void setExplorer_(std::shared_ptr<ExplorerIface> explorer) { explorer_ = std::move(explorer); }
 
 private:
     bool fail_(const std::string& message);

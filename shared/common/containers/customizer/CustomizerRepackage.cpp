@@ -28,20 +28,12 @@ std::vector<std::string> filesIn(const std::string& directory) {
     return {files.begin(), files.end()};
 }
 
-/// What the manifest of the input knows of the project that made a kernel.
-std::string projectOf(const std::string& package, const std::string& kernelName) {
-    HKPContainer container;
-    HKPContainerUtils::parseKPContainerIntoObject_(package, container);
-    const HKPKernel* kernel = container.getKPKernelByName(kernelName);
-    return kernel == nullptr ? std::string() : kernel->getProjectID();
-}
-
 }  // namespace
 
 bool Customizer::repackage() {
     const std::string kernelXml = inDirectory(getExtractedKernelRoot(), layout::kernelXml);
-    if (!HUTFile::isFile(kernelXml)) return fail_("File not found. Path: " + kernelXml);
     try {
+        if (!HUTFile::isFile(kernelXml)) return fail_("File not found. Path: " + kernelXml);
         renameKernel_(kernelXml);
         const std::string instanceFile = instanceFile_();
         if (!instanceFile.empty() && !HUTFile::exists(instanceFile))
@@ -49,11 +41,10 @@ bool Customizer::repackage() {
         if (!HUTFile::exists(getExtractedKernelIPRoot()))
             return fail_("File not found. Path: " + getExtractedKernelIPRoot());
         addToOutput_(kernelXml, instanceFile);
+        return HUTFile::exists(outputFilePath_) || fail_("Failed to create KP file.");
     } catch (const std::exception& failure) {
         return fail_(std::string("Failed to create KP file. Exception: ") + failure.what());
     }
-    if (!HUTFile::exists(outputFilePath_)) return fail_("Failed to create KP file.");
-    return true;
 }
 
 /// Gives the description the new name; the unchanged one stays beside it.
@@ -82,14 +73,18 @@ void Customizer::addToOutput_(const std::string& kernelXml, const std::string& i
     const auto companions = [&](const char* folder) {
         return filesIn(inDirectory(getExtractedKernelRoot(), folder));
     };
+    HKPContainer input;
+    HKPContainerUtils::parseKPContainerIntoObject_(getObjectFilePath(), input);
+    const HKPKernel* known = input.getKPKernelByName(kernelName_);
+    const HKPKernel unknown;
+    const HKPKernel& entry = known == nullptr ? unknown : *known;
     const std::vector<std::string> shimSoln = companions(layout::shimSoln);
     HKPContainerUtils::addKernelToKPContainer(
         outputFilePath_, newKernelName_, kernelXml, getExtractedKernelIPRoot(),
         companions(layout::cpuSources), companions(layout::pdi), companions(layout::swEmu),
         shimSoln.empty() ? std::string() : shimSoln.front(),
-        /*designXmlPath=*/{}, instanceFile, projectOf(getObjectFilePath(), kernelName_),
-        explorer_->getHierTopIPPath(kernelName_), getExtractedDebugRoot(), getExtractedHlsRoot(), true, true,
-        false, checkVersion);
+        /*designXmlPath=*/{}, instanceFile, entry.getProjectID(), entry.getTopIpDir(),
+        getExtractedDebugRoot(), getExtractedHlsRoot(), true, true, false, checkVersion);
 }
 
 }  // namespace kfab::kernel

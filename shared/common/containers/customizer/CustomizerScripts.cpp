@@ -81,10 +81,10 @@ std::string createBlockDesignProject(const std::string& workingDir) {
 bool Customizer::addTargetBoard() {
     const std::string workingDir = getWorkingDirPath();
     const std::string kernelIp = getExtractedKernelIPRoot();
-    if (!HUTFile::isDir(kernelIp)) return fail_("File not found. Path: " + kernelIp);
     const std::string repository = getExtractedIPDefinitionRoot();
     const std::string componentXml = (boost::filesystem::path(kernelIp) / "component.xml").string();
     try {
+        if (!HUTFile::isDir(kernelIp)) return fail_("File not found. Path: " + kernelIp);
         requireBareWord("working directory", workingDir);
         requireBareWord("IP repository", repository);
         requireBareWord("IP description", componentXml);
