@@ -50,6 +50,19 @@ auto require(std::string_view call, const std::string& path, SystemCall systemCa
     return result;
 }
 
+/// Reads, with what reads after the bytes that are there already, until there are `size` bytes or no more
+/// come.
+template <class ReadAfter>
+std::size_t fill(const FileDescriptor& file, std::size_t size, ReadAfter readAfter) {
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t got = require("read", file.path(), [&] { return readAfter(done); });
+        if (got == 0) break;
+        done += static_cast<std::size_t>(got);
+    }
+    return done;
+}
+
 int openNumber(const std::string& path, int flags, mode_t mode) {
     return attempt("open", path, [&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); });
 }
@@ -130,16 +143,15 @@ FileDescriptor createIfAbsent(const std::string& path, int flags, mode_t mode) {
 }
 
 std::size_t readAt(const FileDescriptor& file, std::uint64_t offset, void* buffer, std::size_t size) {
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t got = require("read", file.path(), [&] {
-            return ::pread(file.number(), static_cast<char*>(buffer) + done, size - done,
-                           static_cast<off_t>(offset + done));
-        });
-        if (got == 0) break;
-        done += static_cast<std::size_t>(got);
-    }
-    return done;
+    return fill(file, size, [&](std::size_t done) {
+        return ::pread(file.number(), static_cast<char*>(buffer) + done, size - done,
+                       static_cast<off_t>(offset + done));
+    });
+}
+
+std::size_t read(const FileDescriptor& file, char* buffer, std::size_t size) {
+    return fill(file, size,
+                [&](std::size_t done) { return ::read(file.number(), buffer + done, size - done); });
 }
 
 void writeAt(const FileDescriptor& file, std::uint64_t offset, std::string_view bytes) {

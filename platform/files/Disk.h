@@ -56,6 +56,8 @@ KP_EXPORT FileDescriptor createIfAbsent(const std::string& path, int flags, mode
 /// Reads up to `size` bytes at `offset`; fewer only at the end of the file.
 KP_EXPORT std::size_t readAt(const FileDescriptor& file, std::uint64_t offset, void* buffer,
                              std::size_t size);
+/// Reads on in what need not be seekable; fewer than `size` bytes only at its end.
+KP_EXPORT std::size_t read(const FileDescriptor& file, char* buffer, std::size_t size);
 /// Writes all bytes at `offset`.
 KP_EXPORT void writeAt(const FileDescriptor& file, std::uint64_t offset, std::string_view bytes);
 /// Copies `size` bytes between files, inside the system where it can. Throws when the source ends early.

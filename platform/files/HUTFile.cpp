@@ -73,7 +73,7 @@ std::string HUTFile::readFile(const std::string& path) {
         const auto size = static_cast<std::size_t>(disk::status(file).st_size);
         const std::size_t had = bytes.size();
         bytes.resize(std::max(had, size) + spare);
-        bytes.resize(had + disk::readAt(file, had, bytes.data() + had, bytes.size() - had));
+        bytes.resize(had + disk::read(file, bytes.data() + had, bytes.size() - had));
         if (bytes.size() < std::max(had, size) + spare) return bytes;
     }
 }
