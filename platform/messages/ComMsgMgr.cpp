@@ -10,11 +10,17 @@
 
 namespace {
 
+/// Puts the arguments in place of %1 to %9. A colon and the number after it, as of a line, go where it is 0.
 std::string fillIn(std::string_view sentence, const ComMsgMgr::Arguments& arguments) {
     std::string text;
     for (std::size_t i = 0; i < sentence.size(); ++i) {
         if (sentence[i] == '%' && i + 1 < sentence.size()) {
-            text += arguments.at(static_cast<std::size_t>(sentence[++i] - '1'));
+            const std::string& argument = arguments.at(static_cast<std::size_t>(sentence[++i] - '1'));
+            if (argument == "0" && text.ends_with(':')) {
+                text.pop_back();
+            } else {
+                text += argument;
+            }
         } else {
             text += sentence[i];
         }
