@@ -27,7 +27,7 @@ constexpr CatalogEntry catalog[] = {
      "The kernel '%1' carries an HLS directory, which emulation does not need; emulation uses its sources"},
     {"@17-1864@", Info, "Both replace and update are given: a kernel of the same name is replaced"},
     {"@17-1867@", Warning, "The kernel to update is not in the package; it is added"},
-    {"@17-1868@", Warning, "There is nothing to update with: no device image and no shim solution is given"},
+    {"@17-1868@", Warning, "Neither a device image nor a shim solution is given to update the kernel"},
     {"@17-2001@%s", Warning, "The link '%1' leads back to a directory above it; it is not packaged"},
     {"@17-2002@%s%s", Warning, "The IP cache '%1' is not packaged: another one is named '%2' as well"},
     {"@17-2003@%s%s", Warning, "'%1' is in place and whole, but may not outlast a power failure: %2"},
