@@ -3,7 +3,9 @@
 #include "cli/Output.h"
 #include "cli/Suggestion.h"
 
+#include <algorithm>
 #include <memory>
+#include <span>
 
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -82,9 +84,35 @@ CLI::App& CommandLine::group(const std::string& name) {
     return *group;
 }
 
+bool CommandLine::takesValue(const std::string& name) const {
+    return std::any_of(subcommands_.begin(), subcommands_.end(), [&](const Subcommand& subcommand) {
+        const CLI::Option* option = subcommand.parser.get_option_no_throw(name);
+        return option != nullptr && option->get_type_size() > 0;
+    });
+}
+
+/// The arguments as the parser takes them, the last one first. It would take what follows "--option=" for the
+/// value, so that an empty value becomes an argument of its own.
+std::vector<std::string> CommandLine::argumentsFor(int argc, const char* const* argv) const {
+    std::vector<std::string> arguments;
+    bool areOptionsOver = false;
+    for (std::string argument : std::span(argv, static_cast<std::size_t>(argc)).subspan(1)) {
+        areOptionsOver = areOptionsOver || argument == "--";
+        const bool mayBeEmpty = !areOptionsOver && argument.starts_with("--") && argument.ends_with('=');
+        if (mayBeEmpty && takesValue(argument.substr(0, argument.size() - 1))) {
+            argument.pop_back();
+            arguments.insert(arguments.end(), {argument, ""});
+        } else {
+            arguments.push_back(argument);
+        }
+    }
+    std::reverse(arguments.begin(), arguments.end());
+    return arguments;
+}
+
 std::variant<Run, ExitStatus> CommandLine::parse(int argc, const char* const* argv) {
     try {
-        app_.parse(argc, argv);
+        app_.parse(argumentsFor(argc, argv));
         return chosen_;
     } catch (const CLI::ParseError& ended) {
         const bool isAnswer = ended.get_exit_code() == 0;  // help, or the version

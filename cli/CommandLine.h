@@ -32,6 +32,8 @@ public:
 private:
     CLI::App& addParser(const Command& command);
     CLI::App& group(const std::string& name);
+    bool takesValue(const std::string& option) const;
+    std::vector<std::string> argumentsFor(int argc, const char* const* argv) const;
 
     CLI::App app_;
     std::map<std::string, CLI::App*> groups_;
