@@ -1,5 +1,7 @@
 #include "cli/Command.h"
+#include "cli/Kernels.h"
 #include "containers/customizer/Customizer.h"
+#include "containers/kp/HKPContainerUtils.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
 #include "platform/tcl/TaskManager.h"
@@ -10,7 +12,9 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/Error.hpp>
@@ -19,6 +23,7 @@
 namespace cli {
 namespace {
 
+using kfab::kernel::Customizer;
 using tkq::tcltasks::dont_record_command;
 using tkq::tcltasks::evaluator_scope;
 using tkq::tcltasks::recorder_scope;
@@ -30,7 +35,7 @@ struct Options {
 };
 
 /// Keeps one working directory for its lifetime, so that all steps meet in it.
-class OneDirectoryCustomizer : public kfab::kernel::Customizer {
+class OneDirectoryCustomizer : public Customizer {
 public:
     OneDirectoryCustomizer(const std::string& package, const std::string& kernel)
         : Customizer(package, kernel) {
@@ -38,30 +43,48 @@ public:
     }
 };
 
-/// Takes "NAME = VALUE" apart; blanks around both do not count.
-void addParam(const std::string& place, const std::string& text, kfab::kernel::Customizer::Params& params) {
+/// Takes "NAME=VALUE" apart; blanks around the name do not count, those of the value do.
+std::pair<std::string, std::string> takeApart(const std::string& place, const std::string& text) {
     const auto equals = text.find('=');
     const std::string name = boost::algorithm::trim_copy(text.substr(0, equals));
     if (equals == std::string::npos || name.empty())
         throw HEXAlgException(place + ": expected NAME=VALUE, found '" + text + "'");
-    params[name] = boost::algorithm::trim_copy(text.substr(equals + 1));
+    return {name, text.substr(equals + 1)};
 }
 
-kfab::kernel::Customizer::Params collectParams(const Options& options) {
-    kfab::kernel::Customizer::Params params;
-    if (!options.paramsFile.empty()) {
-        std::ifstream file(options.paramsFile);
-        if (!file) throw HEXAlgException("Failed to read the parameter file '" + options.paramsFile + "'");
-        std::string line;
-        for (int number = 1; std::getline(file, line); ++number) {
-            boost::algorithm::trim(line);
-            if (!line.empty() && line.front() != '#')
-                addParam(options.paramsFile + ":" + std::to_string(number), line, params);
-        }
+Customizer::Params paramsOfFile(const std::string& path) {
+    Customizer::Params params;
+    std::istringstream file(HUTFile::readFile(path));
+    std::string line;
+    for (int number = 1; std::getline(file, line); ++number) {
+        boost::algorithm::trim(line);
+        if (line.empty() || line.front() == '#') continue;
+        const auto [name, value] = takeApart(path + ":" + std::to_string(number), line);
+        params[name] = boost::algorithm::trim_copy(value);
     }
-    for (const std::string& param : options.params)
-        addParam("--param", param, params);
     return params;
+}
+
+Customizer::Params collectParams(const Options& options) {
+    Customizer::Params params;
+    if (!options.paramsFile.empty()) params = paramsOfFile(options.paramsFile);
+    for (const std::string& param : options.params) {
+        const auto [name, value] = takeApart("--param", param);
+        params[name] = value;
+    }
+    return params;
+}
+
+/// The kernel's name as the package spells it. Only what has an IP in the package can be customized.
+std::string nameInPackage(const Options& options) {
+    HKPContainer container;
+    HKPContainerUtils::requireKPContainer_(options.package);
+    HKPContainerUtils::parseKPContainerIntoObject_(options.package, container);
+    const HKPKernel& kernel = *chosenKernels(container, options.package, options.kernel).front();
+    if (kernel.getIpDir().empty() || container.getVersionMajor() < 3)
+        throw HEXAlgException("Kernel '" + kernel.getName() + "' cannot be customized: '" + options.package +
+                              "' holds no packaged IP of it in 'ip_repo'");
+    return kernel.getName();
 }
 
 void loadHostScripts(const Options& options) {
@@ -85,7 +108,7 @@ ExitStatus customize(const Options& options) {
         shell.emplace(std::make_shared<tkq::tcltasks::tcl_shell>(options.tclShell));
     std::ofstream keptFile;
     std::optional<recorder_scope> recorder;
-    OneDirectoryCustomizer customizer(options.package, options.kernel);
+    OneDirectoryCustomizer customizer(options.package, nameInPackage(options));
     customizer.withNewKernelName(options.name)
         .withOutputFilePath(options.output)
         .withTargetBoard(options.board)
@@ -96,8 +119,9 @@ ExitStatus customize(const Options& options) {
         const bool isPrinted = options.keepScripts == "-";
         if (!isPrinted) keptFile.open(options.keepScripts);
         if (!keptFile) throw HEXAlgException("Failed to write '" + options.keepScripts + "'");
-        recorder.emplace([&kept = isPrinted ? std::cout : keptFile](const std::string& script, auto) {
+        recorder.emplace([&, &kept = isPrinted ? std::cout : keptFile](const std::string& script, auto) {
             kept << script << (script.ends_with('\n') ? "" : "\n") << std::flush;
+            if (!keptFile) throw HEXAlgException("Failed to write '" + options.keepScripts + "'");
         });
     }
     if (!customizer.execute()) {

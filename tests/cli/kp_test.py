@@ -182,6 +182,8 @@ class KpTest(KpCase):
                               shown.pop("args") + shown.pop("ports"), strict=True):
             self.assertEqual(one.attrib, {name: str(value) for name, value in given.items() if value != ""})
         self.assertEqual(kernel.attrib, {"interrupt": "false", "hwControlProtocol": "start_done", **shown})
+        piped = run("kernel", "show", "/dev/stdin", stdin=Path("k.xml").read_text())
+        self.assertEqual(run("kernel", "show", "k.xml"), piped)
         self.expect(["kernel", "report", "a/b/kernel.xml", "-o", "out.xml"], 0)
         self.expect(["kernel", "edit", "k.xml", "-o", "again", "--report", "out.xml"], 0)
         self.expect(["kernel", "report", "again/kernel.xml", "-o", "out2.xml"], 0)
@@ -195,12 +197,12 @@ class KpTest(KpCase):
     def test_customize(self):
         self.add("p.kp")
         for shell in ([], ["--tcl-shell", "tclsh8.6"]):
-            command = ["customize", "p.kp", "vadd", "--name", "wide", "-o", "./out.kp"]
+            command = ["customize", "p.kp", "VADD", "--name", "wide", "-o", "./out.kp"]
             host = ["--host-script", EXAMPLES + "/host/host.tcl", "--board", "brook:heron:part0:1.2"]
-            self.expect([*command, *host, "--param", "SUM_FIFO_DEPTH=64", *shell], 0)
+            self.expect([*command, *host, "--param", "SUM_FIFO_DEPTH= 64 ", *shell], 0)
             self.expect(["verify", "out.kp"], 0, "digest: valid\n")
             self.expect(["list", "out.kp"], 0, "wide  hw_emu,hw  rtl\n")
-            self.assertIn('name="SUM_FIFO_DEPTH" value="64"', run("cat", "out.kp", "wide/ip.qmr")[1])
+            self.assertIn('name="SUM_FIFO_DEPTH" value=" 64 "', run("cat", "out.kp", "wide/ip.qmr")[1])
             self.assertIn('<family name="meadow" label="1L">meadow-200-1</family>',
                           run("cat", "out.kp", "ip_repo/example_kernels_vadd_1_0/component.xml")[1])
             os.remove("out.kp")
@@ -208,6 +210,11 @@ class KpTest(KpCase):
     def test_errors_name_the_thing_and_change_nothing(self):
         self.add("p.kp")
         Path("bad.xml").write_text('<root versionMajor="1" versionMinor="10">\n<kernel>\n<ports><port dataWidth="-1"/>')
+        Path("twin.xml").write_text(Path("vadd/kernel.xml").read_text().replace('name="vadd"', 'name="twin"'))
+        self.expect(["add", "p.kp", "twin.xml", "--cpu-source", "vadd/src/vadd.cpp"], 0)
+        self.add("k.kp", "--layout", "kernel")
+        customize = ["customize", "-o", "./o.kp", "--name=n"]
+        host = ["--board=b", "--host-script", EXAMPLES + "/host/host.tcl"]
         before = Path("p.kp").read_bytes()
         below = "value '-1' is below the minimum in attribute 'dataWidth' of element 'port'"
         gone = "The specified KP container does not exist: 'gone.kp'"
@@ -219,6 +226,13 @@ class KpTest(KpCase):
             (["add", "p.kp", "vadd/kernel.xml", "--ip", "vadd/ip"],
              "Kernel 'vadd' already exists inside KP container 'p.kp'"),
             (["add", "p.kp", "bad.xml", "--ip", "vadd/ip"], "[17-132] bad.xml:3: " + below),
+            (["kernel", "show", "vadd"], "[17-132] vadd: Failed to read 'vadd': Is a directory"),
+            ([*customize, "p.kp", "vadd", "--params-file", "vadd"], "Failed to read 'vadd': Is a directory"),
+            ([*customize, "p.kp", "vadd", *host, "--keep-scripts", "/dev/full"],
+             "Failed to customize RTL kernel IP. Exception: Failed to write '/dev/full'"),
+            *[([*customize, package, kernel],
+               f"Kernel '{kernel}' cannot be customized: '{package}' holds no packaged IP of it in 'ip_repo'")
+              for package, kernel in (("p.kp", "twin"), ("k.kp", "vadd"))],
             (["kernel", "show", "bad.xml"], "[17-132] bad.xml:3: " + below),
             (["add", "p.kp", self.derive("other"), "--layout", "kernel", "--ip", "vadd/ip"],
              "'p.kp' has the layout 'repo'; a kernel cannot be added in the layout 'kernel'"),
@@ -226,7 +240,9 @@ class KpTest(KpCase):
         for arguments, text in rows:
             self.expect(arguments, 3, "", f"kp: error: {text}\n")
             self.assertEqual(before, Path("p.kp").read_bytes(), arguments)
-        for wrong in ([], ["list"], ["kernel"], ["validate", "p.kp", "--target", "fpga"], ["list", "p.kp", "--bogus"]):
+        self.assertFalse(os.path.exists("o.kp"))
+        for wrong in ([], ["list"], ["kernel"], ["validate", "p.kp", "--target", "fpga"], ["list", "p.kp", "--bogus"],
+                      ["add", "p.kp", "vadd/kernel.xml", "--project=", "--ip=no"]):
             status, out, err = run(*wrong)
             self.assertEqual((2, ""), (status, out), wrong)
             self.assertRegex(err, r"\Akp: error: .+\n\Z")
