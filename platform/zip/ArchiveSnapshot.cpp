@@ -60,7 +60,13 @@ void forEachComponent(std::string_view path, Use use) {
 
 }  // namespace
 
-ArchiveSnapshot::Hold::Hold(const std::string& path) : before_(std::exchange(held(), open(path))) {}
+ArchiveSnapshot::Hold::Hold(const std::string& path) : before_(held()) {
+    try {
+        held() = open(path);
+    } catch (const HEXAlgException&) {
+        // The work asks itself for what it needs.
+    }
+}
 
 ArchiveSnapshot::Hold::~Hold() {
     held() = std::move(before_);

@@ -53,8 +53,8 @@ public:
     /// unchanged. Throws when there is no file or it is not a readable archive.
     static std::shared_ptr<const ArchiveSnapshot> open(const std::string& path);
 
-    /// While it lives, open() gives this thread the version of the archive that was there when it began: for
-    /// work that asks for one archive very often and should not see two versions of it.
+    /// While it lives, open() gives this thread the version of the archive that was there when it began, for
+    /// work that asks for one archive again and again and must not see two versions of it.
     class KP_EXPORT Hold;
 
     ~ArchiveSnapshot();
@@ -153,6 +153,7 @@ private:
 
 class ArchiveSnapshot::Hold {
 public:
+    /// Holds nothing when there is no readable archive: whoever opens it then says why.
     explicit Hold(const std::string& path);
     ~Hold();
     Hold(const Hold&) = delete;

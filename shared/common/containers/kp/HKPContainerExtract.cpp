@@ -104,6 +104,7 @@ std::shared_ptr<ExplorerIface> HKPContainerUtils::extractKernelFromKPContainer(c
                                                                                const std::string& kernelName,
                                                                                const std::string& destination,
                                                                                bool checkVersion) {
+    const ArchiveSnapshot::Hold version(path);
     const Container container = openForExtraction(path, checkVersion);
     const HKPKernel* kernel = container->getKPKernelByName(kernelName);
     if (kernel == nullptr)
@@ -129,6 +130,7 @@ std::shared_ptr<ExplorerIface> HKPContainerUtils::extractKernelFromKPContainer(c
 
 std::shared_ptr<ExplorerIface> HKPContainerUtils::extractAllKernelsFromKPContainer(
     const std::string& path, const std::string& destination, bool checkVersion) {
+    const ArchiveSnapshot::Hold version(path);
     const Container container = openForExtraction(path, checkVersion);
     const bool isRepository = hasRepository(*container);
     const bool hasIpCaches = isRepository && container->getIsIpCacheDir();

@@ -152,8 +152,8 @@ std::shared_ptr<ArchiveExplorer> HKPContainerUtils::getInfo(const std::string& p
 }
 
 void HKPContainerUtils::getInfoAsStreamTxt(const std::string& packagePath, std::ostream& out) {
-    const auto explorer = getInfo(packagePath);
     const ArchiveSnapshot::Hold version(packagePath);
+    const auto explorer = getInfo(packagePath);
     Lines lines(out);
     for (const KernelDef& kernel : kernelsOf(*explorer))
         lines.add(KernelContents::of(kernel, *explorer));
@@ -161,8 +161,8 @@ void HKPContainerUtils::getInfoAsStreamTxt(const std::string& packagePath, std::
 }
 
 void HKPContainerUtils::getInfoAsStreamJson(const std::string& packagePath, std::ostream& out) {
-    const auto explorer = getInfo(packagePath);
     const ArchiveSnapshot::Hold version(packagePath);
+    const auto explorer = getInfo(packagePath);
     Json json(packagePath);
     for (const KernelDef& kernel : kernelsOf(*explorer))
         json.add(kernel.name, KernelContents::of(kernel, *explorer));

@@ -58,6 +58,7 @@ KPContainer::Root HKPContainerXMLReader::readManifest(const std::string& path) {
 }
 
 void HKPContainerXMLReader::parseKPContainer(const OnDescription& onDescription) {
+    const ArchiveSnapshot::Hold version(path_);
     const KPContainer::Root root = readManifest(path_);
     container_.setVersionMajor(root.VersionMajor.get());
     container_.setVersionMinor(root.VersionMinor.get());

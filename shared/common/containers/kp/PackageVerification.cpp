@@ -57,6 +57,7 @@ std::string PackageVerification::digestText(Digest digest) {
 PackageVerification PackageVerification::of(const std::string& path) {
     if (!HUTFile::exists(path)) throw HEXFileNotFoundException(path);
     disk::open(path, O_RDONLY | O_NONBLOCK);
+    const ArchiveSnapshot::Hold version(path);
     PackageVerification verification;
     std::shared_ptr<const ArchiveSnapshot> archive;
     try {
