@@ -81,6 +81,7 @@ ProgressBar::~ProgressBar() {
 }
 
 void ProgressBar::erase() {
+    std::cerr.clear();  // a signal may have cut the last line short
     if (isShown_) std::cerr << "\r\x1b[K";
     isShown_ = false;
 }

@@ -46,8 +46,9 @@ TEST(HostilePackage, EveryTruncationAndFlippedBitIsFoundAndHarmless) {
     const std::string package = k1.package, out = directory / "out",
                       sound = TemporaryDirectory::read(package);
     std::set<std::string> members;
-    for (const ArchiveEntry& entry : ArchiveSnapshot::open(package)->entries())
-        members.insert(ArchiveSnapshot::open(package)->read(entry));
+    for (const auto snapshot = ArchiveSnapshot::open(package);
+         const ArchiveEntry& entry : snapshot->entries())
+        members.insert(snapshot->read(entry));
     damage(sound, 1, [&](const std::string& bytes, std::size_t place) {
         directory.file("p.kp", bytes);
         const auto before = directory.files();
