@@ -179,7 +179,10 @@ private:
 
     void compare() const {
         const auto archive = ArchiveSnapshot::open(archive_);
-        require(archive->check().empty(), "what is written has no flaw");
+        // Names are told apart as texts: "a//b" and "a/b/c" are both taken, though no disk can have both.
+        for (const ArchiveFinding& flaw : archive->check())
+            require(flaw.code == ArchiveFinding::Code::Unextractable && hasUnusualName(),
+                    "what is written has no flaw: " + flaw.text);
         require(archive->entries().size() == model_.members.size(),
                 "the archive holds as many members as the model");
         for (std::size_t i = 0; i < model_.members.size(); ++i) {
@@ -188,6 +191,14 @@ private:
             require(archive->read(archive->entries()[i]) == model_.members[i].bytes,
                     "a member holds what was added");
         }
+    }
+
+    /// Whether a name has a component that is empty or ".".
+    bool hasUnusualName() const {
+        return std::any_of(model_.members.begin(), model_.members.end(), [](const Member& member) {
+            const std::string name = "/" + member.name + "/";
+            return member.name.find("//") != std::string::npos || name.find("/./") != std::string::npos;
+        });
     }
 
     FuzzedDataProvider input_;
