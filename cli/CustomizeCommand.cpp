@@ -1,7 +1,6 @@
 #include "cli/Command.h"
 #include "cli/Kernels.h"
 #include "containers/customizer/Customizer.h"
-#include "containers/kp/HKPContainerUtils.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
 #include "platform/tcl/TaskManager.h"
@@ -78,8 +77,7 @@ Customizer::Params collectParams(const Options& options) {
 /// The kernel's name as the package spells it. Only what has an IP in the package can be customized.
 std::string nameInPackage(const Options& options) {
     HKPContainer container;
-    HKPContainerUtils::requireKPContainer_(options.package);
-    HKPContainerUtils::parseKPContainerIntoObject_(options.package, container);
+    readPackage(options.package, container);
     const HKPKernel& kernel = *chosenKernels(container, options.package, options.kernel).front();
     if (kernel.getIpDir().empty() || container.getVersionMajor() < 3)
         throw HEXAlgException("Kernel '" + kernel.getName() + "' cannot be customized: '" + options.package +

@@ -65,8 +65,7 @@ void requireSameRepository(const Options& options) {
 
 std::vector<std::string> namesToExtract(const Options& options) {
     HKPContainer container;
-    HKPContainerUtils::requireKPContainer_(options.package);
-    HKPContainerUtils::parseKPContainerIntoObject_(options.package, container);
+    readPackage(options.package, container);
     std::vector<std::string> names;
     for (const HKPKernel* kernel : chosenKernels(container, options.package, options.kernel)) {
         const std::string root = HUTPathUtils::join(options.directory, kernel->getDirectory());

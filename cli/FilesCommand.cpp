@@ -3,7 +3,6 @@
 #include "cli/Output.h"
 #include "containers/explorer/ArchiveExplorer.h"
 #include "containers/explorer/KernelLayout.h"
-#include "containers/kp/HKPContainerUtils.h"
 #include "platform/files/HUTPathUtils.h"
 
 #include <algorithm>
@@ -135,8 +134,7 @@ Run declareFiles(CLI::App& app) {
     app.add_flag("--json", *json, "As a JSON object");
     return [=] {
         HKPContainer container;
-        HKPContainerUtils::requireKPContainer_(*package);
-        HKPContainerUtils::parseKPContainerIntoObject_(*package, container);
+        readPackage(*package, container);
         const ArchiveExplorer explorer(*package, nullptr, container.getVersionMajor() >= 3);
         const Kernels kernels = chosenKernels(container, *package, *kernel);
         *json ? printJson(kernels, explorer) : printLines(kernels, explorer);

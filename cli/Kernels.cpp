@@ -1,5 +1,6 @@
 #include "cli/Kernels.h"
 
+#include "containers/kp/HKPContainerUtils.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTPathUtils.h"
 
@@ -50,6 +51,11 @@ std::vector<std::string> flagsOf(const HKPKernel& kernel) {
 }
 
 }  // namespace
+
+void readPackage(const std::string& package, HKPContainer& container) {
+    HKPContainerUtils::requireKPContainer_(package);
+    HKPContainerUtils::parseKPContainerIntoObject_(package, container);
+}
 
 Kernels chosenKernels(const HKPContainer& container, const std::string& package,
                       const std::optional<std::string>& name) {

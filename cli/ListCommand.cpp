@@ -2,7 +2,6 @@
 #include "cli/Kernels.h"
 #include "cli/Output.h"
 #include "containers/kp/HKPContainer.h"
-#include "containers/kp/HKPContainerUtils.h"
 
 #include <memory>
 #include <string>
@@ -38,8 +37,7 @@ Run declareList(CLI::App& app) {
     app.add_flag("--json", *json, "As a JSON object");
     return [=] {
         HKPContainer container;
-        HKPContainerUtils::requireKPContainer_(*package);
-        HKPContainerUtils::parseKPContainerIntoObject_(*package, container);
+        readPackage(*package, container);
         const auto kernels = chosenKernels(container, *package, std::nullopt);
         *json ? printJson(container, kernels) : printKernels(kernels);
         return Done;
