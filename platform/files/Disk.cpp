@@ -154,6 +154,18 @@ std::size_t read(const FileDescriptor& file, char* buffer, std::size_t size) {
                 [&](std::size_t done) { return ::read(file.number(), buffer + done, size - done); });
 }
 
+std::string readAll(const FileDescriptor& file) {
+    std::string bytes;
+    for (;;) {
+        constexpr std::size_t spare = 4096;
+        const auto size = static_cast<std::size_t>(status(file).st_size);
+        const std::size_t had = bytes.size();
+        bytes.resize(std::max(had, size) + spare);
+        bytes.resize(had + read(file, bytes.data() + had, bytes.size() - had));
+        if (bytes.size() < std::max(had, size) + spare) return bytes;
+    }
+}
+
 void writeAt(const FileDescriptor& file, std::uint64_t offset, std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t put = require("write", file.path(), [&] {

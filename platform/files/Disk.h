@@ -58,6 +58,8 @@ KP_EXPORT std::size_t readAt(const FileDescriptor& file, std::uint64_t offset, v
                              std::size_t size);
 /// Reads on in what need not be seekable; fewer than `size` bytes only at its end.
 KP_EXPORT std::size_t read(const FileDescriptor& file, char* buffer, std::size_t size);
+/// Reads on to the end, whatever the size is said to be.
+KP_EXPORT std::string readAll(const FileDescriptor& file);
 /// Writes all bytes at `offset`.
 KP_EXPORT void writeAt(const FileDescriptor& file, std::uint64_t offset, std::string_view bytes);
 /// Copies `size` bytes between files, inside the system where it can. Throws when the source ends early.

@@ -66,16 +66,7 @@ void HUTFile::ensureWritableDir(const std::string& directory) {
 }
 
 std::string HUTFile::readFile(const std::string& path) {
-    const disk::FileDescriptor file = disk::open(path, O_RDONLY);
-    std::string bytes;
-    for (;;) {
-        constexpr std::size_t spare = 4096;
-        const auto size = static_cast<std::size_t>(disk::status(file).st_size);
-        const std::size_t had = bytes.size();
-        bytes.resize(std::max(had, size) + spare);
-        bytes.resize(had + disk::read(file, bytes.data() + had, bytes.size() - had));
-        if (bytes.size() < std::max(had, size) + spare) return bytes;
-    }
+    return disk::readAll(disk::open(path, O_RDONLY));
 }
 
 void HUTFile::writeFile(const std::string& path, std::string_view bytes) {

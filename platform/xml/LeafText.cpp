@@ -13,10 +13,6 @@
 namespace lmx60 {
 namespace {
 
-bool isBlank(char c) {
-    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
-}
-
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
@@ -60,9 +56,9 @@ float convertLiteral(const std::string& literal) {
 }  // namespace
 
 std::string_view collapsed(std::string_view text) {
-    while (!text.empty() && isBlank(text.front()))
+    while (!text.empty() && isBlankCharacter(text.front()))
         text.remove_prefix(1);
-    while (!text.empty() && isBlank(text.back()))
+    while (!text.empty() && isBlankCharacter(text.back()))
         text.remove_suffix(1);
     return text;
 }

@@ -43,6 +43,11 @@ struct KP_EXPORT LeafText<float> {
     static void append(float value, std::string& out);
 };
 
+/// Whether a character is XML white space.
+constexpr bool isBlankCharacter(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
 /// The text without XML white space at both ends.
 KP_EXPORT std::string_view collapsed(std::string_view text);
 

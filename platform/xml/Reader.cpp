@@ -1,15 +1,19 @@
 #include "platform/xml/Reader.h"
 
 #include "platform/base/Exceptions.h"
+#include "platform/files/Disk.h"
 #include "platform/files/HUTFile.h"
 #include "platform/xml/StarredNames.h"
 
 #include <algorithm>
 #include <exception>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include <expat.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace lmx60 {
 
@@ -39,7 +43,20 @@ std::string describeValueError(ErrorKind error, std::string_view value) {
 }
 
 bool isBlank(std::string_view text) {
-    return collapsed(text).empty();
+    return std::all_of(text.begin(), text.end(), isBlankCharacter);
+}
+
+/// The parser goes over a piece that is not the last one twice, to count its lines. It doubles its memory
+/// until a piece fits behind what is left of the one before, and tells its size by an int.
+constexpr std::size_t longestPiece = std::size_t{1} << 29;
+
+/// Runs what reads a file.
+auto reading(auto work) {
+    try {
+        return work();
+    } catch (const HEXAlgException& failure) {
+        throw ReadError({ErrorKind::Unreadable, failure.what(), 0});
+    }
 }
 
 /// An element that is open.
@@ -54,17 +71,19 @@ struct Frame {
 
 class Reader {
 public:
-    Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown)
-        : root_(record), rootTable_(table), rootElement_(element), onUnknown_(onUnknown) {}
+    Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown);
 
     void read(std::string document);
+    void readFile(const std::string& path);
 
 private:
     struct Free {
         void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
     };
 
-    XML_Status parse(std::string document);
+    std::span<char> makeRoom(std::size_t size);
+    void parse(std::size_t size, bool isLast);
+
     void start(std::string_view name, const char** attributes);
     void end();
     void text(std::string_view text);
@@ -117,9 +136,12 @@ void Reader::guarded(void* self, Event event) {
     }
 }
 
-void Reader::read(std::string document) {
-    starredNames_ = starred_names::replaceIn(document);
-    parser_.reset(XML_ParserCreate(nullptr));
+Reader::Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown)
+    : root_(record),
+      rootTable_(table),
+      rootElement_(element),
+      onUnknown_(onUnknown),
+      parser_(XML_ParserCreate(nullptr)) {
     if (!parser_) throw std::bad_alloc();
     XML_SetUserData(parser_.get(), this);
     XML_SetElementHandler(
@@ -141,29 +163,45 @@ void Reader::read(std::string document) {
                 reader.fail(ErrorKind::DocumentType, "document type declarations are not accepted");
             });
         });
-
-    const XML_Status status = parse(std::move(document));
-    if (failure_) std::rethrow_exception(failure_);
-    if (status != XML_STATUS_OK) fail(ErrorKind::Syntax, XML_ErrorString(XML_GetErrorCode(parser_.get())));
 }
 
-/// Parses in the parser's own memory, and in one piece if that can be: it goes over a piece that is not the
-/// last one twice, to count its lines.
-XML_Status Reader::parse(std::string document) {
-    constexpr std::size_t longestPiece = std::size_t{1} << 30;  // of which the parser's int can tell the size
-    XML_Status status = XML_STATUS_OK;
+void Reader::read(std::string document) {
+    starredNames_ = starred_names::replaceIn(document);
     bool isLast = false;
-    for (std::size_t at = 0; status == XML_STATUS_OK && !isLast;) {
+    for (std::size_t at = 0; !isLast;) {
         const std::size_t size = std::min(longestPiece, document.size() - at);
-        void* piece = XML_GetBuffer(parser_.get(), static_cast<int>(size + 1));
-        if (piece == nullptr) throw std::bad_alloc();
-        document.copy(static_cast<char*>(piece), size, at);
+        document.copy(makeRoom(size).data(), size, at);
         at += size;
         isLast = at == document.size();
         if (isLast) std::string().swap(document);
-        status = XML_ParseBuffer(parser_.get(), static_cast<int>(size), isLast);
+        parse(size, isLast);
     }
-    return status;
+}
+
+/// Reads a file whose size is known and can be one piece into the parser's own memory, without a copy
+/// besides.
+void Reader::readFile(const std::string& path) {
+    const disk::FileDescriptor file = reading([&] { return disk::open(path, O_RDONLY); });
+    const struct stat status = reading([&] { return disk::status(file); });
+    const auto size = static_cast<std::size_t>(status.st_size);
+    if (!S_ISREG(status.st_mode) || size == 0 || size > longestPiece)
+        return read(reading([&] { return disk::readAll(file); }));
+    const std::span<char> room = makeRoom(size);
+    const auto document = room.first(reading([&] { return disk::read(file, room.data(), size); }));
+    starredNames_ = starred_names::replaceIn(document);
+    parse(document.size(), true);
+}
+
+std::span<char> Reader::makeRoom(std::size_t size) {
+    void* room = XML_GetBuffer(parser_.get(), static_cast<int>(size + 1));  // it gives none for no bytes
+    if (room == nullptr) throw std::bad_alloc();
+    return {static_cast<char*>(room), size};
+}
+
+void Reader::parse(std::size_t size, bool isLast) {
+    const XML_Status status = XML_ParseBuffer(parser_.get(), static_cast<int>(size), isLast);
+    if (failure_) std::rethrow_exception(failure_);
+    if (status != XML_STATUS_OK) fail(ErrorKind::Syntax, XML_ErrorString(XML_GetErrorCode(parser_.get())));
 }
 
 void Reader::openRoot(std::string_view name) {
@@ -171,18 +209,15 @@ void Reader::openRoot(std::string_view name) {
         fail(ErrorKind::UnknownElement,
              "the document element is " + quoted(name) + ", not " + quoted(rootElement_));
     open_.push_back(
-        {.name = rootElement_, .record = root_, .table = &rootTable_, .reached = rootTable_.begin()});
+        {.name = rootElement_, .record = root_, .table = &rootTable_, .reached = rootTable_.firstChild()});
 }
 
 const Field* Reader::findChild(const Frame& parent, std::string_view name) const {
-    const auto isIt = [&](const Field* field) {
-        return field->kind != FieldKind::Attribute && field->name == name;
-    };
     for (const Field* field = parent.reached; field != parent.table->end(); ++field) {
-        if (isIt(field)) return field;
+        if (field->name == name) return field;
     }
-    for (const Field* field = parent.table->begin(); field != parent.reached; ++field) {
-        if (isIt(field))
+    for (const Field* field = parent.table->firstChild(); field != parent.reached; ++field) {
+        if (field->name == name)
             fail(ErrorKind::MisplacedElement, "element " + quoted(name) + " of " + quoted(parent.name) +
                                                   " must stand before " + quoted(parent.reached->name));
     }
@@ -191,7 +226,7 @@ const Field* Reader::findChild(const Frame& parent, std::string_view name) const
 
 void Reader::requireBetween(const Frame& parent, const Field* from, const Field* to) const {
     for (const Field* field = from; field != to; ++field) {
-        if (field->kind != FieldKind::Attribute && field->occurs == Occurs::Required)
+        if (field->occurs == Occurs::Required)
             fail(ErrorKind::MissingElement,
                  "element " + quoted(parent.name) + " lacks its required element " + quoted(field->name));
     }
@@ -232,7 +267,7 @@ void Reader::start(std::string_view name, const char** attributes) {
         if (field->append != nullptr) child.record = field->append(parent.record);
         if (field->kind == FieldKind::Record) {
             child.table = &field->childTable();
-            child.reached = child.table->begin();
+            child.reached = child.table->firstChild();
         }
         open_.push_back(child);
         leafText_.clear();
@@ -241,16 +276,13 @@ void Reader::start(std::string_view name, const char** attributes) {
 }
 
 void Reader::takeAttributes(const Frame& frame, const char** attributes) {
-    static const Table none{};
-    if (frame.table == nullptr && *attributes == nullptr) return;
-    const Table& table = frame.table != nullptr ? *frame.table : none;
+    const auto known = frame.table != nullptr ? frame.table->attributes() : std::span<const Field>();
     for (; *attributes != nullptr; attributes += 2) {
         const std::string_view name = attributes[0];
         if (name == "xmlns" || name.starts_with("xmlns:") || name.starts_with("xsi:")) continue;
-        const Field* field = std::find_if(table.begin(), table.end(), [&](const Field& candidate) {
-            return candidate.kind == FieldKind::Attribute && candidate.name == name;
-        });
-        if (field == table.end()) {
+        const auto field = std::find_if(known.begin(), known.end(),
+                                        [&](const Field& candidate) { return candidate.name == name; });
+        if (field == known.end()) {
             unknown(ErrorKind::UnknownAttribute,
                     "attribute " + quoted(name) + " of element " + quoted(frame.name) + " is not known");
             continue;
@@ -260,9 +292,8 @@ void Reader::takeAttributes(const Frame& frame, const char** attributes) {
             fail(error, describeValueError(error, attributes[1]) + " in attribute " + quoted(name) +
                             " of element " + quoted(frame.name));
     }
-    for (const Field& field : table) {
-        if (field.kind == FieldKind::Attribute && field.occurs == Occurs::Required &&
-            field.count(frame.record) == 0)
+    for (const Field& field : known) {
+        if (field.occurs == Occurs::Required && field.count(frame.record) == 0)
             fail(ErrorKind::MissingAttribute,
                  "element " + quoted(frame.name) + " lacks its required attribute " + quoted(field.name));
     }
@@ -303,16 +334,17 @@ void Reader::end() {
 }  // namespace
 
 std::string readBytes(const std::string& path) {
-    try {
-        return HUTFile::readFile(path);
-    } catch (const HEXAlgException& failure) {
-        throw ReadError({ErrorKind::Unreadable, failure.what(), 0});
-    }
+    return reading([&] { return HUTFile::readFile(path); });
 }
 
 void readInto(void* record, const Table& table, std::string_view element, std::string document,
               const UnknownListener& onUnknown) {
     Reader(record, table, element, onUnknown).read(std::move(document));
+}
+
+void readFileInto(void* record, const Table& table, std::string_view element, const std::string& path,
+                  const UnknownListener& onUnknown) {
+    Reader(record, table, element, onUnknown).readFile(path);
 }
 
 }  // namespace lmx60

@@ -20,6 +20,10 @@ using UnknownListener = std::function<void(const Error&)>;
 KP_EXPORT void readInto(void* record, const Table& table, std::string_view element, std::string document,
                         const UnknownListener& onUnknown = {});
 
+/// As readInto, but from a file; also throws ReadError of kind Unreadable.
+KP_EXPORT void readFileInto(void* record, const Table& table, std::string_view element,
+                            const std::string& path, const UnknownListener& onUnknown = {});
+
 /// The bytes of a file; throws ReadError of kind Unreadable.
 KP_EXPORT std::string readBytes(const std::string& path);
 
@@ -34,7 +38,9 @@ R parse(std::string document, const UnknownListener& onUnknown = {}, std::string
 
 template <class R>
 R parseFile(const std::string& path, const UnknownListener& onUnknown = {}) {
-    return parse<R>(readBytes(path), onUnknown);
+    R record;
+    readFileInto(&record, R::table, R::element, path, onUnknown);
+    return record;
 }
 
 template <class R>

@@ -87,7 +87,8 @@ void removeOpaque(std::vector<std::size_t>& places, const std::vector<Range>& op
 
 }  // namespace
 
-bool replaceIn(std::string& document) {
+bool replaceIn(std::span<char> bytes) {
+    const std::string_view document(bytes.data(), bytes.size());
     std::vector<std::size_t> starred = tagNamesEndingIn(star, document);
     if (starred.empty()) return false;
     std::vector<std::size_t> alike = tagNamesEndingIn(standIn, document);
@@ -101,7 +102,7 @@ bool replaceIn(std::string& document) {
                          static_cast<int>(lines) + 1});
     }
     for (const std::size_t place : starred)
-        document[place] = standIn;
+        bytes[place] = standIn;
     return !starred.empty();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -10,7 +11,7 @@ namespace lmx60::starred_names {
 
 /// Replaces every name in place and tells whether there was any. Throws ReadError when a document with such
 /// names also holds a name that would be taken for a replaced one.
-bool replaceIn(std::string& document);
+bool replaceIn(std::span<char> document);
 
 /// Whether a name in a document in which names were replaced is one of those; the name as it stood before.
 bool isReplaced(std::string_view name);

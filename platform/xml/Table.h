@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <initializer_list>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -39,16 +40,22 @@ struct Field {
     const Table& (*childTable)() = nullptr;
 };
 
-/// The fields of one type of record, in document order, attributes first. Reading, writing, equality and
-/// validity of every record come from its table alone.
+/// The fields of one type of record: attributes, then children in document order. Reading, writing, equality
+/// and validity of every record come from its table alone.
 class Table {
 public:
-    constexpr Table(std::initializer_list<Field> fields) : size_(fields.size()) {
-        std::copy(fields.begin(), fields.end(), fields_.begin());
+    constexpr Table(std::initializer_list<Field> fields) {
+        const auto isAttribute = [](const Field& field) { return field.kind == FieldKind::Attribute; };
+        Field* const firstChild = std::copy_if(fields.begin(), fields.end(), fields_.data(), isAttribute);
+        Field* const end = std::remove_copy_if(fields.begin(), fields.end(), firstChild, isAttribute);
+        attributeCount_ = static_cast<std::size_t>(firstChild - fields_.data());
+        size_ = static_cast<std::size_t>(end - fields_.data());
     }
 
     constexpr const Field* begin() const { return fields_.data(); }
     constexpr const Field* end() const { return fields_.data() + size_; }
+    constexpr const Field* firstChild() const { return begin() + attributeCount_; }
+    constexpr std::span<const Field> attributes() const { return {begin(), firstChild()}; }
 
     bool equal(const void* a, const void* b) const {
         return std::all_of(begin(), end(), [&](const Field& field) { return field.equal(a, b); });
@@ -64,7 +71,8 @@ public:
 
 private:
     std::array<Field, 20> fields_{};
-    std::size_t size_;
+    std::size_t attributeCount_ = 0;
+    std::size_t size_ = 0;
 };
 
 /// Base of every bound record. The record declares `static const lmx60::Table table`.

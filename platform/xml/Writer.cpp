@@ -64,7 +64,7 @@ void Writer::startRecord(const void* record, const Table& table, std::string_vie
     }
     beginTag(element);
     writeAttributes(record, table);
-    open_.push_back({.element = element, .record = record, .table = &table, .field = table.begin()});
+    open_.push_back({.element = element, .record = record, .table = &table, .field = table.firstChild()});
 }
 
 void Writer::beginTag(std::string_view element) {
@@ -92,7 +92,7 @@ void Writer::writeNext(Frame& frame) {
         return;
     }
     const Field& field = *frame.field;
-    if (field.kind == FieldKind::Attribute || frame.index == field.count(frame.record)) {
+    if (frame.index == field.count(frame.record)) {
         ++frame.field;
         frame.index = 0;
         return;
@@ -108,8 +108,8 @@ void Writer::writeNext(Frame& frame) {
 }
 
 void Writer::writeAttributes(const void* record, const Table& table) {
-    for (const Field& field : table) {
-        if (field.kind != FieldKind::Attribute || field.count(record) == 0) continue;
+    for (const Field& field : table.attributes()) {
+        if (field.count(record) == 0) continue;
         out_.append(" ").append(field.name).append("=\"");
         writeValue(record, field, 0, Place::Attribute);
         out_ += '"';

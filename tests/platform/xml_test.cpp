@@ -4,7 +4,11 @@
 #include "tests/support/Faults.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <fstream>
+#include <thread>
+
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -208,6 +212,11 @@ TEST(Writer, ReplacesAFileAsAWholeOrNotAtAll) {
     EXPECT_EQ(lmx60::parseFile<Item>(path), item);
     EXPECT_EQ(failureOf([&] { lmx60::parseFile<Item>(path + "/x"); }),
               "Failed to open '" + path + "/x': Not a directory");
+    const std::string pipe = directory.path() + "/pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    std::thread writer([&] { std::ofstream(pipe) << lmx60::readBytes(path); });
+    EXPECT_EQ(lmx60::parseFile<Item>(pipe), item);
+    writer.join();
 }
 
 TEST(Records, AreEqualWhenTheirDocumentsAre) {
