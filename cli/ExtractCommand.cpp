@@ -53,6 +53,7 @@ bool isCopy(const std::string& path, const ArchiveSnapshot& archive, const Archi
 
 /// The repository comes with each kernel: what another one brought of it is no obstacle while it is the same.
 void requireSameRepository(const Options& options) {
+    if (!HUTFile::exists(HUTPathUtils::join(options.directory, layout::ipRepo))) return;
     const auto archive = ArchiveSnapshot::open(options.package);
     for (const std::uint32_t position : archive->positionsInFolder(layout::ipRepo)) {
         HUTInterrupt::check();
@@ -96,6 +97,7 @@ Json describe(const std::string& name, const ExplorerIface& explorer) {
 }
 
 ExitStatus extract(const Options& options) {
+    const ArchiveSnapshot::Hold version(options.package);
     const std::vector<std::string> names = namesToExtract(options);
     const auto explorer = extractKernels(options);
     Json kernels = Json::array();

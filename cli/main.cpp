@@ -9,9 +9,16 @@
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <new>
+#include <string>
 #include <system_error>
 
 namespace {
+
+std::string textOf(const std::exception& failure) {
+    const bool isOutOfMemory = dynamic_cast<const std::bad_alloc*>(&failure) != nullptr;
+    return isOutOfMemory ? "There is not enough memory" : failure.what();
+}
 
 /// Runs the subcommand. An answer that could not be written is a failure as well, unless nobody wants it.
 cli::ExitStatus runGuarded(const cli::Run& run, const cli::StandardOutput& output) {
@@ -23,7 +30,7 @@ cli::ExitStatus runGuarded(const cli::Run& run, const cli::StandardOutput& outpu
         if (cli::caughtSignal() != 0) return cli::Failed;
         if (output.isClosed()) return cli::Done;
         if (output.error() == 0) {
-            cli::complain("error", failure.what());
+            cli::complain("error", textOf(failure));
             return cli::Failed;
         }
     }

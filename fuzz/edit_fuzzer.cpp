@@ -27,7 +27,8 @@ struct Model {
 
     /// Whether the edit takes the member.
     bool add(const Member& added) {
-        if (!unsafeNameReason(added.name).empty() || clashes(added.name)) return false;
+        if (!unsafeNameReason(added.name).empty() || isAmbiguous(added.name) || clashes(added.name))
+            return false;
         std::erase_if(members, [&](const Member& member) { return member.name == added.name; });
         members.push_back(added);
         return true;
@@ -50,6 +51,12 @@ struct Model {
     }
 
 private:
+    /// Whether a disk would know it by another name as well.
+    static bool isAmbiguous(const std::string& name) {
+        const std::string path = "/" + name;
+        return name.find("//") != std::string::npos || path.find("/./") != std::string::npos ||
+               path.ends_with("/.");
+    }
     /// Whether there is a file where the name needs a folder, or the other way around, or the name was added
     /// before.
     bool clashes(const std::string& name) const {
@@ -179,10 +186,8 @@ private:
 
     void compare() const {
         const auto archive = ArchiveSnapshot::open(archive_);
-        // Names are told apart as texts: "a//b" and "a/b/c" are both taken, though no disk can have both.
         for (const ArchiveFinding& flaw : archive->check())
-            require(flaw.code == ArchiveFinding::Code::Unextractable && hasUnusualName(),
-                    "what is written has no flaw: " + flaw.text);
+            require(false, "what is written has no flaw: " + flaw.text);
         require(archive->entries().size() == model_.members.size(),
                 "the archive holds as many members as the model");
         for (std::size_t i = 0; i < model_.members.size(); ++i) {
@@ -191,14 +196,6 @@ private:
             require(archive->read(archive->entries()[i]) == model_.members[i].bytes,
                     "a member holds what was added");
         }
-    }
-
-    /// Whether a name has a component that is empty or ".".
-    bool hasUnusualName() const {
-        return std::any_of(model_.members.begin(), model_.members.end(), [](const Member& member) {
-            const std::string name = "/" + member.name + "/";
-            return member.name.find("//") != std::string::npos || name.find("/./") != std::string::npos;
-        });
     }
 
     FuzzedDataProvider input_;

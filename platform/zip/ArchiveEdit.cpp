@@ -49,6 +49,8 @@ void requireStorable(const std::string& name) {
     constexpr std::size_t longestName = 0xffff;
     std::string_view reason = unsafeNameReason(name);
     if (name.size() > longestName) reason = "it is longer than 65535 bytes";
+    if (name.find("//") != std::string::npos) reason = "a component of it is empty";
+    if (("/" + name + "/").find("/./") != std::string::npos) reason = "a component of it is '.'";
     if (!reason.empty())
         throw HEXAlgException(quoted(name) +
                               " cannot be the name of an archive member: " + std::string(reason));

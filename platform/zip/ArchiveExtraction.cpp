@@ -117,11 +117,12 @@ void Extraction::makeFile(const ArchiveEntry& entry, const std::string& name, co
     // All that lies here was made from this plan, in which every name is there once.
     if (!file.isOpen()) plan_.refuse(entry.name, "its name meets another entry's on this file system");
     std::uint64_t written = 0;
-    plan_.archive().pass(entry, plan_.recordOf(entry), buffers_, [&](std::string_view piece) {
-        disk::writeAt(file, written, piece);
-        written += piece.size();
-        HUTProgress::advance(piece.size());
-    });
+    plan_.archive().pass(entry, plan_.recordOf(entry, &buffers_.stored), buffers_,
+                         [&](std::string_view piece) {
+                             disk::writeAt(file, written, piece);
+                             written += piece.size();
+                             HUTProgress::advance(piece.size());
+                         });
     if (hasMode) restoreMode(file, mode);
     disk::setModified(file, modifiedTime(entry.dosTime));
 }

@@ -16,6 +16,9 @@ namespace {
 /// Members up to this size are inflated at once, which is faster and gives no byte before all are checked.
 constexpr std::uint64_t maximumAtOnce = std::uint64_t{16} << 20;
 
+/// Stored bytes of up to this size are read along with the header before them.
+constexpr std::uint64_t maximumAlong = std::uint64_t{1} << 20;
+
 /// Deflate gives at most this many bytes for one.
 constexpr std::uint64_t maximumExpansion = 1032;
 
@@ -52,16 +55,20 @@ void inflateWhole(const ArchiveSnapshot& archive, const ArchiveEntry& entry, con
         refuse(archive, entry, "its data do not have the size that the directory states");
 }
 
-/// Fills `bytes` with the whole member, checked. `storedRoom` gives room for its stored bytes if need be.
-template <class StoredRoom>
+/// Fills `bytes` with the whole member, checked. Its stored bytes may have been read along into `stored`.
 void readWhole(const ArchiveSnapshot& archive, const ArchiveEntry& entry, const LocalRecord& record,
-               char* bytes, StoredRoom storedRoom) {
-    if (entry.method == ArchiveEntry::Stored) {
-        readStored(archive, entry, record, bytes);
+               char* bytes, Buffer& stored) {
+    if (entry.method != ArchiveEntry::Stored) {
+        const char* deflated = record.stored;
+        if (deflated == nullptr) {
+            readStored(archive, entry, record, stored.ofSize(entry.storedSize));
+            deflated = stored.data();
+        }
+        inflateWhole(archive, entry, deflated, bytes);
+    } else if (record.stored != nullptr) {
+        std::copy_n(record.stored, entry.size, bytes);
     } else {
-        char* stored = storedRoom();
-        readStored(archive, entry, record, stored);
-        inflateWhole(archive, entry, stored, bytes);
+        readStored(archive, entry, record, bytes);
     }
     requireChecksum(archive, entry, libdeflate_crc32(0, bytes, entry.size));
 }
@@ -177,11 +184,16 @@ private:
 
 }  // namespace
 
-LocalRecord ArchiveSnapshot::localRecord(const ArchiveEntry& entry) const {
-    std::string header(zip_format::localSize + entry.name.size(), '\0');
-    if (disk::readAt(file_, entry.offset, header.data(), header.size()) != header.size())
-        refuse(*this, entry, "the archive became shorter");
-    zip_format::FieldReader fields(header);
+LocalRecord ArchiveSnapshot::localRecord(const ArchiveEntry& entry, Buffer* along) const {
+    constexpr std::size_t usualExtra = 64;
+    const std::size_t headerSize = zip_format::localSize + entry.name.size();
+    const bool readsAlong = along != nullptr && entry.storedSize <= maximumAlong;
+    const std::size_t size = readsAlong ? headerSize + usualExtra + entry.storedSize : headerSize;
+    Buffer alone;
+    char* bytes = (readsAlong ? *along : alone).ofSize(size);
+    const std::size_t got = disk::readAt(file_, entry.offset, bytes, size);
+    if (got < headerSize) refuse(*this, entry, "the archive became shorter");
+    zip_format::FieldReader fields({bytes, headerSize});
     if (fields.u32() != zip_format::localSignature) refuse(*this, entry, "its header is damaged");
     fields.u16();  // version needed
     const std::uint16_t flags = fields.u16();
@@ -189,20 +201,20 @@ LocalRecord ArchiveSnapshot::localRecord(const ArchiveEntry& entry) const {
     fields.u32();  // time
     const std::uint32_t crc = fields.u32();
     std::uint64_t storedSize = fields.u32();
-    std::uint64_t size = fields.u32();
+    std::uint64_t wholeSize = fields.u32();
     const std::uint16_t nameSize = fields.u16();
     const std::uint16_t extraSize = fields.u16();
     const bool isNamed = nameSize == entry.name.size() && fields.rest() == entry.name;
 
-    LocalRecord record{entry.offset, entry.offset + header.size() + extraSize, 0};
+    LocalRecord record{entry.offset, entry.offset + headerSize + extraSize, 0};
     record.end = record.data + entry.storedSize;
     if (record.end > directoryOffset()) refuse(*this, entry, "its data lie outside the file");
 
-    if (size == zip_format::full32 || storedSize == zip_format::full32) {
+    if (wholeSize == zip_format::full32 || storedSize == zip_format::full32) {
         std::string extra(extraSize, '\0');
-        disk::readAt(file_, entry.offset + header.size(), extra.data(), extra.size());
+        disk::readAt(file_, entry.offset + headerSize, extra.data(), extra.size());
         zip_format::FieldReader large(zip_format::extraField(extra, zip_format::zip64Id));
-        if (size == zip_format::full32) size = large.u64();
+        if (wholeSize == zip_format::full32) wholeSize = large.u64();
         if (storedSize == zip_format::full32) storedSize = large.u64();
     }
 
@@ -212,8 +224,9 @@ LocalRecord ArchiveSnapshot::localRecord(const ArchiveEntry& entry) const {
     };
     constexpr int telling = ArchiveEntry::IsEncrypted | ArchiveEntry::HasDescriptor;
     if (!isNamed || method != entry.method || ((flags ^ entry.flags) & telling) != 0 ||
-        !agrees(crc, entry.crc) || !agrees(size, entry.size) || !agrees(storedSize, entry.storedSize))
+        !agrees(crc, entry.crc) || !agrees(wholeSize, entry.size) || !agrees(storedSize, entry.storedSize))
         refuse(*this, entry, "its header contradicts the directory");
+    if (readsAlong && record.end - record.begin <= got) record.stored = bytes + (record.data - record.begin);
     return record;
 }
 
@@ -233,8 +246,7 @@ std::string ArchiveSnapshot::read(const ArchiveEntry& entry) const {
         refuse(*this, entry, "it is too large to be held in memory");
     std::string bytes(entry.size, '\0');
     Buffer stored;
-    readWhole(*this, entry, localRecord(entry), bytes.data(),
-              [&] { return stored.ofSize(entry.storedSize); });
+    readWhole(*this, entry, localRecord(entry, &stored), bytes.data(), stored);
     return bytes;
 }
 
@@ -258,7 +270,7 @@ void ArchiveSnapshot::pass(const ArchiveEntry& entry, const LocalRecord& record,
     requireReadable(entry);
     if (entry.size <= maximumAtOnce && entry.storedSize <= maximumAtOnce) {
         char* bytes = buffers.bytes.ofSize(entry.size);
-        readWhole(*this, entry, record, bytes, [&] { return buffers.stored.ofSize(entry.storedSize); });
+        readWhole(*this, entry, record, bytes, buffers.stored);
         return use({bytes, entry.size});
     }
     constexpr std::size_t pieceSize = std::size_t{1} << 18;

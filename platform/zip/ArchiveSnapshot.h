@@ -103,8 +103,9 @@ public:
     void pass(const ArchiveEntry& entry, const LocalRecord& record, MemberBuffers& buffers,
               const std::function<void(std::string_view piece)>& use) const;
 
-    /// The entry's own header, checked against the directory: where the member's stored bytes begin.
-    LocalRecord localRecord(const ArchiveEntry& entry) const;
+    /// The entry's own header, checked against the directory: where the member's stored bytes begin. Those of
+    /// a small member are read along into `along`, if it is given.
+    LocalRecord localRecord(const ArchiveEntry& entry, Buffer* along = nullptr) const;
 
     /// Everything wrong with the archive that open() accepts, in archive order. Reads all data.
     std::vector<ArchiveFinding> check() const;

@@ -116,8 +116,8 @@ void ExtractionPlan::requireKind(const ArchiveEntry& entry) const {
     if (entry.isDirectory() && entry.size > 0) refuse(entry.name, "it is a directory with data");
 }
 
-LocalRecord ExtractionPlan::recordOf(const ArchiveEntry& entry) const {
-    const LocalRecord record = archive_->localRecord(entry);
+LocalRecord ExtractionPlan::recordOf(const ArchiveEntry& entry, Buffer* along) const {
+    const LocalRecord record = archive_->localRecord(entry, along);
     const auto [same, next] = std::equal_range(offsets_.begin(), offsets_.end(), record.begin);
     if (next - same > 1 || (next != offsets_.end() && *next < record.end))
         refuse(entry.name, "it overlaps another entry");

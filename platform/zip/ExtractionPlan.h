@@ -44,7 +44,7 @@ public:
     const ArchiveSnapshot& archive() const { return *archive_; }
 
     /// Where the entry's bytes lie. Throws when some of them belong to another entry as well.
-    LocalRecord recordOf(const ArchiveEntry& entry) const;
+    LocalRecord recordOf(const ArchiveEntry& entry, Buffer* along) const;
     [[noreturn]] void refuse(std::string_view name, const std::string& reason) const;
 
 private:

@@ -98,6 +98,9 @@ TEST_F(ZipEdit, RefusalsNameTheMemberAndChangeNothing) {
         {"a\\b", "it contains a backslash"},
         {"/etc/x", "it is an absolute path"},
         {"", "it is empty"},
+        {"a//b", "a component of it is empty"},
+        {"./a", "a component of it is '.'"},
+        {"a/.", "a component of it is '.'"},
         {std::string(65536, 'n'), "it is longer than 65535 bytes"},
     };
     for (const auto& [name, reason] : unfit)

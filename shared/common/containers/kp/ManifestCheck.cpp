@@ -2,6 +2,7 @@
 
 #include "containers/kernel/HCOContainerKernelXMLReader.h"
 #include "containers/kp/PackageLayout.h"
+#include "platform/base/Exceptions.h"
 #include "platform/base/HI18N.h"
 #include "platform/base/HSTStringUtils.h"
 #include "platform/base/HUTInterrupt.h"
@@ -119,6 +120,8 @@ private:
     Description read(const std::string& directory) const {
         try {
             return {HCOContainerKernelXMLReader(archive_.path(), directory).getKernelDef().name, {}};
+        } catch (const HEXInterrupted&) {
+            throw;
         } catch (const std::exception& unreadable) {
             return {{}, unreadable.what()};
         }

@@ -75,6 +75,8 @@ PackageVerification PackageVerification::of(const std::string& path) {
         manifest = HKPContainerXMLReader::readManifest(path);
         for (PackageFinding& finding : checkManifest(manifest, *archive))
             verification.findings.push_back(std::move(finding));
+    } catch (const HEXInterrupted&) {
+        throw;
     } catch (const std::exception& unreadable) {
         verification.findings.push_back({"manifest", layout::manifest, withoutLineEnd(unreadable.what())});
     }
