@@ -8,7 +8,7 @@ set -euo pipefail
 build=(
     g++ cmake ninja-build pkg-config
     libboost-dev libboost-filesystem-dev libboost-iostreams-dev
-    libdeflate-dev zlib1g-dev libssl-dev libexpat1-dev
+    libdeflate-dev zlib1g-dev nettle-dev libexpat1-dev
     libcli11-dev nlohmann-json3-dev tcl8.6-dev default-jdk-headless
 )
 # For the tests, the benchmarks, the format check and the demo.

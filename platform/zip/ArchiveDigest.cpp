@@ -4,39 +4,36 @@
 #include "platform/base/HUTProgress.h"
 
 #include <algorithm>
+#include <array>
+#include <span>
 
-#include <openssl/evp.h>
+#include <nettle/nettle-meta.h>
+#include <nettle/sha1.h>
+#include <nettle/sha2.h>
 
 namespace {
 
 struct LabelText {
     std::string_view prefix;
-    const EVP_MD* (*algorithm)();
+    const nettle_hash& algorithm;
 };
 
 const LabelText& textOf(ArchiveDigest::Label label) {
-    static constexpr LabelText texts[] = {{"kp-digest-1:sha1:", &EVP_sha1},
-                                          {"kp-digest-2:sha256:", &EVP_sha256}};
+    static const LabelText texts[] = {{"kp-digest-1:sha1:", nettle_sha1},
+                                      {"kp-digest-2:sha256:", nettle_sha256}};
     return texts[static_cast<std::size_t>(label)];
-}
-
-void require(int success) {
-    if (success != 1) throw HEXAlgException("The cryptography library failed to compute a digest");
 }
 
 }  // namespace
 
-struct ArchiveDigest::Context {
-    Context() = default;
-    Context(const Context& other) : Context() {
-        require(EVP_MD_CTX_copy_ex(handle.get(), other.handle.get()));
-    }
-
-    std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> handle{EVP_MD_CTX_new(), &EVP_MD_CTX_free};
+/// What an algorithm keeps of the bytes so far.
+union ArchiveDigest::Context {
+    sha1_ctx sha1;
+    sha256_ctx sha256;
 };
 
 ArchiveDigest::ArchiveDigest(Label label) : label_(label), context_(std::make_unique<Context>()) {
-    require(EVP_DigestInit_ex(context_->handle.get(), textOf(label).algorithm(), nullptr));
+    textOf(label).algorithm.init(context_.get());
 }
 
 ArchiveDigest::ArchiveDigest(const ArchiveDigest& other)
@@ -55,7 +52,8 @@ std::string_view ArchiveDigest::prefix(Label label) {
 }
 
 void ArchiveDigest::add(std::string_view bytes) {
-    require(EVP_DigestUpdate(context_->handle.get(), bytes.data(), bytes.size()));
+    textOf(label_).algorithm.update(context_.get(), bytes.size(),
+                                    reinterpret_cast<const std::uint8_t*>(bytes.data()));
 }
 
 void ArchiveDigest::add(const disk::FileDescriptor& file, std::uint64_t begin, std::uint64_t end) {
@@ -72,14 +70,14 @@ void ArchiveDigest::add(const disk::FileDescriptor& file, std::uint64_t begin, s
 }
 
 std::string ArchiveDigest::comment() const {
-    const LabelText& text = textOf(label_);
-    unsigned char hash[EVP_MAX_MD_SIZE] = {};
-    unsigned size = 0;
-    require(EVP_DigestFinal_ex(Context(*context_).handle.get(), hash, &size));
+    const auto& [prefix, algorithm] = textOf(label_);
+    std::array<std::uint8_t, SHA256_DIGEST_SIZE> hash{};
+    Context ended = *context_;
+    algorithm.digest(&ended, algorithm.digest_size, hash.data());
 
     constexpr std::string_view digits = "0123456789abcdef";
-    std::string comment(text.prefix);
-    for (unsigned i = 0; i < size; ++i)
-        comment.append({digits[hash[i] >> 4], digits[hash[i] & 15]});
+    std::string comment(prefix);
+    for (const std::uint8_t byte : std::span(hash).first(algorithm.digest_size))
+        comment.append({digits[byte >> 4], digits[byte & 15]});
     return comment;
 }

@@ -31,7 +31,7 @@ public:
     std::string comment() const;
 
 private:
-    struct Context;
+    union Context;
 
     Label label_;
     std::unique_ptr<Context> context_;
