@@ -276,7 +276,7 @@ std::string Addition::ipDestination(HCOKernelXMLReader& description) {
     if (vlnv.find_first_of(std::string("/\\\0", 3)) != std::string::npos)
         throw HEXAlgException("The VLNV '" + description.getKernelVlnv() + "' of kernel '" +
                               request_.kernelName + "' cannot be a directory: it holds a separator.\n");
-    const std::string destination = vlnv.empty() ? layout::ipRepo : inFolder(layout::ipRepo, vlnv);
+    std::string destination = vlnv.empty() ? layout::ipRepo : inFolder(layout::ipRepo, vlnv);
     clearIpDestination(destination);
     return destination;
 }
