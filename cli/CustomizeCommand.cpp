@@ -1,8 +1,11 @@
 #include "cli/Command.h"
 #include "cli/Kernels.h"
+#include "cli/Output.h"
+#include "cli/Signals.h"
 #include "containers/customizer/Customizer.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
+#include "platform/params/HPAParamMgr.h"
 #include "platform/tcl/TaskManager.h"
 #include "platform/tcl/TclShell.h"
 #include "platform/tcl/Words.h"
@@ -101,6 +104,7 @@ std::string hintFor(const std::string& failure) {
 }
 
 ExitStatus customize(const Options& options) {
+    HPAParamMgr::setBool("kp.keepLayout", true);
     std::optional<evaluator_scope> shell;
     if (!options.tclShell.empty())
         shell.emplace(std::make_shared<tkq::tcltasks::tcl_shell>(options.tclShell));

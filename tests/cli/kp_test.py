@@ -230,6 +230,8 @@ class KpTest(KpCase):
             ([*customize, "p.kp", "vadd", "--params-file", "vadd"], "Failed to read 'vadd': Is a directory"),
             ([*customize, "p.kp", "vadd", *host, "--keep-scripts", "/dev/full"],
              "Failed to customize RTL kernel IP. Exception: Failed to write '/dev/full'"),
+            (["customize", "p.kp", "vadd", "--name=n", "-o", "./k.kp"], "Failed to create KP file. Exception: './k.kp' "
+             "has the layout 'kernel'; a kernel cannot be added in the layout 'repo'"),
             *[([*customize, package, kernel],
                f"Kernel '{kernel}' cannot be customized: '{package}' holds no packaged IP of it in 'ip_repo'")
               for package, kernel in (("p.kp", "twin"), ("k.kp", "vadd"))],
