@@ -126,12 +126,13 @@ ExitStatus customize(const Options& options) {
             if (!keptFile) throw HEXAlgException("Failed to write '" + options.keepScripts + "'");
         });
     }
-    if (!customizer.execute()) {
-        const std::string& reason = customizer.getErrorMessage();
-        throw HEXAlgException(reason.empty() ? "Failed to create the working directory"
-                                             : reason + hintFor(reason));
-    }
-    return Done;
+    if (customizer.execute()) return Done;
+    // Not thrown: it counts even when nobody reads the scripts any more.
+    const std::string& reason = customizer.getErrorMessage();
+    if (caughtSignal() == 0)
+        complain("error",
+                 reason.empty() ? "Failed to create the working directory" : reason + hintFor(reason));
+    return Failed;
 }
 
 }  // namespace

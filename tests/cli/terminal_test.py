@@ -195,6 +195,14 @@ class TerminalTest(KpCase):
                 os.close(target)
                 self.assertEqual(expected, (done.returncode, done.stderr), arguments)
 
+        reading, writing = os.pipe()
+        os.close(reading)
+        failing = subprocess.run([KP, "customize", "p.kp", "vadd", "--name=n", "-o./n.kp", "--board=b", "--keep-scripts=-"],
+                                 stdout=writing, stderr=subprocess.PIPE, text=True)
+        os.close(writing)
+        self.assertEqual(3, failing.returncode)
+        self.assertIn('kp: error: Failed to customize RTL kernel IP. Exception: invalid command name', failing.stderr)
+
     def test_a_terminal_alone_has_colours_and_bars_of_long_work(self):
         self.add("short.kp")
         Path("vadd/ip/large.bin").write_bytes(random.Random(1).randbytes(20_000_000))
