@@ -10,6 +10,7 @@
 #include "platform/files/HUTPathUtils.h"
 #include "platform/params/HPAParamMgr.h"
 #include "platform/zip/ArchiveSnapshot.h"
+#include "platform/zip/ExtractionPlan.h"
 
 #include <algorithm>
 #include <array>
@@ -19,6 +20,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -39,6 +41,12 @@ struct Options {
     throw HEXAlgException("'" + path + "' exists already" + reason + "; --force replaces its files");
 }
 
+/// Whether something of the name is there. A name that would lead elsewhere is the extraction's to refuse.
+bool isTaken(const Options& options, std::string_view name) {
+    return ExtractionPlan::unfitForDirectory(name).empty() &&
+           HUTFile::exists(HUTPathUtils::join(options.directory, name));
+}
+
 bool isCopy(const std::string& path, const ArchiveSnapshot& archive, const ArchiveEntry& entry) {
     if (!HUTFile::isFile(path) || std::filesystem::file_size(path) != entry.size) return false;
     std::ifstream file(path, std::ios::binary);
@@ -53,13 +61,13 @@ bool isCopy(const std::string& path, const ArchiveSnapshot& archive, const Archi
 
 /// The repository comes with each kernel: what another one brought of it is no obstacle while it is the same.
 void requireSameRepository(const Options& options) {
-    if (!HUTFile::exists(HUTPathUtils::join(options.directory, layout::ipRepo))) return;
+    if (!isTaken(options, layout::ipRepo)) return;
     const auto archive = ArchiveSnapshot::open(options.package);
     for (const std::uint32_t position : archive->positionsInFolder(layout::ipRepo)) {
         HUTInterrupt::check();
         const ArchiveEntry& entry = archive->entries()[position];
         const std::string path = HUTPathUtils::join(options.directory, entry.name);
-        if (!entry.isDirectory() && HUTFile::exists(path) && !isCopy(path, *archive, entry))
+        if (!entry.isDirectory() && isTaken(options, entry.name) && !isCopy(path, *archive, entry))
             refuse(path, " and is not what the package holds");
     }
 }
@@ -69,8 +77,8 @@ std::vector<std::string> namesToExtract(const Options& options) {
     readPackage(options.package, container);
     std::vector<std::string> names;
     for (const HKPKernel* kernel : chosenKernels(container, options.package, options.kernel)) {
-        const std::string root = HUTPathUtils::join(options.directory, kernel->getDirectory());
-        if (!options.force && HUTFile::exists(root)) refuse(root, "");
+        const std::string& root = kernel->getDirectory();
+        if (!options.force && isTaken(options, root)) refuse(HUTPathUtils::join(options.directory, root), "");
         names.push_back(kernel->getName());
     }
     if (!options.force && container.getVersionMajor() >= 3) requireSameRepository(options);

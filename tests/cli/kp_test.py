@@ -89,6 +89,11 @@ class KpTest(KpCase):
             self.expect(["extract", "p.kp", "big", "-d", "out/deep"], 3, "", f"kp: error: '{shared}' exists already "
                         "and is not what the package holds; --force replaces its files\n")
         shared.write_bytes(packed)
+        shutil.copy("p.kp", "hostile.kp")
+        with zipfile.ZipFile("hostile.kp", "a") as package:
+            package.writestr("ip_repo/../vadd/kernel.xml", "other")
+        self.expect(["-q", "extract", "hostile.kp", "big", "-d", "out/deep"], 3, "", "kp: error: Failed to extract "
+                    "'ip_repo/../vadd/kernel.xml' of the archive 'hostile.kp': it contains '..'\n")
         self.expect_json(["extract", "p.kp", "big", "-d", "out/deep"],
                          {"kernels": [{"name": "big", "root": "out/deep/big", "ipDir": "out/deep/ip_repo"}]})
         self.assertEqual("mine", Path("out/deep/vadd/kernel.xml").read_text())
