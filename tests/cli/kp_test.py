@@ -56,7 +56,8 @@ class KpTest(KpCase):
 
     def test_info_and_files(self):
         self.add("p.kp", "--shim", "vadd/vadd.qmr", "--hls-dir", "vadd/src", "-q")
-        self.expect(["add", "p.kp", self.derive("other"), "--cpu-source", "vadd/src/vadd.cpp"], 0)
+        Path("v\x1b.cpp").touch()
+        self.expect(["add", "p.kp", self.derive("other"), "--cpu-source", "v\x1b.cpp"], 0)
         self.expect(["files", "p.kp"], 0,
                     "vadd   root         vadd\n"
                     "vadd   description  vadd/kernel.xml\n"
@@ -65,13 +66,14 @@ class KpTest(KpCase):
                     "vadd   ip           ip_repo/example_kernels_vadd_1_0\n"
                     "other  root         other\n"
                     "other  description  other/kernel.xml\n"
-                    "other  cpu-source   other/cpu_sources/vadd.cpp\n")
+                    "other  cpu-source   other/cpu_sources/v\\x1b.cpp\n")
         self.expect_json(["files", "p.kp", "OTHER"], {"kernels": [
             {"name": "other", "root": "other", "description": "other/kernel.xml",
-             "cpuSources": ["other/cpu_sources/vadd.cpp"], "swEmuFiles": [], "pdiFiles": []}]})
+             "cpuSources": ["other/cpu_sources/v\x1b.cpp"], "swEmuFiles": [], "pdiFiles": []}]})
         report = run("info", "p.kp")[1]
         self.assertEqual(2, report.count("=== Kernel Definition ==="))
         self.assertIn("\nShimSolnFile: vadd/shim_soln/vadd.qmr\n", report)
+        self.assertIn("\nsourceFile: other/cpu_sources/v\\x1b.cpp\n", report)
         kernels = json.loads(run("info", "p.kp", "--json")[1])["kernelDefs"]
         self.assertEqual({"vadd", "other"}, {kernel["name"] for kernel in kernels})
 
