@@ -182,7 +182,10 @@ bool ArchiveEdit::changesAnything() const {
 }
 
 ArchiveChanges ArchiveEdit::rehearse() const {
-    if (changesAnything()) disk::requireWritable(HUTPathUtils::parent(target_));
+    if (changesAnything()) {
+        disk::requireWritable(HUTPathUtils::parent(target_));
+        if (exists()) EntryCopier::requireCopyable(*snapshot_, keptPositions());
+    }
     ArchiveChanges changes;
     for (const Addition& addition : additions_) {
         if (addition.kind == Addition::Kind::File) Packer::open(addition.source);
@@ -217,7 +220,7 @@ void ArchiveEdit::commit() {
 void ArchiveEdit::write(const disk::FileDescriptor& file) {
     const HUTProgress progress([this] { return contentSize() * (seal_ ? 2 : 1); });  // packed, then hashed
     ArchiveWriter writer(file);
-    const std::uint64_t keptPrefix = exists() ? copyKept(writer) : 0;
+    const std::uint64_t keptPrefix = exists() ? EntryCopier(*snapshot_, writer).copy(keptPositions()) : 0;
     pack(writer);
     writeComment(writer, file, keptPrefix, progress);
 }
@@ -238,11 +241,11 @@ std::uint64_t ArchiveEdit::contentSize() const {
     return size;
 }
 
-std::uint64_t ArchiveEdit::copyKept(ArchiveWriter& writer) {
+std::vector<std::uint32_t> ArchiveEdit::keptPositions() const {
     std::vector<std::uint32_t> positions;
     for (std::uint32_t position = 0; position < isDeleted_.size(); ++position)
         if (!isDeleted_[position]) positions.push_back(position);
-    return EntryCopier(*snapshot_, writer).copy(positions);
+    return positions;
 }
 
 void ArchiveEdit::pack(ArchiveWriter& writer) {

@@ -100,7 +100,7 @@ private:
     bool changesAnything() const;
     void write(const disk::FileDescriptor& file);
     std::uint64_t contentSize() const;
-    std::uint64_t copyKept(ArchiveWriter& writer);
+    std::vector<std::uint32_t> keptPositions() const;
     void pack(ArchiveWriter& writer);
     void writeComment(ArchiveWriter& writer, const disk::FileDescriptor& file, std::uint64_t keptPrefix,
                       const HUTProgress& progress);

@@ -7,35 +7,47 @@
 #include <numeric>
 
 std::uint64_t EntryCopier::copy(const std::vector<std::uint32_t>& positions) {
-    std::vector<Kept> kept = readRecords(positions);
-    std::vector<std::uint32_t> byOffset(kept.size());
-    std::iota(byOffset.begin(), byOffset.end(), 0U);
-    std::sort(byOffset.begin(), byOffset.end(),
-              [&](std::uint32_t a, std::uint32_t b) { return kept[a].record.begin < kept[b].record.begin; });
-
-    std::uint64_t end = 0;
-    for (const std::uint32_t index : byOffset) {
-        Kept& next = kept[index];
-        if (next.record.begin < end)
-            throw HEXAlgException("'" + HUTPathUtils::shown(next.entry.name) + "' of the archive '" +
-                                  HUTPathUtils::shown(archive_.path()) + "' overlaps another entry");
-        end = next.record.end;
-        take(next);
-    }
+    std::vector<Kept> kept = readRecords(archive_, positions);
+    for (const std::uint32_t index : orderByOffset(archive_, kept))
+        take(kept[index]);
     copyRun();
     for (const Kept& copied : kept)
         writer_.list(copied.entry);
     return samePrefix_;
 }
 
-std::vector<EntryCopier::Kept> EntryCopier::readRecords(const std::vector<std::uint32_t>& positions) const {
+void EntryCopier::requireCopyable(const ArchiveSnapshot& archive,
+                                  const std::vector<std::uint32_t>& positions) {
+    orderByOffset(archive, readRecords(archive, positions));
+}
+
+std::vector<EntryCopier::Kept> EntryCopier::readRecords(const ArchiveSnapshot& archive,
+                                                        const std::vector<std::uint32_t>& positions) {
     std::vector<Kept> kept;
     kept.reserve(positions.size());
     for (const std::uint32_t position : positions) {
-        const ArchiveEntry& entry = archive_.entries()[position];
-        kept.push_back({entry, archive_.localRecord(entry)});
+        const ArchiveEntry& entry = archive.entries()[position];
+        kept.push_back({entry, archive.localRecord(entry)});
     }
     return kept;
+}
+
+/// The entries in the order in which they lie in the archive. Throws when some overlap.
+std::vector<std::uint32_t> EntryCopier::orderByOffset(const ArchiveSnapshot& archive,
+                                                      const std::vector<Kept>& kept) {
+    std::vector<std::uint32_t> order(kept.size());
+    std::iota(order.begin(), order.end(), 0U);
+    std::sort(order.begin(), order.end(),
+              [&](std::uint32_t a, std::uint32_t b) { return kept[a].record.begin < kept[b].record.begin; });
+    std::uint64_t end = 0;
+    for (const std::uint32_t index : order) {
+        const Kept& next = kept[index];
+        if (next.record.begin < end)
+            throw HEXAlgException("'" + HUTPathUtils::shown(next.entry.name) + "' of the archive '" +
+                                  HUTPathUtils::shown(archive.path()) + "' overlaps another entry");
+        end = next.record.end;
+    }
+    return order;
 }
 
 void EntryCopier::take(Kept& kept) {

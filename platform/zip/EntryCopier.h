@@ -16,13 +16,19 @@ public:
     /// headers contradict the directory and for those that overlap.
     std::uint64_t copy(const std::vector<std::uint32_t>& positions);
 
+    /// Throws what copying the entries would.
+    static void requireCopyable(const ArchiveSnapshot& archive, const std::vector<std::uint32_t>& positions);
+
 private:
     struct Kept {
         ArchiveEntry entry;
         LocalRecord record;
     };
 
-    std::vector<Kept> readRecords(const std::vector<std::uint32_t>& positions) const;
+    static std::vector<Kept> readRecords(const ArchiveSnapshot& archive,
+                                         const std::vector<std::uint32_t>& positions);
+    static std::vector<std::uint32_t> orderByOffset(const ArchiveSnapshot& archive,
+                                                    const std::vector<Kept>& kept);
     void take(Kept& kept);
     void copyRun();
 

@@ -101,6 +101,7 @@ class TerminalTest(KpCase):
         self.derive("other")
         os.makedirs("less/empty")
         shutil.copy("vadd/ip/component.xml", "less")
+        self.derive("third")
         steps = [["vadd/kernel.xml", "--ip", "vadd/ip", "--debug-dir", "vadd/src", "--layout", "repo"],
                  ["other.xml", "--ip", "vadd/ip", "--cpu-source", "vadd/src/vadd.cpp"],
                  ["--name", "VADD", "--update", "--pdi", "vadd/vadd.qmr", "--shim", "vadd/vadd.qmr"],
@@ -124,6 +125,12 @@ class TerminalTest(KpCase):
             self.assertEqual(plan["kernel"]["name"], lines[0].split()[0])
         self.assertIn("ip_repo/example_kernels_vadd_1_0/empty/", plan["added"])
 
+        damaged = bytearray(Path("p.kp").read_bytes())
+        damaged[damaged.index(b"component.xml")] ^= 1  # in the member's own header
+        Path("damaged.kp").write_bytes(damaged)
+        arguments = ["add", "damaged.kp", "third.xml", "--ip", "vadd/ip"]
+        real = run(*arguments)
+        self.assertEqual((3, real), (real[0], run(*arguments, "--dry-run")))
         untouched = state()
         refused = [["p.kp", "vadd/kernel.xml", "--ip", "vadd/ip"], ["p.kp", "none.xml", "--ip", "vadd/ip"],
                    ["n.kp", "other.xml", "--cpu-source", "none.cpp"], ["none/p.kp", "other.xml", "--ip", "vadd/ip"],
