@@ -38,6 +38,15 @@ auto attempt(std::string_view call, const std::string& path, SystemCall systemCa
     }
 }
 
+/// A system call that may wait for others, such as for who writes to a pipe: calling work off ends that.
+template <class SystemCall>
+auto waiting(SystemCall systemCall) {
+    return [systemCall, isRepeated = false]() mutable {
+        if (std::exchange(isRepeated, true)) HUTInterrupt::check();
+        return systemCall();
+    };
+}
+
 [[noreturn]] void fail(std::string_view call, const std::string& path) {
     const std::string reason = std::generic_category().message(errno);
     throw HEXAlgException("Failed to " + std::string(call) + " '" + path + "': " + reason);
@@ -56,7 +65,7 @@ template <class ReadAfter>
 std::size_t fill(const FileDescriptor& file, std::size_t size, ReadAfter readAfter) {
     std::size_t done = 0;
     while (done < size) {
-        const ssize_t got = require("read", file.path(), [&] { return readAfter(done); });
+        const ssize_t got = require("read", file.path(), waiting([&] { return readAfter(done); }));
         if (got == 0) break;
         done += static_cast<std::size_t>(got);
     }
@@ -64,7 +73,7 @@ std::size_t fill(const FileDescriptor& file, std::size_t size, ReadAfter readAft
 }
 
 int openNumber(const std::string& path, int flags, mode_t mode) {
-    return attempt("open", path, [&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); });
+    return attempt("open", path, waiting([&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); }));
 }
 
 std::string inside(const FileDescriptor& directory, const std::string& name) {

@@ -157,7 +157,9 @@ class TerminalTest(KpCase):
         rows = [(update, drawn, signal.SIGINT, erased), (["verify", "large.kp"], drawn, signal.SIGTERM, erased),
                 (["extract", "large.kp", "-d", "out"], drawn, signal.SIGHUP, erased),
                 (customize, ready, signal.SIGINT, ready), (customize_in_shell, ready, signal.SIGTERM, ready),
-                ([*update, "-q"], None, signal.SIGINT, ""), (["kernel", "show", "-"], None, signal.SIGTERM, "")]
+                ([*update, "-q"], None, signal.SIGINT, ""), (["kernel", "show", "-"], None, signal.SIGTERM, ""),
+                (["kernel", "show", "pipe"], None, signal.SIGINT, "")]
+        os.mkfifo("pipe")
         before = Path("p.kp").read_bytes()
         lock = open("p.kp", "rb+")
         self.addCleanup(lock.close)
