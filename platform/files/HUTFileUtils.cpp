@@ -4,9 +4,18 @@
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 
+#include <filesystem>
+#include <system_error>
+
 #include <boost/filesystem/operations.hpp>
 
 namespace fs = boost::filesystem;
+
+namespace {
+
+constexpr std::string_view randomPart = "%%%%%%%%%%%%";  // each becomes a hexadecimal digit
+
+}  // namespace
 
 std::string HUTFileUtils::uniquifyFilenameInDir(const std::string& directory, const std::string& name) {
     std::string candidate = name;
@@ -17,10 +26,23 @@ std::string HUTFileUtils::uniquifyFilenameInDir(const std::string& directory, co
 
 std::string HUTFileUtils::createUniqueDir(const std::string& directory, const std::string& suffix) {
     for (;;) {
-        const std::string name = fs::unique_path("%%%%%%%%%%%%").string() + suffix;
+        const std::string name = fs::unique_path(std::string(randomPart)).string() + suffix;
         std::string path = HUTPathUtils::join(directory, name);
         if (disk::makeDirectory(path, 0700)) return path;
     }
+}
+
+bool HUTFileUtils::isUniqueDirName(std::string_view name, std::string_view suffix) {
+    return name.size() == randomPart.size() + suffix.size() && name.ends_with(suffix) &&
+           name.substr(0, randomPart.size()).find_first_not_of("0123456789abcdef") == std::string_view::npos;
+}
+
+void HUTFileUtils::removeTree(const std::string& path) {
+    boost::system::error_code failure;
+    fs::remove_all(path, failure);
+    if (!failure) return;
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);  // goes from directory to directory: no path is too long
 }
 
 ScratchDirectory::ScratchDirectory(const std::string& parent, const std::string& suffix) {
@@ -30,6 +52,5 @@ ScratchDirectory::ScratchDirectory(const std::string& parent, const std::string&
 }
 
 ScratchDirectory::~ScratchDirectory() {
-    boost::system::error_code ignored;
-    fs::remove_all(path_, ignored);
+    HUTFileUtils::removeTree(path_);
 }

@@ -3,6 +3,7 @@
 #include "platform/base/Export.h"
 
 #include <string>
+#include <string_view>
 
 /// Names and directories of one's own.
 class KP_EXPORT HUTFileUtils {
@@ -13,6 +14,11 @@ public:
 
     /// Creates a directory of a random name that ends in `suffix`, open to this user alone. Returns its path.
     static std::string createUniqueDir(const std::string& directory, const std::string& suffix);
+    /// Whether createUniqueDir gives such names with this suffix.
+    static bool isUniqueDirName(std::string_view name, std::string_view suffix);
+
+    /// Removes what is at the path with all below it, as far as that can be done.
+    static void removeTree(const std::string& path);
 };
 
 /// A directory of one's own that is removed with all that it holds at the end of the scope.

@@ -5,7 +5,6 @@
 
 #include <string_view>
 
-#include <boost/filesystem/operations.hpp>
 #include <fcntl.h>
 
 namespace {
@@ -24,12 +23,11 @@ bool tryLock(const disk::FileDescriptor& directory, bool whereUnsupported) {
 
 void removeAbandoned(const std::string& destination) {
     for (const disk::DirectoryItem& item : disk::list(destination)) {
-        if (!item.name.ends_with(suffix)) continue;
+        if (!HUTFileUtils::isUniqueDirName(item.name, suffix)) continue;
         const std::string path = HUTPathUtils::join(destination, item.name);
         try {
             const disk::FileDescriptor found = disk::openIfThere(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
-            boost::system::error_code ignored;
-            if (found.isOpen() && tryLock(found, false)) boost::filesystem::remove_all(path, ignored);
+            if (found.isOpen() && tryLock(found, false)) HUTFileUtils::removeTree(path);
         } catch (const HEXAlgException&) {
             // What another user left, for one, does not keep this one from working.
         }

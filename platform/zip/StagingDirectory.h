@@ -8,8 +8,8 @@
 
 /// A directory below a destination, for files that are to move into place once all are complete. It goes with
 /// all that it holds at the end of the scope. Its name ends in ".kp-incomplete", and it is locked while this
-/// lives: one that is found unlocked was left by a process that was killed, and goes when the next one for
-/// the same destination is created.
+/// lives: one of such a random name that is found unlocked was left by a process that was killed, and goes
+/// when the next one for the same destination is created.
 class StagingDirectory {
 public:
     /// The destination must exist.

@@ -92,11 +92,13 @@ TEST_F(ZipExtract, WhatIsPackedComesBack) {
 
     for (const mode_t mask : {022, 077}) {
         fs::remove_all(to);
+        fs::create_directories(to + "/of_mine.kp-incomplete");
         const mode_t before = ::umask(mask);
         const Environment zone("TZ", "Asia/Kolkata");
         extract("k/");
         ::umask(before);
         EXPECT_FALSE(fs::exists(to + "/k10"));
+        EXPECT_TRUE(fs::exists(to + "/of_mine.kp-incomplete"));
         EXPECT_EQ(treeOf(to + "/k"), treeOf(at("tree")));
         EXPECT_EQ(modeOf("k/run.sh"), fs::perms(0755));
         EXPECT_EQ(modeOf("k/a/empty_file"), fs::perms(0462));
@@ -183,7 +185,10 @@ TEST_F(ZipExtract, NamesThatMeetOnTheFileSystemAreRefused) {
 }
 
 TEST_F(ZipExtract, ALargeMemberThatProvesBadAtItsEndLeavesNothing) {
-    std::string bytes = forged({{"k/m", std::string((std::size_t{16} << 20) + 1, 'l')}});
+    std::string deep = "deep";  // longer than a path with the staging directory before it
+    while (deep.size() < 4000)
+        deep += "/" + std::string(90, 'd');
+    std::string bytes = forged({{deep, ""}, {"k/m", std::string((std::size_t{16} << 20) + 1, 'l')}});
     bytes[bytes.rfind("lPK")] = 'L';
     makeTree({});
     HUTFile::writeFile(archive, bytes);

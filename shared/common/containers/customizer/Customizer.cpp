@@ -1,6 +1,7 @@
 #include "containers/customizer/Customizer.h"
 
 #include "containers/kp/HKPContainerUtils.h"
+#include "platform/files/HUTFileUtils.h"
 #include "platform/params/HPAParamMgr.h"
 #include "platform/params/HUTEnv.h"
 
@@ -149,8 +150,7 @@ bool Customizer::execute() {
 }
 
 void Customizer::removeWorkingDir_() {
-    boost::system::error_code ignored;
-    if (!workingDirPath_.empty()) fs::remove_all(workingDirPath_, ignored);
+    if (!workingDirPath_.empty()) HUTFileUtils::removeTree(workingDirPath_);
 }
 
 }  // namespace kfab::kernel
