@@ -112,7 +112,8 @@ Run declareAdd(CLI::App& app) {
     value("--debug-dir", options->debugDir, "DIR", "Directory to package as 'debug'");
     value("--hls-dir", options->hlsDir, "DIR", "Directory to package as 'hls'");
     value("--project", options->project, "ID", "Identifier of the project that made the kernel");
-    value("--top-ip", options->topIp, "DIR", "Top IP directory, relative to the IP")->capture_default_str();
+    value("--top-ip", options->topIp, "DIR", "Top IP directory, relative to the IP repository")
+        ->capture_default_str();
     value("--name", options->name, "NAME", "Name of the kernel; read from KERNEL.XML unless given");
     takesOneOf(app.add_option("--layout", options->layout,
                               "Where the IP goes: to the package's repository or to the kernel"),
