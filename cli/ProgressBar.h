@@ -8,7 +8,7 @@
 
 namespace cli {
 
-/// While it lives, shows on standard error how far the thread's work is, from its second second on.
+/// While it lives, shows on standard error how far the thread's work is, once that has taken a while.
 class ProgressBar : public HUTProgress::Listener {
 public:
     /// A bar if standard error is a terminal that can show one, else none.

@@ -148,9 +148,9 @@ Reader::Reader(void* record, const Table& table, std::string_view element, const
         parser_.get(),
         [](void* self, const XML_Char* name, const XML_Char** attributes) {
             guarded(self, [&](Reader& reader) {
-                reader.starredNames_&& starred_names::isReplaced(name)
-                    ? reader.start(starred_names::original(name), attributes)
-                    : reader.start(name, attributes);
+                const bool isStarred = reader.starredNames_ && starred_names::isReplaced(name);
+                isStarred ? reader.start(starred_names::original(name), attributes)
+                          : reader.start(name, attributes);
             });
         },
         [](void* self, const XML_Char*) { guarded(self, [](Reader& reader) { reader.end(); }); });

@@ -31,10 +31,11 @@ struct KP_EXPORT ArchiveEntry {
 
 /// Where the bytes of an entry lie.
 struct KP_EXPORT LocalRecord {
-    std::uint64_t begin = 0;       ///< of the header
-    std::uint64_t data = 0;        ///< of the stored bytes
-    std::uint64_t end = 0;         ///< past the stored bytes; a data descriptor may follow
-    const char* stored = nullptr;  ///< the stored bytes, if they were read along
+    std::uint64_t begin = 0;  ///< of the header
+    std::uint64_t data = 0;   ///< of the stored bytes
+    std::uint64_t end = 0;    ///< past the stored bytes; a data descriptor may follow
+    const char* stored =
+        nullptr;  ///< the stored bytes, if they were read along; the reader's buffer has them
 };
 
 /// Why a member of this name could lead out of a directory it is extracted to (such as "it contains '..'");

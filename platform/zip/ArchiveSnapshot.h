@@ -107,7 +107,8 @@ public:
     /// a small member are read along into `along`, if it is given.
     LocalRecord localRecord(const ArchiveEntry& entry, Buffer* along = nullptr) const;
 
-    /// Everything wrong with the archive that open() accepts, in archive order. Reads all data.
+    /// Everything wrong with the archive that open() accepts, one kind of check after the other. Reads all
+    /// data.
     std::vector<ArchiveFinding> check() const;
 
     /// The open file, for copying stored bytes.
