@@ -2,8 +2,8 @@
 #include "cli/Kernels.h"
 #include "cli/Output.h"
 #include "containers/explorer/ExplorerIface.h"
-#include "containers/explorer/KernelLayout.h"
 #include "containers/kp/HKPContainerUtils.h"
+#include "containers/kp/PackageLayout.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HUTInterrupt.h"
 #include "platform/files/HUTFile.h"
@@ -96,9 +96,13 @@ std::shared_ptr<ExplorerIface> extractKernels(const Options& options) {
 
 Json describe(const std::string& name, const ExplorerIface& explorer) {
     Json described{{"name", jsonText(name)}};
-    const std::pair<const char*, std::string> directories[] = {{"root", explorer.getKernelDefRoot(name)},
-                                                               {"ipDir", explorer.getIPDefinitionRoot(name)},
-                                                               {"ipCacheDir", explorer.getIPCacheRoot(name)}};
+    const std::string root = explorer.getKernelDefRoot(name);
+    // An extraction of all kernels tells the explorer of no IP outside the repository.
+    const std::string ipDir = explorer.getIPDefinitionRoot(name);
+    const std::pair<const char*, std::string> directories[] = {
+        {"root", root},
+        {"ipDir", ipDir.empty() ? HUTPathUtils::join(root, layout::kernelIp) : ipDir},
+        {"ipCacheDir", explorer.getIPCacheRoot(name)}};
     for (const auto& [key, directory] : directories)
         if (!directory.empty() && explorer.existsDir(directory)) described[key] = jsonText(directory);
     return described;

@@ -172,6 +172,9 @@ class KpTest(KpCase):
         self.expect(["add-cache", "p.kp", "vadd/src"], 0, "",
                     "kp: warning: [17-2004] The directory 'vadd/src' holds no IP cache\n")
         self.add("k.kp", "--layout", "kernel")
+        for kernel in [], ["vadd"]:
+            self.expect_json(["extract", "k.kp", *kernel, "-d", "k", "--force"],
+                             {"kernels": [{"name": "vadd", "root": "k/vadd", "ipDir": "k/vadd/ip"}]})
         self.expect(["add-cache", "k.kp", "caches"], 3, "",
                     "kp: error: 'k.kp' has the layout 'kernel', which has no IP caches\n")
 
