@@ -79,7 +79,7 @@ std::string content(std::size_t size, bool isText) {
 void pack(benchmark::State& state) {
     const std::string bytes = content(std::size_t{1} << 22, state.range(0) != 0);
     const std::string archive = inputs().path("packed.zip");
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::filesystem::remove(archive);
         ArchiveEdit edit(archive);
         edit.addBytes("member", bytes);
@@ -99,7 +99,7 @@ void openSnapshot(benchmark::State& state) {
                                    std::filesystem::copy_options::overwrite_existing);
     }
     std::size_t next = 0;
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(ArchiveSnapshot::open(paths[next++ % paths.size()]));
     state.SetItemsProcessed(state.iterations() * kernels * entriesEach);
 }
@@ -108,14 +108,14 @@ BENCHMARK(openSnapshot)->Unit(benchmark::kMicrosecond);
 void findEntry(benchmark::State& state) {
     const auto snapshot = ArchiveSnapshot::open(inputs().package());
     int kernel = 0;
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(snapshot->find(nameOf(kernel++ % kernels) + "/cpu_sources/file7.cpp"));
 }
 BENCHMARK(findEntry);
 
 template <class Record>
 void bindRecord(benchmark::State& state, const std::string& document) {
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(lmx60::parse<Record>(document));
     state.SetBytesProcessed(static_cast<std::int64_t>(document.size()) * state.iterations());
 }
@@ -133,7 +133,7 @@ BENCHMARK(bindReport)->Unit(benchmark::kMicrosecond);
 BENCHMARK(bindManifest)->Unit(benchmark::kMicrosecond);
 
 void readManifest(benchmark::State& state) {
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(HKPContainerXMLReader::readManifest(inputs().package()));
 }
 BENCHMARK(readManifest)->Unit(benchmark::kMicrosecond);
@@ -141,7 +141,7 @@ BENCHMARK(readManifest)->Unit(benchmark::kMicrosecond);
 void exploreSources(benchmark::State& state) {
     const ArchiveExplorer explorer(inputs().package(), nullptr, true);
     int kernel = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::vector<std::string> sources;
         explorer.getCpuSources(nameOf(kernel++ % kernels), sources);
         benchmark::DoNotOptimize(sources);
@@ -152,7 +152,7 @@ BENCHMARK(exploreSources)->Unit(benchmark::kMicrosecond);
 void explorePath(benchmark::State& state) {
     const ArchiveExplorer explorer(inputs().package(), nullptr, true);
     int kernel = 0;
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(explorer.getPath(nameOf(kernel++ % kernels), "file7.cpp"));
 }
 BENCHMARK(explorePath)->Unit(benchmark::kMicrosecond);

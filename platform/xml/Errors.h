@@ -19,6 +19,7 @@ enum class ErrorKind {
     Syntax,
     DocumentType,
     TooDeep,
+    TooManyElements,
     UnknownElement,
     UnknownAttribute,
     MissingElement,

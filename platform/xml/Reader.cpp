@@ -71,7 +71,8 @@ struct Frame {
 
 class Reader {
 public:
-    Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown);
+    Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown,
+           std::size_t maximumElements = SIZE_MAX);
 
     void read(std::string document);
     void readFile(const std::string& path);
@@ -107,6 +108,7 @@ private:
     const Table& rootTable_;
     std::string_view rootElement_;
     const UnknownListener& onUnknown_;
+    std::size_t elementsLeft_;
     std::unique_ptr<XML_ParserStruct, Free> parser_;
     bool starredNames_ = false;
     std::vector<Frame> open_;
@@ -136,11 +138,13 @@ void Reader::guarded(void* self, Event event) {
     }
 }
 
-Reader::Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown)
+Reader::Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown,
+               std::size_t maximumElements)
     : root_(record),
       rootTable_(table),
       rootElement_(element),
       onUnknown_(onUnknown),
+      elementsLeft_(maximumElements),
       parser_(XML_ParserCreate(nullptr)) {
     if (!parser_) throw std::bad_alloc();
     XML_SetUserData(parser_.get(), this);
@@ -249,6 +253,7 @@ void Reader::start(std::string_view name, const char** attributes) {
         ++skipped_;
         return;
     }
+    if (elementsLeft_-- == 0) fail(ErrorKind::TooManyElements, "there are too many elements");
     if (open_.size() >= maximumDepth)
         fail(ErrorKind::TooDeep, "elements are nested deeper than " + std::to_string(maximumDepth));
     if (open_.empty()) {
@@ -338,8 +343,8 @@ std::string readBytes(const std::string& path) {
 }
 
 void readInto(void* record, const Table& table, std::string_view element, std::string document,
-              const UnknownListener& onUnknown) {
-    Reader(record, table, element, onUnknown).read(std::move(document));
+              const UnknownListener& onUnknown, std::size_t maximumElements) {
+    Reader(record, table, element, onUnknown, maximumElements).read(std::move(document));
 }
 
 void readFileInto(void* record, const Table& table, std::string_view element, const std::string& path,

@@ -21,8 +21,14 @@ std::vector<std::string_view> componentsOf(std::string_view path) {
     return components;
 }
 
+/// A directory is kept open for each level on the way down.
+constexpr std::ptrdiff_t maximumComponents = 256;
+
 std::string_view unsafePathReason(std::string_view name) {
-    return name.size() < PATH_MAX ? unsafeNameReason(name) : "its name is longer than a path can be";
+    if (name.size() >= PATH_MAX) return "its name is longer than a path can be";
+    if (std::count(name.begin(), name.end(), '/') >= maximumComponents)
+        return "its name has more than 256 components";
+    return unsafeNameReason(name);
 }
 
 }  // namespace

@@ -128,20 +128,25 @@ const Scripts qualifiedBoard =
     boardScripts(R"(set board_short_name [get_property board_name [get_boards v:b1:p0:1.2]]
 set board_file_version [get_property file_version [get_boards v:b1:p0:1.2]]
 set board_part [get_board_parts -filter "board_name==$board_short_name && board_part_file_version==$board_file_version"])");
-const Scripts parameter = {
-    "create_project -in_memory open_rtl_kernel_target_part W\n",
-    "set_property ip_repo_paths W/ip_repo [current_project]\nupdate_ip_catalog",
-    "set supported_parts [get_property supported_parts [get_ipdefs v:l:k1:1.0]]\n"
-    "set target_part [lindex $supported_parts 0]\n",
-    "close_project",
-    "if { $target_part ne \"\"} {\n  create_project open_rtl_kernel W -part $target_part\n} else {\n"
-    "  create_project open_rtl_kernel W\n}\n",
-    "set_property ip_repo_paths W/ip_repo [current_project]",
-    "update_ip_catalog",
-    "create_bd_design \"design_1\"",
-    "set bd_cell [create_bd_cell -type ip -vlnv v:l:k1:1.0 n1]\n"
-    "set_property CONFIG.DEPTH {a \"b\" {c d}} $bd_cell\n",
-    "save_bd_design"};
+const Scripts parameter = {"create_project -in_memory open_rtl_kernel_target_part W\n",
+                           "set_property ip_repo_paths W/ip_repo [current_project]\nupdate_ip_catalog",
+                           R"(set supported_parts [get_property supported_parts [get_ipdefs v:l:k1:1.0]]
+set target_part [lindex $supported_parts 0]
+)",
+                           "close_project",
+                           R"(if { $target_part ne ""} {
+  create_project open_rtl_kernel W -part $target_part
+} else {
+  create_project open_rtl_kernel W
+}
+)",
+                           "set_property ip_repo_paths W/ip_repo [current_project]",
+                           "update_ip_catalog",
+                           "create_bd_design \"design_1\"",
+                           R"(set bd_cell [create_bd_cell -type ip -vlnv v:l:k1:1.0 n1]
+set_property CONFIG.DEPTH {a "b" {c d}} $bd_cell
+)",
+                           "save_bd_design"};
 
 TEST_F(CustomizerTest, EvaluatesTheScriptsOfTheBoardAndThenOfTheParameters) {
     host_->save = [&] { directory_.file(instance_, "customized"); };

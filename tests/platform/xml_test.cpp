@@ -102,6 +102,11 @@ TEST(Reader, RefusesWhatIsNoValidDocument) {
     };
     for (const auto& [document, expected] : cases)
         EXPECT_EQ(failureOfReading(document), expected) << document.substr(0, 80);
+    const auto readAtMost = [](std::size_t elements) {
+        return failureOf([&] { lmx60::parse<Item>(with("<count>1</count>"), {}, Item::element, elements); });
+    };
+    EXPECT_EQ(readAtMost(2), "there are too many elements");
+    EXPECT_EQ(readAtMost(3), "nothing thrown");
 }
 
 TEST(Reader, PassesOverNamespacesAndWhatHasNoMeaning) {

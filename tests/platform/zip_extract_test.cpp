@@ -123,6 +123,9 @@ TEST_F(ZipExtract, OddNamesAndModesDoNoHarm) {
 // Every archive begins with a sound member. None may leave anything of itself anywhere.
 TEST_F(ZipExtract, HostileArchivesAreRefusedAndTouchNothing) {
     const std::string longName = "k/" + std::string(4096, 'n');
+    std::string deepName = "k";
+    for (int components = 1; components < 257; ++components)
+        deepName += "/d";
     const std::string absolute = at("outside/absolute");
     const std::string twice = "two entries have this name";
     const auto inTheWay = [&](const std::string& name, const std::string& what) {
@@ -140,6 +143,7 @@ TEST_F(ZipExtract, HostileArchivesAreRefusedAndTouchNothing) {
         {"k/x\\x00.v", "it contains a NUL character", {{std::string("k/x\0.v", 6)}}},
         {".", "it names no file", {{"."}}},
         {longName, "its name is longer than a path can be", {{longName}}},
+        {deepName, "its name has more than 256 components", {{deepName}}},
         {"k/link", "it is a symbolic link", {{"k/link", "../outside", S_IFLNK | 0777}}},
         {"k/pipe", "its type is not that of a file", {{"k/pipe", "", S_IFIFO | 0644}}},
         {"k/dev/", "its type is not that of a directory", {{"k/dev/", "", S_IFBLK | 0644}}},

@@ -43,5 +43,5 @@ std::optional<std::string> JavaCall::convert(jstring given) const {
 JavaCall::StringList* JavaCall::convert(jlong handle) const {
     if (handle == 0)
         raiseInJava(environment_, JavaError::nullPointer, "std::vector< std::string > & reference is null");
-    return reinterpret_cast<StringList*>(handle);
+    return reinterpret_cast<StringList*>(handle);  // NOLINT(performance-no-int-to-ptr): Java keeps it so
 }

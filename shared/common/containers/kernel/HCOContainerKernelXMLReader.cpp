@@ -10,7 +10,7 @@ void HCOContainerKernelXMLReader::parse() {
     std::string document =
         readPackageDocument(packagePath_, kernelName_ + HUTFile::getDirSeparator() + "kernel.xml");
     try {
-        root_ = std::make_unique<KernelXML::Root>(lmx60::parse<KernelXML::Root>(std::move(document)));
+        root_ = std::make_unique<KernelXML::Root>(parsePackageDocument<KernelXML::Root>(std::move(document)));
     } catch (const lmx60::ReadError& error) {
         documents::raiseUnreadable(error, packagePath_);
     }

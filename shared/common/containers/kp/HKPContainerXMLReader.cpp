@@ -51,7 +51,7 @@ KPContainer::Root HKPContainerXMLReader::readManifest(const std::string& path) {
         ComMsgMgr::post("@17-1314@%s%s%d", {unknown.text, path, std::to_string(unknown.line)});
     };
     try {
-        return lmx60::parse<KPContainer::Root>(manifestOf(path), postUnknown);
+        return parsePackageDocument<KPContainer::Root>(manifestOf(path), postUnknown);
     } catch (const lmx60::ReadError& error) {
         documents::raiseUnreadable(error, path);
     }
