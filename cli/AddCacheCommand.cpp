@@ -1,23 +1,11 @@
 #include "cli/Command.h"
 #include "containers/kp/HKPContainerUtils.h"
-#include "platform/base/Exceptions.h"
+#include "platform/params/HPAParamMgr.h"
 
 #include <memory>
 #include <string>
 
 namespace cli {
-namespace {
-
-/// A package with caches has the repository layout: to stamp it on another would misplace the IP of all
-/// kernels.
-void requireRepositoryLayout(const std::string& package) {
-    HKPContainer container;
-    const bool exists = HKPContainerUtils::parseKPContainerIntoObject_(package, container);
-    if (exists && container.getVersionMajor() < 3)
-        throw HEXAlgException("'" + package + "' has the layout 'kernel', which has no IP caches");
-}
-
-}  // namespace
 
 Run declareAddCache(CLI::App& app) {
     auto package = std::make_shared<std::string>();
@@ -28,7 +16,7 @@ Run declareAddCache(CLI::App& app) {
         ->type_name("DIR")
         ->required();
     return [=] {
-        requireRepositoryLayout(*package);
+        HPAParamMgr::setBool("kp.keepLayout", true);
         HKPContainerUtils::appendIPCacheDir(*package, *directory);
         return Done;
     };

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 #include <libdeflate.h>
 #include <zlib.h>
@@ -72,6 +73,55 @@ void readWhole(const ArchiveSnapshot& archive, const ArchiveEntry& entry, const 
     }
     requireChecksum(archive, entry, libdeflate_crc32(0, bytes, entry.size));
 }
+
+/// What an entry's own header repeats of the directory.
+struct LocalHeader {
+    std::uint16_t flags = 0;
+    std::uint16_t method = 0;
+    std::uint32_t crc = 0;
+    std::uint64_t storedSize = 0;
+    std::uint64_t size = 0;
+    std::uint16_t nameSize = 0;
+    std::uint16_t extraSize = 0;
+    std::string_view name;
+
+    /// The header in front of a name; none without its signature.
+    static std::optional<LocalHeader> parse(std::string_view bytes) {
+        zip_format::FieldReader fields(bytes);
+        if (fields.u32() != zip_format::localSignature) return {};
+        LocalHeader header;
+        fields.u16();  // version needed
+        header.flags = fields.u16();
+        header.method = fields.u16();
+        fields.u32();  // time
+        header.crc = fields.u32();
+        header.storedSize = fields.u32();
+        header.size = fields.u32();
+        header.nameSize = fields.u16();
+        header.extraSize = fields.u16();
+        header.name = fields.rest();
+        return header;
+    }
+
+    bool hasLargeSizes() const { return size == zip_format::full32 || storedSize == zip_format::full32; }
+
+    void takeLargeSizes(std::string_view extra) {
+        zip_format::FieldReader large(zip_format::extraField(extra, zip_format::zip64Id));
+        if (size == zip_format::full32) size = large.u64();
+        if (storedSize == zip_format::full32) storedSize = large.u64();
+    }
+
+    bool agreesWith(const ArchiveEntry& entry) const {
+        const bool isDescribedLater = (flags & ArchiveEntry::HasDescriptor) != 0;
+        const auto agree = [&](std::uint64_t local, std::uint64_t central) {
+            return local == central || (isDescribedLater && local == 0);
+        };
+        constexpr int telling = ArchiveEntry::IsEncrypted | ArchiveEntry::HasDescriptor;
+        return nameSize == entry.name.size() && name == entry.name && method == entry.method &&
+               ((flags ^ entry.flags) & telling) == 0 && agree(crc, entry.crc) && agree(size, entry.size) &&
+               agree(storedSize, entry.storedSize);
+    }
+};
 
 class WholeMember : public MemberStream {
 public:
@@ -193,39 +243,18 @@ LocalRecord ArchiveSnapshot::localRecord(const ArchiveEntry& entry, Buffer* alon
     char* bytes = (readsAlong ? *along : alone).ofSize(size);
     const std::size_t got = disk::readAt(file_, entry.offset, bytes, size);
     if (got < headerSize) refuse(*this, entry, "the archive became shorter");
-    zip_format::FieldReader fields({bytes, headerSize});
-    if (fields.u32() != zip_format::localSignature) refuse(*this, entry, "its header is damaged");
-    fields.u16();  // version needed
-    const std::uint16_t flags = fields.u16();
-    const std::uint16_t method = fields.u16();
-    fields.u32();  // time
-    const std::uint32_t crc = fields.u32();
-    std::uint64_t storedSize = fields.u32();
-    std::uint64_t wholeSize = fields.u32();
-    const std::uint16_t nameSize = fields.u16();
-    const std::uint16_t extraSize = fields.u16();
-    const bool isNamed = nameSize == entry.name.size() && fields.rest() == entry.name;
+    std::optional<LocalHeader> header = LocalHeader::parse({bytes, headerSize});
+    if (!header) refuse(*this, entry, "its header is damaged");
 
-    LocalRecord record{entry.offset, entry.offset + headerSize + extraSize, 0};
+    LocalRecord record{entry.offset, entry.offset + headerSize + header->extraSize, 0};
     record.end = record.data + entry.storedSize;
     if (record.end > directoryOffset()) refuse(*this, entry, "its data lie outside the file");
-
-    if (wholeSize == zip_format::full32 || storedSize == zip_format::full32) {
-        std::string extra(extraSize, '\0');
+    if (header->hasLargeSizes()) {
+        std::string extra(header->extraSize, '\0');
         disk::readAt(file_, entry.offset + headerSize, extra.data(), extra.size());
-        zip_format::FieldReader large(zip_format::extraField(extra, zip_format::zip64Id));
-        if (wholeSize == zip_format::full32) wholeSize = large.u64();
-        if (storedSize == zip_format::full32) storedSize = large.u64();
+        header->takeLargeSizes(extra);
     }
-
-    const bool isDescribedLater = (flags & ArchiveEntry::HasDescriptor) != 0;
-    const auto agrees = [&](std::uint64_t local, std::uint64_t central) {
-        return local == central || (isDescribedLater && local == 0);
-    };
-    constexpr int telling = ArchiveEntry::IsEncrypted | ArchiveEntry::HasDescriptor;
-    if (!isNamed || method != entry.method || ((flags ^ entry.flags) & telling) != 0 ||
-        !agrees(crc, entry.crc) || !agrees(wholeSize, entry.size) || !agrees(storedSize, entry.storedSize))
-        refuse(*this, entry, "its header contradicts the directory");
+    if (!header->agreesWith(entry)) refuse(*this, entry, "its header contradicts the directory");
     if (readsAlong && record.end - record.begin <= got) record.stored = bytes + (record.data - record.begin);
     return record;
 }

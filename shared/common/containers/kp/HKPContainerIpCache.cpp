@@ -10,6 +10,7 @@
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/messages/ComMsgMgr.h"
+#include "platform/params/HPAParamMgr.h"
 #include "platform/zip/ArchiveEdit.h"
 
 #include <set>
@@ -75,6 +76,8 @@ void HKPContainerUtils::appendIPCacheDir(const std::string& path, const std::str
     if (!edit.exists()) throw HEXAlgException(missing);
     HKPContainer container;
     HKPContainerXMLReader(path, container).parseKPContainer();
+    if (container.getVersionMajor() < 3 && HPAParamMgr::getBool("kp.keepLayout", false))
+        throw HEXAlgException("'" + path + "' has the layout 'kernel', which has no IP caches");
     stageIpCaches(directory, container, edit);
     HKPContainerXMLWriter(container, path).writeKPContainer(true, edit);
     edit.seal();

@@ -135,8 +135,8 @@ public:
 
     /// Packs IP caches: every directory, `directory` included, that itself holds a ".qmr" file becomes the
     /// cache of its own name. A cache that the manifest lists is left alone; of two of one name the first is
-    /// taken and the other posted. The manifest becomes one of format 6.0, and the package is sealed. Throws
-    /// what the manifest reader throws.
+    /// taken and the other posted. The manifest becomes one of format 6.0 (with "kp.keepLayout" a package of
+    /// another layout is refused), and the package is sealed. Throws what the manifest reader throws.
     static void appendIPCacheDir(const std::string& path, const std::string& directory);
 
     /// An explorer of the package that has the definitions of all its kernels.
