@@ -2,6 +2,7 @@
 
 #include "platform/base/Export.h"
 
+#include <cstddef>
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -11,6 +12,9 @@ namespace lmx60 {
 /// Elements nested deeper than this are refused, so that hostile documents cannot exhaust the stack, and are
 /// not written either.
 constexpr int maximumDepth = 2000;
+/// What an element tree holds at most: bytes of the document, and elements and attributes together.
+constexpr std::size_t maximumDocument = std::size_t{256} << 20;
+constexpr std::size_t maximumElements = 2'000'000;
 
 enum class ErrorKind {
     None,
@@ -19,7 +23,9 @@ enum class ErrorKind {
     Syntax,
     DocumentType,
     TooDeep,
+    TooLarge,
     TooManyElements,
+    OtherFormat,  ///< well-formed, but not of the kind that is asked for
     UnknownElement,
     UnknownAttribute,
     MissingElement,

@@ -1,3 +1,4 @@
+#include "platform/xml/ElementTree.h"
 #include "platform/xml/Reader.h"
 #include "platform/xml/Writer.h"
 #include "tests/support/Failure.h"
@@ -158,6 +159,63 @@ TEST(Reader, StarredNamesAreReadInTagsOnly) {
         "<Loop*/><Loop* /><Loop*></Loop*><Loop*\n></Loop*\t><!----><Loop*/><!--><x.> -->"));
     EXPECT_EQ(item.loop.size(), 5U);
     EXPECT_EQ(item.text, (lmx60::Leaves<std::string>{"a*b ", "<Loop*/>"}));
+}
+
+/// A tree as text: "name@line", attributes, then children or the text.
+std::string shown(lmx60::Element element) {
+    std::string text = std::string(element.name()) + "@" + std::to_string(element.line());
+    for (const char* name : {"id", "lang"})
+        if (const auto value = element.attribute(name))
+            text += " " + std::string(name) + "=" + std::string(*value);
+    if (!element.text().empty()) text += " '" + std::string(element.text()) + "'";
+    std::string children;
+    for (const lmx60::Element child : element.children())
+        children += (children.empty() ? "" : " ") + shown(child);
+    return children.empty() ? text : text + "(" + children + ")";
+}
+
+TEST(ElementTree, KeepsOneNamespaceWhateverItsPrefix) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"<a id='1' lang=''><b> x </b>\n<b/></a>", "a@1 id=1 lang=(b@1 'x' b@2)"},
+        {"<p:a xmlns:p='u' p:id='1' q:lang='2' xmlns:q='v'>\n<b xmlns='u'>x<q:i>y<p:b/></q:i> z</b></p:a>",
+         "a@1 id=1(b@2 'x z')"},
+        {"<a xmlns='u'><b xmlns=''>x</b>\n<b\n id='2'/></a>", "a@1(b@2 id=2)"},
+        {"<a>gone<b>kept<![CDATA[ <&]]><!-- c -->&#33;</b>gone<c/></a>", "a@1(b@1 'kept <&!' c@1)"},
+    };
+    for (const auto& [document, expected] : cases)
+        EXPECT_EQ(shown(lmx60::ElementTree(document).root()), expected) << document;
+    const lmx60::ElementTree tree("<a xmlns='u'><b/><c/></a>");
+    EXPECT_EQ(tree.namespaceName() + shown(tree[tree.size() - 1]) + shown(tree.root().child("c")), "uc@1c@1");
+    EXPECT_FALSE(tree.root().child("d"));
+}
+
+TEST(ElementTree, RefusesWhatNoDocumentMayBe) {
+    const auto repeated = [](std::size_t count, const std::string& piece) {
+        std::string text;
+        while (count-- > 0)
+            text += piece;
+        return text;
+    };
+    const std::string many = repeated(lmx60::maximumElements / 2, "<a b=''/>");
+    const std::pair<std::string, std::string> cases[] = {
+        {"\n<a></b>", "2: mismatched tag"},
+        {"<a><p:b/></a>", "1: unbound prefix"},
+        {"\n<!DOCTYPE a [<!ENTITY e 'f'>]><a>&e;</a>", "2: document type declarations are not accepted"},
+        {"<a xmlns:o='o'>" + repeated(2000, "<o:b>"), "1: elements are nested deeper than 2000"},
+        {repeated(1999, "<b>") + repeated(1999, "</b>"), "nothing"},
+        {"<a>\n" + many + "</a>", "2: there are too many elements and attributes"},
+        {"<a xmlns:o='o'>" + repeated(lmx60::maximumElements, "<o:b/>") + "</a>", "nothing"},
+        {std::string(lmx60::maximumDocument + 1, ' '), "0: the document is larger than 256 MiB"},
+    };
+    for (const auto& [document, expected] : cases) {
+        std::string failure = "nothing";
+        try {
+            lmx60::ElementTree{document};
+        } catch (const lmx60::ReadError& error) {
+            failure = std::to_string(error.error().line) + ": " + error.what();
+        }
+        EXPECT_EQ(failure, expected) << document.substr(0, 80);
+    }
 }
 
 TEST(Writer, ExactTextOfEveryKindOfField) {

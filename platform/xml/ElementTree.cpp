@@ -1,0 +1,151 @@
+#include "platform/xml/ElementTree.h"
+
+#include "platform/xml/LeafText.h"
+#include "platform/xml/Parser.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace lmx60 {
+
+/// Takes a document in, node by node.
+class ElementTree::Builder : private Parser {
+public:
+    explicit Builder(ElementTree& tree) : Parser(Namespaces::Resolved), tree_(tree) {}
+    using Parser::parse;
+
+private:
+    struct QualifiedName {
+        std::string_view space, name;
+    };
+
+    void start(const char* name, const char** attributes) override;
+    void end() override;
+    void text(std::string_view text) override;
+
+    static QualifiedName split(std::string_view name);
+    std::string_view kept(std::string_view name);
+    Piece keep(std::string_view text);
+    void countOneMore();
+    void endText();
+
+    ElementTree& tree_;
+    std::vector<std::size_t> open_;
+    int skipped_ = 0;  // depth inside an element that is passed over
+};
+
+ElementTree::Builder::QualifiedName ElementTree::Builder::split(std::string_view name) {
+    const std::size_t end = name.rfind(namespaceEnd);
+    if (end == std::string_view::npos) return {{}, name};
+    return {name.substr(0, end), name.substr(end + 1)};
+}
+
+/// The name in memory that stays.
+std::string_view ElementTree::Builder::kept(std::string_view name) {
+    auto place = tree_.names_.find(name);
+    if (place == tree_.names_.end()) place = tree_.names_.emplace(name).first;
+    return *place;
+}
+
+ElementTree::Piece ElementTree::Builder::keep(std::string_view text) {
+    const auto begin = static_cast<std::uint32_t>(tree_.text_.size());
+    tree_.text_ += text;
+    return {begin, static_cast<std::uint32_t>(tree_.text_.size())};
+}
+
+void ElementTree::Builder::countOneMore() {
+    if (tree_.nodes_.size() + tree_.attributes_.size() >= maximumElements)
+        fail(ErrorKind::TooManyElements, "there are too many elements and attributes");
+}
+
+/// An element that has children has no text of its own: what was taken for it goes.
+void ElementTree::Builder::endText() {
+    if (open_.empty() || open_.back() + 1 != tree_.nodes_.size()) return;
+    Piece& text = tree_.nodes_.back().text;
+    tree_.text_.resize(text.begin);
+    text.end = text.begin;
+}
+
+void ElementTree::Builder::start(const char* name, const char** attributes) {
+    if (open_.size() + static_cast<std::size_t>(skipped_) >= maximumDepth)
+        fail(ErrorKind::TooDeep, "elements are nested deeper than " + std::to_string(maximumDepth));
+    const QualifiedName qualified = split(name);
+    if (open_.empty()) tree_.namespace_ = qualified.space;
+    if (skipped_ > 0 || qualified.space != tree_.namespace_) {
+        ++skipped_;
+        return;
+    }
+    countOneMore();
+    endText();
+    open_.push_back(tree_.nodes_.size());
+    Node& node = tree_.nodes_.emplace_back();
+    node.name = kept(qualified.name);
+    node.line = line();
+    node.firstAttribute = static_cast<std::uint32_t>(tree_.attributes_.size());
+    for (; *attributes != nullptr; attributes += 2) {
+        const QualifiedName attribute = split(attributes[0]);
+        if (!attribute.space.empty() && attribute.space != tree_.namespace_) continue;
+        countOneMore();
+        tree_.attributes_.push_back({kept(attribute.name), keep(attributes[1])});
+    }
+    node.endAttribute = static_cast<std::uint32_t>(tree_.attributes_.size());
+    node.text.begin = node.text.end = static_cast<std::uint32_t>(tree_.text_.size());
+}
+
+void ElementTree::Builder::end() {
+    if (skipped_ > 0) {
+        --skipped_;
+        return;
+    }
+    tree_.nodes_[open_.back()].next = static_cast<std::uint32_t>(tree_.nodes_.size());
+    open_.pop_back();
+}
+
+void ElementTree::Builder::text(std::string_view text) {
+    if (skipped_ == 0 && open_.back() + 1 == tree_.nodes_.size())
+        tree_.nodes_.back().text.end = keep(text).end;
+}
+
+ElementTree::ElementTree(std::string document) {
+    if (document.size() > maximumDocument)
+        throw ReadError({ErrorKind::TooLarge, "the document is larger than 256 MiB", 0});
+    Builder(*this).parse(std::move(document));
+}
+
+std::string_view Element::name() const {
+    return tree_->nodes_[index_].name;
+}
+
+int Element::line() const {
+    return tree_->nodes_[index_].line;
+}
+
+std::string_view Element::text() const {
+    return collapsed(tree_->text(tree_->nodes_[index_].text));
+}
+
+std::optional<std::string_view> Element::attribute(std::string_view name) const {
+    const auto begin = tree_->attributes_.begin();
+    const auto end = begin + tree_->nodes_[index_].endAttribute;
+    const auto found = std::find_if(begin + tree_->nodes_[index_].firstAttribute, end,
+                                    [&](const auto& attribute) { return attribute.name == name; });
+    if (found == end) return std::nullopt;
+    return tree_->text(found->value);
+}
+
+Element::Children Element::children() const {
+    return {Element(*tree_, index_ + 1), Element(*tree_, tree_->nodes_[index_].next)};
+}
+
+Element Element::child(std::string_view name) const {
+    for (const Element child : children())
+        if (child.name() == name) return child;
+    return {};
+}
+
+Element::Children::Iterator& Element::Children::Iterator::operator++() {
+    at_.index_ = at_.tree_->nodes_[at_.index_].next;
+    return *this;
+}
+
+}  // namespace lmx60

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "platform/xml/Errors.h"
+
+#include <cstddef>
+#include <exception>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+struct XML_ParserStruct;
+
+namespace lmx60 {
+
+/// Text of a document as shown in an error: cut when long, without what would upset a terminal.
+std::string quoted(std::string_view text);
+
+/// Runs a document through the XML parser, which tells of what it meets. Refuses document type declarations.
+/// What parses throws
+/// ReadError, or what one of the functions that are told threw.
+class Parser {
+protected:
+    enum class Namespaces { Ignored, Resolved };
+
+    /// Between a namespace and a name, where namespaces are resolved; neither holds it.
+    static constexpr char namespaceEnd = '\n';
+
+    explicit Parser(Namespaces namespaces);
+    virtual ~Parser();
+    Parser(const Parser&) = delete;
+    Parser& operator=(const Parser&) = delete;
+
+    void parse(std::string document);
+    void parseFile(const std::string& path);
+
+    /// May change the bytes of a document in place before they are parsed.
+    virtual void prepare(std::span<char> document);
+    /// Attributes are names and values in turn, up to a null pointer.
+    virtual void start(const char* name, const char** attributes) = 0;
+    virtual void end() = 0;
+    /// The text between two tags may come in pieces.
+    virtual void text(std::string_view text) = 0;
+
+    /// Where the parser is, from 1.
+    int line() const;
+    [[noreturn]] void fail(ErrorKind kind, const std::string& text) const;
+
+private:
+    struct Free {
+        void operator()(XML_ParserStruct* parser) const;
+    };
+
+    std::span<char> makeRoom(std::size_t size);
+    void parsePiece(std::size_t size, bool isLast);
+
+    /// Runs one event; an exception must not cross the parser, so it is kept until the parser returns.
+    template <class Event>
+    static void guarded(void* self, Event event);
+
+    std::unique_ptr<XML_ParserStruct, Free> parser_;
+    std::exception_ptr failure_;
+};
+
+}  // namespace lmx60
