@@ -1,6 +1,6 @@
+#include "cli/Advice.h"
 #include "cli/Command.h"
 #include "containers/kp/HKPContainerUtils.h"
-#include "platform/params/HPAParamMgr.h"
 
 #include <memory>
 #include <string>
@@ -8,16 +8,18 @@
 namespace cli {
 
 Run declareAddCache(CLI::App& app) {
-    auto package = std::make_shared<std::string>();
-    auto directory = std::make_shared<std::string>();
-    app.add_option("PACKAGE", *package, "The package")->type_name("FILE")->required();
-    app.add_option("DIR", *directory,
+    auto addition = std::make_shared<IpCacheAddition>();
+    auto reseal = std::make_shared<bool>(false);
+    app.add_option("PACKAGE", addition->kpPath, "The package")->type_name("FILE")->required();
+    app.add_option("DIR", addition->directory,
                    "Each directory from here down that holds a '.qmr' file is a cache of its own name")
         ->type_name("DIR")
         ->required();
+    app.add_flag("--reseal", *reseal, "Go on, and seal anew, although the digest does not hold");
     return [=] {
-        HPAParamMgr::setBool("kp.keepLayout", true);
-        HKPContainerUtils::appendIPCacheDir(*package, *directory);
+        addition->otherLayout = OtherLayout::Refuse;
+        addition->brokenSeal = *reseal ? BrokenSeal::Renew : BrokenSeal::Refuse;
+        withAdvice([&] { HKPContainerUtils::appendIPCacheDir(*addition); });
         return Done;
     };
 }

@@ -5,7 +5,6 @@
 #include "containers/customizer/Customizer.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
-#include "platform/params/HPAParamMgr.h"
 #include "platform/tcl/TaskManager.h"
 #include "platform/tcl/TclShell.h"
 #include "platform/tcl/Words.h"
@@ -42,6 +41,13 @@ public:
     OneDirectoryCustomizer(const std::string& package, const std::string& kernel)
         : Customizer(package, kernel) {
         setWorkingDirPath_(Customizer::getWorkingDirPath());
+    }
+
+protected:
+    void prepareAddition_(KernelAddition& addition) const override {
+        addition.otherLayout = OtherLayout::Refuse;
+        addition.changesOtherIps = false;
+        addition.brokenSeal = BrokenSeal::Refuse;
     }
 };
 
@@ -104,7 +110,6 @@ std::string hintFor(const std::string& failure) {
 }
 
 ExitStatus customize(const Options& options) {
-    HPAParamMgr::setBool("kp.keepLayout", true);
     std::optional<evaluator_scope> shell;
     if (!options.tclShell.empty())
         shell.emplace(std::make_shared<tkq::tcltasks::tcl_shell>(options.tclShell));

@@ -9,13 +9,9 @@
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/params/HPAParamMgr.h"
-#include "platform/zip/ArchiveSnapshot.h"
+#include "platform/zip/ArchiveComparison.h"
 #include "platform/zip/ExtractionPlan.h"
 
-#include <algorithm>
-#include <array>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -45,18 +41,6 @@ struct Options {
 bool isTaken(const Options& options, std::string_view name) {
     return ExtractionPlan::unfitForDirectory(name).empty() &&
            HUTFile::exists(HUTPathUtils::join(options.directory, name));
-}
-
-bool isCopy(const std::string& path, const ArchiveSnapshot& archive, const ArchiveEntry& entry) {
-    if (!HUTFile::isFile(path) || std::filesystem::file_size(path) != entry.size) return false;
-    std::ifstream file(path, std::ios::binary);
-    const auto member = archive.stream(entry);
-    std::array<char, 65536> expected{}, found{};
-    while (const std::size_t size = member->read(expected.data(), expected.size())) {
-        file.read(found.data(), static_cast<std::streamsize>(size));
-        if (!file || !std::equal(found.data(), found.data() + size, expected.data())) return false;
-    }
-    return true;
 }
 
 /// The repository comes with each kernel: what another one brought of it is no obstacle while it is the same.

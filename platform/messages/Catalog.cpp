@@ -32,6 +32,9 @@ constexpr CatalogEntry catalog[] = {
     {"@17-2002@%s%s", Warning, "The IP cache '%1' is not packaged: another one is named '%2' as well"},
     {"@17-2003@%s%s", Warning, "'%1' is in place and whole, but may not outlast a power failure: %2"},
     {"@17-2004@%s", Warning, "The directory '%1' holds no IP cache"},
+    {"@17-2007@%s%s", Warning, "The IP in '%1' is replaced by another one, which is now that of %2 too"},
+    {"@17-2008@%s%s%s", Warning,
+     "'%1' gets the format of the layout '%2', in which the IP is not found of %3"},
     {"@17-2010@%s", Error, "%1"},
 };
 

@@ -72,8 +72,9 @@ class KpCase(unittest.TestCase):
     def add(self, package, *more):
         self.expect(["add", package, "vadd/kernel.xml", "--ip", "vadd/ip", *more], 0)
 
-    def derive(self, path):
+    def derive(self, path, vlnv=None):
         """The path of a kernel description like the example's under another name, which ends the path, and VLNV."""
         text, name = Path(self.directory, "vadd/kernel.xml").read_text(), Path(path).name
-        Path(path + ".xml").write_text(text.replace('name="vadd"', f'name="{name}"').replace(":vadd:", f":{name}:"))
+        text = text.replace('name="vadd"', f'name="{name}"').replace(":vadd:", f":{vlnv or name}:")
+        Path(path + ".xml").write_text(text)
         return path + ".xml"

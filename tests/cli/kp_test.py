@@ -54,6 +54,28 @@ class KpTest(KpCase):
         self.expect_json(["verify", "p.kp"], {"digest": "unreadable", "findings": [
             {"code": "unreadable", "member": "", "text": text}]}, 1)
 
+    def test_nothing_of_others_is_replaced_or_sealed_unasked(self):
+        self.add("p.kp", "--layout", "kernel")
+        self.expect(["add", "p.kp", self.derive("other"), "--ip", "vadd/ip", "-q"], 0)
+        self.assertIn("other  ip           other/ip\n", run("files", "p.kp", "other")[1])
+        Path("p.kp").unlink()
+        self.add("p.kp")
+        same = self.derive("same", vlnv="vadd")
+        self.expect(["add", "p.kp", same, "--ip", "vadd/ip"], 0)
+        shutil.copytree("vadd/ip", "ip")
+        Path("ip/hdl/vadd.v").write_text("module vadd; endmodule")
+        third = ["add", "p.kp", self.derive("third", vlnv="vadd"), "--ip", "ip"]
+        self.expect(third, 3, "", "kp: error: The IP of kernel 'third' differs from the one in "
+                    "'ip_repo/example_kernels_vadd_1_0' of KP container 'p.kp', the IP of kernels 'vadd', 'same'; "
+                    "give each IP a VLNV of its own, or replace it with --replace-ip\n")
+        subprocess.run(["zip", "-q", "p.kp", "vadd/kernel.xml"], check=True)
+        unsealed = ("kp: error: The digest of 'p.kp' does not hold: the package was changed since it was sealed; "
+                    "'kp verify' tells more, and --reseal goes on and seals the package anew\n")
+        self.expect([*third, "--replace-ip"], 3, "", unsealed)
+        self.expect(["add-cache", "p.kp", "vadd"], 3, "", unsealed)
+        self.expect([*third, "--replace-ip", "--reseal", "-q"], 0)
+        self.expect(["verify", "p.kp"], 0, "digest: valid\n")
+
     def test_info_and_files(self):
         self.add("p.kp", "--shim", "vadd/vadd.qmr", "--hls-dir", "vadd/src", "-q")
         Path("v\x1b.cpp").touch()

@@ -61,7 +61,7 @@ public:
 
 class CustomizerTest : public testing::Test {
 protected:
-    CustomizerTest() { fullKernel(directory_, "k1", "language='ip' debug='true' vlnv='v:l:k1:1.0'").add(); }
+    CustomizerTest() { add(fullKernel(directory_, "k1", "language='ip' debug='true' vlnv='v:l:k1:1.0'")); }
 
     FixedDirectory customizer() const {
         FixedDirectory made(package_, "k1", work_);
@@ -198,7 +198,7 @@ TEST_F(CustomizerTest, FailuresHaveTheirTextsAndLeaveNothing) {
     EXPECT_EQ(error("n1", "b1", {}), "Failed to customize RTL kernel IP. Exception: the host says no");
 
     std::filesystem::remove(package_);
-    fullKernel(directory_, "k1", "vlnv='a:b:c:[exec touch x]'").add();
+    add(fullKernel(directory_, "k1", "vlnv='a:b:c:[exec touch x]'"));
     EXPECT_EQ(error("n1", "", {{"P", "1"}}), refused(" block", "VLNV", "a:b:c:[exec touch x]"));
 }
 

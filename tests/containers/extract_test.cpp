@@ -36,9 +36,9 @@ protected:
     /// A new package of a kernel that has everything.
     void packK1(bool repo = true) const {
         fs::remove(package_);
-        Addition k1 = fullKernel(directory_, "k1");
-        k1.repo = repo;
-        k1.add();
+        KernelAddition k1 = fullKernel(directory_, "k1");
+        k1.ipRepoLayout = repo;
+        add(k1);
     }
     /// Changes the entry of k1 when it is called.
     std::function<void()> k1With(const std::function<void(HKPKernel&)>& change) const {
@@ -107,9 +107,9 @@ TEST_F(ExtractTest, GivesWhatUnzipGivesAndTellsWhereItLies) {
         fs::remove_all(out_);
         fs::remove_all(at("repo"));
         packK1(repo);
-        Addition k2 = ipKernel(directory_, "k2");
-        k2.repo = repo;
-        k2.add();
+        KernelAddition k2 = ipKernel(directory_, "k2");
+        k2.ipRepoLayout = repo;
+        add(k2);
         const Explorer single = one("K1");
         EXPECT_EQ(rootsOf(single, "k1"), alone);
         EXPECT_EQ(rootsOf(single, "k2"), "- - - " + none + "- - ");
@@ -133,7 +133,10 @@ TEST_F(ExtractTest, IpCachesArePackedOnceAndExtractedWhileTheyAreNotThere) {
     for (const char* name : {"own.qmr", "a/one.QMR", "a/deep/none.txt", "b/a/two.qmr", "b/a/three.qmr"})
         file(std::string("caches/") + name);
     fs::create_directories(at("caches/c.qmr"));
-    ArchiveEdit::run(package_, [](ArchiveEdit& edit) { edit.addBytes("ip_cache/a/left.over", ""); });
+    ArchiveEdit::run(package_, [](ArchiveEdit& edit) {
+        edit.addBytes("ip_cache/a/left.over", "");
+        edit.seal();
+    });
     messages_.clear();
     HKPContainerUtils::appendIPCacheDir(package_, at("caches/"));
     EXPECT_THAT(messages_.texts(), ElementsAre("17-2002: The IP cache '" + at("caches/b/a") +
@@ -292,6 +295,12 @@ TEST_F(ExtractTest, VerificationComparesTheManifestWithTheContents) {
         {k1With([](HKPKernel& k1) { k1.setIsHlsDir(false); }),
          {"folder-without-flag " + flagged("not set", "in")}},
         {without("k1"), {missing("directory", its + "directory", "k1")}},
+        {[&] {
+             changeManifest(
+                 package_, [](HKPContainer&) {}, false);
+         },
+         {"misplaced-ip [ip_repo/v_l_k1_1_0] Kernel 'k1': its IP directory 'ip_repo/v_l_k1_1_0' is not where "
+          "the layout 'kernel' has it"}},
         {without("ip_repo"), {missing("ip", its + "IP directory", "ip_repo/v_l_k1_1_0")}},
         {cacheOf("c/d"), {missing("cache", "The IP cache", "ip_cache/c/d")}},
         {cacheOf(".."), {unsafe("The IP cache '..'", "'..'")}},

@@ -40,11 +40,10 @@ void damage(const std::string& sound, std::size_t step, Use use) {
 TEST(HostilePackage, EveryTruncationAndFlippedBitIsFoundAndHarmless) {
     const TemporaryDirectory directory;
     const CapturedMessages messages;
-    Addition k1 = ipKernel(directory, "k1"), k2 = ipKernel(directory, "k2");
-    k1.cpu = {directory.file("a.cpp", std::string(300, 'a'))};
-    k1.add();
-    const std::string package = k1.package, out = directory / "out",
-                      sound = TemporaryDirectory::read(package);
+    KernelAddition k1 = ipKernel(directory, "k1"), k2 = ipKernel(directory, "k2");
+    k1.cpuFiles = {directory.file("a.cpp", std::string(300, 'a'))};
+    add(k1);
+    const std::string package = k1.kpPath, out = directory / "out", sound = TemporaryDirectory::read(package);
     std::set<std::string> members;
     for (const auto snapshot = ArchiveSnapshot::open(package);
          const ArchiveEntry& entry : snapshot->entries())
@@ -67,7 +66,7 @@ TEST(HostilePackage, EveryTruncationAndFlippedBitIsFoundAndHarmless) {
             std::filesystem::remove_all(out);
         }
         EXPECT_EQ(directory.files(), before) << place;
-        const bool isChanged = failureOf([&] { k2.add(); }) == "nothing thrown";
+        const bool isChanged = failureOf([&] { add(k2); }) == "nothing thrown";
         EXPECT_TRUE(isChanged ? !isSound || PackageVerification::of(package).isClean()
                               : TemporaryDirectory::read(package) == bytes)
             << place;

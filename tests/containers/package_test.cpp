@@ -1,5 +1,6 @@
 // Whole operations on real packages: adding, replacing, updating, opening, validating, verifying.
 
+#include "containers/kp/PackageLayout.h"
 #include "containers/kp/PackageVerification.h"
 #include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/HUTZip.h"
@@ -24,11 +25,11 @@ using testing::IsEmpty;
 
 class PackageTest : public testing::Test {
 protected:
-    Addition kernel(const std::string& name, const std::string& attributes = "") const {
+    KernelAddition kernel(const std::string& name, const std::string& attributes = "") const {
         return ipKernel(directory_, name, attributes);
     }
     /// The addition that puts the kernel in the place of the one of its name.
-    static Addition again(Addition addition) {
+    static KernelAddition again(KernelAddition addition) {
         addition.replace = addition.update = true;
         return addition;
     }
@@ -48,9 +49,13 @@ protected:
 };
 
 TEST_F(PackageTest, AddsEverythingThatTheLayoutCarries) {
-    Addition full = fullKernel(directory_, "k1");
-    full.report = directory_.file("design.xml", "<profile><FIFOInformation/></profile>");
-    full.add();
+    KernelAddition full = fullKernel(directory_, "k1");
+    full.designXmlPath = directory_.file("design.xml", "<profile><FIFOInformation/></profile>");
+    HKPContainerUtils::addKernelToKPContainer(
+        full.kpPath, full.kernelName, full.kernelXmlPath, full.ipDir, full.cpuFiles, full.pdiFiles,
+        full.swEmuFiles, full.shimSolnFile, full.designXmlPath, full.ipInstanceFile, full.projectID,
+        full.topIpDir, full.debugDir, full.hlsDir, full.ipRepoLayout, full.replace, full.update,
+        full.checkVersion);
     EXPECT_THAT(members(),
                 ElementsAre("k1/kernel.xml", "k1/ip.qmr", "k1/cpu_sources/a.cpp", "k1/cpu_sources/b.cpp",
                             "k1/sw_emu/emu.so", "k1/pdi/x.pdi", "k1/shim_soln/shim.bin", "k1/debug/trace.txt",
@@ -60,7 +65,7 @@ TEST_F(PackageTest, AddsEverythingThatTheLayoutCarries) {
     EXPECT_THAT(kernelsOf(package_),
                 ElementsAre("k1|k1|ip_repo/v_l_k1_1_0" + flows + "|debugDir|hlsDir" + flags));
     EXPECT_THAT(messages_.calls(),
-                ElementsAre("@17-1651@%s[" + full.debug + "]", "@17-1667@%s[" + full.hls + "]"));
+                ElementsAre("@17-1651@%s[" + full.debugDir + "]", "@17-1667@%s[" + full.hlsDir + "]"));
     EXPECT_EQ(member("k1/ip.qmr"), "bytes of custom.qmr");
     EXPECT_THAT(member("k1/kernel.xml"), HasSubstr("<FIFOInformation/>"));
     EXPECT_EQ(HKPContainerUtils::getKPContainerMajorVersion(package_), 6U);
@@ -72,8 +77,8 @@ TEST_F(PackageTest, AddsEverythingThatTheLayoutCarries) {
 
     std::filesystem::remove(package_);
     messages_.clear();
-    full.repo = false;
-    full.add();
+    full.ipRepoLayout = false;
+    add(full);
     EXPECT_THAT(members(),
                 ElementsAre("k1/kernel.xml", "k1/cpu_sources/a.cpp", "k1/cpu_sources/b.cpp",
                             "k1/sw_emu/emu.so", "k1/ip/component.xml", "k1/ip/hdl/top.v", "kp.xml"));
@@ -84,16 +89,16 @@ TEST_F(PackageTest, AddsEverythingThatTheLayoutCarries) {
 }
 
 TEST_F(PackageTest, ReplacesAKernelAndLeavesNothingOfIt) {
-    again(kernel("k1")).add();
+    add(again(kernel("k1")));
     EXPECT_THAT(messages_.calls(), ElementsAre("@17-1864@", "@17-1868@", "@17-1867@"));
     HUTZip::compress(package_, {file("stale.cpp")}, "k2/cpu_sources");
-    kernel("k2").add();
+    add(kernel("k2"));
     messages_.clear();
-    Addition renewed = kernel("k1", "vlnv='v:l:k1:2.0'");
-    renewed.cpu = {file("a.cpp")};
-    EXPECT_EQ(failureOf([&] { renewed.add(); }),
+    KernelAddition renewed = kernel("k1", "vlnv='v:l:k1:2.0'");
+    renewed.cpuFiles = {file("a.cpp")};
+    EXPECT_EQ(failureOf([&] { add(renewed); }),
               "Kernel 'k1' already exists inside KP container '" + package_ + "'\n");
-    again(renewed).add();
+    add(again(renewed));
     EXPECT_THAT(messages_.calls(), ElementsAre("@17-1864@", "@17-1868@"));
     EXPECT_THAT(kernelsOf(package_), ElementsAre("k2|k2|ip_repo/v_l_k2_1_0|top|p7|hw_emu,hw,|rtl",
                                                  "k1|k1|ip_repo/v_l_k1_2_0|top|p7|sw_emu,hw_emu,hw,"));
@@ -105,15 +110,19 @@ TEST_F(PackageTest, ReplacesAKernelAndLeavesNothingOfIt) {
 }
 
 TEST_F(PackageTest, UpdatesOnlyDeviceImagesAndShimUnderTheFolderThatTheKernelHas) {
-    Addition first = kernel("k1");
-    first.pdi = {file("old.pdi"), file("same.pdi")};
-    first.add();
-    Addition change{.package = package_, .name = "K1", .xml = "/nowhere", .ip = "", .project = "other"};
+    KernelAddition first = kernel("k1");
+    first.pdiFiles = {file("old.pdi"), file("same.pdi")};
+    add(first);
+    KernelAddition change{.kpPath = package_,
+                          .kernelName = "K1",
+                          .kernelXmlPath = "/nowhere",
+                          .ipDir = "",
+                          .projectID = "other"};
     change.update = true;
     const auto update = [&](const Texts& pdi, const std::string& shim) {
-        change.pdi = pdi;
-        change.shim = shim;
-        change.add();
+        change.pdiFiles = pdi;
+        change.shimSolnFile = shim;
+        add(change);
     };
     update({}, file("old.shim"));
     update({directory_.file("same.pdi", "newer")}, "");
@@ -129,37 +138,63 @@ TEST_F(PackageTest, UpdatesOnlyDeviceImagesAndShimUnderTheFolderThatTheKernelHas
 }
 
 TEST_F(PackageTest, KernelsOfOneVlnvShareOneIpDirectoryAndOneWithoutIsAlone) {
-    kernel("k1").add();
-    kernel("k2", "vlnv='V:L:k1:1.0'").add();
-    EXPECT_THAT(messages_.calls(), ElementsAre("@17-1525@"));
+    add(kernel("k1"));
+    KernelAddition second = kernel("k2", "vlnv='V:L:k1:1.0'");
+    second.changesOtherIps = false;
+    EXPECT_EQ(failureOf([&] { add(second); }),
+              "The IP of kernel 'k2' differs from the one in 'ip_repo/V_L_k1_1_0' of KP container '" +
+                  package_ + "', the IP of kernel 'k1'; give each IP a VLNV of its own.\n");
+    messages_.clear();
+    add(kernel("k2", "vlnv='V:L:k1:1.0'"));
+    EXPECT_THAT(
+        messages_.texts(),
+        ElementsAre("17-1525: The package already holds an IP of the same identifier; that IP is "
+                    "replaced",
+                    "17-2007: The IP in 'ip_repo/V_L_k1_1_0' is replaced by another one, which is now "
+                    "that of kernel 'k1' too"));
     EXPECT_THAT(members(), ElementsAre("k1/kernel.xml", "k2/kernel.xml", "ip_repo/V_L_k1_1_0/component.xml",
                                        "ip_repo/V_L_k1_1_0/hdl/top.v", "kp.xml"));
     EXPECT_EQ(member("ip_repo/V_L_k1_1_0/component.xml"), "bytes of k2/ip/component.xml");
     EXPECT_THAT(kernelsOf(package_), ElementsAre("k1|k1|ip_repo/V_L_k1_1_0|top|p7|hw_emu,hw,|rtl",
                                                  "k2|k2|ip_repo/V_L_k1_1_0|top|p7|hw_emu,hw,"));
+    messages_.clear();
+    KernelAddition same = kernel("k3", "vlnv='v:l:k1:1_0'");
+    same.ipDir = second.ipDir;
+    same.changesOtherIps = false;
+    add(same);
+    EXPECT_THAT(messages_.calls(), ElementsAre("@17-1525@")) << "the same files are no other IP";
+    HUTZip::deleteFilesFromZip(package_, {"ip_repo/v_l_k1_1_0/hdl/top.v"});
+    EXPECT_EQ(failureOf([&] { add(again(same)); }),
+              "The IP of kernel 'k3' differs from the one in 'ip_repo/v_l_k1_1_0' of KP container '" +
+                  package_ + "', the IP of kernels 'k1', 'k2'; give each IP a VLNV of its own.\n");
     const auto refusal = [&](const std::string& name, const std::string& place, const std::string& taken) {
         return "The IP of kernel '" + name + "' cannot be placed in '" + place + "' of KP container '" +
                package_ + "' because the IP of kernel 'k1' is in '" + taken + "'; give each kernel a VLNV.\n";
     };
-    const Addition bare = kernel("k3", "language='c'");
-    EXPECT_EQ(failureOf([&] { bare.add(); }), refusal("k3", "ip_repo", "ip_repo/V_L_k1_1_0"));
+    const KernelAddition bare = kernel("k4", "language='c'");
+    EXPECT_EQ(failureOf([&] { add(bare); }), refusal("k4", "ip_repo", "ip_repo/v_l_k1_1_0"));
     std::filesystem::remove(package_);
-    kernel("k1", "language='c'").add();
+    add(kernel("k1", "language='c'"));
     EXPECT_THAT(kernelsOf(package_), ElementsAre("k1|k1|ip_repo|top|p7|hw_emu,hw,"));
-    EXPECT_EQ(failureOf([&] { kernel("k2").add(); }), refusal("k2", "ip_repo/v_l_k2_1_0", "ip_repo"));
+    EXPECT_EQ(failureOf([&] { add(kernel("k2")); }), refusal("k2", "ip_repo/v_l_k2_1_0", "ip_repo"));
+    KernelAddition own = again(kernel("k1"));
+    own.changesOtherIps = false;
+    add(own);
+    EXPECT_THAT(members(), ElementsAre("k1/kernel.xml", "ip_repo/v_l_k1_1_0/component.xml",
+                                       "ip_repo/v_l_k1_1_0/hdl/top.v", "kp.xml"));
 }
 
 TEST_F(PackageTest, PostsAndSkipsWhatIsNotThere) {
-    Addition sparse = kernel("k1");
-    sparse.cpu = {file("a.cpp")};
-    sparse.debug = directory_ / "nowhere";
-    sparse.hls = file("plain_file");
-    sparse.ip = directory_ / "empty_ip";
-    std::filesystem::create_directories(sparse.ip + "/only/folders");
-    sparse.add();
+    KernelAddition sparse = kernel("k1");
+    sparse.cpuFiles = {file("a.cpp")};
+    sparse.debugDir = directory_ / "nowhere";
+    sparse.hlsDir = file("plain_file");
+    sparse.ipDir = directory_ / "empty_ip";
+    std::filesystem::create_directories(sparse.ipDir + "/only/folders");
+    add(sparse);
     EXPECT_THAT(messages_.calls(),
-                ElementsAre("@17-1650@%s[" + sparse.debug + "]", "@17-1666@%s[" + sparse.hls + "]",
-                            "@17-1406@%s[" + sparse.ip + "]"));
+                ElementsAre("@17-1650@%s[" + sparse.debugDir + "]", "@17-1666@%s[" + sparse.hlsDir + "]",
+                            "@17-1406@%s[" + sparse.ipDir + "]"));
     EXPECT_THAT(kernelsOf(package_), ElementsAre("k1|k1||top|p7|sw_emu,|rtl"));
 }
 
@@ -167,29 +202,34 @@ TEST_F(PackageTest, PostsAndSkipsWhatIsNotThere) {
 TEST_F(PackageTest, WhateverFailsChangesNothing) {
     const std::string gone = directory_ / "gone", xml = directory_ / "bad.xml";
     const auto described = [&](const std::string& text) {
-        return [this, text](Addition& k) { k.xml = directory_.file("bad.xml", text); };
+        return [this, text](KernelAddition& k) { k.kernelXmlPath = directory_.file("bad.xml", text); };
     };
     const auto noFile = [&](const std::string& what) {
         return "Specified " + what + " is not a file: '" + gone + "'";
     };
     const std::string failed = "Failed to add kernel 'kx' to KP container because the kernel ";
-    std::vector<std::pair<std::function<void(Addition&)>, std::string>> rows = {
+    std::vector<std::pair<std::function<void(KernelAddition&)>, std::string>> rows = {
         {described(kernelXml("name='other'")),
          failed + "name 'other' defined in kernel.xml does not match.\n"},
-        {[&](Addition& k) { k.xml = gone; }, "File not found: '" + gone + "'"},
+        {[&](KernelAddition& k) { k.kernelXmlPath = gone; }, "File not found: '" + gone + "'"},
         {described("<root versionMajor='1'\nversionMinor='2'>\n</rot>"),
          "[17-132] " + xml + ":3: mismatched tag"},
-        {[&](Addition& k) { k.report = directory_.file("bad.xml", "<profile>\n<Bits/></profile>"); },
+        {[&](KernelAddition& k) {
+             k.designXmlPath = directory_.file("bad.xml", "<profile>\n<Bits/></profile>");
+         },
          "[17-132] " + xml + ":2: element 'Bits' is not known in 'profile'"},
-        {[&](Addition& k) { k.cpu = {gone}; }, noFile("CPU File")},
-        {[&](Addition& k) { k.swEmu = {gone}; }, noFile("sw_emu File")},
-        {[&](Addition& k) { k.pdi = {gone}; }, noFile("PDI File")},
-        {[&](Addition& k) { k.shim = gone; }, noFile("shim solution file")},
-        {[&](Addition& k) { k.ip = ""; }, failed + "is empty.\n"},
+        {[&](KernelAddition& k) { k.cpuFiles = {gone}; }, noFile("CPU File")},
+        {[&](KernelAddition& k) { k.swEmuFiles = {gone}; }, noFile("sw_emu File")},
+        {[&](KernelAddition& k) { k.pdiFiles = {gone}; }, noFile("PDI File")},
+        {[&](KernelAddition& k) { k.shimSolnFile = gone; }, noFile("shim solution file")},
+        {[&](KernelAddition& k) { k.ipDir = ""; }, failed + "is empty.\n"},
         {described(kernelXml("name='kx' vlnv='a:../../b:c:d'")),
-         "The VLNV 'a:../../b:c:d' of kernel 'kx' cannot be a directory: it holds a separator.\n"},
-        {[&](Addition& k) { k.package += "/"; }, "'" + package_ + "/' cannot be the path of an archive"},
-        {[&](Addition& k) { k.project = "a\x01"; },
+         "The VLNV 'a:../../b:c:d' of kernel 'kx' cannot be a directory: it is not one path component.\n"},
+        {described(kernelXml("name='kx' vlnv='a:b:" + std::string(300, 'c') + ":d'")),
+         "The VLNV 'a:b:" + std::string(300, 'c') +
+             ":d' of kernel 'kx' cannot be a directory: it is longer than 255 bytes.\n"},
+        {[&](KernelAddition& k) { k.kpPath += "/"; }, "'" + package_ + "/' cannot be the path of an archive"},
+        {[&](KernelAddition& k) { k.projectID = "a\x01"; },
          "[17-1377] Failed to write XML: 'ProjectID' holds a character that XML cannot carry: " + package_},
     };
     for (const auto& [name, reason] : {std::pair<std::string, const char*>{"", "it is empty"},
@@ -197,18 +237,18 @@ TEST_F(PackageTest, WhateverFailsChangesNothing) {
                                        {"ip_repo", "the name is taken by the package itself"},
                                        {std::string(256, 'k'), "it is longer than 255 bytes"}})
         rows.emplace_back(
-            [name = name](Addition& k) { k.name = name; },
+            [name = name](KernelAddition& k) { k.kernelName = name; },
             "Kernel '" + name + "' cannot be added to KP container '" + package_ + "': " + reason + ".\n");
     const TemporaryDirectory temporary;
     const Environment elsewhere("TMPDIR", temporary.path());
     file("bad.xml");
     for (const bool exists : {false, true}) {
-        if (exists) kernel("k1").add();
+        if (exists) add(kernel("k1"));
         for (const auto& [spoil, error] : rows) {
-            Addition spoilt = kernel("kx");
+            KernelAddition spoilt = kernel("kx");
             spoil(spoilt);
             const auto before = directory_.files();
-            EXPECT_EQ(failureOf([&] { spoilt.add(); }), error);
+            EXPECT_EQ(failureOf([&] { add(spoilt); }), error);
             EXPECT_EQ(directory_.files(), before) << error;
             EXPECT_TRUE(std::filesystem::is_empty(temporary.path())) << error;
         }
@@ -216,31 +256,107 @@ TEST_F(PackageTest, WhateverFailsChangesNothing) {
 }
 
 TEST_F(PackageTest, TheFilesOfAnotherKernelAreNotTouched) {
-    kernel("k1").add();
-    kernel("k3").add();
-    const auto failureWhere = [&](const char* directory, const Addition& addition, const char* ip = "") {
+    add(kernel("k1"));
+    add(kernel("k3"));
+    const auto failureWhere = [&](const char* directory, const KernelAddition& addition,
+                                  const char* ip = "") {
         changeManifest(package_, [&](HKPContainer& all) {
             all.getKPKernelByName("k1")->setDirectory(directory);
             all.getKPKernelByName("k1")->setIpDir(ip);
         });
-        return failureOf([&] { addition.add(); });
+        return failureOf([&] { add(addition); });
     };
     const std::string because = "' cannot be added to KP container '" + package_ + "' because kernel '";
     EXPECT_EQ(failureWhere("K2", kernel("k2")), "Kernel 'k2" + because + "k1' uses its directory.\n");
     EXPECT_EQ(failureWhere("k1", again(kernel("k3")), "K3/ip/"),
               "Kernel 'k3" + because + "k1' uses its directory.\n");
     EXPECT_EQ(failureWhere("k3", again(kernel("k1"))), "Kernel 'k1" + because + "k3' uses its directory.\n");
-    EXPECT_EQ(failureWhere("..", again(kernel("k1"))),
-              "The directory '..' of kernel 'k1' in '" + package_ +
-                  "' cannot be changed: it is not one path component\n");
+    EXPECT_EQ(failureWhere("..", again(kernel("k1"))), "The directory '..' of kernel 'k1' in '" + package_ +
+                                                           "' cannot be changed: it contains '..'\n");
+    EXPECT_EQ(failureWhere("ip_cache/k1", again(kernel("k1"))),
+              "The directory 'ip_cache/k1' of kernel 'k1' in '" + package_ +
+                  "' cannot be changed: the name is taken by the package itself\n");
+    EXPECT_EQ(failureWhere("k3/hls", again(kernel("k1"))),
+              "Kernel 'k1" + because + "k3' uses its directory.\n");
+    for (const char* directory : {"k1/", "sub/k1"}) {
+        KernelAddition image = kernel("k1");
+        image.update = true;
+        image.pdiFiles = {file("x.pdi")};
+        EXPECT_EQ(failureWhere(directory, image), "nothing thrown") << directory;
+        EXPECT_EQ(member(layout::withoutSlash(directory) + "/pdi/x.pdi"), "bytes of x.pdi");
+        EXPECT_EQ(failureWhere(directory, again(kernel("k1"))), "nothing thrown") << directory;
+        EXPECT_THAT(members(), testing::Not(testing::Contains(HasSubstr("pdi")))) << directory;
+    }
+}
+
+TEST_F(PackageTest, TheOtherLayoutStrandsNoIpUnheard) {
+    KernelAddition own = kernel("k1");
+    own.ipRepoLayout = false;
+    add(own);
+    KernelAddition second = kernel("k2");
+    second.otherLayout = OtherLayout::Refuse;
+    EXPECT_EQ(failureOf([&] { add(second); }),
+              "'" + package_ + "' has the layout 'kernel'; a kernel cannot be added in the layout 'repo'");
+    second.otherLayout = OtherLayout::Follow;
+    add(second);
+    EXPECT_THAT(kernelsOf(package_),
+                ElementsAre("k1|k1|k1/ip|top|p7|hw_emu,hw,|rtl", "k2|k2|k2/ip|top|p7|hw_emu,hw,|rtl"));
+    verifyClean();
+    messages_.clear();
+    add(kernel("k3"));
+    EXPECT_THAT(messages_.texts(),
+                ElementsAre("17-2008: '" + package_ +
+                            "' gets the format of the layout 'repo', in which the IP is not "
+                            "found of kernels 'k1', 'k2'"));
+    EXPECT_EQ(PackageVerification::of(package_).findings.size(), 2U);
+}
+
+// Whoever seals a package vouches for all that is in it.
+TEST_F(PackageTest, ABrokenSealIsRenewedOnlyWhereThatIsAsked) {
+    const std::string manifest =
+        "<Root VersionMajor='6' VersionMinor='0'><Kernels><Kernel Name='k1' Dir='k1'/></Kernels></Root>";
+    const auto leaveUnsealed = [&] {
+        pack(package_, {{"k1/kernel.xml", kernelXml("name='k1'")}, {"kp.xml", manifest}});
+    };
+    const auto change = [&] {
+        std::filesystem::remove(package_);
+        add(kernel("k1"));
+        ArchiveEdit::run(package_, [](ArchiveEdit& edit) { edit.addBytes("k1/foreign", "x"); });
+    };
+    const std::pair<std::function<void()>, std::string> rows[] = {
+        {leaveUnsealed, "is missing"},
+        {change, "does not hold: the package was changed since it was sealed"}};
+    file("caches/c/one.qmr");
+    for (const auto& [breakSeal, reason] : rows) {
+        for (const bool addsCache : {false, true}) {
+            const auto failureWith = [&, &spoil = breakSeal](BrokenSeal brokenSeal) {
+                spoil();
+                KernelAddition second = kernel("k2");
+                second.brokenSeal = brokenSeal;
+                const IpCacheAddition caches{
+                    .kpPath = package_, .directory = directory_ / "caches", .brokenSeal = brokenSeal};
+                return failureOf(
+                    [&] { addsCache ? HKPContainerUtils::appendIPCacheDir(caches) : add(second); });
+            };
+            const auto isValid = [&] { return checkPackageDigest(package_, 6, 0) == PackageDigest::Valid; };
+            EXPECT_EQ(failureWith(BrokenSeal::Refuse), "The digest of '" + package_ + "' " + reason + "\n");
+            EXPECT_EQ(failureWith(BrokenSeal::Leave), "nothing thrown");
+            EXPECT_FALSE(isValid()) << reason << addsCache;
+            EXPECT_EQ(failureWith(BrokenSeal::Renew), "nothing thrown");
+            EXPECT_TRUE(isValid()) << reason << addsCache;
+        }
+    }
+    change();
+    HKPContainerUtils::appendIPCacheDir(package_, directory_ / "caches");
+    EXPECT_EQ(checkPackageDigest(package_, 6, 0), PackageDigest::Mismatch);
 }
 
 TEST_F(PackageTest, ValidatesForATarget) {
-    Addition software = kernel("k1", "vlnv='v:l:k1:1' debug='TRUE'");
-    software.cpu = {file("a.cpp")};
-    software.hls = directory_ / "k1";
-    software.add();
-    kernel("k2").add();
+    KernelAddition software = kernel("k1", "vlnv='v:l:k1:1' debug='TRUE'");
+    software.cpuFiles = {file("a.cpp")};
+    software.hlsDir = directory_ / "k1";
+    add(software);
+    add(kernel("k2"));
     Texts names;
     const auto failureFor = [&](HKPKernel::SupportedFlowType flow) {
         names.clear();
@@ -268,7 +384,7 @@ TEST_F(PackageTest, ValidatesForATarget) {
 }
 
 TEST_F(PackageTest, ChecksTheSoftwareVersion) {
-    kernel("k1").add();
+    add(kernel("k1"));
     const std::string later = "The KP file '" + package_ +
                               "' was created in version 2020.1, which is later than the software version you "
                               "are currently running: ",
@@ -286,19 +402,19 @@ TEST_F(PackageTest, ChecksTheSoftwareVersion) {
         const Environment version("KP_SOFTWARE_VERSION", running);
         EXPECT_EQ(failureOf([&] { HKPContainerUtils::checkKPVersion_(package_, 2020, 1); }), error);
     }
-    Addition checked = kernel("k1");
+    KernelAddition checked = kernel("k1");
     checked.checkVersion = true;
     const Environment version("KP_SOFTWARE_VERSION", "2019.12");
-    EXPECT_EQ(failureOf([&] { checked.add(); }), later + "2019.12" + end);
+    EXPECT_EQ(failureOf([&] { add(checked); }), later + "2019.12" + end);
     Texts errors;
     EXPECT_FALSE(HKPContainerUtils::extractKernelFromKP(package_, "k1", directory_ / "out", errors));
     EXPECT_THAT(errors, ElementsAre(later + "2019.12" + end));
     EXPECT_FALSE(std::filesystem::exists(directory_ / "out"));
-    kernel("k2").add();
+    add(kernel("k2"));
 }
 
 TEST_F(PackageTest, ADigestThatDoesNotFitTheFormatIsPostedOncePerPath) {
-    kernel("k1").add();
+    add(kernel("k1"));
     EXPECT_EQ(checkPackageDigest(package_, 2, 0), PackageDigest::Valid);
     EXPECT_EQ(checkPackageDigest(package_, 1, 1), PackageDigest::Missing);
     HUTZip::attachDigest(package_);

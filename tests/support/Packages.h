@@ -12,19 +12,9 @@
 
 using Texts = std::vector<std::string>;
 
-/// The arguments of one addition of a kernel to a package.
-struct Addition {
-    std::string package, name, xml, ip;
-    Texts cpu{}, pdi{}, swEmu{};
-    std::string shim{}, report{}, instance{}, project = "p7", topIp = "top", debug{}, hls{};
-    bool repo = true, replace = false, update = false, checkVersion = false;
-
-    void add() const {
-        HKPContainerUtils::addKernelToKPContainer(package, name, xml, ip, cpu, pdi, swEmu, shim, report,
-                                                  instance, project, topIp, debug, hls, repo, replace, update,
-                                                  checkVersion);
-    }
-};
+inline void add(const KernelAddition& addition) {
+    HKPContainerUtils::addKernel(addition);
+}
 
 /// A file to package, as no other one.
 inline std::string inputFile(const TemporaryDirectory& directory, const std::string& name) {
@@ -33,31 +23,33 @@ inline std::string inputFile(const TemporaryDirectory& directory, const std::str
 
 /// A kernel with an IP and nothing else, an RTL kernel of its own VLNV unless the attributes say otherwise.
 /// What it is made of lies in a folder of its name.
-inline Addition ipKernel(const TemporaryDirectory& directory, const std::string& name,
-                         std::string attributes = "") {
+inline KernelAddition ipKernel(const TemporaryDirectory& directory, const std::string& name,
+                               std::string attributes = "") {
     if (attributes.empty()) attributes = "language='ip' vlnv='v:l:" + name + ":1.0'";
     inputFile(directory, name + "/ip/component.xml");
     inputFile(directory, name + "/ip/hdl/top.v");
     const std::string xml = kernelXml("name='" + name + "' " + attributes);
-    return {.package = directory / "p.kp",
-            .name = name,
-            .xml = directory.file(name + "/kernel.xml", xml),
-            .ip = directory / (name + "/ip")};
+    return {.kpPath = directory / "p.kp",
+            .kernelName = name,
+            .kernelXmlPath = directory.file(name + "/kernel.xml", xml),
+            .ipDir = directory / (name + "/ip"),
+            .projectID = "p7",
+            .topIpDir = "top"};
 }
 
 /// A kernel as ipKernel makes it, with all else that there can be but a report.
-inline Addition fullKernel(const TemporaryDirectory& directory, const std::string& name,
-                           const std::string& attributes = "") {
-    Addition full = ipKernel(directory, name, attributes);
-    full.cpu = {inputFile(directory, "a.cpp"), inputFile(directory, "b.cpp")};
-    full.pdi = {inputFile(directory, "x.pdi")};
-    full.swEmu = {inputFile(directory, "emu.so")};
-    full.shim = inputFile(directory, "shim.bin");
-    full.instance = inputFile(directory, "custom.qmr");
+inline KernelAddition fullKernel(const TemporaryDirectory& directory, const std::string& name,
+                                 const std::string& attributes = "") {
+    KernelAddition full = ipKernel(directory, name, attributes);
+    full.cpuFiles = {inputFile(directory, "a.cpp"), inputFile(directory, "b.cpp")};
+    full.pdiFiles = {inputFile(directory, "x.pdi")};
+    full.swEmuFiles = {inputFile(directory, "emu.so")};
+    full.shimSolnFile = inputFile(directory, "shim.bin");
+    full.ipInstanceFile = inputFile(directory, "custom.qmr");
     inputFile(directory, "debug_in/trace.txt");
     inputFile(directory, "hls_in/deep/solution.log");
-    full.debug = directory / "debug_in";
-    full.hls = directory / "hls_in";
+    full.debugDir = directory / "debug_in";
+    full.hlsDir = directory / "hls_in";
     return full;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "containers/explorer/ExplorerIface.h"
+#include "containers/kp/KernelAddition.h"
 #include "platform/base/Export.h"
 
 #include <memory>
@@ -81,6 +82,8 @@ public:
     Customizer& operator=(const Customizer&) = default;
 
 protected:
+    /// For derived classes that add the kernel to the output package otherwise than repackage() would.
+    virtual void prepareAddition_(KernelAddition& addition) const;
     /// For derived classes that keep one directory; it is removed after execute() and at destruction.
     void setWorkingDirPath_(const std::string& path) { workingDirPath_ = path; }
     /// For derived classes that replace extract(): what setExtractedPaths() asks.

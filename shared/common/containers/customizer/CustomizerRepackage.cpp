@@ -69,7 +69,6 @@ std::string Customizer::instanceFile_() const {
 }
 
 void Customizer::addToOutput_(const std::string& kernelXml, const std::string& instanceFile) const {
-    const bool checkVersion = HPAParamMgr::getBool("kp.enableVersionCheck", false);
     const auto companions = [&](const char* folder) {
         return filesIn(inDirectory(getExtractedKernelRoot(), folder));
     };
@@ -79,12 +78,27 @@ void Customizer::addToOutput_(const std::string& kernelXml, const std::string& i
     const HKPKernel unknown;
     const HKPKernel& entry = known == nullptr ? unknown : *known;
     const std::vector<std::string> shimSoln = companions(layout::shimSoln);
-    HKPContainerUtils::addKernelToKPContainer(
-        outputFilePath_, newKernelName_, kernelXml, getExtractedKernelIPRoot(),
-        companions(layout::cpuSources), companions(layout::pdi), companions(layout::swEmu),
-        shimSoln.empty() ? std::string() : shimSoln.front(),
-        /*designXmlPath=*/{}, instanceFile, entry.getProjectID(), entry.getTopIpDir(),
-        getExtractedDebugRoot(), getExtractedHlsRoot(), true, true, false, checkVersion);
+    KernelAddition addition{.kpPath = outputFilePath_,
+                            .kernelName = newKernelName_,
+                            .kernelXmlPath = kernelXml,
+                            .ipDir = getExtractedKernelIPRoot(),
+                            .cpuFiles = companions(layout::cpuSources),
+                            .pdiFiles = companions(layout::pdi),
+                            .swEmuFiles = companions(layout::swEmu),
+                            .shimSolnFile = shimSoln.empty() ? std::string() : shimSoln.front(),
+                            .ipInstanceFile = instanceFile,
+                            .projectID = entry.getProjectID(),
+                            .topIpDir = entry.getTopIpDir(),
+                            .debugDir = getExtractedDebugRoot(),
+                            .hlsDir = getExtractedHlsRoot(),
+                            .ipRepoLayout = true,
+                            .replace = true,
+                            .update = false,
+                            .checkVersion = HPAParamMgr::getBool("kp.enableVersionCheck", false)};
+    prepareAddition_(addition);
+    HKPContainerUtils::addKernel(addition);
 }
+
+void Customizer::prepareAddition_(KernelAddition&) const {}
 
 }  // namespace kfab::kernel

@@ -55,7 +55,7 @@ public:
 
     /// Takes this very entry off the list and hands it to the caller; none when the list lacks it, which may
     /// be so because it is no more.
-    std::unique_ptr<HKPKernel> removeKPKernel(HKPKernel* kernel);
+    [[nodiscard]] std::unique_ptr<HKPKernel> removeKPKernel(HKPKernel* kernel);
 
 private:
     friend class HKPKernel;

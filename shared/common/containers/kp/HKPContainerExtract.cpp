@@ -31,7 +31,7 @@ Container openForExtraction(const std::string& path, bool checkVersion) {
 }
 
 bool hasRepository(const HKPContainer& container) {
-    return container.getVersionMajor() >= 3;
+    return layout::hasRepository(container.getVersionMajor());
 }
 
 /// One extraction. All is planned, and so checked, before the first file is written.

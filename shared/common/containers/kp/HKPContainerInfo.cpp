@@ -4,6 +4,7 @@
 #include "containers/kp/HKPContainerXMLReader.h"
 #include "containers/kp/JsonText.h"
 #include "containers/kp/KernelContents.h"
+#include "containers/kp/PackageLayout.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HI18N.h"
 #include "platform/files/HUTPathUtils.h"
@@ -143,7 +144,7 @@ std::shared_ptr<ArchiveExplorer> HKPContainerUtils::getInfo(const std::string& p
         .parseKPContainer([&](const std::string& kernel, HCOContainerKernelXMLReader& description) {
             definitions.try_emplace(kernel, description.getKernelDef());
         });
-    const bool supportsIPCache = container->getVersionMajor() >= 3;
+    const bool supportsIPCache = layout::hasRepository(container->getVersionMajor());
     auto explorer = std::make_shared<ArchiveExplorer>(packagePath, container, supportsIPCache);
     const auto [first, last] = container->getKPKernelRange();
     for (auto kernel = first; kernel != last; ++kernel)

@@ -3,14 +3,15 @@
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/HKPContainerXMLReader.h"
 #include "containers/kp/HKPContainerXMLWriter.h"
+#include "containers/kp/IpPlacement.h"
 #include "containers/kp/PackageLayout.h"
+#include "containers/kp/PackageSeal.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HSTStringUtils.h"
 #include "platform/files/DirectoryTree.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/messages/ComMsgMgr.h"
-#include "platform/params/HPAParamMgr.h"
 #include "platform/zip/ArchiveEdit.h"
 
 #include <set>
@@ -68,18 +69,26 @@ void stageIpCaches(const std::string& directory, HKPContainer& container, Archiv
 }  // namespace
 
 void HKPContainerUtils::appendIPCacheDir(const std::string& path, const std::string& directory) {
-    if (!HUTFile::isDir(directory))
-        throw HEXAlgException("The specified IP Cache directory '" + directory + "' is not a directory.");
+    appendIPCacheDir({.kpPath = path, .directory = directory});
+}
+
+void HKPContainerUtils::appendIPCacheDir(const IpCacheAddition& addition) {
+    const std::string& path = addition.kpPath;
+    if (!HUTFile::isDir(addition.directory))
+        throw HEXAlgException("The specified IP Cache directory '" + addition.directory +
+                              "' is not a directory.");
     const std::string missing = "The specified KP file '" + path + "' does not exist.";
     if (!HUTFile::exists(path)) throw HEXAlgException(missing);
     ArchiveEdit edit(path);
     if (!edit.exists()) throw HEXAlgException(missing);
     HKPContainer container;
     HKPContainerXMLReader(path, container).parseKPContainer();
-    if (container.getVersionMajor() < 3 && HPAParamMgr::getBool("kp.keepLayout", false))
+    const std::uint32_t major = container.getVersionMajor(), minor = container.getVersionMinor();
+    if (!layout::hasRepository(major) && addition.otherLayout != OtherLayout::Restamp)
         throw HEXAlgException("'" + path + "' has the layout 'kernel', which has no IP caches");
-    stageIpCaches(directory, container, edit);
+    if (sealsAnew(path, major, minor, addition.brokenSeal)) edit.seal();
+    stageIpCaches(addition.directory, container, edit);
+    tellWhoseIpIsLost(container, path, true);
     HKPContainerXMLWriter(container, path).writeKPContainer(true, edit);
-    edit.seal();
     edit.commit();
 }

@@ -2,13 +2,11 @@
 
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/HKPContainerXMLReader.h"
-#include "containers/kp/PackageDigest.h"
+#include "containers/kp/PackageSeal.h"
 #include "containers/kp/SoftwareVersion.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
 #include "platform/messages/ComMsgMgr.h"
-
-#include <unordered_set>
 
 namespace {
 
@@ -39,6 +37,8 @@ void requireFlow(const HKPKernel& kernel, HKPKernel::SupportedFlowType flow, con
 }  // namespace
 
 HKPKernelRefused::~HKPKernelRefused() = default;
+HKPSealBroken::~HKPSealBroken() = default;
+HKPIpTaken::~HKPIpTaken() = default;
 
 bool HKPContainerUtils::parseKPContainerIntoObject_(const std::string& path, HKPContainer& container) {
     if (!HUTFile::exists(path)) return false;
@@ -90,11 +90,7 @@ void HKPContainerUtils::mergeKPs(const std::vector<std::string>&, const std::str
 
 void HKPContainerUtils::checkKPIntegrity_(const std::string& path, std::uint32_t versionMajor,
                                           std::uint32_t versionMinor) {
-    static std::unordered_set<std::string> checkedPaths;
-    if (checkedPaths.contains(path)) return;
-    if (checkPackageDigest(path, versionMajor, versionMinor) != PackageDigest::Valid)
-        ComMsgMgr::post("@17-1396@%s", {path});
-    checkedPaths.insert(path);
+    checkPackageSeal(path, versionMajor, versionMinor);
 }
 
 void HKPContainerUtils::checkKPVersion_(const std::string& path, std::uint32_t softwareVersionMajor,

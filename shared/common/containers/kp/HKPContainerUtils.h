@@ -3,8 +3,9 @@
 #include "containers/explorer/ArchiveExplorer.h"
 #include "containers/explorer/ExplorerIface.h"
 #include "containers/kp/HKPContainer.h"
+#include "containers/kp/KernelAddition.h"
+#include "containers/kp/PackageRefusals.h"
 #include "containers/kp/PlannedAddition.h"
-#include "platform/base/Exceptions.h"
 #include "platform/base/Export.h"
 
 #include <cstdint>
@@ -13,14 +14,7 @@
 #include <string>
 #include <vector>
 
-/// A kernel of a readable package cannot be built for a flow.
-class KP_EXPORT HKPKernelRefused : public HEXAlgException {
-public:
-    using HEXAlgException::HEXAlgException;
-    ~HKPKernelRefused() override;
-};
-
-/// The operations on package files. Each opens the package anew and keeps nothing of it. What fails throws
+/// The operations on package files. Each opens the package anew. What fails throws
 /// HEXAlgException with a complete sentence, or what the manifest reader throws (see HKPContainerXMLReader);
 /// lesser conditions are posted through ComMsgMgr.
 class KP_EXPORT HKPContainerUtils {
@@ -60,41 +54,15 @@ public:
     /// is.
     ///
     /// Throws as well what the readers of kernel descriptions and reports throw, and std::invalid_argument
-    /// for an unusable version of the running software. A package whose kernels have the other layout is
-    /// restamped, unless the host parameter "kp.keepLayout" is set: then it is refused.
-    ///
-    /// @param kpPath         the package
-    /// @param kernelName     the kernel's name, equal to the one in its description; one path component
-    /// @param kernelXmlPath  the kernel's description
-    /// @param ipDir          directory of its packaged IP; empty for none
-    /// @param cpuFiles       sources for CPU emulation
-    /// @param pdiFiles       device images
-    /// @param swEmuFiles     files for software emulation
-    /// @param shimSolnFile   shim solution; empty for none
-    /// @param designXmlPath  synthesis report to merge into the description's profile; empty for none
-    /// @param ipInstanceFile customized IP instance (".qmr"); used where it exists, in the repository
-    ///                       layout only
-    /// @param projectID      recorded
-    /// @param topIpDir       recorded
-    /// @param debugDir       packaged as "debug"; empty for none
-    /// @param hlsDir         packaged as "hls"; empty for none
-    /// @param ipRepoLayout   true: IP below "ip_repo", format 6.0. false: IP below the kernel, format 2.0;
-    ///                       of a new kernel neither device images nor shim, debug and HLS
-    ///                       directories are packaged then
-    /// @param replace        with `update`, a kernel of the name is replaced
-    /// @param update         alone, only device images and the shim solution go to the kernel of the name
-    /// @param checkVersion   refuse an existing package that later software wrote
-    static void addKernelToKPContainer(
-        const std::string& kpPath, const std::string& kernelName, const std::string& kernelXmlPath,
-        const std::string& ipDir, const std::vector<std::string>& cpuFiles,
-        const std::vector<std::string>& pdiFiles, const std::vector<std::string>& swEmuFiles,
-        const std::string& shimSolnFile, const std::string& designXmlPath, const std::string& ipInstanceFile,
-        const std::string& projectID, const std::string& topIpDir, const std::string& debugDir,
-        const std::string& hlsDir, bool ipRepoLayout, bool replace, bool update, bool checkVersion);
+    /// for an unusable version of the running software.
+    static void addKernel(const KernelAddition& addition);
 
-    /// What addKernelToKPContainer would do with the same arguments; nothing is changed. Throws and posts
-    /// what that would, but for what only writing can tell, such as a disk that is full.
-    static PlannedAddition planKernelAddition(
+    /// What addKernel would do; nothing is changed. Throws and posts what that would, but for what only
+    /// writing can tell, such as a disk that is full.
+    static PlannedAddition planKernelAddition(const KernelAddition& addition);
+
+    /// As addKernel, of an addition with these members.
+    static void addKernelToKPContainer(
         const std::string& kpPath, const std::string& kernelName, const std::string& kernelXmlPath,
         const std::string& ipDir, const std::vector<std::string>& cpuFiles,
         const std::vector<std::string>& pdiFiles, const std::vector<std::string>& swEmuFiles,
@@ -135,9 +103,10 @@ public:
 
     /// Packs IP caches: every directory, `directory` included, that itself holds a ".qmr" file becomes the
     /// cache of its own name. A cache that the manifest lists is left alone; of two of one name the first is
-    /// taken and the other posted. The manifest becomes one of format 6.0 (with "kp.keepLayout" a package of
-    /// another layout is refused), and the package is sealed. Throws what the manifest reader throws.
+    /// taken and the other posted. The manifest becomes one of format 6.0, and the package is sealed anew if
+    /// its digest held. Throws what the manifest reader throws.
     static void appendIPCacheDir(const std::string& path, const std::string& directory);
+    static void appendIPCacheDir(const IpCacheAddition& addition);
 
     /// An explorer of the package that has the definitions of all its kernels.
     static std::shared_ptr<kfab::kernel::ArchiveExplorer> getInfo(const std::string& packagePath);

@@ -2,6 +2,7 @@
 
 #include "containers/kp/PackageLayout.h"
 #include "containers/kp/SoftwareVersion.h"
+#include "platform/base/Exceptions.h"
 #include "platform/base/HI18N.h"
 #include "platform/messages/ComMsgMgr.h"
 #include "platform/xml/Writer.h"
@@ -23,6 +24,8 @@ void HKPContainerXMLWriter::writeKPContainer(bool ipRepoLayout) const {
     sink.write(document.data(), static_cast<std::streamsize>(document.size()));
     try {
         sink.close();
+    } catch (const HEXInterrupted&) {
+        throw;
     } catch (...) {
         ComMsgMgr::post("@17-1310@");
         throw;
@@ -33,10 +36,14 @@ void HKPContainerXMLWriter::writeKPContainer(bool ipRepoLayout, ArchiveEdit& edi
     edit.addLast(layout::manifest, document_(ipRepoLayout));
 }
 
+std::uint32_t HKPContainerXMLWriter::formatMajor(bool ipRepoLayout) {
+    return ipRepoLayout ? KPContainer::Root().VersionMajor.get() : 2;
+}
+
 std::string HKPContainerXMLWriter::document_(bool ipRepoLayout) const {
     const SoftwareVersion software = SoftwareVersion::running();
     KPContainer::Root root;
-    root.VersionMajor.set(ipRepoLayout ? root.VersionMajor.get() : 2);
+    root.VersionMajor.set(formatMajor(ipRepoLayout));
     root.VersionMinor.set(0);
     root.SoftwareVersionMajor.set(software.major());
     root.SoftwareVersionMinor.set(software.minor());

@@ -22,6 +22,8 @@ public:
     /// replaced (17-1310 is posted then), HEXAll when a text of the container cannot be carried by XML,
     /// std::invalid_argument or std::out_of_range for an unusable software version.
     void writeKPContainer(bool ipRepoLayout) const;
+    /// The major number of the format that a layout gets.
+    static std::uint32_t formatMajor(bool ipRepoLayout);
     /// Stages the manifest as a part of a larger edit of the package.
     void writeKPContainer(bool ipRepoLayout, ArchiveEdit& edit) const;
 

@@ -98,8 +98,12 @@ private:
         }
         // A package is read by the names of its kernels, whatever their directories.
         if (name != directory && isPath(owner + "name", name)) checkDescription(name, name);
-        if (!ip.empty() && isPath(owner + "IP directory", ip))
-            isThere("missing-ip", owner + "IP directory", ip);
+        const std::uint32_t format = manifest_.VersionMajor.get();
+        if (!ip.empty() && isPath(owner + "IP directory", ip) &&
+            isThere("missing-ip", owner + "IP directory", ip) && !layout::findsIp(format, name, ip))
+            report("misplaced-ip", ip,
+                   owner + "IP directory '" + ip + "' is not where the layout '" +
+                       layout::name(layout::hasRepository(format)) + "' has it");
     }
 
     void checkDescription(const std::string& name, const std::string& directory) {
@@ -139,7 +143,7 @@ private:
 
     void checkFolders(const KPContainer::Kernel& kernel, const std::string& owner,
                       const std::string& directory) {
-        const bool isRepositoryLayout = manifest_.VersionMajor.get() >= 3;
+        const bool isRepositoryLayout = layout::hasRepository(manifest_.VersionMajor.get());
         for (const FlaggedFolder& part : flaggedFolders) {
             const std::string folder = HUTPathUtils::join(directory, part.folder);
             const bool isFlagged = isYes(kernel.*part.flag);

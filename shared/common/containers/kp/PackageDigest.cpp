@@ -4,7 +4,7 @@
 
 PackageDigest checkPackageDigest(const std::string& path, std::uint32_t versionMajor,
                                  std::uint32_t versionMinor) {
-    if (versionMajor < 1 || (versionMajor == 1 && versionMinor < 1)) return PackageDigest::Missing;
+    if (!formatHasDigest(versionMajor, versionMinor)) return PackageDigest::Missing;
     switch (versionMajor == 1 ? HUTZip::checkIntegrity(path) : HUTZip::checkIntegrityEn(path)) {
         case 0:
             return PackageDigest::Valid;

@@ -1,0 +1,211 @@
+#include "containers/kp/KernelStaging.h"
+
+#include "containers/kernel/HCOKernelXMLWriter.h"
+#include "containers/kernel/KernelDefConversion.h"
+#include "containers/kp/HKPContainerUtils.h"
+#include "containers/kp/HKPContainerXMLReader.h"
+#include "containers/kp/HKPContainerXMLWriter.h"
+#include "containers/kp/IpPlacement.h"
+#include "containers/kp/PackageLayout.h"
+#include "containers/kp/PackageSeal.h"
+#include "platform/files/HUTFile.h"
+#include "platform/files/HUTFileUtils.h"
+#include "platform/files/HUTPathUtils.h"
+#include "platform/messages/ComMsgMgr.h"
+#include "platform/params/HUTEnv.h"
+
+using layout::isSameOrBelow;
+using layout::withoutSlash;
+
+void KernelStaging::examine(const KernelAddition& request) {
+    const std::string reason = layout::unfitForKernelFolder(request.kernelName);
+    if (!reason.empty())
+        throw HEXAlgException("Kernel '" + request.kernelName + "' cannot be added to KP container '" +
+                              request.kpPath + "': " + reason + ".\n");
+    if (request.replace && request.update) ComMsgMgr::post("@17-1864@");
+    if (request.update && request.pdiFiles.empty() && request.shimSolnFile.empty())
+        ComMsgMgr::post("@17-1868@");
+}
+
+void KernelStaging::stage() {
+    openPackage();
+    chooseLayout();
+    const HKPKernel* found = container_.getKPKernelByName(request_.kernelName);
+    const HKPKernel* staged = nullptr;
+    if (found == nullptr) {
+        if (request_.update) ComMsgMgr::post("@17-1867@");
+        staged = stageWhole();
+    } else if (!request_.update) {
+        throw HEXAlgException("Kernel '" + request_.kernelName + "' already exists inside KP container '" +
+                              request_.kpPath + "'\n");
+    } else {
+        requireChangeable(*found);
+        staged = request_.replace ? stageWhole() : stageUpdate(*found);
+    }
+    if (staged->isEmpty())
+        throw HEXAlgException("Failed to add kernel '" + request_.kernelName +
+                              "' to KP container because the kernel is empty.\n");
+    tellWhoseIpIsLost(container_, request_.kpPath, ipRepoLayout_);
+    HKPContainerXMLWriter(container_, request_.kpPath).writeKPContainer(ipRepoLayout_, edit_);
+}
+
+std::unique_ptr<HKPKernel> KernelStaging::takeKernel() {
+    return container_.removeKPKernel(container_.getKPKernelByName(request_.kernelName));
+}
+
+void KernelStaging::openPackage() {
+    if (!edit_.exists()) return edit_.seal();
+    HKPContainerXMLReader(request_.kpPath, container_).parseKPContainer();
+    const std::uint32_t major = container_.getVersionMajor(), minor = container_.getVersionMinor();
+    if (sealsAnew(request_.kpPath, major, minor, request_.brokenSeal)) edit_.seal();
+    if (request_.checkVersion)
+        HKPContainerUtils::checkKPVersion_(request_.kpPath, container_.getSoftwareVersionMajor(),
+                                           container_.getSoftwareVersionMinor());
+}
+
+void KernelStaging::chooseLayout() {
+    const bool isRepo = layout::hasRepository(container_.getVersionMajor());
+    const auto [first, last] = container_.getKPKernelRange();
+    ipRepoLayout_ = request_.ipRepoLayout;
+    if (!edit_.exists() || isRepo == request_.ipRepoLayout) return;
+    if (request_.otherLayout == OtherLayout::Follow) {
+        ipRepoLayout_ = isRepo;
+    } else if (request_.otherLayout == OtherLayout::Refuse && first != last) {
+        throw HEXAlgException("'" + request_.kpPath + "' has the layout '" + layout::name(isRepo) +
+                              "'; a kernel cannot be added in the layout '" + layout::name(!isRepo) + "'");
+    }
+}
+
+void KernelStaging::requireChangeable(const HKPKernel& kernel) const {
+    const std::string folder = withoutSlash(kernel.getDirectory());
+    const std::string reason = layout::unfitToChange(folder);
+    if (!reason.empty())
+        throw HEXAlgException("The directory '" + kernel.getDirectory() + "' of kernel '" + kernel.getName() +
+                              "' in '" + request_.kpPath + "' cannot be changed: " + reason + "\n");
+    requireOwnFolder(folder);
+}
+
+/// Another kernel's files may lie in a folder too, or it in theirs, by its directory, its IP or, for its
+/// description, its name: they must not be touched.
+void KernelStaging::requireOwnFolder(const std::string& folder) const {
+    const HKPKernel* own = container_.getKPKernelByName(request_.kernelName);
+    const auto [first, last] = container_.getKPKernelRange();
+    for (auto entry = first; entry != last; ++entry) {
+        const HKPKernel& other = **entry;
+        for (const std::string& used : {other.getDirectory(), other.getIpDir(), other.getName()}) {
+            const std::string place = withoutSlash(used);
+            if (&other != own && (isSameOrBelow(place, folder) || isSameOrBelow(folder, place)))
+                throw HEXAlgException("Kernel '" + request_.kernelName +
+                                      "' cannot be added to KP container '" + request_.kpPath +
+                                      "' because kernel '" + other.getName() + "' uses its directory.\n");
+        }
+    }
+}
+
+HKPKernel* KernelStaging::stageUpdate(const HKPKernel& present) {
+    folder_ = withoutSlash(present.getDirectory());
+    Files pdiFiles;
+    for (const std::string& file : request_.pdiFiles)
+        pdiFiles.push_back(HUTFile::getCanonicalName(file));
+    stageFiles(pdiFiles, layout::pdi, "PDI File");
+    if (!request_.shimSolnFile.empty()) edit_.deleteFolder(HUTPathUtils::join(folder_, layout::shimSoln));
+    stageShimSoln();
+    return container_.addKPKernel(request_.kernelName, folder_, {}, {}, {}, {}, false, false,
+                                  !request_.pdiFiles.empty(), !request_.shimSolnFile.empty(), false, false,
+                                  false, false);
+}
+
+/// Adds the kernel as a new one, in the place of one of its name.
+HKPKernel* KernelStaging::stageWhole() {
+    if (const HKPKernel* replaced = container_.getKPKernelByName(request_.kernelName)) {
+        edit_.deleteFolder(withoutSlash(replaced->getDirectory()));
+        IpPlacement(request_, container_, edit_).removeIpOf(*replaced);
+    }
+    HCOKernelXMLReader description(request_.kernelXmlPath);
+    const std::string nameInFile = description.getKernelName();
+    if (nameInFile != request_.kernelName)
+        throw HEXAlgException("Failed to add kernel '" + request_.kernelName +
+                              "' to KP container because the kernel name '" + nameInFile +
+                              "' defined in kernel.xml does not match.\n");
+    folder_ = request_.kernelName;
+    requireOwnFolder(folder_);
+    edit_.deleteFolder(folder_);  // what no manifest lists must not become the kernel's
+    stageKernelXml(description);
+    if (ipRepoLayout_ && !request_.ipInstanceFile.empty() && HUTFile::exists(request_.ipInstanceFile))
+        edit_.addFile(HUTPathUtils::join(folder_, layout::ipInstance), request_.ipInstanceFile);
+
+    stageFiles(request_.cpuFiles, layout::cpuSources, "CPU File");
+    stageFiles(request_.swEmuFiles, layout::swEmu, "sw_emu File");
+    bool debugCopied = false;
+    bool hlsCopied = false;
+    if (ipRepoLayout_) {
+        stageFiles(request_.pdiFiles, layout::pdi, "PDI File");
+        stageShimSoln();
+        debugCopied = stageDirectory(request_.debugDir, layout::debug, "@17-1650@%s", "@17-1651@%s");
+        hlsCopied = stageDirectory(request_.hlsDir, layout::hls, "@17-1666@%s", "@17-1667@%s");
+    }
+    const KernelXML::Kernel& kernel = description.getRoot()->kernel.value();
+    const std::string ipFolder = stageIp(description);
+    HKPKernel* const added = container_.addKPKernel(
+        request_.kernelName, folder_, ipFolder, request_.topIpDir, request_.projectID,
+        flows(!ipFolder.empty()), debugCopied, hlsCopied, !request_.pdiFiles.empty(),
+        !request_.shimSolnFile.empty(), false, false, !request_.swEmuFiles.empty(), true);
+    added->setIsDebug(kfab::kernel::isDebugKernel(kernel));  // no manifest holds these two; a plan does
+    added->setIsRtlKernel(kfab::kernel::isRtlKernel(kernel));
+    return added;
+}
+
+void KernelStaging::stageKernelXml(HCOKernelXMLReader& description) {
+    HCOKernelXMLWriter writer(description.getRoot());
+    if (!request_.designXmlPath.empty()) writer.addDesignXML(request_.designXmlPath);
+    const ScratchDirectory scratch(HUTEnv::getTKQTmpDir(), ".kernelxml");
+    writer.write(scratch.path());
+    edit_.addBytes(HUTPathUtils::join(folder_, layout::kernelXml),
+                   HUTFile::readFile(HUTPathUtils::join(scratch.path(), layout::kernelXml)));
+}
+
+/// Returns the folder of the IP; empty when there is none.
+std::string KernelStaging::stageIp(HCOKernelXMLReader& description) {
+    if (request_.ipDir.empty()) return {};
+    if (HUTFile::fileCount(request_.ipDir) == 0) {
+        ComMsgMgr::post("@17-1406@%s", {request_.ipDir});
+        return {};
+    }
+    const std::string folder =
+        ipRepoLayout_ ? IpPlacement(request_, container_, edit_)
+                            .makeRoom(description.getKernelVlnv(), description.getKernelVlnvReplaced_())
+                      : HUTPathUtils::join(folder_, layout::kernelIp);
+    edit_.addTree(folder, request_.ipDir);
+    return folder;
+}
+
+void KernelStaging::stageFiles(const Files& files, const char* folder, const char* kind) {
+    for (const std::string& file : files)
+        if (!HUTFile::isFile(file))
+            throw HEXAlgException("Specified " + std::string(kind) + " is not a file: '" + file + "'");
+    edit_.addFiles(HUTPathUtils::join(folder_, folder), files);
+}
+
+void KernelStaging::stageShimSoln() {
+    if (!request_.shimSolnFile.empty())
+        stageFiles({request_.shimSolnFile}, layout::shimSoln, "shim solution file");
+}
+
+bool KernelStaging::stageDirectory(const std::string& directory, const char* folder, const char* missing,
+                                   const char* packaging) {
+    if (directory.empty()) return false;
+    if (!HUTFile::isDir(directory)) {
+        ComMsgMgr::post(missing, {directory});
+        return false;
+    }
+    ComMsgMgr::post(packaging, {directory});
+    edit_.addTree(HUTPathUtils::join(folder_, folder), directory);
+    return true;
+}
+
+KernelStaging::Flows KernelStaging::flows(bool hasIp) const {
+    Flows flows;
+    if (!request_.cpuFiles.empty()) flows.push_back(HKPKernel::CPU_EMU);
+    if (hasIp) flows.insert(flows.end(), {HKPKernel::HW_EMU, HKPKernel::SYSTEM});
+    return flows;
+}

@@ -1,0 +1,54 @@
+#include "containers/kp/PackageSeal.h"
+
+#include "containers/kp/PackageDigest.h"
+#include "containers/kp/PackageRefusals.h"
+#include "platform/messages/ComMsgMgr.h"
+
+#include <unordered_set>
+
+namespace {
+
+std::unordered_set<std::string>& checkedPaths() {
+    static std::unordered_set<std::string> paths;
+    return paths;
+}
+
+const char* reasonAgainst(PackageDigest digest) {
+    switch (digest) {
+        case PackageDigest::Valid:
+            return "holds";
+        case PackageDigest::Missing:
+            return "is missing";
+        case PackageDigest::Mismatch:
+            return "does not hold: the package was changed since it was sealed";
+        case PackageDigest::Unreadable:
+            return "cannot be read";
+    }
+    return "";
+}
+
+/// The first look at a path tells.
+void note(const std::string& path, PackageDigest digest) {
+    if (checkedPaths().insert(path).second && digest != PackageDigest::Valid)
+        ComMsgMgr::post("@17-1396@%s", {path});
+}
+
+}  // namespace
+
+void checkPackageSeal(const std::string& path, std::uint32_t versionMajor, std::uint32_t versionMinor) {
+    if (!checkedPaths().contains(path)) note(path, checkPackageDigest(path, versionMajor, versionMinor));
+}
+
+bool sealsAnew(const std::string& path, std::uint32_t versionMajor, std::uint32_t versionMinor,
+               BrokenSeal brokenSeal) {
+    if (brokenSeal == BrokenSeal::Renew) {
+        checkPackageSeal(path, versionMajor, versionMinor);
+        return true;
+    }
+    const PackageDigest digest = checkPackageDigest(path, versionMajor, versionMinor);
+    const bool isBroken = digest != PackageDigest::Valid && formatHasDigest(versionMajor, versionMinor);
+    if (isBroken && brokenSeal == BrokenSeal::Refuse)
+        throw HKPSealBroken("The digest of '" + path + "' " + reasonAgainst(digest) + "\n");
+    note(path, digest);
+    return brokenSeal == BrokenSeal::Refuse || digest == PackageDigest::Valid;
+}
