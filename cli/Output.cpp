@@ -32,9 +32,9 @@ void complain(std::string_view severity, std::string_view text) {
 
 ComMsgMgr::Sink messageSink(const bool& quiet) {
     return [&quiet](const ComMsg& message) {
-        if (quiet && message.severity != ComMsg::Severity::Error) return;
+        if (message.isThrown || (quiet && message.severity != ComMsg::Severity::Error)) return;
         if (message.number() == "17-1525") return;  // 17-2007 names the kernels whose IP becomes another one
-        complain(message.severityText(), "[" + message.number() + "] " + message.text);
+        complain(message.severityText(), message.shown());
     };
 }
 

@@ -14,7 +14,8 @@ namespace cli {
 /// dropped.
 void complain(std::string_view severity, std::string_view text);
 
-/// A sink for numbered messages that writes them to standard error; with `quiet`, errors alone.
+/// A sink for numbered messages that writes them to standard error; with `quiet`, errors alone. It leaves out
+/// those that are thrown: who catches them complains.
 ComMsgMgr::Sink messageSink(const bool& quiet);
 
 /// Writes to standard output what `write` makes as the file `name` in a directory that it is given.

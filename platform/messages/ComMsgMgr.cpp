@@ -1,11 +1,7 @@
 #include "platform/messages/ComMsgMgr.h"
 
-#include "platform/messages/Catalog.h"
-
-#include <algorithm>
 #include <iostream>
 #include <memory>
-#include <stdexcept>
 #include <utility>
 
 namespace {
@@ -28,26 +24,18 @@ std::string fillIn(std::string_view sentence, const ComMsgMgr::Arguments& argume
     return text;
 }
 
-ComMsg build(std::string_view id, ComMsgMgr::Arguments arguments) {
-    const messages::CatalogEntry* entry = messages::findInCatalog(id);
-    if (entry == nullptr) throw std::invalid_argument("No message in the catalog: " + std::string(id));
-    const auto markers = std::count(id.begin(), id.end(), '%');
-    if (static_cast<std::size_t>(markers) != arguments.size())
-        throw std::invalid_argument("Wrong number of arguments for message " + std::string(id));
-    std::string text = fillIn(entry->sentence, arguments);
-    return {std::string(id), entry->severity, "common", std::move(arguments), std::move(text)};
-}
-
-std::string shown(const ComMsg& message) {
-    return "[" + message.number() + "] " + message.text;
+ComMsg build(const messages::CatalogEntry& entry, ComMsgMgr::Arguments arguments) {
+    std::string text = fillIn(entry.sentence, arguments);
+    return {
+        std::string(entry.id), entry.severity, "common", std::move(arguments), std::move(text), {}, false};
 }
 
 void writeToStandardError(const ComMsg& message) {
-    std::cerr << message.severityText() << ": " << shown(message) << '\n';
+    if (!message.isThrown) std::cerr << message.severityText() << ": " << message.shown() << '\n';
 }
 
 ComMsgMgr::Sink& currentSink() {
-    static ComMsgMgr::Sink sink;
+    static ComMsgMgr::Sink sink = writeToStandardError;
     return sink;
 }
 
@@ -62,17 +50,22 @@ std::string_view ComMsg::severityText() const {
     return words[static_cast<int>(severity) - static_cast<int>(Severity::Info)];
 }
 
-void ComMsgMgr::post(std::string_view id, Arguments arguments) {
-    const ComMsg message = build(id, std::move(arguments));
-    const Sink& sink = currentSink();
-    sink ? sink(message) : writeToStandardError(message);
+std::string ComMsg::shown() const {
+    return "[" + number() + "] " + text + (detail.empty() ? "" : ": " + detail);
 }
 
-void ComMsgMgr::raise(std::string_view id, Arguments arguments) {
-    auto message = std::make_shared<const ComMsg>(build(id, std::move(arguments)));
-    throw HEXAll(shown(*message), message);
+void ComMsgMgr::post_(const messages::CatalogEntry& entry, Arguments arguments) {
+    currentSink()(build(entry, std::move(arguments)));
+}
+
+void ComMsgMgr::raise_(const messages::CatalogEntry& entry, Arguments arguments, const std::string& detail) {
+    auto message = std::make_shared<ComMsg>(build(entry, std::move(arguments)));
+    message->detail = detail;
+    message->isThrown = true;
+    currentSink()(*message);
+    throw HEXAll(message->shown(), message);
 }
 
 ComMsgMgr::Sink ComMsgMgr::setSink(Sink sink) {
-    return std::exchange(currentSink(), std::move(sink));
+    return std::exchange(currentSink(), sink ? std::move(sink) : writeToStandardError);
 }

@@ -2,43 +2,52 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/base/Export.h"
+#include "platform/messages/Catalog.h"
+#include "platform/messages/ComMsg.h"
 
+#include <cstddef>
 #include <functional>
+#include <iterator>
 #include <string>
-#include <string_view>
+#include <type_traits>
 #include <vector>
 
-/// A numbered message with its arguments, as it was posted.
-struct KP_EXPORT ComMsg {
-    enum class Severity { Info = 1, Warning = 2, Error = 3 };
-
-    std::string id;                      ///< such as "@17-1406@%s": facility, number, argument markers
-    Severity severity = Severity::Info;  ///< as the catalog has it
-    std::string category;                ///< always "common" for the messages of this system
-    std::vector<std::string> arguments;  ///< one for each marker of the id, in order
-    std::string text;                    ///< the catalog's sentence with the arguments in place
-
-    /// The facility and number as shown to people: "17-1406".
-    std::string number() const;
-    /// "info", "warning" or "error".
-    std::string_view severityText() const;
-};
-
-/// Posts numbered messages to the current sink.
+/// Posts numbered messages to the current sink. An id that the catalog lacks, or one whose markers are not as
+/// many as the arguments, does not compile.
 class KP_EXPORT ComMsgMgr {
 public:
     using Sink = std::function<void(const ComMsg&)>;
     using Arguments = std::vector<std::string>;
+    struct NoArguments {};
+    /// The id of a message with `count` arguments, made of a literal such as "@17-1406@%s".
+    template <std::size_t count>
+    using Id = std::type_identity_t<messages::Id<count>>;
 
-    /// Posts a message. Throws std::invalid_argument when the catalog lacks the id or the number of arguments
-    /// is not that of the id's markers.
-    static void post(std::string_view id, Arguments arguments = {});
+    template <std::size_t count>
+    static void post(Id<count> id, const std::string (&arguments)[count]) {
+        post_(id.entry(), {std::begin(arguments), std::end(arguments)});
+    }
+    static void post(Id<0> id) { post_(id.entry(), {}); }
 
-    /// Builds a message and throws it in a HEXAll whose what() is "[17-132] " and the text. It is not posted
-    /// as well: whoever catches the exception shows it, once.
-    [[noreturn]] static void raise(std::string_view id, Arguments arguments = {});
+    /// Posts the message, marked as thrown, and throws it in a HEXAll whose what() is the message as shown().
+    /// Whoever catches the exception shows it; sinks leave it to them. The detail is what is known beside
+    /// the arguments, such as the system's reason.
+    template <std::size_t count>
+    [[noreturn]] static void raise(Id<count> id, const std::string (&arguments)[count],
+                                   const std::string& detail = {}) {
+        raise_(id.entry(), {std::begin(arguments), std::end(arguments)}, detail);
+    }
+    [[noreturn]] static void raise(Id<0> id, NoArguments, const std::string& detail = {}) {
+        raise_(id.entry(), {}, detail);
+    }
 
-    /// Replaces the sink and returns the one before it. An empty sink stands for standard error. One sink
-    /// serves the whole process; setting it while another thread posts is the caller's to prevent.
+    /// Replaces the sink and returns the one before it. An empty sink stands for standard error, where
+    /// messages that are thrown are left out. One sink serves the whole process; setting it while another
+    /// thread posts is the caller's to prevent.
     static Sink setSink(Sink sink);
+
+private:
+    static void post_(const messages::CatalogEntry& entry, Arguments arguments);
+    [[noreturn]] static void raise_(const messages::CatalogEntry& entry, Arguments arguments,
+                                    const std::string& detail);
 };

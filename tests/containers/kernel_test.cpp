@@ -116,7 +116,7 @@ TEST(HCOKernelXMLWriter, AddsCompileOptionsAfterABlank) {
     HCOKernelXMLWriter none(nullptr);
     none.addCompileOptions("-g");
     EXPECT_EQ(failureOf<HEXAll>([&] { none.write(""); }),
-              "[17-1377] Failed to write XML: ./kernel.xml: there is no document");
+              "[17-1377] Failed to write XML: ./kernel.xml - there is no document");
 }
 
 TEST(HCOKernelXMLWriter, WritesIntoADirectory) {
@@ -129,7 +129,7 @@ TEST(HCOKernelXMLWriter, WritesIntoADirectory) {
         return failureOf<HEXAll>([&] { writer.write(directory / where); });
     };
     EXPECT_EQ(failure("out/a"), "[17-1377] Failed to write XML: " + path +
-                                    ": element 'root' lacks its required attribute 'versionMajor'");
+                                    " - element 'root' lacks its required attribute 'versionMajor'");
     EXPECT_FALSE(std::filesystem::exists(path));
     root = lmx60::parse<Root>(everything);
     for (const char* where : {"out/a/", "out/a"}) {

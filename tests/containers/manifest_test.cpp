@@ -7,12 +7,14 @@
 #include "tests/support/CapturedMessages.h"
 #include "tests/support/Environment.h"
 #include "tests/support/Failure.h"
+#include "tests/support/Faults.h"
 #include "tests/support/Packages.h"
 
 #include <algorithm>
 #include <random>
 #include <tuple>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace {
@@ -152,7 +154,7 @@ TEST_F(Manifest, IsReadLeniently) {
     EXPECT_TRUE(container.addIpCacheIfUnique("a/") && container.getIsIpCacheDir());
     const auto [first, last] = container.getIpCachesRange();
     EXPECT_EQ(Texts(first, last), (Texts{"a", "", "A", "a/"}));
-    const std::string known = "' is not known; it is ignored", at = "17-1314: " + path_;
+    const std::string known = "' is not known; it is ignored", at = "17-2005: " + path_;
     const std::string flow = "17-1312: Unknown flow number 0 in the manifest of '" + path_ + "' is ignored";
     EXPECT_EQ(messages_.texts(),
               (Texts{at + ":1: attribute 'Origin' of element 'Root" + known,
@@ -204,6 +206,14 @@ TEST_F(Manifest, CannotBeWrittenWhereThereIsNoPackage) {
         EXPECT_THROW(write(path_), std::logic_error) << version;
     }
     EXPECT_FALSE(std::filesystem::exists(path_));
+    write(path_);
+    const std::string before = TemporaryDirectory::read(path_);
+    const disk::DiskFaults faults(always("rename", EROFS));
+    EXPECT_THAT(failureOf<HEXAll>([&] { write(path_); }),
+                testing::MatchesRegex("\\[17-1310\\] The package manifest could not be written: "
+                                      "Failed to rename '.*': Read-only file system"));
+    EXPECT_EQ(TemporaryDirectory::read(path_), before);
+    EXPECT_EQ(messages_.texts(), Texts{"17-1310: The package manifest could not be written"});
 }
 
 }  // namespace

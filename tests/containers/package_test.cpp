@@ -230,7 +230,7 @@ TEST_F(PackageTest, WhateverFailsChangesNothing) {
              ":d' of kernel 'kx' cannot be a directory: it is longer than 255 bytes.\n"},
         {[&](KernelAddition& k) { k.kpPath += "/"; }, "'" + package_ + "/' cannot be the path of an archive"},
         {[&](KernelAddition& k) { k.projectID = "a\x01"; },
-         "[17-1377] Failed to write XML: 'ProjectID' holds a character that XML cannot carry: " + package_},
+         "[17-1377] Failed to write XML: 'ProjectID' holds a character that XML cannot carry - " + package_},
     };
     for (const auto& [name, reason] : {std::pair<std::string, const char*>{"", "it is empty"},
                                        {"../kx", "it is not one path component"},

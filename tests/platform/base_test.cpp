@@ -1,6 +1,7 @@
 #include "platform/base/HI18N.h"
-#include "platform/messages/ComMsgMgr.h"
+#include "platform/messages/DocumentMessages.h"
 #include "platform/params/HPAParamMgr.h"
+#include "tests/support/CapturedMessages.h"
 #include "tests/support/Environment.h"
 #include "tests/support/Failure.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -40,14 +41,36 @@ TEST(HI18N, AnyBytesComeBackAndAnyCharactersCanBeTold) {
 TEST(ComMsgMgr, MessagesAreToldOnceWithTheirArguments) {
     testing::internal::CaptureStderr();
     ComMsgMgr::post("@17-1312@%d%s", {"%1", "a%2.kp"});
-    try {
-        ComMsgMgr::raise("@17-132@%s%s%d", {"no root", "k.xml", "3"});
-    } catch (const HEXAll& failure) {
-        EXPECT_STREQ(failure.what(), "[17-132] k.xml:3: no root");
-        EXPECT_EQ(failure.message().arguments, (ComMsgMgr::Arguments{"no root", "k.xml", "3"}));
-    }
+    const auto fail = [] { ComMsgMgr::raise("@17-1376@%s", {"k.xml"}, "No space left on device"); };
+    const std::string shown = "[17-1376] Failed to write 'k.xml': No space left on device";
+    EXPECT_EQ(failureOf<HEXAll>(fail), shown);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "warning: [17-1312] Unknown flow number %1 in the manifest of 'a%2.kp' is ignored\n");
+
+    const CapturedMessages messages;
+    try {
+        fail();
+    } catch (const HEXAll& failure) {
+        EXPECT_EQ(failure.message().arguments, ComMsgMgr::Arguments{"k.xml"});
+    }
+    ASSERT_EQ(messages.all().size(), 1U);
+    EXPECT_TRUE(messages.all()[0].isThrown);
+    EXPECT_EQ(messages.all()[0].shown(), shown);
+}
+
+TEST(DocumentMessages, OfTheLibrarysOwnTenArePosted) {
+    const CapturedMessages messages;
+    DocumentMessages about("p.kp");
+    for (int line = 1; line <= 13; ++line) {
+        about.post("@17-1312@%d%s", {"9", "p.kp"});
+        about.post("@17-2005@%s%s%d", {"x", "p.kp", std::to_string(line)});
+        if (line == 10) about.finish();
+    }
+    about.finish();
+    const auto texts = messages.texts();
+    EXPECT_EQ(texts.size(), 13U + 10U + 1U);
+    EXPECT_EQ(texts[19], "17-2005: p.kp:10: x; it is ignored");
+    EXPECT_EQ(texts.back(), "17-2006: ... and 3 more about 'p.kp'");
 }
 
 TEST(HPAParamMgr, TheProgramThenTheFileThenTheDefault) {

@@ -15,6 +15,8 @@ public:
     CapturedMessages(const CapturedMessages&) = delete;
     CapturedMessages& operator=(const CapturedMessages&) = delete;
 
+    const std::vector<ComMsg>& all() const { return all_; }
+
     /// Each message as "17-1406: " and its text.
     std::vector<std::string> texts() const {
         std::vector<std::string> texts;

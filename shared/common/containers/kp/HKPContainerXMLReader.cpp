@@ -6,6 +6,7 @@
 #include "platform/base/HI18N.h"
 #include "platform/base/HUTInterrupt.h"
 #include "platform/files/HUTFile.h"
+#include "platform/messages/DocumentMessages.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
 #include <fstream>
@@ -47,11 +48,14 @@ void HKPContainerXMLReader::parseKPContainer() {
 }
 
 KPContainer::Root HKPContainerXMLReader::readManifest(const std::string& path) {
+    DocumentMessages messages(path);
     const auto postUnknown = [&](const lmx60::Error& unknown) {
-        ComMsgMgr::post("@17-1314@%s%s%d", {unknown.text, path, std::to_string(unknown.line)});
+        messages.post("@17-2005@%s%s%d", {unknown.text, path, std::to_string(unknown.line)});
     };
     try {
-        return parsePackageDocument<KPContainer::Root>(manifestOf(path), postUnknown);
+        auto root = parsePackageDocument<KPContainer::Root>(manifestOf(path), postUnknown);
+        messages.finish();
+        return root;
     } catch (const lmx60::ReadError& error) {
         documents::raiseUnreadable(error, path);
     }

@@ -24,11 +24,8 @@ void HKPContainerXMLWriter::writeKPContainer(bool ipRepoLayout) const {
     sink.write(document.data(), static_cast<std::streamsize>(document.size()));
     try {
         sink.close();
-    } catch (const HEXInterrupted&) {
-        throw;
-    } catch (...) {
-        ComMsgMgr::post("@17-1310@");
-        throw;
+    } catch (const HEXAlgException& failure) {
+        ComMsgMgr::raise("@17-1310@", {}, failure.what());
     }
 }
 

@@ -18,9 +18,9 @@ public:
     /// Replaces the manifest of the package, in one edit of it. The format version becomes 6.0, or 2.0 when
     /// `ipRepoLayout` is false, whatever the container holds; the software version is the running one's.
     ///
-    /// Throws HXMLException when the package cannot be opened for writing, HEXAlgException when it cannot be
-    /// replaced (17-1310 is posted then), HEXAll when a text of the container cannot be carried by XML,
-    /// std::invalid_argument or std::out_of_range for an unusable software version.
+    /// Throws HXMLException when the package cannot be opened for writing, HEXAll when it cannot be replaced
+    /// (17-1310) or when the container makes no document that can be read (17-1377), std::invalid_argument or
+    /// std::out_of_range for an unusable software version.
     void writeKPContainer(bool ipRepoLayout) const;
     /// The major number of the format that a layout gets.
     static std::uint32_t formatMajor(bool ipRepoLayout);

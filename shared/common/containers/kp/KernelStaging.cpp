@@ -191,8 +191,8 @@ void KernelStaging::stageShimSoln() {
         stageFiles({request_.shimSolnFile}, layout::shimSoln, "shim solution file");
 }
 
-bool KernelStaging::stageDirectory(const std::string& directory, const char* folder, const char* missing,
-                                   const char* packaging) {
+bool KernelStaging::stageDirectory(const std::string& directory, const char* folder, messages::Id<1> missing,
+                                   messages::Id<1> packaging) {
     if (directory.empty()) return false;
     if (!HUTFile::isDir(directory)) {
         ComMsgMgr::post(missing, {directory});

@@ -3,6 +3,7 @@
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "containers/kp/HKPContainer.h"
 #include "containers/kp/KernelAddition.h"
+#include "platform/messages/Catalog.h"
 #include "platform/zip/ArchiveEdit.h"
 
 #include <memory>
@@ -37,8 +38,8 @@ private:
     std::string stageIp(HCOKernelXMLReader& description);
     void stageFiles(const Files& files, const char* folder, const char* kind);
     void stageShimSoln();
-    bool stageDirectory(const std::string& directory, const char* folder, const char* missing,
-                        const char* packaging);
+    bool stageDirectory(const std::string& directory, const char* folder, messages::Id<1> missing,
+                        messages::Id<1> packaging);
     Flows flows(bool hasIp) const;
 
     const KernelAddition& request_;
