@@ -96,6 +96,8 @@ ExitStatus extract(const Options& options) {
     const ArchiveSnapshot::Hold version(options.package);
     const std::vector<std::string> names = namesToExtract(options);
     const auto explorer = extractKernels(options);
+    HUTInterrupt::check();  // the explorer takes work that is called off for a description that cannot be
+                            // read
     Json kernels = Json::array();
     for (const std::string& name : names) {
         const std::string root = explorer->getKernelDefRoot(name);

@@ -48,8 +48,9 @@ public:
     ~HXMLException() override;
 };
 
-/// Work was called off (see HUTInterrupt). Neither of the classes above, so that none who handles a failure
-/// takes it for one and goes on.
+/// Work was called off (see HUTInterrupt). None of the classes above, so that who handles one of those does
+/// not go on; but of the standard family, so that operations which hand failures back as texts or as false
+/// hand back this one too. Who calls those asks HUTInterrupt::check() afterwards.
 class KP_EXPORT HEXInterrupted : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

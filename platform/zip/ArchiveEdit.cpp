@@ -14,6 +14,8 @@
 
 #include <algorithm>
 
+#include <climits>
+
 namespace {
 
 std::string quoted(std::string_view text) {
@@ -45,10 +47,20 @@ std::string folderName(std::string folder) {
     return folder;
 }
 
+bool hasLongComponent(std::string_view name) {
+    std::size_t begin = 0;
+    while (begin < name.size()) {
+        const std::size_t end = std::min(name.find('/', begin), name.size());
+        if (end - begin > NAME_MAX) return true;
+        begin = end + 1;
+    }
+    return false;
+}
+
+/// What could not be extracted is not stored.
 void requireStorable(const std::string& name) {
-    constexpr std::size_t longestName = 0xffff;
-    std::string_view reason = unsafeNameReason(name);
-    if (name.size() > longestName) reason = "it is longer than 65535 bytes";
+    std::string_view reason = unextractableNameReason(name);
+    if (reason.empty() && hasLongComponent(name)) reason = "a component of it is longer than 255 bytes";
     if (name.find("//") != std::string::npos) reason = "a component of it is empty";
     if (("/" + name + "/").find("/./") != std::string::npos) reason = "a component of it is '.'";
     if (!reason.empty())
@@ -125,13 +137,14 @@ void ArchiveEdit::requireOutside(const std::string& directory) const {
 
 void ArchiveEdit::add(Addition addition) {
     requireStorable(addition.name);
-    const std::string origin =
-        addition.kind == Addition::Kind::Bytes ? "generated content" : quoted(addition.source);
     requireNoClash(addition.name);
-    const auto [first, isNew] = origins_.try_emplace(addition.name, origin);
+    const auto [first, isNew] = added_.try_emplace(addition.name, additions_.size());
+    const auto origin = [](const Addition& added) {
+        return added.kind == Addition::Kind::Bytes ? "generated content" : quoted(added.source);
+    };
     if (!isNew)
         throw HEXAlgException("Two files are given for " + quoted(addition.name) + " in " + quoted(target_) +
-                              ": " + first->second + " and " + origin);
+                              ": " + origin(additions_[first->second]) + " and " + origin(addition));
     if (snapshot_)
         for (const std::uint32_t position : snapshot_->positionsNamed(addition.name))
             isDeleted_[position] = true;
@@ -149,11 +162,11 @@ void ArchiveEdit::requireNoClash(const std::string& name) {
     };
     for (auto slash = name.find('/'); slash != std::string::npos; slash = name.find('/', slash + 1)) {
         const std::string folder = name.substr(0, slash);
-        if (origins_.contains(folder) || (snapshot_ && isKept(snapshot_->positionsNamed(folder))))
+        if (added_.contains(folder) || (snapshot_ && isKept(snapshot_->positionsNamed(folder))))
             refuse(folder, "file");
     }
-    const auto below = origins_.lower_bound(name + "/");
-    const bool isAddedFolder = below != origins_.end() && below->first.starts_with(name + "/");
+    const auto below = added_.lower_bound(name + "/");
+    const bool isAddedFolder = below != added_.end() && below->first.starts_with(name + "/");
     if (isAddedFolder || (snapshot_ && isKept(snapshot_->positionsInFolder(name)))) refuse(name, "folder");
 }
 
@@ -161,8 +174,8 @@ void ArchiveEdit::deleteFile(const std::string& name) {
     if (snapshot_)
         for (const std::uint32_t position : snapshot_->positionsNamed(name))
             isDeleted_[position] = true;
-    if (origins_.erase(name) > 0)
-        std::erase_if(additions_, [&](const Addition& addition) { return addition.name == name; });
+    const auto [begin, end] = added_.equal_range(name);
+    deleteAdded(begin, end);
 }
 
 void ArchiveEdit::deleteFolder(const std::string& folder) {
@@ -171,13 +184,30 @@ void ArchiveEdit::deleteFolder(const std::string& folder) {
     if (snapshot_)
         for (const std::uint32_t position : snapshot_->positionsInFolder(inside))
             isDeleted_[position] = true;
-    const auto isBelow = [prefix = inside + "/"](std::string_view name) { return name.starts_with(prefix); };
-    std::erase_if(origins_, [&](const auto& added) { return isBelow(added.first); });
-    std::erase_if(additions_, [&](const Addition& addition) { return isBelow(addition.name); });
+    const std::string prefix = inside + "/";
+    auto end = added_.lower_bound(prefix);
+    while (end != added_.end() && end->first.starts_with(prefix))
+        ++end;
+    deleteAdded(added_.lower_bound(prefix), end);
+}
+
+void ArchiveEdit::deleteAdded(Positions::iterator begin, Positions::iterator end) {
+    for (auto added = begin; added != end; ++added)
+        additions_[added->second].isDeleted = true;
+    added_.erase(begin, end);
+}
+
+/// What is left of the additions, those that are to be last behind the others.
+std::vector<const ArchiveEdit::Addition*> ArchiveEdit::additionsInOrder() const {
+    std::vector<const Addition*> ordered;
+    for (const bool isLast : {false, true})
+        for (const Addition& addition : additions_)
+            if (!addition.isDeleted && addition.isLast == isLast) ordered.push_back(&addition);
+    return ordered;
 }
 
 bool ArchiveEdit::changesAnything() const {
-    return seal_ || !additions_.empty() ||
+    return seal_ || !added_.empty() ||
            std::find(isDeleted_.begin(), isDeleted_.end(), true) != isDeleted_.end();
 }
 
@@ -187,14 +217,14 @@ ArchiveChanges ArchiveEdit::rehearse() const {
         if (exists()) EntryCopier::requireCopyable(*snapshot_, keptPositions());
     }
     ArchiveChanges changes;
-    for (const Addition& addition : additions_) {
-        if (addition.kind == Addition::Kind::File) Packer::open(addition.source);
-        const bool isThere = snapshot_ && !snapshot_->positionsNamed(addition.name).empty();
-        (isThere ? changes.replaced : changes.added).push_back(addition.name);
+    for (const Addition* addition : additionsInOrder()) {
+        if (addition->kind == Addition::Kind::File) Packer::open(addition->source);
+        const bool isThere = snapshot_ && !snapshot_->positionsNamed(addition->name).empty();
+        (isThere ? changes.replaced : changes.added).push_back(addition->name);
     }
     for (std::size_t position = 0; position < isDeleted_.size(); ++position) {
         const ArchiveEntry& entry = snapshot_->entries()[position];
-        if (isDeleted_[position] && !origins_.contains(std::string(entry.name)))
+        if (isDeleted_[position] && !added_.contains(std::string(entry.name)))
             changes.removed.emplace_back(entry.name);
     }
     for (auto* names : {&changes.added, &changes.replaced, &changes.removed})
@@ -230,11 +260,11 @@ std::uint64_t ArchiveEdit::contentSize() const {
     std::uint64_t size = 0;
     for (std::size_t position = 0; position < isDeleted_.size(); ++position)
         if (!isDeleted_[position]) size += snapshot_->entries()[position].storedSize;
-    for (const Addition& addition : additions_) {
+    for (const Addition* addition : additionsInOrder()) {
         struct stat status {};
-        if (addition.kind == Addition::Kind::Bytes) {
-            size += addition.source.size();
-        } else if (addition.kind == Addition::Kind::File && disk::statusIfThere(addition.source, status)) {
+        if (addition->kind == Addition::Kind::Bytes) {
+            size += addition->source.size();
+        } else if (addition->kind == Addition::Kind::File && disk::statusIfThere(addition->source, status)) {
             size += static_cast<std::uint64_t>(status.st_size);
         }
     }
@@ -249,19 +279,17 @@ std::vector<std::uint32_t> ArchiveEdit::keptPositions() const {
 }
 
 void ArchiveEdit::pack(ArchiveWriter& writer) {
-    std::stable_partition(additions_.begin(), additions_.end(),
-                          [](const Addition& addition) { return !addition.isLast; });
     Packer packer(writer);
-    for (const Addition& addition : additions_) {
-        switch (addition.kind) {
+    for (const Addition* addition : additionsInOrder()) {
+        switch (addition->kind) {
             case Addition::Kind::Bytes:
-                packer.addBytes(addition.name, addition.source);
+                packer.addBytes(addition->name, addition->source);
                 break;
             case Addition::Kind::File:
-                packer.addFile(addition.name, addition.source);
+                packer.addFile(addition->name, addition->source);
                 break;
             case Addition::Kind::Directory:
-                packer.addDirectory(addition.name, addition.source);
+                packer.addDirectory(addition->name, addition->source);
                 break;
         }
     }

@@ -92,11 +92,15 @@ private:
         std::string name;
         std::string source;  ///< the bytes, or the path of the file or directory
         bool isLast = false;
+        bool isDeleted = false;
     };
+    using Positions = std::map<std::string, std::size_t>;
 
     void requireOutside(const std::string& directory) const;
     void add(Addition addition);
     void requireNoClash(const std::string& name);
+    void deleteAdded(Positions::iterator begin, Positions::iterator end);
+    std::vector<const Addition*> additionsInOrder() const;
     bool changesAnything() const;
     void write(const disk::FileDescriptor& file);
     std::uint64_t contentSize() const;
@@ -111,6 +115,6 @@ private:
     std::shared_ptr<const ArchiveSnapshot> snapshot_;
     std::vector<bool> isDeleted_;  ///< by position in the snapshot
     std::vector<Addition> additions_;
-    std::map<std::string, std::string> origins_;  ///< of the added names, for messages
+    Positions added_;  ///< of what was added and not deleted, in the list of additions
     std::optional<ArchiveDigest::Label> seal_;
 };

@@ -41,3 +41,5 @@ struct KP_EXPORT LocalRecord {
 /// Why a member of this name could lead out of a directory it is extracted to (such as "it contains '..'");
 /// empty for a safe name.
 KP_EXPORT std::string_view unsafeNameReason(std::string_view name);
+/// Why no member of this name is extracted, wherever to; empty for a name that may be.
+KP_EXPORT std::string_view unextractableNameReason(std::string_view name);

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 
-#include <climits>
 #include <sys/stat.h>
 
 namespace {
@@ -19,16 +18,6 @@ std::vector<std::string_view> componentsOf(std::string_view path) {
         path.remove_prefix(std::min(component.size() + 1, path.size()));
     }
     return components;
-}
-
-/// A directory is kept open for each level on the way down.
-constexpr std::ptrdiff_t maximumComponents = 256;
-
-std::string_view unsafePathReason(std::string_view name) {
-    if (name.size() >= PATH_MAX) return "its name is longer than a path can be";
-    if (std::count(name.begin(), name.end(), '/') >= maximumComponents)
-        return "its name has more than 256 components";
-    return unsafeNameReason(name);
 }
 
 }  // namespace
@@ -63,7 +52,7 @@ void ExtractionPlan::addDirectory(std::string_view name) {
 }
 
 std::string_view ExtractionPlan::unfitForDirectory(std::string_view name) {
-    const std::string_view reason = unsafePathReason(name);
+    const std::string_view reason = unextractableNameReason(name);
     return reason.empty() && componentsOf(name).empty() ? "it names no directory" : reason;
 }
 
@@ -73,7 +62,7 @@ void ExtractionPlan::requireDirectoryName(std::string_view name) const {
 }
 
 void ExtractionPlan::add(const ArchiveEntry& entry) {
-    const std::string_view reason = unsafePathReason(entry.name);
+    const std::string_view reason = unextractableNameReason(entry.name);
     if (!reason.empty()) refuse(entry.name, std::string(reason));
     requireKind(entry);
     std::vector<std::string_view> components = componentsOf(entry.name);

@@ -55,7 +55,7 @@ bool FileExplorer::addKernelRootDir(const std::string& kernelName, const std::st
     KernelDesc& desc = kernels_[kernelName];
     desc.kernelDefRoot = rootDir;
     desc.vlnv = description.getKernelVlnv();
-    desc.kernel = container_->getKPKernelByName(kernelName);
+    desc.hasEntry = container_->getKPKernelByName(kernelName) != nullptr;
     desc.kernelDef.emplace(description.getKernelDef());
     return true;
 }
@@ -170,8 +170,9 @@ void FileExplorer::getKernelDefNames(std::set<std::string>& out) const {
 
 std::string FileExplorer::getHierTopIPPath(const std::string& kernelName) const {
     const auto found = kernels_.find(kernelName);
-    if (found == kernels_.end() || found->second.kernel == nullptr) return ".";
-    return found->second.kernel->getTopIpDir();
+    if (found == kernels_.end() || !found->second.hasEntry) return ".";
+    const HKPKernel* entry = container_->getKPKernelByName(kernelName);
+    return entry == nullptr ? "." : entry->getTopIpDir();
 }
 
 std::string FileExplorer::getPath(const std::string& kernelName, const std::string& fileName) const {

@@ -17,7 +17,8 @@ namespace kfab::kernel {
 class KP_EXPORT FileExplorer : public ExplorerIface {
 public:
     /// @param root            the directory that everything lies below
-    /// @param container       the package that the kernels come from; needed once kernels are registered
+    /// @param container       the package that the kernels come from; needed once kernels are registered.
+    ///                        Entries may be taken off it at any time
     /// @param supportsIPCache whether directories of IP caches can be registered
     FileExplorer(const std::string& root, const std::shared_ptr<HKPContainer>& container,
                  bool supportsIPCache);
@@ -82,7 +83,7 @@ private:
         std::string swEmuFilesRoot;
         std::string ipDefinitionRoot;
         std::string ipCacheRoot;
-        const HKPKernel* kernel = nullptr;   ///< of the container; none when that lacks the kernel
+        bool hasEntry = false;               ///< whether the container had the kernel
         std::optional<KernelDef> kernelDef;  ///< emplaced: assigning a definition would append to it
     };
     using Text = std::string KernelDesc::*;
