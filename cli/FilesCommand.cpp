@@ -3,6 +3,7 @@
 #include "cli/Output.h"
 #include "containers/explorer/ArchiveExplorer.h"
 #include "containers/explorer/KernelLayout.h"
+#include "containers/kp/KernelParts.h"
 #include "platform/files/HUTPathUtils.h"
 
 #include <algorithm>
@@ -38,16 +39,13 @@ public:
 
     std::vector<Part> all() const {
         const Names root = directory(explorer_.getKernelDefRoot(kernel_));
-        return {{"root", "root", false, root},
-                {"description", "description", false, in(root, layout::kernelXml)},
-                {"cpu-source", "cpuSources", true, files(&ArchiveExplorer::getCpuSources)},
-                {"sw-emu", "swEmuFiles", true, files(&ArchiveExplorer::getSwEmuFiles)},
-                {"pdi", "pdiFiles", true, files(&ArchiveExplorer::getPdiFiles)},
-                {"shim", "shimSolnFile", false, shimSolnFile()},
-                {"debug", "debugDir", false, directory(explorer_.getDebugRoot(kernel_))},
-                {"hls", "hlsDir", false, directory(explorer_.getHlsRoot(kernel_))},
-                {"ip", "ipDir", false, ipDir()},
-                {"ip-cache", "ipCacheDir", false, directory(explorer_.getIPCacheRoot(kernel_))}};
+        std::vector<Part> parts{{"root", "root", false, root},
+                                {"description", "description", false, in(root, layout::kernelXml)}};
+        for (const KernelPart& part : kernelParts)
+            parts.push_back({part.word, part.filesJson, part.list != nullptr, namesOf(part)});
+        parts.push_back({"ip", "ipDir", false, ipDir()});
+        parts.push_back({"ip-cache", "ipCacheDir", false, directory(explorer_.getIPCacheRoot(kernel_))});
+        return parts;
     }
 
 private:
@@ -62,9 +60,11 @@ private:
         return folder;
     }
 
-    Names files(bool (ArchiveExplorer::*list)(const std::string&, Names&) const) const {
+    Names namesOf(const KernelPart& part) const {
+        if (part.kind == KernelPart::Kind::Directory) return directory((explorer_.*part.root)(kernel_));
+        if (part.kind == KernelPart::Kind::File) return shimSolnFile();
         Names names;
-        (explorer_.*list)(kernel_, names);
+        (explorer_.*part.list)(kernel_, names);
         return names;
     }
 

@@ -1,6 +1,7 @@
 #include "cli/Kernels.h"
 
 #include "containers/kp/HKPContainerUtils.h"
+#include "containers/kp/KernelParts.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTPathUtils.h"
 
@@ -14,19 +15,21 @@ namespace {
 
 struct Flag {
     const char* jsonName;
-    const char* word;
+    std::string word;
     bool (HKPKernel::*isSet)() const;
 };
 
-constexpr Flag flags[] = {
-    {"rtl", "rtl", &HKPKernel::isRtlKernel},
-    {"debug", "debug", &HKPKernel::isDebug},
-    {"debugDir", "debug-dir", &HKPKernel::getIsDebugDir},
-    {"hlsDir", "hls-dir", &HKPKernel::getIsHlsDir},
-    {"pdiDir", "pdi", &HKPKernel::getIsPdiDir},
-    {"shimSolnDir", "shim", &HKPKernel::getIsShimSolnDir},
-    {"swEmuDir", "sw-emu", &HKPKernel::getIsSwEmuDir},
-};
+/// Of the kernel itself, then of its directories, by their words.
+std::vector<Flag> flags() {
+    std::vector<Flag> all{{"rtl", "rtl", &HKPKernel::isRtlKernel}, {"debug", "debug", &HKPKernel::isDebug}};
+    for (const KernelPart& part : kernelParts) {
+        const char* suffix = part.kind == KernelPart::Kind::Directory ? "-dir" : "";
+        if (part.isSet != nullptr)
+            all.push_back({part.listJson, part.word + std::string(suffix), part.isSet});
+    }
+    std::sort(all.begin() + 2, all.end(), [](const Flag& a, const Flag& b) { return a.word < b.word; });
+    return all;
+}
 
 std::vector<std::string> flowsOf(const HKPKernel& kernel) {
     std::vector<std::string> flows;
@@ -45,8 +48,8 @@ std::string joined(const std::vector<std::string>& words) {
 /// The words of the flags that are set.
 std::vector<std::string> flagsOf(const HKPKernel& kernel) {
     std::vector<std::string> words;
-    for (const Flag& flag : flags)
-        if ((kernel.*flag.isSet)()) words.emplace_back(flag.word);
+    for (const Flag& flag : flags())
+        if ((kernel.*flag.isSet)()) words.push_back(flag.word);
     return words;
 }
 
@@ -77,7 +80,7 @@ nlohmann::ordered_json describeKernel(const HKPKernel& kernel) {
     nlohmann::ordered_json described{
         {"name", kernel.getName()},         {"directory", kernel.getDirectory()}, {"ip", kernel.getIpDir()},
         {"topIpDir", kernel.getTopIpDir()}, {"projectId", kernel.getProjectID()}, {"flows", flowsOf(kernel)}};
-    for (const Flag& flag : flags)
+    for (const Flag& flag : flags())
         described[flag.jsonName] = (kernel.*flag.isSet)();
     return described;
 }

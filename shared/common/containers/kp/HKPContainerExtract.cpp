@@ -2,6 +2,7 @@
 
 #include "containers/explorer/FileExplorer.h"
 #include "containers/kp/HKPContainerUtils.h"
+#include "containers/kp/KernelParts.h"
 #include "containers/kp/PackageLayout.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
@@ -67,20 +68,11 @@ public:
 
     /// Makes an extracted kernel known to the explorer, with the directories that it has.
     void enter(const HKPKernel& kernel, FileExplorer& explorer) const {
-        static constexpr struct {
-            const char* folder;
-            bool (FileExplorer::*add)(const std::string& kernelName, const std::string& directory);
-        } parts[] = {{layout::cpuSources, &FileExplorer::addCpuSourcesDir},
-                     {layout::swEmu, &FileExplorer::addSwEmuFilesDir},
-                     {layout::debug, &FileExplorer::addDebugDir},
-                     {layout::hls, &FileExplorer::addHlsDir},
-                     {layout::pdi, &FileExplorer::addPdiFilesDir},
-                     {layout::shimSoln, &FileExplorer::addShimSolnFileDir}};
         const std::string root = below(kernel.getDirectory());
         explorer.addKernelRootDir(kernel.getName(), root);
-        for (const auto& [folder, add] : parts) {
-            const std::string directory = HUTPathUtils::join(root, folder);
-            if (HUTFile::isDir(directory)) (explorer.*add)(kernel.getName(), directory);
+        for (const KernelPart& part : kernelParts) {
+            const std::string directory = HUTPathUtils::join(root, part.folder);
+            if (HUTFile::isDir(directory)) (explorer.*part.enter)(kernel.getName(), directory);
         }
     }
 

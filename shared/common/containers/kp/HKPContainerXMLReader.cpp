@@ -2,6 +2,7 @@
 
 #include "containers/design/Documents.h"
 #include "containers/kernel/PackageDocument.h"
+#include "containers/kp/KernelParts.h"
 #include "containers/kp/PackageLayout.h"
 #include "platform/base/HI18N.h"
 #include "platform/base/HUTInterrupt.h"
@@ -94,11 +95,12 @@ void HKPContainerXMLReader::parseKPKernels_(const KPContainer::Kernels& kernels,
         std::vector<HKPKernel::SupportedFlowType> flows;
         if (kernel.SupportedFlows) flows = parseSupportedFlows_(*kernel.SupportedFlows);
         const Described description = describe(name);
-        container_.addKPKernel(name, HI18N::convert(kernel.Dir.get()), HI18N::convert(kernel.IP.get()),
-                               HI18N::convert(kernel.TopIpDir.get()), HI18N::convert(kernel.ProjectID.get()),
-                               flows, isYes(kernel.Debug), isYes(kernel.Hls), isYes(kernel.Pdi),
-                               isYes(kernel.ShimSoln), description.isDebug, description.isRtl,
-                               isYes(kernel.SwEmu), true);
+        HKPKernel* const added = container_.addKPKernel(
+            name, HI18N::convert(kernel.Dir.get()), HI18N::convert(kernel.IP.get()),
+            HI18N::convert(kernel.TopIpDir.get()), HI18N::convert(kernel.ProjectID.get()), flows, false,
+            false, false, false, description.isDebug, description.isRtl, false, true);
+        for (const KernelPart& part : kernelParts)
+            if (part.flag != nullptr) (added->*part.set)(isYes(kernel.*part.flag));
     }
 }
 

@@ -1,5 +1,6 @@
 #include "containers/kp/HKPContainerXMLWriter.h"
 
+#include "containers/kp/KernelParts.h"
 #include "containers/kp/PackageLayout.h"
 #include "containers/kp/SoftwareVersion.h"
 #include "platform/base/Exceptions.h"
@@ -63,11 +64,8 @@ void HKPContainerXMLWriter::writeRoot_(KPContainer::Root& root) const {
         to.IP.set(HI18N::convert(from.getIpDir()));
         to.TopIpDir.set(HI18N::convert(from.getTopIpDir()));
         to.ProjectID.set(HI18N::convert(from.getProjectID()));
-        to.Debug.set(yesOrNo(from.getIsDebugDir()));
-        to.Hls.set(yesOrNo(from.getIsHlsDir()));
-        to.Pdi.set(yesOrNo(from.getIsPdiDir()));
-        to.ShimSoln.set(yesOrNo(from.getIsShimSolnDir()));
-        to.SwEmu.set(yesOrNo(from.getIsSwEmuDir()));
+        for (const KernelPart& part : kernelParts)
+            if (part.flag != nullptr) (to.*part.flag).set(yesOrNo((from.*part.isSet)()));
         writeSupportedFlows_(from, to.SupportedFlows.getOrCreate());
     }
     const auto [firstCache, lastCache] = container_.getIpCachesRange();

@@ -1,5 +1,7 @@
 #include "containers/kp/KernelContents.h"
 
+#include "containers/kp/KernelParts.h"
+
 #include <cstdint>
 #include <variant>
 
@@ -50,28 +52,6 @@ constexpr Field<PortDesc> portFields[] = {
     {"dataWidth", &PortDesc::dataWidth},      {"portType", &PortDesc::portType}, {"base", &PortDesc::base},
 };
 
-struct Directory {
-    const char* key;
-    std::string (ExplorerIface::*root)(const std::string&) const;
-};
-
-constexpr Directory directories[] = {
-    {"containsDebugDir", &ExplorerIface::getDebugRoot},
-    {"containsHlsDir", &ExplorerIface::getHlsRoot},
-};
-
-struct FileKind {
-    const char* lineKey;
-    const char* arrayKey;
-    bool (ExplorerIface::*list)(const std::string&, std::vector<std::string>&) const;
-};
-
-constexpr FileKind fileKinds[] = {
-    {"sourceFile", "sourceFiles", &ExplorerIface::getCpuSources},
-    {"swEmuFile", "swEmuFiles", &ExplorerIface::getSwEmuFiles},
-    {"PdiFile", "pdiFiles", &ExplorerIface::getPdiFiles},
-};
-
 std::string textOf(const std::string& text) {
     return text;
 }
@@ -105,12 +85,13 @@ std::vector<KernelContents::Values> valuesOfAll(const std::vector<Desc>& descs,
 KernelContents KernelContents::of(const KernelDef& kernel, const ExplorerIface& explorer) {
     KernelContents contents;
     contents.definition = valuesOf(kernel, kernelFields);
-    for (const Directory& directory : directories)
-        if (explorer.existsDir((explorer.*directory.root)(kernel.name)))
-            contents.flags.push_back(directory.key);
-    for (const FileKind& kind : fileKinds) {
-        Files& files = contents.files.emplace_back(Files{kind.lineKey, kind.arrayKey, {}});
-        (explorer.*kind.list)(kernel.name, files.names);
+    for (const KernelPart& part : kernelParts) {
+        if (part.kind == KernelPart::Kind::Directory &&
+            explorer.existsDir((explorer.*part.root)(kernel.name)))
+            contents.flags.push_back(part.lineKey);
+        if (part.list == nullptr) continue;
+        KernelContents::Files& files = contents.files.emplace_back(Files{part.lineKey, part.arrayKey, {}});
+        (explorer.*part.list)(kernel.name, files.names);
     }
     explorer.getShimSolnFile(kernel.name, contents.shimSolnFile);
     contents.args = valuesOfAll(kernel.args, argFields);

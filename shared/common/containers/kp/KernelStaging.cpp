@@ -14,6 +14,8 @@
 #include "platform/messages/ComMsgMgr.h"
 #include "platform/params/HUTEnv.h"
 
+#include <algorithm>
+
 using layout::isSameOrBelow;
 using layout::withoutSlash;
 
@@ -104,15 +106,19 @@ void KernelStaging::requireOwnFolder(const std::string& folder) const {
 
 HKPKernel* KernelStaging::stageUpdate(const HKPKernel& present) {
     folder_ = withoutSlash(present.getDirectory());
-    Files pdiFiles;
-    for (const std::string& file : request_.pdiFiles)
-        pdiFiles.push_back(HUTFile::getCanonicalName(file));
-    stageFiles(pdiFiles, layout::pdi, "PDI File");
-    if (!request_.shimSolnFile.empty()) edit_.deleteFolder(HUTPathUtils::join(folder_, layout::shimSoln));
-    stageShimSoln();
-    return container_.addKPKernel(request_.kernelName, folder_, {}, {}, {}, {}, false, false,
-                                  !request_.pdiFiles.empty(), !request_.shimSolnFile.empty(), false, false,
-                                  false, false);
+    HKPKernel* updated = container_.addKPKernel(request_.kernelName, {}, {}, {}, {}, {}, false, false, false,
+                                                false, false, false, false, false);
+    for (const KernelPart& part : kernelParts) {
+        Files given = part.byUpdate ? part.givenBy(request_) : Files();
+        if (given.empty()) continue;
+        if (part.kind == KernelPart::Kind::File)
+            edit_.deleteFolder(HUTPathUtils::join(folder_, part.folder));
+        else
+            std::transform(given.begin(), given.end(), given.begin(), HUTFile::getCanonicalName);
+        stageFiles(given, part);
+        (updated->*part.set)(true);
+    }
+    return updated;
 }
 
 /// Adds the kernel as a new one, in the place of one of its name.
@@ -134,22 +140,16 @@ HKPKernel* KernelStaging::stageWhole() {
     if (ipRepoLayout_ && !request_.ipInstanceFile.empty() && HUTFile::exists(request_.ipInstanceFile))
         edit_.addFile(HUTPathUtils::join(folder_, layout::ipInstance), request_.ipInstanceFile);
 
-    stageFiles(request_.cpuFiles, layout::cpuSources, "CPU File");
-    stageFiles(request_.swEmuFiles, layout::swEmu, "sw_emu File");
-    bool debugCopied = false;
-    bool hlsCopied = false;
-    if (ipRepoLayout_) {
-        stageFiles(request_.pdiFiles, layout::pdi, "PDI File");
-        stageShimSoln();
-        debugCopied = stageDirectory(request_.debugDir, layout::debug, "@17-1650@%s", "@17-1651@%s");
-        hlsCopied = stageDirectory(request_.hlsDir, layout::hls, "@17-1666@%s", "@17-1667@%s");
-    }
+    std::vector<const KernelPart*> had;
+    for (const KernelPart& part : kernelParts)
+        if (stagePart(part)) had.push_back(&part);
     const KernelXML::Kernel& kernel = description.getRoot()->kernel.value();
     const std::string ipFolder = stageIp(description);
-    HKPKernel* const added = container_.addKPKernel(
-        request_.kernelName, folder_, ipFolder, request_.topIpDir, request_.projectID,
-        flows(!ipFolder.empty()), debugCopied, hlsCopied, !request_.pdiFiles.empty(),
-        !request_.shimSolnFile.empty(), false, false, !request_.swEmuFiles.empty(), true);
+    HKPKernel* const added = container_.addKPKernel(request_.kernelName, folder_, ipFolder, request_.topIpDir,
+                                                    request_.projectID, flows(!ipFolder.empty()), false,
+                                                    false, false, false, false, false, false, true);
+    for (const KernelPart* part : had)
+        if (part->set != nullptr) (added->*part->set)(true);
     added->setIsDebug(kfab::kernel::isDebugKernel(kernel));  // no manifest holds these two; a plan does
     added->setIsRtlKernel(kfab::kernel::isRtlKernel(kernel));
     return added;
@@ -179,28 +179,28 @@ std::string KernelStaging::stageIp(HCOKernelXMLReader& description) {
     return folder;
 }
 
-void KernelStaging::stageFiles(const Files& files, const char* folder, const char* kind) {
+/// Whether the kernel's entry is to state the directory: for files, that they were given, packed or not.
+bool KernelStaging::stagePart(const KernelPart& part) {
+    const Files given = part.givenBy(request_);
+    const bool isPacked = ipRepoLayout_ || part.inKernelLayout;
+    if (part.kind == KernelPart::Kind::Directory)
+        return isPacked && !given.empty() && stageDirectory(given.front(), part);
+    if (isPacked) stageFiles(given, part);
+    return !given.empty();
+}
+
+void KernelStaging::stageFiles(const Files& files, const KernelPart& part) {
     for (const std::string& file : files)
         if (!HUTFile::isFile(file))
-            throw HEXAlgException("Specified " + std::string(kind) + " is not a file: '" + file + "'");
-    edit_.addFiles(HUTPathUtils::join(folder_, folder), files);
+            throw HEXAlgException("Specified " + std::string(part.noun) + " is not a file: '" + file + "'");
+    edit_.addFiles(HUTPathUtils::join(folder_, part.folder), files);
 }
 
-void KernelStaging::stageShimSoln() {
-    if (!request_.shimSolnFile.empty())
-        stageFiles({request_.shimSolnFile}, layout::shimSoln, "shim solution file");
-}
-
-bool KernelStaging::stageDirectory(const std::string& directory, const char* folder, messages::Id<1> missing,
-                                   messages::Id<1> packaging) {
-    if (directory.empty()) return false;
-    if (!HUTFile::isDir(directory)) {
-        ComMsgMgr::post(missing, {directory});
-        return false;
-    }
-    ComMsgMgr::post(packaging, {directory});
-    edit_.addTree(HUTPathUtils::join(folder_, folder), directory);
-    return true;
+bool KernelStaging::stageDirectory(const std::string& directory, const KernelPart& part) {
+    const bool isThere = HUTFile::isDir(directory);
+    ComMsgMgr::post(isThere ? *part.packaging : *part.missing, {directory});
+    if (isThere) edit_.addTree(HUTPathUtils::join(folder_, part.folder), directory);
+    return isThere;
 }
 
 KernelStaging::Flows KernelStaging::flows(bool hasIp) const {

@@ -3,6 +3,7 @@
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "containers/kp/HKPContainer.h"
 #include "containers/kp/KernelAddition.h"
+#include "containers/kp/KernelParts.h"
 #include "platform/messages/Catalog.h"
 #include "platform/zip/ArchiveEdit.h"
 
@@ -36,10 +37,9 @@ private:
     HKPKernel* stageWhole();
     void stageKernelXml(HCOKernelXMLReader& description);
     std::string stageIp(HCOKernelXMLReader& description);
-    void stageFiles(const Files& files, const char* folder, const char* kind);
-    void stageShimSoln();
-    bool stageDirectory(const std::string& directory, const char* folder, messages::Id<1> missing,
-                        messages::Id<1> packaging);
+    bool stagePart(const KernelPart& part);
+    void stageFiles(const Files& files, const KernelPart& part);
+    bool stageDirectory(const std::string& directory, const KernelPart& part);
     Flows flows(bool hasIp) const;
 
     const KernelAddition& request_;

@@ -1,6 +1,7 @@
 #include "containers/kp/ManifestCheck.h"
 
 #include "containers/kernel/HCOContainerKernelXMLReader.h"
+#include "containers/kp/KernelParts.h"
 #include "containers/kp/PackageLayout.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HI18N.h"
@@ -16,22 +17,6 @@
 namespace {
 
 using KPContainer::isYes;
-
-/// A directory of a kernel whose presence the manifest states.
-struct FlaggedFolder {
-    const char* attribute;
-    KPContainer::Text KPContainer::Kernel::*flag;
-    const char* folder;
-    bool isAlwaysPacked;  ///< and not in the repository layout alone
-};
-
-constexpr FlaggedFolder flaggedFolders[] = {
-    {"Debug", &KPContainer::Kernel::Debug, layout::debug, true},
-    {"Hls", &KPContainer::Kernel::Hls, layout::hls, true},
-    {"Pdi", &KPContainer::Kernel::Pdi, layout::pdi, false},
-    {"ShimSoln", &KPContainer::Kernel::ShimSoln, layout::shimSoln, false},
-    {"SwEmu", &KPContainer::Kernel::SwEmu, layout::swEmu, true},
-};
 
 class Check {
 public:
@@ -144,7 +129,8 @@ private:
     void checkFolders(const KPContainer::Kernel& kernel, const std::string& owner,
                       const std::string& directory) {
         const bool isRepositoryLayout = layout::hasRepository(manifest_.VersionMajor.get());
-        for (const FlaggedFolder& part : flaggedFolders) {
+        for (const KernelPart& part : kernelParts) {
+            if (part.flag == nullptr) continue;
             const std::string folder = HUTPathUtils::join(directory, part.folder);
             const bool isFlagged = isYes(kernel.*part.flag);
             const bool isThere = archive_.isDirectory(folder);
@@ -152,7 +138,8 @@ private:
             if (isThere && !isFlagged)
                 report("folder-without-flag", folder,
                        flag + "not set, but '" + folder + "' is in the package");
-            if (!isThere && isFlagged && (part.isAlwaysPacked || isRepositoryLayout))
+            const bool mayBeLeftOut = part.byUpdate && !isRepositoryLayout;
+            if (!isThere && isFlagged && !mayBeLeftOut)
                 report("flag-without-folder", folder,
                        flag + "set, but '" + folder + "' is not in the package");
         }
