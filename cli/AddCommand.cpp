@@ -2,6 +2,7 @@
 #include "cli/Command.h"
 #include "cli/InputFiles.h"
 #include "cli/Kernels.h"
+#include "cli/MessageFilter.h"
 #include "cli/Options.h"
 #include "cli/Output.h"
 #include "containers/kernel/HCOKernelXMLReader.h"
@@ -42,6 +43,7 @@ KernelAddition additionOf(const Options& options) {
     KernelAddition addition = options.addition;
     if (addition.kernelName.empty())
         addition.kernelName = HCOKernelXMLReader(addition.kernelXmlPath).getKernelName();
+    addition.update = addition.update || addition.replace;
     addition.ipRepoLayout = options.layout != layout::name(false);
     addition.otherLayout = options.layout.empty() ? OtherLayout::Follow : OtherLayout::Refuse;
     addition.changesOtherIps = options.replaceIp;
@@ -69,9 +71,17 @@ void printPlan(const PlannedAddition& plan, bool json) {
             std::cout << mark << ' ' << HUTPathUtils::shown(name) << '\n';
 }
 
+/// What is posted of every replacement: that it is one, and that it brings no device image.
+bool saysNothingNew(const ComMsg& message) {
+    return message.number() == "17-1864" || message.number() == "17-1868";
+}
+
 ExitStatus add(const Options& options) {
     if (options.addition.kernelXmlPath.empty()) requireKernel(options.addition);
     const KernelAddition addition = additionOf(options);
+    const MessageFilter filter([&](const ComMsg& message, const ComMsgMgr::Sink& pass) {
+        if (!addition.replace || !saysNothingNew(message)) pass(message);
+    });
     withAdvice([&] {
         if (options.dryRun)
             printPlan(HKPContainerUtils::planKernelAddition(addition), options.json);
@@ -117,7 +127,7 @@ Run declareAdd(CLI::App& app) {
     takesOneOf(app.add_option("--layout", options->layout,
                               "Where the IPs of a new package go: to its repository, unless to the kernels"),
                {layout::name(true), layout::name(false)});
-    app.add_flag("--replace", addition.replace, "With --update: replace the kernel of the name");
+    app.add_flag("--replace", addition.replace, "Replace the kernel of the name");
     app.add_flag("--update", addition.update,
                  "Add device images or a shim solution to the kernel of the name");
     app.add_flag("--replace-ip", options->replaceIp,

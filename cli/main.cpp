@@ -1,6 +1,7 @@
 // The command kp.
 
 #include "cli/CommandLine.h"
+#include "cli/MessageFilter.h"
 #include "cli/Output.h"
 #include "cli/ProgressBar.h"
 #include "cli/Signals.h"
@@ -23,6 +24,7 @@ std::string textOf(const std::exception& failure) {
 /// Runs the subcommand. An answer that could not be written is a failure as well, unless nobody wants it.
 cli::ExitStatus runGuarded(const cli::Run& run, const cli::StandardOutput& output) {
     try {
+        const cli::MessageLimit limit;
         const cli::ExitStatus status = run();
         std::cout.flush();
         if (output.error() == 0 || output.isClosed()) return status;

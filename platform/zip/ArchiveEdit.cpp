@@ -6,6 +6,7 @@
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/messages/ComMsgMgr.h"
+#include "platform/zip/ArchiveComparison.h"
 #include "platform/zip/ArchiveLock.h"
 #include "platform/zip/ArchiveWriter.h"
 #include "platform/zip/EntryCopier.h"
@@ -211,6 +212,21 @@ bool ArchiveEdit::changesAnything() const {
            std::find(isDeleted_.begin(), isDeleted_.end(), true) != isDeleted_.end();
 }
 
+/// Whether all entries of the addition's name are one that holds the same already. One that cannot be read
+/// does not.
+bool ArchiveEdit::isThere(const Addition& addition, std::span<const std::uint32_t> positions) const {
+    if (addition.kind == Addition::Kind::File) Packer::open(addition.source);
+    if (positions.size() != 1) return false;
+    const ArchiveEntry& entry = snapshot_->entries()[positions.front()];
+    try {
+        if (addition.kind == Addition::Kind::File) return isCopy(addition.source, *snapshot_, entry);
+        return addition.kind == Addition::Kind::Directory ||
+               (addition.source.size() == entry.size && snapshot_->read(entry) == addition.source);
+    } catch (const HEXAlgException&) {
+        return false;
+    }
+}
+
 ArchiveChanges ArchiveEdit::rehearse() const {
     if (changesAnything()) {
         disk::requireWritable(HUTPathUtils::parent(target_));
@@ -218,9 +234,10 @@ ArchiveChanges ArchiveEdit::rehearse() const {
     }
     ArchiveChanges changes;
     for (const Addition* addition : additionsInOrder()) {
-        if (addition->kind == Addition::Kind::File) Packer::open(addition->source);
-        const bool isThere = snapshot_ && !snapshot_->positionsNamed(addition->name).empty();
-        (isThere ? changes.replaced : changes.added).push_back(addition->name);
+        const auto positions =
+            snapshot_ ? snapshot_->positionsNamed(addition->name) : std::span<const std::uint32_t>();
+        if (isThere(*addition, positions)) continue;
+        (positions.empty() ? changes.added : changes.replaced).push_back(addition->name);
     }
     for (std::size_t position = 0; position < isDeleted_.size(); ++position) {
         const ArchiveEntry& entry = snapshot_->entries()[position];

@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -76,8 +77,8 @@ public:
     /// Asks for a digest as the archive's comment. Without it the comment stays as it was.
     void seal(ArchiveDigest::Label label = ArchiveDigest::Label::Sha256) { seal_ = label; }
 
-    /// What commit would do; nothing is changed. Throws as commit would, but for what only writing can tell,
-    /// such as a disk that is full.
+    /// What commit would change; nothing is. Throws as commit would, but for what only writing can tell, such
+    /// as a disk that is full.
     ArchiveChanges rehearse() const;
 
     /// Writes the new archive, if there is any change, and puts it in place; the edit is over then. Throws
@@ -102,6 +103,7 @@ private:
     void deleteAdded(Positions::iterator begin, Positions::iterator end);
     std::vector<const Addition*> additionsInOrder() const;
     bool changesAnything() const;
+    bool isThere(const Addition& addition, std::span<const std::uint32_t> positions) const;
     void write(const disk::FileDescriptor& file);
     std::uint64_t contentSize() const;
     std::vector<std::uint32_t> keptPositions() const;

@@ -40,6 +40,11 @@ class KpTest(KpCase):
         self.expect(["validate", "p.kp", "--target=sw_emu"], 1, "", f"kp: error: {refusal}\n")
         self.expect_json(["validate", "p.kp", "--target", "sw_emu"],
                          {"target": "sw_emu", "valid": False, "kernels": ["vadd"], "reason": refusal}, 1)
+        replaced = "kp: warning: [17-1525] The package already holds an IP of the same identifier; that IP is replaced\n"
+        self.expect(["add", "p.kp", "vadd/kernel.xml", "--ip", "vadd/ip", "--replace"], 0, "", replaced)
+        self.expect(["list", "p.kp"], 0, "vadd_hw  hw_emu,hw  rtl,pdi\nvadd     hw_emu,hw  rtl\n")
+        missing = "kp: warning: [17-1867] The kernel to update is not in the package; it is added\n"
+        self.expect(["add", "n.kp", "vadd/kernel.xml", "--ip", "vadd/ip", "--replace"], 0, "", missing)
 
     def test_update_needs_no_description_and_verify_finds_changes(self):
         self.add("p.kp", "--debug-dir", "vadd/src", "-q")
@@ -75,6 +80,20 @@ class KpTest(KpCase):
         self.expect(["add-cache", "p.kp", "vadd"], 3, "", unsealed)
         self.expect([*third, "--replace-ip", "--reseal", "-q"], 0)
         self.expect(["verify", "p.kp"], 0, "digest: valid\n")
+
+    def test_of_many_messages_of_one_number_ten_are_shown(self):
+        self.add("p.kp")
+        with zipfile.ZipFile("p.kp") as package, zipfile.ZipFile("many.kp", "w") as many:
+            for name in package.namelist():
+                many.writestr(name, package.read(name).replace(b"HW_EMU", b"HW_EMU</SupportedFlow>" +
+                                                               b"<SupportedFlow>NO_FLOW</SupportedFlow>" * 1000 +
+                                                               b"<SupportedFlow>SYSTEM"))
+        shown = "kp: warning: [17-1312] Unknown flow number 0 in the manifest of 'many.kp' is ignored\n" * 10
+        rest = "kp: warning: [17-1312] ... and 990 more of the kind about 'many.kp'\n"
+        self.expect(["list", "many.kp"], 0, "vadd  hw_emu,hw,hw  rtl\n", shown + rest)
+        self.expect(["files", "many.kp", "x"], 3, "", shown + rest +
+                    "kp: error: Kernel 'x' was not found inside KP container 'many.kp'\n")
+        self.expect(["-q", "list", "many.kp"], 0, "vadd  hw_emu,hw,hw  rtl\n")
 
     def test_info_and_files(self):
         self.add("p.kp", "--shim", "vadd/vadd.qmr", "--hls-dir", "vadd/src", "-q")
