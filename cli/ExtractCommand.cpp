@@ -15,6 +15,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -79,12 +80,11 @@ std::shared_ptr<ExplorerIface> extractKernels(const Options& options) {
 }
 
 Json describe(const std::string& name, const ExplorerIface& explorer) {
-    Json described{{"name", jsonText(name)}};
     const std::string root = explorer.getKernelDefRoot(name);
+    Json described{{"name", jsonText(name)}, {"root", jsonText(root)}};
     // An extraction of all kernels tells the explorer of no IP outside the repository.
     const std::string ipDir = explorer.getIPDefinitionRoot(name);
     const std::pair<const char*, std::string> directories[] = {
-        {"root", root},
         {"ipDir", ipDir.empty() ? HUTPathUtils::join(root, layout::kernelIp) : ipDir},
         {"ipCacheDir", explorer.getIPCacheRoot(name)}};
     for (const auto& [key, directory] : directories)
@@ -92,22 +92,54 @@ Json describe(const std::string& name, const ExplorerIface& explorer) {
     return described;
 }
 
+/// While it lives, keeps what the library says on std::cout: a line for each kernel whose description it
+/// cannot read. Standard output is for the answer alone.
+class KeptWords {
+public:
+    KeptWords() : before_(std::cout.rdbuf(words_.rdbuf())) {}
+    ~KeptWords() { std::cout.rdbuf(before_); }
+    KeptWords(const KeptWords&) = delete;
+    KeptWords& operator=(const KeptWords&) = delete;
+
+    std::string nextLine() {
+        std::string line;
+        std::getline(words_, line);
+        return line;
+    }
+
+private:
+    std::stringstream words_;
+    std::streambuf* before_;
+};
+
+/// Extracts the kernels and describes each. One whose description cannot be read is complained of.
+std::optional<Json> extractAndDescribe(const Options& options, const std::vector<std::string>& names) {
+    KeptWords words;
+    const auto explorer = extractKernels(options);
+    HUTInterrupt::check();  // the explorer takes work that is called off for a description it cannot read
+    std::optional<Json> kernels = Json::array();
+    for (const std::string& name : names) {
+        if (explorer->getKernelDefRoot(name).empty()) {
+            complain("error", "Kernel '" + name + "' was extracted, but its description in '" +
+                                  options.directory + "' cannot be read: " + words.nextLine());
+            kernels.reset();
+        } else if (kernels) {
+            kernels->push_back(describe(name, *explorer));
+        }
+    }
+    return kernels;
+}
+
 ExitStatus extract(const Options& options) {
     const ArchiveSnapshot::Hold version(options.package);
-    const std::vector<std::string> names = namesToExtract(options);
-    const auto explorer = extractKernels(options);
-    HUTInterrupt::check();  // the explorer takes work that is called off for a description that cannot be
-                            // read
-    Json kernels = Json::array();
-    for (const std::string& name : names) {
-        const std::string root = explorer->getKernelDefRoot(name);
-        if (root.empty())
-            throw HEXAlgException("Kernel '" + name + "' was extracted, but its description in '" +
-                                  options.directory + "' cannot be read");
-        kernels.push_back(describe(name, *explorer));
-        if (!options.json) std::cout << HUTPathUtils::shown(root) << '\n';
+    const std::optional<Json> kernels = extractAndDescribe(options, namesToExtract(options));
+    if (!kernels) return Failed;
+    if (options.json) {
+        print({{"kernels", *kernels}});
+    } else {
+        for (const Json& kernel : *kernels)
+            std::cout << HUTPathUtils::shown(kernel["root"].get<std::string>()) << '\n';
     }
-    if (options.json) print({{"kernels", std::move(kernels)}});
     return Done;
 }
 

@@ -6,18 +6,15 @@
 #include <memory>
 #include <sstream>
 #include <string>
-#include <utility>
 
 namespace cli {
 namespace {
 
-/// The lines without what would upset a terminal.
+/// Written at once: the report flushes each of its lines.
 void printLines(const std::string& package) {
     std::ostringstream report;
-    HKPContainerUtils::getInfoAsStreamTxt(package, report);
-    std::istringstream lines(std::move(report).str());
-    for (std::string line; std::getline(lines, line);)
-        std::cout << HUTPathUtils::shown(line) << '\n';
+    HKPContainerUtils::getInfoAsStreamTxt(package, report, HUTPathUtils::shown);
+    std::cout << report.view();
 }
 
 }  // namespace

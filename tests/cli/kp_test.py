@@ -97,8 +97,9 @@ class KpTest(KpCase):
 
     def test_info_and_files(self):
         self.add("p.kp", "--shim", "vadd/vadd.qmr", "--hls-dir", "vadd/src", "-q")
-        Path("v\x1b.cpp").touch()
-        self.expect(["add", "p.kp", self.derive("other"), "--cpu-source", "v\x1b.cpp"], 0)
+        odd, shown = "v\x1b\nPdiFile: forged.cpp", "v\\x1b\\x0aPdiFile: forged.cpp"
+        Path(odd).touch()
+        self.expect(["add", "p.kp", self.derive("other"), "--cpu-source", odd], 0)
         self.expect(["files", "p.kp"], 0,
                     "vadd   root         vadd\n"
                     "vadd   description  vadd/kernel.xml\n"
@@ -107,14 +108,14 @@ class KpTest(KpCase):
                     "vadd   ip           ip_repo/example_kernels_vadd_1_0\n"
                     "other  root         other\n"
                     "other  description  other/kernel.xml\n"
-                    "other  cpu-source   other/cpu_sources/v\\x1b.cpp\n")
+                    f"other  cpu-source   other/cpu_sources/{shown}\n")
         self.expect_json(["files", "p.kp", "OTHER"], {"kernels": [
             {"name": "other", "root": "other", "description": "other/kernel.xml",
-             "cpuSources": ["other/cpu_sources/v\x1b.cpp"], "swEmuFiles": [], "pdiFiles": []}]})
+             "cpuSources": ["other/cpu_sources/" + odd], "swEmuFiles": [], "pdiFiles": []}]})
         report = run("info", "p.kp")[1]
         self.assertEqual(2, report.count("=== Kernel Definition ==="))
         self.assertIn("\nShimSolnFile: vadd/shim_soln/vadd.qmr\n", report)
-        self.assertIn("\nsourceFile: other/cpu_sources/v\\x1b.cpp\n", report)
+        self.assertIn(f"\nsourceFile: other/cpu_sources/{shown}\n", report)
         kernels = json.loads(run("info", "p.kp", "--json")[1])["kernelDefs"]
         self.assertEqual({"vadd", "other"}, {kernel["name"] for kernel in kernels})
 
@@ -144,6 +145,13 @@ class KpTest(KpCase):
         subprocess.run(["unzip", "-q", "p.kp", "-x", "kp.xml", "-d", "by_unzip"], check=True)
         self.expect_same("by_unzip", "out/deep")
         self.expect_same("vadd/ip", "out/deep/ip_repo/example_kernels_vadd_1_0")
+        with zipfile.ZipFile("p.kp") as package, zipfile.ZipFile("moved.kp", "w") as moved:
+            for name in package.namelist():
+                moved.writestr(name, package.read(name).replace(b'Dir="vadd"', b'Dir="k"'))
+            moved.writestr("k/kernel.xml", "<r")
+        self.expect(["-q", "extract", "moved.kp", "-d", "m", "--json"], 3, "", "kp: error: Kernel 'vadd' was extracted, but "
+                    "its description in 'm' cannot be read: Failed to parse RTL kernel file. Exception: [17-132] "
+                    "m/k/kernel.xml:1: unclosed token\n")
         Path("parameters").write_text("kp.enableVersionCheck = true\n")
         for more, parameters in (["--check-version"], ""), ([], "parameters"):
             environment = dict(KP_SOFTWARE_VERSION="2019.4", KP_PARAM_FILE=parameters)

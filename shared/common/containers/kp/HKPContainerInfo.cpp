@@ -29,9 +29,11 @@ std::vector<KernelDef> kernelsOf(const ArchiveExplorer& explorer) {
     throw HEXAlgException("Failed to write the report of KP container '" + package + "'\n");
 }
 
+using Shown = std::function<std::string(const std::string& value)>;
+
 class Lines {
 public:
-    explicit Lines(std::ostream& out) : out_(out) {}
+    Lines(std::ostream& out, const Shown& shown) : out_(out), shown_(shown) {}
 
     void add(const KernelContents& kernel) {
         addBlock("=== Kernel Definition ===", kernel.definition);
@@ -54,9 +56,10 @@ private:
             add(key, value);
     }
 
-    void add(const char* key, const std::string& value) { out_ << key << ": " << value << std::endl; }
+    void add(const char* key, const std::string& value) { out_ << key << ": " << shown_(value) << std::endl; }
 
     std::ostream& out_;
+    const Shown& shown_;
 };
 
 class Json {
@@ -153,9 +156,14 @@ std::shared_ptr<ArchiveExplorer> HKPContainerUtils::getInfo(const std::string& p
 }
 
 void HKPContainerUtils::getInfoAsStreamTxt(const std::string& packagePath, std::ostream& out) {
+    getInfoAsStreamTxt(packagePath, out, [](const std::string& value) { return value; });
+}
+
+void HKPContainerUtils::getInfoAsStreamTxt(const std::string& packagePath, std::ostream& out,
+                                           const Shown& shown) {
     const ArchiveSnapshot::Hold version(packagePath);
     const auto explorer = getInfo(packagePath);
-    Lines lines(out);
+    Lines lines(out, shown);
     for (const KernelDef& kernel : kernelsOf(*explorer))
         lines.add(KernelContents::of(kernel, *explorer));
     if (!out) failToWrite(packagePath);

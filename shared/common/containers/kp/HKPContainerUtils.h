@@ -9,6 +9,7 @@
 #include "platform/base/Export.h"
 
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -120,6 +121,9 @@ public:
     /// is written, when the name of a file is not UTF-8.
     /// @{
     static void getInfoAsStreamTxt(const std::string& packagePath, std::ostream& out);
+    /// With each value as `shown` has it: one with a line feed in it could pass for two lines.
+    static void getInfoAsStreamTxt(const std::string& packagePath, std::ostream& out,
+                                   const std::function<std::string(const std::string& value)>& shown);
     static void getInfoAsStreamJson(const std::string& packagePath, std::ostream& out);
     /// @}
 
