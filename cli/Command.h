@@ -47,5 +47,6 @@ Run declareCustomize(CLI::App& app);
 Run declareKernelShow(CLI::App& app);
 Run declareKernelEdit(CLI::App& app);
 Run declareKernelReport(CLI::App& app);
+Run declareHelp(CLI::App& app);
 
 }  // namespace cli

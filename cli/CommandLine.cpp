@@ -1,9 +1,12 @@
 #include "cli/CommandLine.h"
 
+#include "cli/NameCompletion.h"
+#include "cli/Options.h"
 #include "cli/Output.h"
 #include "cli/Suggestion.h"
 
 #include <algorithm>
+#include <iostream>
 #include <memory>
 #include <span>
 
@@ -19,7 +22,7 @@ public:
     HelpFormatter() { column_width(32); }
 
     std::string make_option_opts(const CLI::Option* option) const override {
-        if (option->get_positional() || option->get_type_size() == 0) return {};
+        if (option->get_positional() || !takesValue(*option)) return {};
         const std::string& usual = option->get_default_str();
         return " " + option->get_type_name() + (usual.empty() ? "" : " [" + usual + "]");
     }
@@ -48,6 +51,21 @@ std::vector<std::string> examplesOf(const std::string& words) {
 }
 
 }  // namespace
+
+ExitStatus answer(const CLI::App& app, const CLI::ParseError& ended) {
+    const bool isAnswer = ended.get_exit_code() == 0;  // help, or the version
+    const std::string unknown = isAnswer ? unknownSubcommand(app) : unknownWord(app);
+    if (isAnswer && unknown.empty()) {
+        app.exit(ended);
+        return Done;
+    }
+    if (unknown.empty() && lacksSubcommand(app)) {
+        std::cerr << app.help();
+    } else {
+        complain("error", unknown.empty() ? ended.what() : unknown);
+    }
+    return WrongUsage;
+}
 
 CommandLine::CommandLine() : app_("Packages of compute kernels for FPGA platforms", "kp") {
     app_.set_version_flag("--version", std::string("kp ") + KP_VERSION);
@@ -84,10 +102,10 @@ CLI::App& CommandLine::group(const std::string& name) {
     return *group;
 }
 
-bool CommandLine::takesValue(const std::string& name) const {
+bool CommandLine::isOptionWithValue(const std::string& name) const {
     return std::any_of(subcommands_.begin(), subcommands_.end(), [&](const Subcommand& subcommand) {
         const CLI::Option* option = subcommand.parser.get_option_no_throw(name);
-        return option != nullptr && option->get_type_size() > 0;
+        return option != nullptr && takesValue(*option);
     });
 }
 
@@ -99,7 +117,7 @@ std::vector<std::string> CommandLine::argumentsFor(int argc, const char* const* 
     for (std::string argument : std::span(argv, static_cast<std::size_t>(argc)).subspan(1)) {
         areOptionsOver = areOptionsOver || argument == "--";
         const bool mayBeEmpty = !areOptionsOver && argument.starts_with("--") && argument.ends_with('=');
-        if (mayBeEmpty && takesValue(argument.substr(0, argument.size() - 1))) {
+        if (mayBeEmpty && isOptionWithValue(argument.substr(0, argument.size() - 1))) {
             argument.pop_back();
             arguments.insert(arguments.end(), {argument, ""});
         } else {
@@ -111,18 +129,15 @@ std::vector<std::string> CommandLine::argumentsFor(int argc, const char* const* 
 }
 
 std::variant<Run, ExitStatus> CommandLine::parse(int argc, const char* const* argv) {
+    if (argc > 1 && argv[1] == std::string_view(completionWord))
+        return [this, words = std::vector<std::string>(argv + 2, argv + argc)] {
+            return completeName(app_, words);
+        };
     try {
         app_.parse(argumentsFor(argc, argv));
         return chosen_;
     } catch (const CLI::ParseError& ended) {
-        const bool isAnswer = ended.get_exit_code() == 0;  // help, or the version
-        const std::string unknown = isAnswer ? unknownSubcommand(app_) : unknownWord(app_);
-        if (isAnswer && unknown.empty()) {
-            app_.exit(ended);
-            return Done;
-        }
-        complain("error", unknown.empty() ? ended.what() : unknown);
-        return WrongUsage;
+        return answer(app_, ended);
     }
 }
 

@@ -7,7 +7,12 @@
 #include <variant>
 #include <vector>
 
+#include <CLI/Error.hpp>
+
 namespace cli {
+
+/// Prints what parsing ended with, be it help, the version or a complaint.
+ExitStatus answer(const CLI::App& app, const CLI::ParseError& ended);
 
 /// The parser of the whole command line: one below it for each subcommand, and one for each group such as
 /// "kernel". It describes itself, to --help and to whatever else is made of it.
@@ -32,7 +37,7 @@ public:
 private:
     CLI::App& addParser(const Command& command);
     CLI::App& group(const std::string& name);
-    bool takesValue(const std::string& option) const;
+    bool isOptionWithValue(const std::string& name) const;
     std::vector<std::string> argumentsFor(int argc, const char* const* argv) const;
 
     CLI::App app_;

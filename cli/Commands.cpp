@@ -7,7 +7,7 @@ constexpr Command table[] = {
     {"add", "Add a kernel to a package, replace one, or update one",
      "kp add vadd.kp kernel.xml --ip ip --cpu-source vadd.cpp --report design.xml", declareAdd},
     {"list", "List the kernels of a package", "kp list vadd.kp --json", declareList},
-    {"validate", "Check that every kernel of a package can be built for a target",
+    {"validate", "Check that every kernel of a package has the flow of a target",
      "kp validate vadd.kp --target hw_emu", declareValidate, true},
     {"verify", "Check a package's digest, structure and contents", "kp verify vadd.kp", declareVerify, true},
     {"info", "Report what a package holds", "kp info vadd.kp --json", declareInfo},
@@ -24,6 +24,7 @@ constexpr Command table[] = {
      "kp kernel edit kernel.xml -o out --compile-options=-g --report design.xml", declareKernelEdit},
     {"kernel report", "Write the profile of a kernel description as a report of its own",
      "kp kernel report kernel.xml -o design.xml", declareKernelReport},
+    {"help", "Print the help of a subcommand, or of all", "kp help kernel show", declareHelp},
 };
 
 }  // namespace

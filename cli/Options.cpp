@@ -12,6 +12,10 @@ CLI::Option* check(CLI::Option* option, CLI::Validator validator, const std::str
 
 }  // namespace
 
+bool takesValue(const CLI::Option& option) {
+    return option.get_expected_max() > 0;
+}
+
 CLI::Option* takesDirectory(CLI::Option* option) {
     return check(option, CLI::ExistingDirectory, "DIR");
 }

@@ -10,6 +10,9 @@
 
 namespace cli {
 
+/// Whether it is no flag.
+bool takesValue(const CLI::Option& option);
+
 /// One that must be there.
 CLI::Option* takesDirectory(CLI::Option* option);
 CLI::Option* takesFile(CLI::Option* option);

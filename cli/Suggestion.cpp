@@ -89,6 +89,10 @@ std::string unknownSubcommand(const CLI::App& app) {
                      meant.empty() ? "" : before + meant, wordsOf(parsers));
 }
 
+bool lacksSubcommand(const CLI::App& app) {
+    return app.remaining(true).empty() && !parsersOf(app).back()->get_subcommands({}).empty();
+}
+
 std::string unknownWord(const CLI::App& app) {
     const std::vector<std::string> refused = app.remaining(true);
     if (!refused.empty() && refused.front().size() > 1 && refused.front().starts_with('-'))

@@ -12,6 +12,9 @@ namespace cli {
 /// About a word that stands where a subcommand should and is none.
 std::string unknownSubcommand(const CLI::App& app);
 
+/// Whether one is missing at the end.
+bool lacksSubcommand(const CLI::App& app);
+
 /// About such a word, or an option that is none, whichever comes first.
 std::string unknownWord(const CLI::App& app);
 

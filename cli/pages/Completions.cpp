@@ -1,5 +1,6 @@
 #include "cli/pages/Completions.h"
 
+#include "cli/NameCompletion.h"
 #include "cli/pages/OptionEntry.h"
 
 #include <functional>
@@ -12,6 +13,70 @@ namespace {
 
 using Words = std::vector<std::string>;
 using boost::algorithm::join;
+
+const std::string ask = std::string("command kp ") + completionWord;
+
+const std::string bashNames = R"sh(# Completion of the command kp in bash.
+
+# Sets "plain" to a word without the quotes and backslashes that it was typed with.
+_kp_unquote() {
+    case $1 in
+        \'*) plain=${1#\'} plain=${plain%\'} ;;
+        \"*) plain=${1#\"} plain=${plain%\"} ;;
+        *) IFS= read plain <<<"$1" ;;
+    esac
+}
+
+# Completes the name of a kernel or a member of the package on the line.
+_kp_names() {
+    local words=() names=() word plain before="" joins=""
+    for word in "${COMP_WORDS[@]:1:COMP_CWORD}"; do
+        _kp_unquote "$word"
+        if [[ $joins || $word == [:=]* ]] && ((${#words[@]})); then  # bash takes words apart there
+            before=${words[-1]}
+            words[-1]+=$plain
+        else
+            before=""
+            words+=("$plain")
+        fi
+        joins=""
+        [[ $word == [:=]* ]] && joins=yes
+    done
+    [[ $joins ]] && before=${words[-1]}
+    mapfile -t names < <()sh" +
+                              ask + R"sh( "${words[@]}" 2>/dev/null)
+    for word in "${names[@]}"; do
+        word=${word#"$before"}
+        case $current in  # what would end the quotes, or mean something in them, cannot be completed there
+            \'*) [[ $word == *\'* ]] && continue ;;
+            \"*) [[ $word == *[\"\$\`\\!]* ]] && continue ;;
+            *) printf -v word %q "$word" ;;
+        esac
+        COMPREPLY+=("$word")
+    done
+}
+)sh";
+
+const std::string zshNames = R"sh(#compdef kp
+# Completion of the command kp in zsh.
+
+# Completes the name of a kernel or a member of the package on the line.
+_kp_names() {
+    local -a names=(${(f)"$()sh" +
+                             ask + R"sh( "${(@Q)words[1,CURRENT-1]}" "" 2>/dev/null)"})
+    (($#names)) && compadd -a names
+}
+)sh";
+
+const std::string fishNames = R"sh(# Completion of the command kp in fish.
+
+# The names of kernels or members of the package on the line; fails where none belongs.
+function __kp_names
+    set -l words (commandline -opc)
+    )sh" + ask + R"sh( $words[2..-1] "" 2>/dev/null
+end
+complete -c kp -f -n '__kp_names >/dev/null' -a '(__kp_names)'
+)sh";
 
 /// Calls `visit` for the parser and all below it with the words that lead there, such as {"kernel", "show"}.
 void walk(const CLI::App& parser, const Words& words,
@@ -53,9 +118,10 @@ std::string zshFunction(const Words& command) {
 std::string zshValue(const OptionEntry& option) {
     const Words words = option.words();
     return ":" + option.value + ":" +
-           (!words.empty()          ? "(" + join(words, " ") + ")"
-            : option.value == "DIR" ? "_files -/"
-                                    : "_files");
+           (!words.empty()           ? "(" + join(words, " ") + ")"
+            : option.value == "DIR"  ? "_files -/"
+            : option.value == "NAME" ? "_kp_names"
+                                     : "_files");
 }
 
 std::string zshArguments(const CLI::App& parser) {
@@ -72,7 +138,7 @@ std::string zshArguments(const CLI::App& parser) {
         }
     }
     for (const OptionEntry& positional : positionalsOf(parser))
-        entries.push_back(zshValue(positional));
+        entries.push_back((positional.isRepeatable ? "*" : "") + zshValue(positional));
     if (!subcommandNames(parser).empty())
         entries.insert(entries.end(), {"1:subcommand:->subcommand", "*::argument:->argument"});
     std::string lines;
@@ -103,7 +169,7 @@ std::string bashCompletion(const CLI::App& app) {
         candidates += "        \"" + command + "\") subcommands=\"" + join(below, " ") + "\" options=\"" +
                       join(names, " ") + "\" ;;\n";
     });
-    return R"(# Completion of the command kp in bash.
+    return bashNames + R"(
 _kp() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}
     local command="" kind="" candidates="" subcommands="" options="" word
@@ -135,6 +201,8 @@ _kp() {
         mapfile -t COMPREPLY < <(compgen -d -- "$current")
     elif [[ -n $candidates ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$candidates" -- "$current")
+    elif [[ -z $kind ]]; then
+        _kp_names
     fi
 }
 complete -o default -F _kp kp
@@ -159,11 +227,11 @@ std::string zshCompletion(const CLI::App& app) {
         functions += ")\n            _describe subcommand subcommands ;;\n        argument) " +
                      zshFunction(words) + "_${words[1]//-/_} ;;\n    esac\n}\n";
     });
-    return "#compdef kp\n# Completion of the command kp in zsh.\n" + functions + "\n_kp \"$@\"\n";
+    return zshNames + functions + "\n_kp \"$@\"\n";
 }
 
 std::string fishCompletion(const CLI::App& app) {
-    std::string lines = "# Completion of the command kp in fish.\n";
+    std::string lines = fishNames;
     walk(app, {}, [&](const CLI::App& parser, const Words& words) {
         Words conditions;
         for (const std::string& word : words)

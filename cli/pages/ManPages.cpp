@@ -78,13 +78,28 @@ std::string commandPage(const CommandLine::Subcommand& subcommand, const Handboo
            heading("SEE ALSO") + reference("kp") + "\n";
 }
 
+/// The subcommands whose names begin with these words.
+std::string subcommands(const CommandLine& commandLine, std::string_view words) {
+    std::string roff = heading("SUBCOMMANDS");
+    for (const auto& [command, parser] : commandLine.subcommands())
+        if (std::string_view(command.name).starts_with(words))
+            roff += ".TP\n" + reference(pageName(command.name)) + "\n" + roffText(command.summary) + ".\n";
+    return roff;
+}
+
+/// The page of a word that stands before others, such as "kernel".
+std::string groupPage(const CommandLine& commandLine, const CLI::App& group) {
+    const std::string& word = group.get_name();
+    return beginning(pageName(word), group.get_description()) +
+           synopsis("kp " + word, "kp " + word + " SUBCOMMAND ...") + subcommands(commandLine, word + " ") +
+           heading("SEE ALSO") + reference("kp") + "\n";
+}
+
 std::string mainPage(const CommandLine& commandLine, const Handbook& handbook) {
     std::string roff = beginning("kp", commandLine.parser().get_description()) +
                        synopsis("kp", handbook.introduction().synopsis) + heading("DESCRIPTION") +
-                       roffFromMarkdown(handbook.introduction().text) + heading("SUBCOMMANDS");
-    for (const auto& [command, parser] : commandLine.subcommands())
-        roff += ".TP\n" + reference(pageName(command.name)) + "\n" + roffText(command.summary) + ".\n";
-    roff += options(commandLine.parser());
+                       roffFromMarkdown(handbook.introduction().text) + subcommands(commandLine, "") +
+                       options(commandLine.parser());
     for (const Handbook::Section& section : handbook.sections())
         if (!section.title.starts_with("kp "))
             roff += heading(boost::algorithm::to_upper_copy(section.title)) + roffFromMarkdown(section.text);
@@ -97,6 +112,9 @@ std::map<std::string, std::string> manPages(const CommandLine& commandLine, cons
     std::map<std::string, std::string> pages{{"kp.1", mainPage(commandLine, handbook)}};
     for (const CommandLine::Subcommand& subcommand : commandLine.subcommands())
         pages[pageName(subcommand.command.name) + ".1"] = commandPage(subcommand, handbook);
+    for (const CLI::App* parser : commandLine.parser().get_subcommands({}))
+        if (!parser->get_subcommands({}).empty())
+            pages[pageName(parser->get_name()) + ".1"] = groupPage(commandLine, *parser);
     return pages;
 }
 

@@ -1,5 +1,7 @@
 #include "cli/pages/OptionEntry.h"
 
+#include "cli/Options.h"
+
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
 
@@ -7,8 +9,7 @@ namespace cli {
 namespace {
 
 OptionEntry entryOf(const CLI::Option& option) {
-    OptionEntry entry{
-        {}, option.get_type_size() == 0 ? "" : option.get_type_name(), option.get_description()};
+    OptionEntry entry{{}, takesValue(option) ? option.get_type_name() : "", option.get_description()};
     for (const std::string& name : option.get_snames())
         entry.names.push_back("-" + name);
     for (const std::string& name : option.get_lnames())

@@ -28,7 +28,7 @@ class TerminalTest(KpCase):
             self.assertEqual(0, status)
             self.assertIn(f"Example:\n  kp {command}", shown)
             options = {*re.findall(r"^  (?:-\w,)?(--[a-z-]+)", shown, re.M)} - {"--help"}
-            self.assertEqual(options, {*re.findall(r"--[a-z][a-z-]+", SECTIONS["kp " + command])}, command)
+            self.assertEqual(options, {*re.findall(r"--[a-z][a-z-]+", SECTIONS["kp " + command])} - {"--help"}, command)
             page = Path(f"{SHARE}/man/man1/kp-{command.replace(' ', '-')}.1").read_text()
             self.assertIn(f"\n.SY \"kp {command}\"\n".replace("-", "\\-"), page)
             listed.update(command.split()[:1])
@@ -37,7 +37,11 @@ class TerminalTest(KpCase):
         statuses = re.findall(r"^\| (\d+) \|", SECTIONS["Exit status"], re.M)
         self.assertEqual(statuses, re.findall(r"^  (\d+) ", run("--help")[1].split("Exit status:")[1], re.M))
         pages = sorted(os.listdir(SHARE + "/man/man1"))
-        self.assertEqual(sorted(["kp.1", *(f"kp-{command.replace(' ', '-')}.1" for command in COMMANDS)]), pages)
+        self.assertEqual(sorted(["kp.1", "kp-kernel.1", *(f"kp-{command.replace(' ', '-')}.1" for command in COMMANDS)]), pages)
+        for words in [], ["kernel"], ["kernel", "show"], ["help"]:
+            self.expect(["help", *words], 0, run(*words, "--help")[1])
+        for words in [], ["-q"], ["kernel"]:
+            self.expect(words, 2, "", run(*words, "--help")[1])
         if shutil.which("groff"):
             checked = subprocess.run(["groff", "-man", "-ww", "-z", *pages], cwd=SHARE + "/man/man1",
                                      capture_output=True, text=True)
@@ -47,14 +51,26 @@ class TerminalTest(KpCase):
         script = ('source "$0"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); compopt() { :; }; _kp; '
                   'printf "%s\\n" "${COMPREPLY[@]}"')
         os.makedirs("vadd/two words")
+        odd = "a $(touch hit)`touch hit`'!.txt"
+        for name in (odd, "a\nb.txt", "a:b=c.txt"):
+            Path("vadd/src", name).touch()
+        self.add("p q.kp", "--debug-dir", "vadd/src", "-q")
+        debug, quoted = "vadd/debug/", "vadd/debug/a\\ \\$\\(touch\\ hit\\)\\`touch\\ hit\\`\\'\\!.txt"
         rows = [(["va"], "validate"), (["kernel", "e"], "edit"), (["-q", "kernel", "show", "--j"], "--json"),
                 (["add", "p.kp", "--cp"], "--cpu-source"), (["add", "--layout", "r"], "repo"),
                 (["validate", "p.kp", "--target", "=", "hw_"], "hw_emu"), (["add", "list", "--la"], "--layout"),
-                (["extract", "p.kp", "-d", "vadd/tw"], "vadd/two words"), (["add", "p.kp", ""], "")]
+                (["extract", "p.kp", "-d", "vadd/tw"], "vadd/two words"), (["add", "p.kp", ""], ""),
+                (["-q", "extract", "p\\ q.kp", "--force", ""], "vadd"), (["customize", "--name", "x", "'p q.kp'", "v"], "vadd"),
+                (["cat", '"p q.kp"', debug + "a\\ "], quoted), (["cat", "p\\ q.kp", "'" + debug + "a "], ""),
+                (["cat", '"p q.kp"', '"' + debug + "a "], ""), (["cat", "p\\ q.kp", debug + "a", ":", "b"], "b=c.txt"),
+                (["cat", "--", "p\\ q.kp", "vadd/k"], "vadd/kernel.xml"), (["cat", "p\\ q.kp", "vadd/kernel.xml", ""], ""),
+                (["extract", "$(touch\\ hit)", ""], ""), (["files", "none.kp", "v"], ""), (["extract", "p\\ q.kp", "-d", "v"], "vadd"),
+                (["help", "ker"], "kernel"), (["help", "kernel", "r"], "report")]
         for words, expected in rows:
             completed = subprocess.run(["bash", "-c", script, SHARE + "/bash-completion/completions/kp", "kp", *words],
-                                       capture_output=True, text=True)
+                                       capture_output=True, text=True, env={**os.environ, "PATH": f"{Path(KP).parent}:{os.environ['PATH']}"})
             self.assertEqual((expected + "\n", ""), (completed.stdout, completed.stderr), words)
+        self.assertFalse(os.path.exists("hit"))
 
     def test_a_word_that_is_none_is_named_with_what_was_meant(self):
         rows = [(["--bogus"], "'--bogus' is not an option of kp; see kp --help"),
@@ -62,7 +78,7 @@ class TerminalTest(KpCase):
                 (["list", "p.kp", "--jsno"], "'--jsno' is not an option of kp list; did you mean '--json'?"),
                 (["kernel", "edit", "k.xml", "--reprot=r.xml"],
                  "'--reprot' is not an option of kp kernel edit; did you mean '--report'?"),
-                (["lst", "--help"], "'lst' is not a subcommand; did you mean 'list'?"),
+                (["help", "lst"], "'lst' is not a subcommand; did you mean 'list'?"), (["lst", "--help"], "'lst' is not a subcommand; did you mean 'list'?"),
                 (["-q", "lsit", "p.kp", "--json"], "'lsit' is not a subcommand; did you mean 'list'?"),
                 (["kernel", "shw"], "'kernel shw' is not a subcommand; did you mean 'kernel show'?"),
                 (["bogus"], "'bogus' is not a subcommand; see kp --help"),
