@@ -66,7 +66,7 @@ std::vector<std::string> namesToExtract(const Options& options) {
         if (!options.force && isTaken(options, root)) refuse(HUTPathUtils::join(options.directory, root), "");
         names.push_back(kernel->getName());
     }
-    if (!options.force && container.getVersionMajor() >= 3) requireSameRepository(options);
+    if (!options.force && layout::hasRepository(container.getVersionMajor())) requireSameRepository(options);
     return names;
 }
 

@@ -135,7 +135,7 @@ Run declareFiles(CLI::App& app) {
     return [=] {
         HKPContainer container;
         readPackage(*package, container);
-        const ArchiveExplorer explorer(*package, nullptr, container.getVersionMajor() >= 3);
+        const ArchiveExplorer explorer(*package, nullptr, layout::hasRepository(container.getVersionMajor()));
         const Kernels kernels = chosenKernels(container, *package, *kernel);
         *json ? printJson(kernels, explorer) : printLines(kernels, explorer);
         return Done;

@@ -21,7 +21,7 @@ struct Options {
     bool json = false;
 };
 
-/// What speaks against building the package for the target; empty when nothing does. A package that cannot be
+/// Which kernel lacks the target's flow; empty when none does. A package that cannot be
 /// read throws.
 std::string reasonAgainst(const Options& options, std::vector<std::string>& names) {
     try {
@@ -63,9 +63,9 @@ Run declareValidate(CLI::App& app) {
     const auto setTarget = [options, targets](const std::string& word) {
         options->target = targets.at(word);
     };
-    takesOneOf(
-        app.add_option_function<std::string>("--target", setTarget, "What the kernels are to be built for"),
-        {"hw", "hw_emu", "sw_emu"})
+    takesOneOf(app.add_option_function<std::string>("--target", setTarget,
+                                                    "The target whose flow the kernels must have"),
+               {"hw", "hw_emu", "sw_emu"})
         ->required();
     app.add_flag("--json", options->json, "As a JSON object");
     return [options] { return validate(*options); };

@@ -41,7 +41,7 @@ if(JNI_FOUND)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/jni/libkpcontainers.so DESTINATION ${CMAKE_INSTALL_LIBDIR}/jni ${runtime})
 endif()
 
-install(FILES README.md CHANGELOG.md DESTINATION ${documents} ${runtime})
+install(FILES README.md CONTRIBUTING.md CHANGELOG.md DESTINATION ${documents} ${runtime})
 install(DIRECTORY docs examples DESTINATION ${documents} ${runtime} USE_SOURCE_PERMISSIONS)
 
 set(CPACK_GENERATOR DEB)

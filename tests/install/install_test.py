@@ -34,6 +34,13 @@ def check_exports(prefix):
     assert sorted(name.replace("_1", "_") for name in exported) == sorted(java) and len(java) == 10, exported
 
 
+def check_links(documents):
+    """Links of the documents to files lead to what is installed."""
+    links = [path.parent / link for path in documents.rglob("*.md")
+             for link in re.findall(r"\]\(([\w./-]+)(?:#[\w-]+)?\)", path.read_text())]
+    assert len(links) > 10 and all(link.exists() for link in links), [link for link in links if not link.exists()]
+
+
 def work_through(tutorial, directory, environment):
     """Blocks of a language make one file; commands run in order and must answer with the text that follows."""
     blocks = re.findall(r"^```(\w+)\n(.*?)^```$", tutorial, re.MULTILINE | re.DOTALL)
@@ -56,6 +63,7 @@ with tempfile.TemporaryDirectory() as top:
     prefix, work = Path(top, "prefix"), Path(top, "work")
     output("cmake", "--install", BUILD, "--prefix", prefix)
     check_exports(prefix)
+    check_links(prefix / "share/doc/kernelpackage")
     libraries = next(prefix.rglob("pkgconfig")).parent
     work.mkdir()
     (work / "examples").symlink_to(prefix / "share/doc/kernelpackage/examples")

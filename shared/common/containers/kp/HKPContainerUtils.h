@@ -32,8 +32,8 @@ public:
     /// Appends the names of all kernels, in the package's order.
     static void getKernelNamesInKPContainer(const std::string& path, std::vector<std::string>& names);
 
-    /// As getKernelNamesInKPContainer, but throws HKPKernelRefused at the first kernel that cannot be built
-    /// for the flow; the names of those before it are appended then.
+    /// As getKernelNamesInKPContainer, but throws HKPKernelRefused at the first kernel that lacks the flow;
+    /// the names of those before it are appended then.
     static void validateKPAndGetKernelNames(const std::string& path, HKPKernel::SupportedFlowType flow,
                                             std::vector<std::string>& names);
 

@@ -5,7 +5,7 @@
 
 // Why a readable package is not used as asked; programs that know better may ask again another way.
 
-/// A kernel of the package cannot be built for a flow.
+/// A kernel of the package lacks the flow that it is to have.
 class KP_EXPORT HKPKernelRefused : public HEXAlgException {
 public:
     using HEXAlgException::HEXAlgException;
