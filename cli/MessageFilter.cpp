@@ -17,7 +17,7 @@ struct DocumentArgument {
 constexpr DocumentArgument documentArguments[] = {
     {"@17-1312@%d%s", 1},
     {"@17-1313@%d%s", 1},
-    {"@17-1314@%s%s%d", 1},
+    {"@17-2005@%s%s%d", 1},
 };
 
 /// The document that a message is about; empty when it is about the work as a whole.
@@ -46,6 +46,7 @@ MessageLimit::~MessageLimit() {
         const std::string& document = numberAndDocument.second;
         kind.last.text = "... and " + std::to_string(kind.count - mostShown) + " more of the kind" +
                          (document.empty() ? "" : " about '" + document + "'");
+        kind.last.detail.clear();
         filter_.before()(kind.last);
     }
 }
