@@ -31,7 +31,7 @@ using kfab::kernel::ExplorerIface;
 struct Options {
     std::string package, directory;
     std::optional<std::string> kernel;
-    bool checkVersion = false, force = false, json = false;
+    bool ownIp = false, checkVersion = false, force = false, json = false;
 };
 
 [[noreturn]] void refuse(const std::string& path, const std::string& reason) {
@@ -44,11 +44,12 @@ bool isTaken(const Options& options, std::string_view name) {
            HUTFile::exists(HUTPathUtils::join(options.directory, name));
 }
 
-/// The repository comes with each kernel: what another one brought of it is no obstacle while it is the same.
-void requireSameRepository(const Options& options) {
-    if (!isTaken(options, layout::ipRepo)) return;
+/// The repository, or an IP of it, comes with each kernel: what another one brought of it is no obstacle
+/// while it is the same.
+void requireSameIp(const Options& options, const std::string& folder) {
+    if (!isTaken(options, folder)) return;
     const auto archive = ArchiveSnapshot::open(options.package);
-    for (const std::uint32_t position : archive->positionsInFolder(layout::ipRepo)) {
+    for (const std::uint32_t position : archive->positionsInFolder(folder)) {
         HUTInterrupt::check();
         const ArchiveEntry& entry = archive->entries()[position];
         const std::string path = HUTPathUtils::join(options.directory, entry.name);
@@ -61,20 +62,27 @@ std::vector<std::string> namesToExtract(const Options& options) {
     HKPContainer container;
     readPackage(options.package, container);
     std::vector<std::string> names;
+    std::string ipFolder = layout::ipRepo;
     for (const HKPKernel* kernel : chosenKernels(container, options.package, options.kernel)) {
         const std::string& root = kernel->getDirectory();
         if (!options.force && isTaken(options, root)) refuse(HUTPathUtils::join(options.directory, root), "");
         names.push_back(kernel->getName());
+        if (options.ownIp) ipFolder = kernel->getIpDir();
     }
-    if (!options.force && layout::hasRepository(container.getVersionMajor())) requireSameRepository(options);
+    if (!options.force && layout::hasRepository(container.getVersionMajor()))
+        requireSameIp(options, ipFolder);
     return names;
 }
 
 std::shared_ptr<ExplorerIface> extractKernels(const Options& options) {
     const bool checkVersion = options.checkVersion || HPAParamMgr::getBool("kp.enableVersionCheck", false);
     if (options.kernel)
-        return HKPContainerUtils::extractKernelFromKPContainer(options.package, *options.kernel,
-                                                               options.directory, checkVersion);
+        return HKPContainerUtils::extractKernel({.kpPath = options.package,
+                                                 .kernelName = *options.kernel,
+                                                 .destination = options.directory,
+                                                 .checkVersion = checkVersion,
+                                                 .ownIp = options.ownIp})
+            .explorer;
     return HKPContainerUtils::extractAllKernelsFromKPContainer(options.package, options.directory,
                                                                checkVersion);
 }
@@ -148,10 +156,14 @@ ExitStatus extract(const Options& options) {
 Run declareExtract(CLI::App& app) {
     auto options = std::make_shared<Options>();
     app.add_option("PACKAGE", options->package, "The package")->type_name("FILE")->required();
-    app.add_option("KERNEL", options->kernel, "Only this kernel, in any case of letters")->type_name("NAME");
+    CLI::Option* kernel =
+        app.add_option("KERNEL", options->kernel, "Only this kernel, in any case of letters")
+            ->type_name("NAME");
     app.add_option("-d,--directory", options->directory, "Where to; created where missing")
         ->type_name("DIR")
         ->required();
+    app.add_flag("--own-ip", options->ownIp, "Of the IP repository only what KERNEL names as its IP")
+        ->needs(kernel);
     app.add_flag("--check-version", options->checkVersion, "Refuse a package that later software wrote");
     app.add_flag("--force", options->force, "Replace files of kernels that are there");
     app.add_flag("--json", options->json, "As a JSON object");

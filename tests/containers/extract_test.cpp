@@ -234,6 +234,44 @@ TEST_F(ExtractTest, WhatCannotBeExtractedIsToldAndNothingIsWritten) {
               "Kernel 'k' was not found inside KP container '" + package_ + "'\n");
 }
 
+TEST_F(ExtractTest, TheOwnIpAloneAndASealAreWhatOnlyTheNamedExtractionAsksFor) {
+    packK1();
+    add(ipKernel(directory_, "k2"));
+    KernelExtraction request{.kpPath = package_, .kernelName = "K1", .destination = out_};
+    request.requireSeal = request.ownIp = true;
+    const ExtractedKernel k1 = HKPContainerUtils::extractKernel(request);
+    EXPECT_EQ(k1.name + "|" + k1.projectID + "|" + k1.topIpDir, "k1|p7|top");
+    EXPECT_EQ(k1.explorer->getIPDefinitionRoot("k1"), out_ + "/ip_repo");
+    EXPECT_EQ(directory_.files("out"), unzipped("kp.xml 'k2/*' '*k2_1_0/*'"));
+
+    const std::string misplaced =
+        " of kernel 'k1' is not in the IP repository of KP container '" + package_ + "'\n";
+    const std::tuple<std::string, std::size_t, std::string> rows[] = {
+        {"ip_repo/v_l_k2_1_0/", 2, "nothing thrown"},
+        {"ip_repo", 4, "nothing thrown"},
+        {"", 0, "nothing thrown"},
+        {"ip_repo/gone", 0, "The IP 'ip_repo/gone'" + misplaced},
+        {"k1/hls", 0, "The IP 'k1/hls'" + misplaced},
+        {"ip_repo/../k2", 0,
+         "Failed to extract 'ip_repo/../k2' of the archive '" + package_ + "': it contains '..'"},
+    };
+    request.requireSeal = false;
+    for (const auto& [ip, files, error] : rows) {
+        fs::remove_all(out_);
+        k1With([&](HKPKernel& entry) { entry.setIpDir(ip); })();
+        EXPECT_EQ(failureOf([&] { HKPContainerUtils::extractKernel(request); }), error);
+        EXPECT_EQ(fs::exists(out_) ? directory_.files("out/ip_repo").size() : 0, files) << ip;
+    }
+    request.requireSeal = true;
+    EXPECT_EQ(
+        failureOf<HKPSealBroken>([&] { HKPContainerUtils::extractKernel(request); }),
+        "The digest of '" + package_ + "' does not hold: the package was changed since it was sealed\n");
+    EXPECT_FALSE(fs::exists(out_));
+    packK1(false);
+    HKPContainerUtils::extractKernel(request);
+    EXPECT_EQ(directory_.files("out"), unzipped("kp.xml"));
+}
+
 TEST_F(ExtractTest, ReadsTheLinesOfAMember) {
     pack(package_, {{"lines", "one\r\n\n  three"}, {"ended", "one\n"}, {"empty", ""}, {"d/", ""}});
     Texts lines = {"before"}, errors = {"before"};

@@ -16,6 +16,13 @@ PlannedAddition HKPContainerUtils::planKernelAddition(const KernelAddition& addi
     return {staging.takeKernel(), edit.rehearse()};
 }
 
+void HKPContainerUtils::requirePlaceForKernel(const KernelAddition& addition) {
+    KernelStaging::examine(addition);
+    ArchiveEdit edit(addition.kpPath);
+    KernelStaging(addition, edit).requirePlace();
+    static_cast<void>(edit.rehearse());
+}
+
 void HKPContainerUtils::addKernelToKPContainer(
     const std::string& kpPath, const std::string& kernelName, const std::string& kernelXmlPath,
     const std::string& ipDir, const std::vector<std::string>& cpuFiles,

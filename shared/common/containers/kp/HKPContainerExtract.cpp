@@ -4,6 +4,7 @@
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/KernelParts.h"
 #include "containers/kp/PackageLayout.h"
+#include "containers/kp/PackageSeal.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
@@ -20,11 +21,12 @@ using kfab::kernel::ExplorerIface;
 using kfab::kernel::FileExplorer;
 using Container = std::shared_ptr<HKPContainer>;
 
-Container openForExtraction(const std::string& path, bool checkVersion) {
+Container openForExtraction(const std::string& path, bool checkVersion, bool requireSeal) {
     auto container = std::make_shared<HKPContainer>();
     if (!HKPContainerUtils::parseKPContainerIntoObject_(path, *container))
         throw HEXAlgException("Failed to parse KP container '" + path + "'\n");
-    HKPContainerUtils::checkKPIntegrity_(path, container->getVersionMajor(), container->getVersionMinor());
+    (requireSeal ? requirePackageSeal : checkPackageSeal)(path, container->getVersionMajor(),
+                                                          container->getVersionMinor());
     if (checkVersion)
         HKPContainerUtils::checkKPVersion_(path, container->getSoftwareVersionMajor(),
                                            container->getSoftwareVersionMinor());
@@ -36,9 +38,9 @@ bool hasRepository(const HKPContainer& container) {
 }
 
 /// One extraction. All is planned, and so checked, before the first file is written.
-class Extraction {
+class PackageExtraction {
 public:
-    Extraction(const std::string& path, const std::string& destination)
+    PackageExtraction(const std::string& path, const std::string& destination)
         : destination_(destination), plan_(ArchiveSnapshot::open(path)) {}
 
     std::string below(std::string_view name) const { return HUTPathUtils::join(destination_, name); }
@@ -52,6 +54,17 @@ public:
     void planFolder(const std::string& folder) {
         plan_.addDirectory(folder);
         plan_.addFolder(folder);
+    }
+    /// Of the repository only the kernel's own IP, if it has one.
+    void planOwnIp(const HKPKernel& kernel) {
+        plan_.addDirectory(layout::ipRepo);
+        const std::string folder = layout::withoutSlash(kernel.getIpDir());
+        if (folder.empty()) return;
+        planFolder(folder);
+        if (!layout::isInRepository(folder) || !plan_.archive().isDirectory(folder))
+            throw HEXAlgException("The IP '" + folder + "' of kernel '" + kernel.getName() +
+                                  "' is not in the IP repository of KP container '" + plan_.archive().path() +
+                                  "'\n");
     }
     /// The caches that are not there yet.
     void planIpCaches(const HKPContainer& container) {
@@ -92,42 +105,47 @@ std::vector<std::string> linesOf(const std::string& path, const std::string& fil
 
 }  // namespace
 
-std::shared_ptr<ExplorerIface> HKPContainerUtils::extractKernelFromKPContainer(const std::string& path,
-                                                                               const std::string& kernelName,
-                                                                               const std::string& destination,
-                                                                               bool checkVersion) {
+ExtractedKernel HKPContainerUtils::extractKernel(const KernelExtraction& request) {
+    const std::string& path = request.kpPath;
     const ArchiveSnapshot::Hold version(path);
-    const Container container = openForExtraction(path, checkVersion);
-    const HKPKernel* kernel = container->getKPKernelByName(kernelName);
+    const Container container = openForExtraction(path, request.checkVersion, request.requireSeal);
+    const HKPKernel* kernel = container->getKPKernelByName(request.kernelName);
     if (kernel == nullptr)
-        throw HEXAlgException("Kernel '" + kernelName + "' was not found inside KP container '" + path +
-                              "'\n");
+        throw HEXAlgException("Kernel '" + request.kernelName + "' was not found inside KP container '" +
+                              path + "'\n");
     const bool isRepository = hasRepository(*container);
-    Extraction extraction(path, destination);
+    PackageExtraction extraction(path, request.destination);
     extraction.planKernel(*kernel);
     if (isRepository) {
-        extraction.planFolder(layout::ipRepo);
+        request.ownIp ? extraction.planOwnIp(*kernel) : extraction.planFolder(layout::ipRepo);
         extraction.planIpCaches(*container);
     }
     extraction.run();
 
-    auto explorer = std::make_shared<FileExplorer>(destination, container, isRepository);
+    auto explorer = std::make_shared<FileExplorer>(request.destination, container, isRepository);
     extraction.enter(*kernel, *explorer);
     const std::string& name = kernel->getName();
     explorer->addIPDefinitionDir(
         name, extraction.below(isRepository ? layout::ipRepo : HUTPathUtils::join(name, layout::kernelIp)));
     if (isRepository) explorer->addIPCacheDir(name, extraction.below(layout::ipCache));
-    return explorer;
+    return {name, kernel->getProjectID(), kernel->getTopIpDir(), explorer};
+}
+
+std::shared_ptr<ExplorerIface> HKPContainerUtils::extractKernelFromKPContainer(const std::string& path,
+                                                                               const std::string& kernelName,
+                                                                               const std::string& destination,
+                                                                               bool checkVersion) {
+    return extractKernel({path, kernelName, destination, checkVersion}).explorer;
 }
 
 std::shared_ptr<ExplorerIface> HKPContainerUtils::extractAllKernelsFromKPContainer(
     const std::string& path, const std::string& destination, bool checkVersion) {
     const ArchiveSnapshot::Hold version(path);
-    const Container container = openForExtraction(path, checkVersion);
+    const Container container = openForExtraction(path, checkVersion, false);
     const bool isRepository = hasRepository(*container);
     const bool hasIpCaches = isRepository && container->getIsIpCacheDir();
     const auto [first, last] = container->getKPKernelRange();
-    Extraction extraction(path, destination);
+    PackageExtraction extraction(path, destination);
     if (isRepository) extraction.planFolder(layout::ipRepo);
     if (hasIpCaches) extraction.planIpCaches(*container);
     for (auto kernel = first; kernel != last; ++kernel) {
@@ -160,7 +178,7 @@ bool HKPContainerUtils::extractKernelFromKP(const std::string& path, const std::
 
 std::string HKPContainerUtils::extractIpRepoFromKPContainer(const std::string& path,
                                                             const std::string& destination) {
-    Extraction extraction(path, destination);
+    PackageExtraction extraction(path, destination);
     extraction.planFolder(layout::ipRepo);
     extraction.run();
     return extraction.below(layout::ipRepo);

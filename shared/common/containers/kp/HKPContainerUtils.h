@@ -4,6 +4,7 @@
 #include "containers/explorer/ExplorerIface.h"
 #include "containers/kp/HKPContainer.h"
 #include "containers/kp/KernelAddition.h"
+#include "containers/kp/KernelExtraction.h"
 #include "containers/kp/PackageRefusals.h"
 #include "containers/kp/PlannedAddition.h"
 #include "platform/base/Export.h"
@@ -62,6 +63,10 @@ public:
     /// writing can tell, such as a disk that is full.
     static PlannedAddition planKernelAddition(const KernelAddition& addition);
 
+    /// Throws what addKernel would of the package, its digest and layout, and the name of the kernel, whose
+    /// files need not be there yet. Nothing is changed.
+    static void requirePlaceForKernel(const KernelAddition& addition);
+
     /// As addKernel, of an addition with these members.
     static void addKernelToKPContainer(
         const std::string& kpPath, const std::string& kernelName, const std::string& kernelXmlPath,
@@ -77,8 +82,10 @@ public:
     /// is killed leaves none that is cut short, and can be repeated. Files that are there are replaced.
     /// @{
 
-    /// Extracts one kernel, found by its name in any case of letters, with the IP repository and the IP
-    /// caches from format 3 on. Returns a FileExplorer that has the kernel under the name in the manifest.
+    /// Extracts one kernel, with the IP repository and the IP caches from format 3 on.
+    static ExtractedKernel extractKernel(const KernelExtraction& request);
+
+    /// The explorer, a FileExplorer, of an extraction with these members.
     static std::shared_ptr<kfab::kernel::ExplorerIface> extractKernelFromKPContainer(
         const std::string& path, const std::string& kernelName, const std::string& destination,
         bool checkVersion);

@@ -37,7 +37,7 @@ bool IpPlacement::isOwn(const HKPKernel& kernel) const {
 
 void IpPlacement::removeIpOf(const HKPKernel& replaced) {
     const std::string folder = ipFolderOf(replaced);
-    if (folder != layout::ipRepo && !folder.starts_with(HUTPathUtils::join(layout::ipRepo, "/"))) return;
+    if (!layout::isInRepository(folder)) return;
     const auto [first, last] = container_.getKPKernelRange();
     const bool isShared = std::any_of(first, last, [&](const auto& entry) {
         const std::string other = ipFolderOf(*entry);

@@ -30,16 +30,11 @@ void KernelStaging::examine(const KernelAddition& request) {
 }
 
 void KernelStaging::stage() {
-    openPackage();
-    chooseLayout();
-    const HKPKernel* found = container_.getKPKernelByName(request_.kernelName);
+    const HKPKernel* found = findPlace();
     const HKPKernel* staged = nullptr;
     if (found == nullptr) {
         if (request_.update) ComMsgMgr::post("@17-1867@");
         staged = stageWhole();
-    } else if (!request_.update) {
-        throw HEXAlgException("Kernel '" + request_.kernelName + "' already exists inside KP container '" +
-                              request_.kpPath + "'\n");
     } else {
         requireChangeable(*found);
         staged = request_.replace ? stageWhole() : stageUpdate(*found);
@@ -49,6 +44,13 @@ void KernelStaging::stage() {
                               "' to KP container because the kernel is empty.\n");
     tellWhoseIpIsLost(container_, request_.kpPath, ipRepoLayout_);
     HKPContainerXMLWriter(container_, request_.kpPath).writeKPContainer(ipRepoLayout_, edit_);
+}
+
+void KernelStaging::requirePlace() {
+    if (const HKPKernel* found = findPlace())
+        requireChangeable(*found);
+    else
+        requireOwnFolder(request_.kernelName);
 }
 
 std::unique_ptr<HKPKernel> KernelStaging::takeKernel() {
@@ -76,6 +78,17 @@ void KernelStaging::chooseLayout() {
         throw HEXAlgException("'" + request_.kpPath + "' has the layout '" + layout::name(isRepo) +
                               "'; a kernel cannot be added in the layout '" + layout::name(!isRepo) + "'");
     }
+}
+
+/// Looks at the package. Returns the kernel of the name that is there, if that is to be changed.
+const HKPKernel* KernelStaging::findPlace() {
+    openPackage();
+    chooseLayout();
+    const HKPKernel* found = container_.getKPKernelByName(request_.kernelName);
+    if (found != nullptr && !request_.update)
+        throw HEXAlgException("Kernel '" + request_.kernelName + "' already exists inside KP container '" +
+                              request_.kpPath + "'\n");
+    return found;
 }
 
 void KernelStaging::requireChangeable(const HKPKernel& kernel) const {

@@ -21,6 +21,8 @@ public:
     KernelStaging(const KernelAddition& request, ArchiveEdit& edit) : request_(request), edit_(edit) {}
 
     void stage();
+    /// Throws what stage() would before it looks at the kernel's files.
+    void requirePlace();
     /// The kernel as it was staged; once.
     std::unique_ptr<HKPKernel> takeKernel();
 
@@ -30,6 +32,7 @@ private:
 
     void openPackage();
     void chooseLayout();
+    const HKPKernel* findPlace();
     void requireChangeable(const HKPKernel& kernel) const;
     void requireOwnFolder(const std::string& folder) const;
 

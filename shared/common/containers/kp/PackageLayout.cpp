@@ -31,11 +31,15 @@ bool isSameOrBelow(const std::string& folder, const std::string& above) {
            HSTStringUtils::startsWithIgnoreCase(folder, above + "/");
 }
 
+bool isInRepository(const std::string& folder) {
+    return folder == ipRepo || folder.starts_with(HUTPathUtils::join(ipRepo, "/"));
+}
+
 bool findsIp(std::uint32_t formatMajor, const std::string& kernelName, const std::string& ipDir) {
     const std::string folder = withoutSlash(ipDir);
     if (folder.empty()) return true;
     if (!hasRepository(formatMajor)) return folder == HUTPathUtils::join(kernelName, kernelIp);
-    return folder == ipRepo || folder.starts_with(HUTPathUtils::join(ipRepo, "/"));
+    return isInRepository(folder);
 }
 
 std::string unfitForComponent(const std::string& name) {

@@ -25,6 +25,8 @@ std::string withoutSlash(std::string folder);
 /// Whether a folder is another one or lies below it, without regard to case.
 bool isSameOrBelow(const std::string& folder, const std::string& above);
 
+/// Whether a folder is the IP repository or lies in it.
+bool isInRepository(const std::string& folder);
 /// Whether a kernel's IP, if it has one, lies where packages of this format have it: others are not found.
 bool findsIp(std::uint32_t formatMajor, const std::string& kernelName, const std::string& ipDir);
 

@@ -39,16 +39,21 @@ void checkPackageSeal(const std::string& path, std::uint32_t versionMajor, std::
     if (!checkedPaths().contains(path)) note(path, checkPackageDigest(path, versionMajor, versionMinor));
 }
 
-bool sealsAnew(const std::string& path, std::uint32_t versionMajor, std::uint32_t versionMinor,
-               BrokenSeal brokenSeal) {
-    if (brokenSeal == BrokenSeal::Renew) {
-        checkPackageSeal(path, versionMajor, versionMinor);
-        return true;
-    }
+void requirePackageSeal(const std::string& path, std::uint32_t versionMajor, std::uint32_t versionMinor) {
     const PackageDigest digest = checkPackageDigest(path, versionMajor, versionMinor);
-    const bool isBroken = digest != PackageDigest::Valid && formatHasDigest(versionMajor, versionMinor);
-    if (isBroken && brokenSeal == BrokenSeal::Refuse)
+    if (digest != PackageDigest::Valid && formatHasDigest(versionMajor, versionMinor))
         throw HKPSealBroken("The digest of '" + path + "' " + reasonAgainst(digest) + "\n");
     note(path, digest);
-    return brokenSeal == BrokenSeal::Refuse || digest == PackageDigest::Valid;
+}
+
+bool sealsAnew(const std::string& path, std::uint32_t versionMajor, std::uint32_t versionMinor,
+               BrokenSeal brokenSeal) {
+    if (brokenSeal == BrokenSeal::Leave) {
+        const PackageDigest digest = checkPackageDigest(path, versionMajor, versionMinor);
+        note(path, digest);
+        return digest == PackageDigest::Valid;
+    }
+    (brokenSeal == BrokenSeal::Refuse ? requirePackageSeal : checkPackageSeal)(path, versionMajor,
+                                                                               versionMinor);
+    return true;
 }

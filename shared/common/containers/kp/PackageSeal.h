@@ -9,6 +9,10 @@
 /// each path and process.
 void checkPackageSeal(const std::string& path, std::uint32_t versionMajor, std::uint32_t versionMinor);
 
+/// Verifies the digest anew. Throws HKPSealBroken when it does not hold, or is missing although the format
+/// has one; posts as checkPackageSeal does.
+void requirePackageSeal(const std::string& path, std::uint32_t versionMajor, std::uint32_t versionMinor);
+
 /// Whether a change of the package is to seal it anew. Verifies the digest where that hangs on it, and posts
 /// as checkPackageSeal does.
 bool sealsAnew(const std::string& path, std::uint32_t versionMajor, std::uint32_t versionMinor,

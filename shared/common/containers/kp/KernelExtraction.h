@@ -1,0 +1,25 @@
+#pragma once
+
+#include "containers/explorer/ExplorerIface.h"
+
+#include <memory>
+#include <string>
+
+/// A kernel that is to be extracted from a package, and how.
+struct KernelExtraction {
+    std::string kpPath;         ///< the package
+    std::string kernelName;     ///< in any case of letters
+    std::string destination;    ///< a directory; created where missing
+    bool checkVersion = false;  ///< refuse a package that later software wrote
+    bool requireSeal = false;   ///< HKPSealBroken where the package's digest does not hold, or is missing
+                                ///< although its format has one
+    bool ownIp = false;         ///< true: of the IP repository only the IP that the kernel's entry names
+};
+
+/// A kernel that was extracted, as its entry in the manifest states it, and where it lies now.
+struct ExtractedKernel {
+    std::string name;
+    std::string projectID;
+    std::string topIpDir = ".";
+    std::shared_ptr<kfab::kernel::ExplorerIface> explorer;  ///< has the kernel under this name
+};
