@@ -5,10 +5,10 @@
 namespace cli {
 namespace {
 
-[[noreturn]] void refuse(std::string reason, const std::string& advice) {
-    while (reason.ends_with('\n') || reason.ends_with('.'))
-        reason.pop_back();
-    throw HEXAlgException(reason + advice);
+std::string adviceOn(const std::exception& failure) {
+    if (dynamic_cast<const HKPSealBroken*>(&failure) != nullptr) return resealAdvice();
+    if (dynamic_cast<const HKPIpTaken*>(&failure) != nullptr) return replaceIpAdvice();
+    return {};
 }
 
 }  // namespace
@@ -21,13 +21,21 @@ std::string replaceIpAdvice() {
     return ", or replace it with --replace-ip";
 }
 
+std::string textWithAdvice(const std::exception& failure) {
+    std::string text = failure.what();
+    const std::string advice = adviceOn(failure);
+    while (!advice.empty() && (text.ends_with('\n') || text.ends_with('.')))
+        text.pop_back();
+    return text + advice;
+}
+
 void withAdvice(const std::function<void()>& operation) {
     try {
         operation();
     } catch (const HKPSealBroken& refusal) {
-        refuse(refusal.what(), resealAdvice());
+        throw HEXAlgException(textWithAdvice(refusal));
     } catch (const HKPIpTaken& refusal) {
-        refuse(refusal.what(), replaceIpAdvice());
+        throw HEXAlgException(textWithAdvice(refusal));
     }
 }
 

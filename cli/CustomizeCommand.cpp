@@ -1,25 +1,32 @@
+#include "cli/Advice.h"
 #include "cli/Command.h"
 #include "cli/Kernels.h"
 #include "cli/Output.h"
-#include "cli/Signals.h"
 #include "containers/customizer/Customizer.h"
+#include "containers/kp/HKPContainerUtils.h"
 #include "platform/base/Exceptions.h"
+#include "platform/base/HUTInterrupt.h"
+#include "platform/files/Disk.h"
 #include "platform/files/HUTFile.h"
+#include "platform/files/HUTPathUtils.h"
 #include "platform/tcl/TaskManager.h"
 #include "platform/tcl/TclShell.h"
 #include "platform/tcl/Words.h"
 
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include <CLI/Error.hpp>
 #include <boost/algorithm/string/trim.hpp>
+#include <stdlib.h>
 
 namespace cli {
 namespace {
@@ -33,22 +40,53 @@ using tkq::tcltasks::task_manager;
 struct Options {
     std::string package, kernel, name, output, board, paramsFile, tclShell, keepScripts;
     std::vector<std::string> params, hostScripts;
+    bool replaceIp = false, reseal = false;
 };
 
-/// Keeps one working directory for its lifetime, so that all steps meet in it.
+/// What a user can do about a failure, if it is that nobody knows the host's commands.
+std::string_view hintOn(const std::exception& failure) {
+    const bool isOfTcl = dynamic_cast<const tkq::tcltasks::tcl_error*>(&failure) != nullptr;
+    if (!isOfTcl || std::string_view(failure.what()).find("invalid command name") == std::string_view::npos)
+        return {};
+    return "; give a script or a shell that knows the host's commands with --host-script or --tcl-shell";
+}
+
+/// Keeps one working directory for its lifetime, so that all steps meet in it, and loses nothing that is in a
+/// package unless the options say so.
 class OneDirectoryCustomizer : public Customizer {
 public:
-    OneDirectoryCustomizer(const std::string& package, const std::string& kernel)
-        : Customizer(package, kernel) {
+    explicit OneDirectoryCustomizer(const Options& options)
+        : Customizer(HUTPathUtils::makeAbsolute(options.package), options.kernel), options_(options) {
         setWorkingDirPath_(Customizer::getWorkingDirPath());
+        HUTFile::ensureWritableDir(HUTPathUtils::parent(Customizer::getWorkingDirPath()));
+        disk::makeDirectory(Customizer::getWorkingDirPath(), 0700);
+        withNewKernelName(options.name).withOutputFilePath(options.output).withTargetBoard(options.board);
+    }
+
+    /// Throws where the output package does not take a kernel of the new name.
+    void requirePlace() const {
+        KernelAddition addition;
+        addition.kpPath = getOutputFilePath();
+        addition.kernelName = options_.name;
+        prepareAddition_(addition);
+        withAdvice([&] { HKPContainerUtils::requirePlaceForKernel(addition); });
     }
 
 protected:
+    void prepareExtraction_(KernelExtraction& extraction) const override {
+        extraction.requireSeal = !options_.reseal;
+    }
     void prepareAddition_(KernelAddition& addition) const override {
         addition.otherLayout = OtherLayout::Refuse;
-        addition.changesOtherIps = false;
-        addition.brokenSeal = BrokenSeal::Refuse;
+        addition.changesOtherIps = options_.replaceIp;
+        addition.brokenSeal = options_.reseal ? BrokenSeal::Renew : BrokenSeal::Refuse;
     }
+    std::string reasonOf_(const std::exception& failure) const override {
+        return textWithAdvice(failure).append(hintOn(failure));
+    }
+
+private:
+    const Options& options_;
 };
 
 /// Takes "NAME=VALUE" apart; blanks around the name do not count, those of the value do.
@@ -83,60 +121,79 @@ Customizer::Params collectParams(const Options& options) {
     return params;
 }
 
-/// The kernel's name as the package spells it. Only what has an IP in the package can be customized.
-std::string nameInPackage(const Options& options) {
+/// Only what has an IP in the package can be customized.
+void requireIp(const Options& options) {
     HKPContainer container;
     readPackage(options.package, container);
     const HKPKernel& kernel = *chosenKernels(container, options.package, options.kernel).front();
     if (kernel.getIpDir().empty() || container.getVersionMajor() < 3)
         throw HEXAlgException("Kernel '" + kernel.getName() + "' cannot be customized: '" + options.package +
                               "' holds no packaged IP of it in 'ip_repo'");
-    return kernel.getName();
 }
 
-void loadHostScripts(const Options& options) {
+/// The scripts that load those of the host.
+std::vector<std::string> hostScripts(const Options& options) {
+    std::vector<std::string> scripts;
     for (const std::string& path : options.hostScripts) {
         if (!HUTFile::isFile(path)) throw HEXFileNotFoundException(path);
-        if (!tkq::tcltasks::is_braced_word(path))
-            throw HEXAlgException("The path '" + path + "' cannot be used in a script");
-        task_manager::instance().eval_in_tcl_throw("source {" + path + "}", dont_record_command, false);
+        const std::string absolute = HUTPathUtils::makeAbsolute(path);
+        if (!tkq::tcltasks::is_braced_word(absolute))
+            throw HEXAlgException("The path '" + absolute + "' cannot be used in a script");
+        scripts.push_back("source {" + absolute + "}");
     }
+    return scripts;
 }
 
-/// What a user can do about a failure, if it is that nobody knows the host's commands.
-std::string hintFor(const std::string& failure) {
-    if (failure.find("invalid command name") == std::string::npos) return {};
-    return "; give a script or a shell that knows the host's commands with --host-script or --tcl-shell";
+/// Writes every script down before it is evaluated.
+class ScriptFile {
+public:
+    explicit ScriptFile(const std::string& path) : path_(path) {
+        if (path != "-") file_.open(path);
+        requireGood();
+    }
+    void keep(const std::string& script) {
+        (path_ == "-" ? std::cout : file_) << script << (script.ends_with('\n') ? "" : "\n") << std::flush;
+        requireGood();
+    }
+
+private:
+    void requireGood() const {
+        if (!file_) throw HEXAlgException("Failed to write '" + path_ + "'");
+    }
+
+    std::string path_;
+    std::ofstream file_;
+};
+
+/// The host's scripts may change the current directory.
+void makePathsOfEnvironmentAbsolute() {
+    for (const char* variable : {"KP_PARAM_FILE", "TMPDIR"})
+        if (const char* path = std::getenv(variable); path != nullptr && *path != '\0')
+            ::setenv(variable, HUTPathUtils::makeAbsolute(path).c_str(), 1);
 }
 
 ExitStatus customize(const Options& options) {
+    requireIp(options);
+    makePathsOfEnvironmentAbsolute();
+    OneDirectoryCustomizer customizer(options);
+    customizer.withParams(collectParams(options));
+    customizer.requirePlace();
+    customizer.withOutputFilePath(HUTPathUtils::makeAbsolute(customizer.getOutputFilePath()));
+    const std::vector<std::string> loading = hostScripts(options);
+    std::optional<ScriptFile> kept;
+    if (!options.keepScripts.empty()) kept.emplace(options.keepScripts);
+
     std::optional<evaluator_scope> shell;
     if (!options.tclShell.empty())
         shell.emplace(std::make_shared<tkq::tcltasks::tcl_shell>(options.tclShell));
-    std::ofstream keptFile;
+    for (const std::string& script : loading)
+        task_manager::instance().eval_in_tcl_throw(script, dont_record_command, false);
     std::optional<recorder_scope> recorder;
-    OneDirectoryCustomizer customizer(options.package, nameInPackage(options));
-    customizer.withNewKernelName(options.name)
-        .withOutputFilePath(options.output)
-        .withTargetBoard(options.board)
-        .withParamsFile(options.paramsFile)
-        .withParams(collectParams(options));
-    loadHostScripts(options);
-    if (!options.keepScripts.empty()) {
-        const bool isPrinted = options.keepScripts == "-";
-        if (!isPrinted) keptFile.open(options.keepScripts);
-        if (!keptFile) throw HEXAlgException("Failed to write '" + options.keepScripts + "'");
-        recorder.emplace([&, &kept = isPrinted ? std::cout : keptFile](const std::string& script, auto) {
-            kept << script << (script.ends_with('\n') ? "" : "\n") << std::flush;
-            if (!keptFile) throw HEXAlgException("Failed to write '" + options.keepScripts + "'");
-        });
-    }
+    if (kept) recorder.emplace([&](const std::string& script, auto) { kept->keep(script); });
     if (customizer.execute()) return Done;
+    HUTInterrupt::check();
     // Not thrown: it counts even when nobody reads the scripts any more.
-    const std::string& reason = customizer.getErrorMessage();
-    if (caughtSignal() == 0)
-        complain("error",
-                 reason.empty() ? "Failed to create the working directory" : reason + hintFor(reason));
+    complain("error", customizer.getErrorMessage());
     return Failed;
 }
 
@@ -160,6 +217,10 @@ Run declareCustomize(CLI::App& app) {
           "Command line of a Tcl shell to work in, such as tclsh");
     value("--keep-scripts", options->keepScripts, "FILE",
           "File for the scripts that are evaluated; - is standard output");
+    app.add_flag("--replace-ip", options->replaceIp,
+                 "Replace an IP of the same VLNV that other kernels of FILE use as well");
+    app.add_flag("--reseal", options->reseal,
+                 "Go on, and seal FILE anew, although a package's digest does not hold");
     return [options] { return customize(*options); };
 }
 

@@ -140,6 +140,18 @@ class KpTest(KpCase):
         self.expect_json(["extract", "p.kp", "big", "-d", "out/deep"],
                          {"kernels": [{"name": "big", "root": "out/deep/big", "ipDir": "out/deep/ip_repo"}]})
         self.assertEqual("mine", Path("out/deep/vadd/kernel.xml").read_text())
+        self.expect(["extract", "p.kp", "big", "-d", "own", "--own-ip"], 0, "own/big\n")
+        self.assertEqual(["example_kernels_big_1_0"], os.listdir("own/ip_repo"))
+        os.makedirs("own/ip_repo/example_kernels_vadd_1_0")
+        Path("own/ip_repo/example_kernels_vadd_1_0/component.xml").write_text("another")
+        shutil.rmtree("own/big")
+        self.expect(["extract", "p.kp", "big", "-d", "own", "--own-ip"], 0, "own/big\n")
+        shutil.rmtree("own/big")
+        Path("own/ip_repo/example_kernels_big_1_0/component.xml").write_text("another")
+        self.expect(["extract", "p.kp", "big", "-d", "own", "--own-ip"], 3, "", "kp: error: 'own/ip_repo/"
+                    "example_kernels_big_1_0/component.xml' exists already and is not what the package holds; --force "
+                    "replaces its files\n")
+        self.expect(["extract", "p.kp", "-d", "own", "--own-ip"], 2, "", "kp: error: --own-ip requires KERNEL\n")
         self.expect(["extract", "p.kp", "-d", "out/deep", "--force"], 0, "out/deep/vadd\nout/deep/big\n")
         subprocess.run(["unzip", "-q", "p.kp", "-x", "kp.xml", "-d", "by_unzip"], check=True)
         self.expect_same("by_unzip", "out/deep")
@@ -265,6 +277,52 @@ class KpTest(KpCase):
                           run("cat", "out.kp", "ip_repo/example_kernels_vadd_1_0/component.xml")[1])
             os.remove("out.kp")
 
+    def test_customize_loses_nothing(self):
+        self.add("p.kp")
+        shutil.copy("p.kp", "broken.kp")
+        with zipfile.ZipFile("broken.kp", "a") as package:
+            package.writestr("foreign", "")
+        Path("says.tcl").write_text('puts stderr "a script runs"')
+        host = ["--host-script", EXAMPLES + "/host/host.tcl", "--board", "heron"]
+        again = "; 'kp verify' tells more, and --reseal goes on and seals the package anew"
+        here = self.directory
+        rows = [
+            ("p.kp", "a/b", "o.kp", [], "Kernel 'a/b' cannot be added to KP container './o.kp': it is not one path "
+             "component."),
+            ("p.kp", "VADD", "p.kp", [], "Kernel 'VADD' already exists inside KP container './p.kp'"),
+            ("p.kp", "n", "no/o.kp", [], "Failed to write to './no': No such file or directory"),
+            ("p.kp", "n", "broken.kp", [], "The digest of './broken.kp' does not hold: the package was changed since "
+             f"it was sealed{again}"),
+            ("broken.kp", "n", "o.kp", ["quietly"], "Failed to extract RTL kernel from object file. Exception: The digest of "
+             f"'{here}/broken.kp' does not hold: the package was changed since it was sealed{again}"),
+            ("p.kp", "n", "p.kp", ["quietly", *host], f"Failed to create KP file. Exception: The IP of kernel 'n' differs from "
+             f"the one in 'ip_repo/example_kernels_vadd_1_0' of KP container '{here}/./p.kp', the IP of kernel 'vadd'; give "
+             "each IP a VLNV of its own, or replace it with --replace-ip"),
+        ]
+        for package, name, output, more, text in rows:
+            before = {path.name: path.read_bytes() for path in Path().glob("*.kp")}
+            said = [] if "quietly" in more else ["--host-script", "says.tcl"]
+            self.expect(["customize", package, "vadd", "--name", name, "-o", "./" + output, *said,
+                         *(option for option in more if option != "quietly")], 3, "", f"kp: error: {text}\n")
+            self.assertEqual(before, {path.name: path.read_bytes() for path in Path().glob("*.kp")}, text)
+        customize = ["customize", "-q", "--name", "n", *host]
+        self.expect([*customize, "p.kp", "vadd", "-o", "./p.kp", "--replace-ip"], 0)
+        self.expect([*customize, "broken.kp", "vadd", "-o", "./o.kp", "--reseal"], 0)
+        for package in "p.kp", "o.kp":
+            self.expect(["verify", package], 0, "digest: valid\n")
+
+    def test_host_scripts_that_change_the_directory_lead_no_path_elsewhere(self):
+        self.add("p.kp")
+        os.mkdir("elsewhere")
+        Path("go.tcl").write_text("cd elsewhere")
+        Path("parameters").write_text("kp.enableVersionCheck = true")
+        shutil.copy(EXAMPLES + "/host/host.tcl", "host.tcl")
+        self.expect(["customize", "p.kp", "vadd", "--name=n", "-o", "./o.kp", "--board=heron", "--host-script=go.tcl",
+                     "--host-script", "host.tcl", "--keep-scripts", "kept.tcl"], 0, TMPDIR="tmp", KP_PARAM_FILE="parameters")
+        self.assertEqual(([], []), (os.listdir("elsewhere"), os.listdir("tmp")))
+        self.assertIn("ipx::save_core", Path("kept.tcl").read_text())
+        self.expect(["verify", "o.kp"], 0, "digest: valid\n")
+
     def test_errors_name_the_thing_and_change_nothing(self):
         self.add("p.kp")
         Path("bad.xml").write_text('<root versionMajor="1" versionMinor="10">\n<kernel>\n<ports><port dataWidth="-1"/>')
@@ -288,8 +346,9 @@ class KpTest(KpCase):
             ([*customize, "p.kp", "vadd", "--params-file", "vadd"], "Failed to read 'vadd': Is a directory"),
             ([*customize, "p.kp", "vadd", *host, "--keep-scripts", "/dev/full"],
              "Failed to customize RTL kernel IP. Exception: Failed to write '/dev/full'"),
-            (["customize", "p.kp", "vadd", "--name=n", "-o", "./k.kp"], "Failed to create KP file. Exception: './k.kp' "
-             "has the layout 'kernel'; a kernel cannot be added in the layout 'repo'"),
+            ([*customize, "p.kp", "vadd", "--keep-scripts", "no/s.tcl"], "Failed to write 'no/s.tcl'"),
+            (["customize", "p.kp", "vadd", "--name=n", "-o", "./k.kp"],
+             "'./k.kp' has the layout 'kernel'; a kernel cannot be added in the layout 'repo'"),
             *[([*customize, package, kernel],
                f"Kernel '{kernel}' cannot be customized: '{package}' holds no packaged IP of it in 'ip_repo'")
               for package, kernel in (("p.kp", "twin"), ("k.kp", "vadd"))],

@@ -2,6 +2,7 @@
 
 #include "containers/kp/PackageVerification.h"
 #include "platform/files/HUTFile.h"
+#include "platform/tcl/InProcessInterpreter.h"
 #include "platform/tcl/TaskManager.h"
 #include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/Iostreams.h"
@@ -37,11 +38,11 @@ class Extracted : public FixedDirectory {
 public:
     using FixedDirectory::FixedDirectory;
     bool extract() override {
-        setExplorer_(explorer);
+        setExtracted_(kernel);
         return true;
     }
 
-    std::shared_ptr<kfab::kernel::ExplorerIface> explorer;
+    ExtractedKernel kernel;
 };
 
 /// Keeps the scripts and fails the one that is told to fail.
@@ -49,13 +50,14 @@ class ScriptLog : public tkq::tcltasks::tcl_evaluator {
 public:
     std::string evaluate(const std::string& script) override {
         scripts.push_back(script);
-        if (script == failing) throw tkq::tcltasks::tcl_error("the host says no");
+        if (script == failing) fail();
         if (script == "save_bd_design" && save) save();
         return {};
     }
 
     std::vector<std::string> scripts;
     std::string failing;
+    std::function<void()> fail = [] { throw tkq::tcltasks::tcl_error("the host says no"); };
     std::function<void()> save;
 };
 
@@ -196,6 +198,10 @@ TEST_F(CustomizerTest, FailuresHaveTheirTextsAndLeaveNothing) {
                   output_ + "': it is not one path component.\n");
     host_->failing = "close_project";
     EXPECT_EQ(error("n1", "b1", {}), "Failed to customize RTL kernel IP. Exception: the host says no");
+    host_->fail = [] { throw 1; };
+    EXPECT_EQ(error("n1", "b1", {}), "Failed to customize RTL kernel IP. Exception: of an unknown type");
+    EXPECT_EQ(error("n1", "", {{"P", "1"}}),
+              "Failed to customize RTL kernel IP block. Exception: of an unknown type");
 
     std::filesystem::remove(package_);
     add(fullKernel(directory_, "k1", "vlnv='a:b:c:[exec touch x]'"));
@@ -216,16 +222,72 @@ TEST_F(CustomizerTest, ChecksPreconditionsInOrder) {
     }
     FixedDirectory nowhere(package_, "k1", directory_ / std::string(5000, 'w'));
     EXPECT_EQ(errorOf(nowhere), "") << "no directory could be made";
-    Extracted extracted(package_, "k1", work_);
-    EXPECT_EQ(errorOf(extracted.withOutputFilePath(output_)), "The extracted kernel has no explorer.");
-    extracted.explorer = HKPContainerUtils::extractKernelFromKPContainer(package_, "k1", work_, false);
-    EXPECT_TRUE(extracted.withNewKernelName("n1").execute()) << extracted.getErrorMessage();
-    EXPECT_TRUE(PackageVerification::of(output_).isClean());
     Customizer base(package_, "k1");
     EXPECT_NE(base.getWorkingDirPath(), base.getWorkingDirPath()) << "a new one each time";
     EXPECT_THAT(base.getWorkingDirPath(), HasSubstr("/quorix-kfab-"));
     EXPECT_EQ(base.withOutputFilePath("o.kp").getOutputFilePath(), directory_ / "o.kp");
     EXPECT_EQ(base.withOutputFilePath("d/o.kp").getOutputFilePath(), "d/o.kp");
+}
+
+TEST_F(CustomizerTest, WhatADerivedClassExtractedNeedsNoPackage) {
+    const auto extracted = [&] { return HKPContainerUtils::extractKernel({package_, "K1", work_}); };
+    const ExtractedKernel kernel = extracted();
+    Extracted given(package_, "K1", work_);
+    given.withNewKernelName("n1").withOutputFilePath(output_);
+    EXPECT_EQ(errorOf(given), "The extracted kernel has no explorer.");
+
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(directory_.path());
+    directory_.file("kernel.xml", "mine");
+    given.kernel.explorer = extracted().explorer;
+    EXPECT_EQ(errorOf(given), "File not found. Path: kernel.xml") << "the explorer has no 'K1'";
+    std::filesystem::current_path(before);
+    EXPECT_EQ(TemporaryDirectory::read(directory_ / "kernel.xml"), "mine");
+
+    given.kernel = extracted();
+    directory_.file("p.kp", "no package");
+    EXPECT_TRUE(given.execute()) << given.getErrorMessage();
+    EXPECT_EQ(given.getErrorMessage(), "");
+    EXPECT_THAT(kernelsOf(output_), ElementsAre(HasSubstr("|top|p7|")));
+    EXPECT_TRUE(PackageVerification::of(output_).isClean());
+}
+
+TEST_F(CustomizerTest, ScriptsThatChangeTheDirectoryLeadNoPathElsewhere) {
+    const KernelAddition kernel = fullKernel(directory_, "k1", "language='ip' vlnv='v:l:k1:1.0'");
+    directory_.file("k1/ip/component.xml",
+                    "<component><vendor>v</vendor><library>l</library><name>k1</name>"
+                    "<version>1.0</version></component>");
+    std::filesystem::remove(package_);
+    add(kernel);
+    const auto tcl = std::make_shared<tkq::tcltasks::in_process_interpreter>();
+    const tkq::tcltasks::evaluator_scope scope(tcl);
+    std::filesystem::create_directory(directory_ / "elsewhere");
+    tcl->evaluate("source {" KP_EXAMPLES_DIR
+                  "/host/host.tcl}\n"
+                  "trace add execution create_project leave {apply {{call args} {\n"
+                  "  lappend ::modes [file attributes {" +
+                  work_ +
+                  "} -permissions]\n"
+                  "  cd {" +
+                  directory_ / "elsewhere" +
+                  "}\n"
+                  "}}}");
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(directory_.path());
+    FixedDirectory relative("p.kp", "K1", "work");
+    relative.withNewKernelName("n1").withOutputFilePath("./out.kp").withParams({{"DEPTH", "8"}});
+    EXPECT_TRUE(relative.withTargetBoard("heron").execute()) << relative.getErrorMessage();
+    EXPECT_EQ(std::filesystem::current_path(), directory_ / "elsewhere");
+    std::filesystem::current_path(before);
+    EXPECT_EQ(relative.getObjectFilePath() + relative.getWorkingDirPath() + relative.getOutputFilePath(),
+              "p.kpwork./out.kp");
+    EXPECT_THAT(kernelsOf(output_), ElementsAre(HasSubstr("n1|n1|ip_repo/v_l_k1_1_0|top|p7|")));
+    EXPECT_THAT(ArchiveSnapshot::open(output_)->read("ip_repo/v_l_k1_1_0/component.xml"),
+                HasSubstr("label=\"3H\">meadow-200-3</"));
+    EXPECT_THAT(ArchiveSnapshot::open(output_)->read("n1/ip.qmr"), HasSubstr("name=\"DEPTH\" value=\"8\""));
+    EXPECT_EQ(tcl->evaluate("set modes"), "040700 040700 040700");
+    EXPECT_FALSE(HUTFile::exists(work_));
+    EXPECT_THAT(directory_.files("elsewhere"), IsEmpty());
 }
 
 }  // namespace

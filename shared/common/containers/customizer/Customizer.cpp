@@ -1,7 +1,11 @@
 #include "containers/customizer/Customizer.h"
 
 #include "containers/kp/HKPContainerUtils.h"
+#include "containers/kp/PackageLayout.h"
+#include "platform/files/Disk.h"
+#include "platform/files/HUTFile.h"
 #include "platform/files/HUTFileUtils.h"
+#include "platform/files/HUTPathUtils.h"
 #include "platform/params/HPAParamMgr.h"
 #include "platform/params/HUTEnv.h"
 
@@ -12,6 +16,29 @@
 namespace kfab::kernel {
 
 namespace fs = boost::filesystem;
+
+namespace {
+
+/// What cannot be looked at is as good as missing.
+bool exists(const std::string& path) {
+    try {
+        return HUTFile::exists(path);
+    } catch (const HEXAlgException&) {
+        return false;
+    }
+}
+
+bool makeWorkingDir(const std::string& path) {
+    try {
+        if (HUTFile::exists(path)) return true;
+        HUTFile::ensureWritableDir(HUTPathUtils::parent(path));
+        return disk::makeDirectory(path, 0700);
+    } catch (const HEXAlgException&) {
+        return false;
+    }
+}
+
+}  // namespace
 
 Customizer::Customizer(const std::string& objectFilePath, const std::string& kernelName)
     : objectFilePath_(objectFilePath), kernelName_(kernelName) {}
@@ -96,45 +123,71 @@ bool Customizer::fail_(const std::string& message) {
     return false;
 }
 
-bool Customizer::checkPreconditions() {
-    if (kernelName_.empty()) return fail_("Missing kernel name.");
-    if (getObjectFilePath().empty()) return fail_("Missing KP file path.");
-    boost::system::error_code ignored;
-    return fs::exists(getObjectFilePath(), ignored) || fail_("KP file not found.");
+bool Customizer::failWithout_(const std::string& path) {
+    return fail_("File not found. Path: " + path);
 }
 
-bool Customizer::extract() {
-    const std::string workingDir = getWorkingDirPath();
-    boost::system::error_code error;
-    if (!fs::exists(workingDir, error) && !fs::create_directories(workingDir, error)) return false;
+std::string Customizer::reasonOf_(const std::exception& failure) const {
+    return failure.what();
+}
+
+/// Runs a step, which may throw whatever an evaluator of the host throws.
+bool Customizer::attempt_(const std::string& failed, const std::function<bool()>& step) {
     try {
-        explorer_ = HKPContainerUtils::extractKernelFromKPContainer(
-            getObjectFilePath(), kernelName_, workingDir,
-            HPAParamMgr::getBool("kp.enableVersionCheck", false));
-        return true;
+        return step();
     } catch (const std::exception& failure) {
-        return fail_(std::string("Failed to extract RTL kernel from object file. Exception: ") +
-                     failure.what());
+        return fail_(failed + " Exception: " + reasonOf_(failure));
+    } catch (...) {
+        return fail_(failed + " Exception: of an unknown type");
     }
 }
 
+std::string Customizer::absolute_(const std::string& path) const {
+    return path.empty() || path.starts_with('/') ? path : HUTPathUtils::join(startDirectory_, path);
+}
+
+bool Customizer::checkPreconditions() {
+    if (kernelName_.empty()) return fail_("Missing kernel name.");
+    if (getObjectFilePath().empty()) return fail_("Missing KP file path.");
+    return exists(absolute_(getObjectFilePath())) || fail_("KP file not found.");
+}
+
+bool Customizer::extract() {
+    return attempt_("Failed to extract RTL kernel from object file.", [&] {
+        KernelExtraction extraction{.kpPath = absolute_(getObjectFilePath()),
+                                    .kernelName = kernelName_,
+                                    .destination = absolute_(getWorkingDirPath())};
+        if (!makeWorkingDir(extraction.destination)) return false;
+        extraction.checkVersion = HPAParamMgr::getBool("kp.enableVersionCheck", false);
+        prepareExtraction_(extraction);
+        setExtracted_(HKPContainerUtils::extractKernel(extraction));
+        return true;
+    });
+}
+
+void Customizer::prepareExtraction_(KernelExtraction&) const {}
+
 bool Customizer::setExtractedPaths() {
-    if (!explorer_) return fail_("The extracted kernel has no explorer.");
-    extractedKernelRoot_ = explorer_->getKernelDefRoot(kernelName_);
-    const std::string kernelXml = (fs::path(extractedKernelRoot_) / "kernel.xml").string();
-    boost::system::error_code ignored;
-    if (!fs::is_regular_file(kernelXml, ignored)) return fail_("File not found. Path: " + kernelXml);
-    extractedIPDefinitionRoot_ = explorer_->getIPDefinitionRoot(kernelName_);
-    extractedCpuSourcesRoot_ = explorer_->getCpuSourcesRoot(kernelName_);
-    extractedDebugRoot_ = explorer_->getDebugRoot(kernelName_);
-    extractedHlsRoot_ = explorer_->getHlsRoot(kernelName_);
-    extractedSwEmuRoot_ = explorer_->getSwEmuFilesRoot(kernelName_);
-    extractedVlnv_ = explorer_->getVLNV(kernelName_);
-    std::string directory = extractedVlnv_;
-    std::replace_if(
-        directory.begin(), directory.end(), [](char c) { return c == '.' || c == ':'; }, '_');
-    extractedKernelIPRoot_ = (fs::path(extractedIPDefinitionRoot_) / directory).string();
-    return true;
+    return attempt_("Failed to extract RTL kernel from object file.", [&] {
+        if (!extracted_.explorer) return fail_("The extracted kernel has no explorer.");
+        const ExplorerIface& explorer = *extracted_.explorer;
+        const std::string& name = extracted_.name.empty() ? kernelName_ : extracted_.name;
+        extractedKernelRoot_ = explorer.getKernelDefRoot(name);
+        const std::string kernelXml = HUTPathUtils::join(extractedKernelRoot_, layout::kernelXml);
+        if (extractedKernelRoot_.empty() || !HUTFile::isFile(absolute_(kernelXml)))
+            return failWithout_(kernelXml);
+        extractedIPDefinitionRoot_ = explorer.getIPDefinitionRoot(name);
+        extractedCpuSourcesRoot_ = explorer.getCpuSourcesRoot(name);
+        extractedDebugRoot_ = explorer.getDebugRoot(name);
+        extractedHlsRoot_ = explorer.getHlsRoot(name);
+        extractedSwEmuRoot_ = explorer.getSwEmuFilesRoot(name);
+        extractedVlnv_ = explorer.getVLNV(name);
+        std::string directory = extractedVlnv_;
+        std::replace_if(
+            directory.begin(), directory.end(), [](char c) { return c == '.' || c == ':'; }, '_');
+        extractedKernelIPRoot_ = HUTPathUtils::join(extractedIPDefinitionRoot_, directory);
+        return true;
+    });
 }
 
 bool Customizer::runSteps_() {
@@ -144,13 +197,16 @@ bool Customizer::runSteps_() {
 }
 
 bool Customizer::execute() {
+    errorMessage_.clear();
+    boost::system::error_code gone;  // then absolute paths do
+    startDirectory_ = fs::current_path(gone).string();
     const bool done = runSteps_();
     removeWorkingDir_();
     return done;
 }
 
 void Customizer::removeWorkingDir_() {
-    if (!workingDirPath_.empty()) HUTFileUtils::removeTree(workingDirPath_);
+    if (!workingDirPath_.empty()) HUTFileUtils::removeTree(absolute_(workingDirPath_));
 }
 
 }  // namespace kfab::kernel

@@ -1,10 +1,11 @@
 #pragma once
 
-#include "containers/explorer/ExplorerIface.h"
 #include "containers/kp/KernelAddition.h"
+#include "containers/kp/KernelExtraction.h"
 #include "platform/base/Export.h"
 
-#include <memory>
+#include <exception>
+#include <functional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -17,6 +18,15 @@ namespace kfab::kernel {
 ///
 /// No step throws: it returns false and, where it knows, leaves the reason in getErrorMessage(). Steps and
 /// paths are reached through virtual calls, so that a derived class can replace any of them.
+///
+/// A step takes the working directory from getWorkingDirPath(), which in this class gives a new one at each
+/// call. Used plain, the class therefore leaves the directory behind that it extracts to, and looks for the
+/// customized IP where no script has put it: a customization with parameters fails. A derived class closes
+/// that by keeping one directory, with setWorkingDirPath_() in its constructor; that one is removed.
+///
+/// Scripts may change the current directory of the process. Relative paths are therefore meant, during
+/// execute(), from the directory that is current when it begins; the operations that tell paths give them as
+/// they were given.
 class KP_EXPORT Customizer {
 public:
     using Params = std::unordered_map<std::string, std::string>;
@@ -30,12 +40,13 @@ public:
     Customizer& withOutputFilePath(const std::string& path);
     /// IP parameters, values by name; replaces those given before.
     Customizer& withParams(const Params& params);
+    /// Kept for getParamsFilePath() alone; parameters come from withParams().
     Customizer& withParamsFile(const std::string& path);
     /// A short board name, or a qualified one with fields separated by ":".
     Customizer& withTargetBoard(const std::string& board);
 
     virtual std::string getObjectFilePath() const;
-    /// A new name at each call: nothing sets the directory in this class.
+    /// A new name in the directory for temporary files at each call, unless a derived class has set one.
     virtual std::string getWorkingDirPath() const;
     virtual std::string getOutputFilePath() const;
     virtual std::string getParamsFilePath() const;
@@ -56,7 +67,7 @@ public:
 
     /// Whether a kernel is named and the input package exists.
     virtual bool checkPreconditions();
-    /// Extracts the kernel to the working directory.
+    /// Extracts the kernel to the working directory, which is created where missing, open to this user alone.
     virtual bool extract();
     /// Takes from the explorer where the kernel's parts lie, for the operations above.
     virtual bool setExtractedPaths();
@@ -67,7 +78,7 @@ public:
     /// Renames the kernel and adds it, with its customized IP, to the output package.
     virtual bool repackage();
 
-    /// Removes the working directory if one is set.
+    /// Removes the working directory, with all that it holds, if one is set.
     virtual ~Customizer();
 
     /// Runs the steps up to the first that fails: preconditions, extraction, paths, the board if one is
@@ -75,7 +86,7 @@ public:
     /// case.
     virtual bool execute();
 
-    /// Why the last step failed; empty when it gave no reason.
+    /// Why the last step failed; empty when it gave no reason, and from the beginning of execute() on.
     const std::string& getErrorMessage() const { return errorMessage_; }
 
     Customizer(const Customizer&) = default;
@@ -84,19 +95,28 @@ public:
 protected:
     /// For derived classes that add the kernel to the output package otherwise than repackage() would.
     virtual void prepareAddition_(KernelAddition& addition) const;
+    /// For derived classes that extract the kernel otherwise than extract() would.
+    virtual void prepareExtraction_(KernelExtraction& extraction) const;
+    /// For derived classes that have more to say about a failure than what() of its exception.
+    virtual std::string reasonOf_(const std::exception& failure) const;
     /// For derived classes that keep one directory; it is removed after execute() and at destruction.
     void setWorkingDirPath_(const std::string& path) { workingDirPath_ = path; }
-    /// For derived classes that replace extract(): what setExtractedPaths() asks.
-    void setExplorer_(std::shared_ptr<ExplorerIface> explorer) { explorer_ = std::move(explorer); }
+    /// For derived classes that replace extract(): the kernel that setExtractedPaths() asks the explorer of,
+    /// by this name or, where it is empty, the one given to the constructor, and what the output package
+    /// records of it.
+    void setExtracted_(ExtractedKernel kernel) { extracted_ = std::move(kernel); }
 
 private:
     bool fail_(const std::string& message);
+    bool failWithout_(const std::string& path);
+    bool attempt_(const std::string& failed, const std::function<bool()>& step);
+    std::string absolute_(const std::string& path) const;
     bool runSteps_();
     void removeWorkingDir_();
     std::string createCell_(const std::string& vlnv) const;
-    std::string instanceFile_() const;
-    void renameKernel_(const std::string& kernelXml) const;
-    void addToOutput_(const std::string& kernelXml, const std::string& instanceFile) const;
+    void renameKernel_(const std::string& root) const;
+    std::string instanceFile_(const std::string& root) const;
+    KernelAddition addition_(const std::string& root, const std::string& instanceFile) const;
 
     std::string objectFilePath_;
     std::string kernelName_;
@@ -115,7 +135,8 @@ private:
     std::string extractedHlsRoot_;
     std::string extractedSwEmuRoot_;
     std::string extractedVlnv_;
-    std::shared_ptr<ExplorerIface> explorer_;
+    ExtractedKernel extracted_;
+    std::string startDirectory_;  ///< the current one when execute() began
 };
 
 }  // namespace kfab::kernel

@@ -1,14 +1,13 @@
 // The scripts that a customization evaluates in the host.
 
 #include "containers/customizer/Customizer.h"
+#include "containers/explorer/KernelLayout.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/tcl/TaskManager.h"
 #include "platform/tcl/Words.h"
 
 #include <stdexcept>
-
-#include <boost/filesystem/path.hpp>
 
 namespace kfab::kernel {
 
@@ -79,12 +78,12 @@ std::string createBlockDesignProject(const std::string& workingDir) {
 }  // namespace
 
 bool Customizer::addTargetBoard() {
-    const std::string workingDir = getWorkingDirPath();
-    const std::string kernelIp = getExtractedKernelIPRoot();
-    const std::string repository = getExtractedIPDefinitionRoot();
-    const std::string componentXml = (boost::filesystem::path(kernelIp) / "component.xml").string();
-    try {
-        if (!HUTFile::isDir(kernelIp)) return fail_("File not found. Path: " + kernelIp);
+    return attempt_("Failed to customize RTL kernel IP.", [&] {
+        const std::string workingDir = absolute_(getWorkingDirPath());
+        const std::string kernelIp = absolute_(getExtractedKernelIPRoot());
+        const std::string repository = absolute_(getExtractedIPDefinitionRoot());
+        const std::string componentXml = HUTPathUtils::join(kernelIp, layout::ipDefinition);
+        if (!HUTFile::isDir(kernelIp)) return failWithout_(kernelIp);
         requireBareWord("working directory", workingDir);
         requireBareWord("IP repository", repository);
         requireBareWord("IP description", componentXml);
@@ -96,16 +95,14 @@ bool Customizer::addTargetBoard() {
         evaluate("ipx::save_core [ipx::current_core]");
         evaluate("close_project");
         return true;
-    } catch (const std::exception& failure) {
-        return fail_(std::string("Failed to customize RTL kernel IP. Exception: ") + failure.what());
-    }
+    });
 }
 
 bool Customizer::buildBlockDiagram() {
-    const std::string workingDir = getWorkingDirPath();
-    const std::string repository = getExtractedIPDefinitionRoot();
-    const std::string vlnv = getExtractedVlnv();
-    try {
+    return attempt_("Failed to customize RTL kernel IP block.", [&] {
+        const std::string workingDir = absolute_(getWorkingDirPath());
+        const std::string repository = absolute_(getExtractedIPDefinitionRoot());
+        const std::string vlnv = getExtractedVlnv();
         requireBareWord("working directory", workingDir);
         requireBareWord("IP repository", repository);
         requireBareWord("VLNV", vlnv);
@@ -126,9 +123,7 @@ bool Customizer::buildBlockDiagram() {
         evaluate(createCell_(vlnv));
         evaluate("save_bd_design");
         return true;
-    } catch (const std::exception& failure) {
-        return fail_(std::string("Failed to customize RTL kernel IP block. Exception: ") + failure.what());
-    }
+    });
 }
 
 std::string Customizer::createCell_(const std::string& vlnv) const {
