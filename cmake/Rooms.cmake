@@ -1,14 +1,24 @@
 # A room is one folder of sources with the rooms it may include. Its objects go into one of the two shared
 # libraries; tests link the objects of a room and of all rooms below it directly.
 
-# kp_room(NAME [USES rooms...] [LIBRARIES targets...] [SOURCES files...] [PRIVATE_HEADERS files...]); without SOURCES,
-# all of the folder. Headers of the folder that are not private are installed with the shared library.
+# kp_room(NAME [USES rooms...] [LIBRARIES targets...] [SOURCES files...] [OWN headers...] [INTERNAL headers...]);
+# without SOURCES, all of the folder. A room's headers are doors: other rooms may include them, and they are installed
+# with the shared library. Not so its OWN headers, which nobody else includes, and those that are INTERNAL to this
+# project, which are doors but not installed. tools/doors.py holds every include against that.
 function(kp_room name)
-    cmake_parse_arguments(PARSE_ARGV 1 room "" "" "USES;LIBRARIES;SOURCES;PRIVATE_HEADERS")
+    cmake_parse_arguments(PARSE_ARGV 1 room "" "" "USES;LIBRARIES;SOURCES;OWN;INTERNAL")
+    if(room_UNPARSED_ARGUMENTS)
+        message(FATAL_ERROR "kp_room(${name}) does not know ${room_UNPARSED_ARGUMENTS}")
+    endif()
     if(NOT room_SOURCES)
         file(GLOB room_SOURCES CONFIGURE_DEPENDS *.cpp *.h)
     endif()
-    add_library(${name} OBJECT ${room_SOURCES})
+    set(sources "")
+    foreach(source IN LISTS room_SOURCES)
+        cmake_path(ABSOLUTE_PATH source)
+        list(APPEND sources ${source})
+    endforeach()
+    add_library(${name} OBJECT ${sources})
     set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON LINKER_LANGUAGE CXX)
     target_link_libraries(${name} PUBLIC kp_settings ${room_USES} ${room_LIBRARIES})
 
@@ -18,10 +28,14 @@ function(kp_room name)
         list(APPEND closure ${below})
     endforeach()
     list(REMOVE_DUPLICATES closure)
-    file(GLOB headers CONFIGURE_DEPENDS *.h)
-    list(TRANSFORM room_PRIVATE_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
-    list(REMOVE_ITEM headers ${room_PRIVATE_HEADERS} "")
-    set_target_properties(${name} PROPERTIES KP_CLOSURE "${closure}" KP_PUBLIC_HEADERS "${headers}")
+    list(TRANSFORM room_OWN PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+    list(TRANSFORM room_INTERNAL PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+    set(installed ${sources})
+    list(FILTER installed INCLUDE REGEX "\\.h$")
+    list(REMOVE_ITEM installed ${room_OWN} ${room_INTERNAL} "")
+    set_target_properties(${name} PROPERTIES KP_CLOSURE "${closure}" KP_PUBLIC_HEADERS "${installed}")
+    set_property(GLOBAL APPEND_STRING PROPERTY KP_ROOMS
+        "${name}|${closure}|${sources}|${room_OWN}|${room_INTERNAL}\n")
 endfunction()
 
 # kp_shared_library(NAME INCLUDE_ROOT directory ROOMS rooms... [LIBRARIES targets...]): a library with the public headers

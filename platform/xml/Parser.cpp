@@ -3,7 +3,7 @@
 #include "platform/base/Exceptions.h"
 #include "platform/files/Disk.h"
 #include "platform/files/HUTFile.h"
-#include "platform/xml/Reader.h"
+#include "platform/xml/Bytes.h"
 
 #include <algorithm>
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/base/Export.h"
+#include "platform/xml/Bytes.h"
 #include "platform/xml/Table.h"
 
 #include <cstddef>
@@ -27,9 +28,6 @@ KP_EXPORT void readInto(void* record, const Table& table, std::string_view eleme
 /// As readInto, but from a file; also throws ReadError of kind Unreadable.
 KP_EXPORT void readFileInto(void* record, const Table& table, std::string_view element,
                             const std::string& path, const UnknownListener& onUnknown = {});
-
-/// The bytes of a file; throws ReadError of kind Unreadable.
-KP_EXPORT std::string readBytes(const std::string& path);
 
 /// A record from a document in memory. A record that is no document of its own has no `R::element`: the name
 /// of its element must be given then.

@@ -30,7 +30,7 @@ HKPKernel* HKPContainer::getKPKernelByName(const std::string& name) const {
 }
 
 HKPKernel* HKPContainer::append_(std::unique_ptr<HKPKernel> kernel) {
-    kernel->container_ = this;
+    kernel->namesAreCurrent_ = &indexIsCurrent_;
     const auto place = kernels_.insert(kernels_.end(), std::move(kernel));
     if (indexIsCurrent_) index_.emplace(HSTStringUtils::foldCase((*place)->getName()), place);
     return place->get();
@@ -45,7 +45,7 @@ std::unique_ptr<HKPKernel> HKPContainer::unlink_(KernelList::const_iterator plac
         indexIsCurrent_ = false;
     KernelList unlinked;
     unlinked.splice(unlinked.end(), kernels_, place);
-    unlinked.front()->container_ = nullptr;
+    unlinked.front()->namesAreCurrent_ = nullptr;
     return std::move(unlinked.front());
 }
 

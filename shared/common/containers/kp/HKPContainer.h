@@ -58,9 +58,6 @@ public:
     [[nodiscard]] std::unique_ptr<HKPKernel> removeKPKernel(HKPKernel* kernel);
 
 private:
-    friend class HKPKernel;
-
-    void kernelWasRenamed_() { indexIsCurrent_ = false; }
     KernelList::const_iterator find_(const std::string& name) const;
     std::unique_ptr<HKPKernel> unlink_(KernelList::const_iterator place);
     HKPKernel* append_(std::unique_ptr<HKPKernel> kernel);

@@ -1,7 +1,5 @@
 #include "containers/kp/HKPKernel.h"
 
-#include "containers/kp/HKPContainer.h"
-
 #include <algorithm>
 
 HKPKernel::~HKPKernel() {
@@ -11,7 +9,7 @@ HKPKernel::~HKPKernel() {
 
 void HKPKernel::setName(const std::string& name) {
     name_ = name;
-    if (container_ != nullptr) container_->kernelWasRenamed_();
+    if (namesAreCurrent_ != nullptr) *namesAreCurrent_ = false;
 }
 
 void HKPKernel::setSupportedFlows(const std::vector<SupportedFlowType>& flows) {

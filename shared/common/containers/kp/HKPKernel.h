@@ -6,8 +6,6 @@
 #include <utility>
 #include <vector>
 
-class HKPContainer;
-
 /// One kernel entry of a package, as its manifest has it. Directories are names inside the package.
 class KP_EXPORT HKPKernel {
 public:
@@ -78,5 +76,5 @@ private:
     bool isPdiDir_ = false;
     bool isShimSolnDir_ = false;
     bool isSwEmuDir_ = false;
-    HKPContainer* container_ = nullptr;  // whose list holds this entry
+    bool* namesAreCurrent_ = nullptr;  // what a container that finds this entry by its name is to be told
 };

@@ -1,9 +1,8 @@
 #pragma once
 
 #include "containers/kp/ManifestRecords.h"
-#include "containers/kp/PackageVerification.h"
+#include "containers/kp/PackageFinding.h"
 
-#include <string>
 #include <vector>
 
 class ArchiveSnapshot;

@@ -1,17 +1,11 @@
 #pragma once
 
 #include "containers/kp/PackageDigest.h"
+#include "containers/kp/PackageFinding.h"
 #include "platform/base/Export.h"
 
 #include <string>
 #include <vector>
-
-/// Something wrong with a package.
-struct PackageFinding {
-    std::string code;    ///< a stable word for programs, such as "duplicate-name"
-    std::string member;  ///< the member it concerns; empty for the package as a whole
-    std::string text;    ///< a sentence
-};
 
 /// What a thorough look at a package found.
 struct KP_EXPORT PackageVerification {
