@@ -1,14 +1,18 @@
 #include "cli/InputFiles.h"
 
+#include "containers/kp/PackageLayout.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HUTInterrupt.h"
 #include "platform/files/Disk.h"
+#include "platform/files/HUTFile.h"
 #include "platform/files/HUTFileUtils.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/params/HUTEnv.h"
+#include "platform/zip/ArchiveSnapshot.h"
 
 #include <array>
 #include <cerrno>
+#include <string_view>
 #include <system_error>
 
 #include <CLI/Validators.hpp>
@@ -50,9 +54,30 @@ void spoolStandardInput() {
     if (::dup2(spool.number(), STDIN_FILENO) < 0) fail();
 }
 
+bool isPackage(const std::string& path) {
+    constexpr std::string_view signature = "PK\3\4";
+    std::array<char, signature.size()> begin{};
+    if (!HUTFile::isFile(path)) return false;
+    const std::size_t size = disk::readAt(disk::open(path, O_RDONLY), 0, begin.data(), begin.size());
+    if (std::string_view(begin.data(), size) != signature) return false;
+    try {
+        return ArchiveSnapshot::open(path)->find(layout::manifest) != nullptr;
+    } catch (const HEXAlgException&) {
+        return false;
+    }
+}
+
+void requireDocument(const std::string& path) {
+    if (isPackage(path))
+        throw HEXAlgException(
+            "'" + path +
+            "' is a package and no XML document; 'kp info' shows what it holds, 'kp cat' its files");
+}
+
 }  // namespace
 
 CLI::Option* InputFiles::add(const std::string& names, std::string& path, const std::string& help) {
+    paths_.push_back(&path);
     const auto understand = [isUsed = usesStandardInput_](std::string& value) -> std::string {
         if (value != "-") return {};
         if (*isUsed) return "standard input can be only one of the files";
@@ -66,8 +91,10 @@ CLI::Option* InputFiles::add(const std::string& names, std::string& path, const 
 }
 
 std::function<void()> InputFiles::fetch() const {
-    return [isUsed = usesStandardInput_] {
+    return [isUsed = usesStandardInput_, paths = paths_] {
         if (*isUsed) spoolStandardInput();
+        for (const std::string* path : paths)
+            requireDocument(*path);
     };
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <CLI/App.hpp>
 
@@ -12,14 +14,17 @@ class InputFiles {
 public:
     explicit InputFiles(CLI::App& app) : app_(app) {}
 
-    /// Declares an option or positional. `path` is what the file can be read by once all are fetched.
+    /// Declares an option or positional. `path` is what the file can be read by once all are fetched; it
+    /// outlives what fetches them.
     CLI::Option* add(const std::string& names, std::string& path, const std::string& help);
 
-    /// What reads the files after parsing: first, and once.
+    /// What makes the files ready after parsing: first, and once. Throws when one is a package, which is no
+    /// document.
     std::function<void()> fetch() const;
 
 private:
     CLI::App& app_;
+    std::vector<const std::string*> paths_;
     std::shared_ptr<bool> usesStandardInput_ = std::make_shared<bool>(false);
 };
 

@@ -331,6 +331,7 @@ class KpTest(KpCase):
         self.add("k.kp", "--layout", "kernel")
         customize = ["customize", "-o", "./o.kp", "--name=n"]
         host = ["--board=b", "--host-script", EXAMPLES + "/host/host.tcl"]
+        subprocess.run(["zip", "-q", "z.kp", "vadd/kernel.xml"], check=True)
         before = Path("p.kp").read_bytes()
         below = "value '-1' is below the minimum in attribute 'dataWidth' of element 'port'"
         gone = "The specified KP container does not exist: 'gone.kp'"
@@ -342,6 +343,9 @@ class KpTest(KpCase):
             (["add", "p.kp", "vadd/kernel.xml", "--ip", "vadd/ip"],
              "Kernel 'vadd' already exists inside KP container 'p.kp'"),
             (["add", "p.kp", "bad.xml", "--ip", "vadd/ip"], "[17-132] bad.xml:3: " + below),
+            *[(command, "'z.kp' has no kp.xml, so it is no kernel package") for command in (["list", "z.kp"], ["extract", "z.kp", "-dx"])],
+            *[(command, "'p.kp' is a package and no XML document; 'kp info' shows what it holds, 'kp cat' its files") for command in
+              (["kernel", "show", "p.kp"], ["add", "p.kp", "vadd/kernel.xml", "--report", "p.kp"])],
             (["kernel", "show", "vadd"], "[17-132] vadd: Failed to read 'vadd': Is a directory"),
             ([*customize, "p.kp", "vadd", "--params-file", "vadd"], "Failed to read 'vadd': Is a directory"),
             ([*customize, "p.kp", "vadd", *host, "--keep-scripts", "/dev/full"],

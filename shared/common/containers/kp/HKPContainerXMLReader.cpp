@@ -33,12 +33,15 @@ bool beginsLikeADocument(const std::string& path) {
 }
 
 std::string manifestOf(const std::string& path) {
+    std::shared_ptr<const ArchiveSnapshot> archive;
     try {  // tells what is wrong with an archive that the source could only not open
-        ArchiveSnapshot::open(path);
+        archive = ArchiveSnapshot::open(path);
     } catch (const HEXAlgException&) {
         if (beginsLikeADocument(path)) return lmx60::readBytes(path);
         throw;
     }
+    if (archive->find(layout::manifest) == nullptr)
+        throw HEXAlgException("'" + path + "' has no " + layout::manifest + ", so it is no kernel package");
     return readPackageDocument(path, layout::manifest);
 }
 

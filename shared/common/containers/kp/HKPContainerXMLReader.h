@@ -20,9 +20,9 @@ public:
     /// own description inside the package. Of kernels whose names differ only in case the last one stays.
     ///
     /// Elements and attributes that are not known, and flows that are not, are posted and passed over. Throws
-    /// HEXAlgException when the package is no readable archive, std::ios_base::failure when it lacks the
-    /// manifest or the description of a kernel, HEXAll (with the error, the package's path and the line) when
-    /// one of them is not valid.
+    /// HEXAlgException when the package is no readable archive or lacks the manifest, std::ios_base::failure
+    /// when it lacks the description of a kernel, HEXAll (with the error, the package's path and the line)
+    /// when one of them is not valid.
     void parseKPContainer();
 
     using OnDescription =
