@@ -1,5 +1,6 @@
 #include "cli/Command.h"
 #include "cli/Kernels.h"
+#include "cli/Options.h"
 #include "cli/Output.h"
 #include "containers/explorer/ExplorerIface.h"
 #include "containers/kp/HKPContainerUtils.h"
@@ -159,8 +160,8 @@ Run declareExtract(CLI::App& app) {
     CLI::Option* kernel =
         app.add_option("KERNEL", options->kernel, "Only this kernel, in any case of letters")
             ->type_name("NAME");
-    app.add_option("-d,--directory", options->directory, "Where to; created where missing")
-        ->type_name("DIR")
+    takesOutput(app.add_option("-d,--directory", options->directory, "Where to; created where missing"),
+                "DIR")
         ->required();
     app.add_flag("--own-ip", options->ownIp, "Of the IP repository only what KERNEL names as its IP")
         ->needs(kernel);

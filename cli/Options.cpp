@@ -16,6 +16,13 @@ bool takesValue(const CLI::Option& option) {
     return option.get_expected_max() > 0;
 }
 
+CLI::Option* takesOutput(CLI::Option* option, const std::string& type) {
+    const auto isNamed = [](const std::string& name) -> std::string {
+        return name.empty() ? "the name is empty" : "";
+    };
+    return check(option, CLI::Validator(isNamed, ""), type);
+}
+
 CLI::Option* takesDirectory(CLI::Option* option) {
     return check(option, CLI::ExistingDirectory, "DIR");
 }

@@ -13,6 +13,8 @@ namespace cli {
 /// Whether it is no flag.
 bool takesValue(const CLI::Option& option);
 
+/// The name of what is written, which must not be empty.
+CLI::Option* takesOutput(CLI::Option* option, const std::string& type);
 /// One that must be there.
 CLI::Option* takesDirectory(CLI::Option* option);
 CLI::Option* takesFile(CLI::Option* option);

@@ -21,8 +21,8 @@ struct PlannedDirectory {
 
 /// Folders of an archive as the tree of directories and files that they are to become. What an archive must
 /// not ask for is refused as it is added: names that lead elsewhere, links and special files, two entries for
-/// one place, and data that cannot be read or be as large as stated. Failures are HEXAlgException; nothing
-/// here looks at the disk.
+/// one place, and data that cannot be read or be as large as stated. Failures are HEXAlgException. Nothing
+/// here looks at the destination, and recordOf alone reads the archive.
 class KP_EXPORT ExtractionPlan {
 public:
     explicit ExtractionPlan(std::shared_ptr<const ArchiveSnapshot> archive);

@@ -11,8 +11,9 @@ class HKPContainer;
 
 namespace kfab::kernel {
 
-/// Explores kernels inside their package, without extracting anything. Each question is answered from the
-/// package as it is at that moment; a package that is missing or unreadable throws HEXAlgException.
+/// Explores kernels inside their package, without extracting anything. Definitions are those that were added;
+/// where things lie is answered from the package as it is when that is asked, or from the version that the
+/// thread holds (ArchiveSnapshot::Hold). A package that is missing or unreadable throws HEXAlgException then.
 ///
 /// Paths of directories are the directory of the package joined with a path inside the package. Kernels are
 /// found by name: a directory is the kernel's when the kernel's name is one component of its path.
