@@ -124,6 +124,7 @@ def big_tree(directory, size):
 def package_of(path, kernels, entries_each):
     """A package of many kernels, written directly, since adding one by one seals it every time."""
     description = (EXAMPLE / "kernel.xml").read_text()
+    component = (EXAMPLE / "ip/component.xml").read_text()
     manifest = ['<?xml version="1.0" encoding="UTF-8"?>\n'
                 '<Root VersionMajor="6" VersionMinor="0" SoftwareVersionMajor="2020" SoftwareVersionMinor="1" IpCache="no">\n'
                 "  <Kernels>\n"]
@@ -134,7 +135,7 @@ def package_of(path, kernels, entries_each):
             archive.writestr(f"{name}/kernel.xml", description.replace("vadd", name))
             for part in range(entries_each - 2):
                 archive.writestr(f"{ip}/hdl/part{part}.v", f"module part{part}; endmodule\n")
-            archive.writestr(f"{ip}/component.xml", "<component/>\n")
+            archive.writestr(f"{ip}/component.xml", component.replace("vadd", name))
             manifest.append(f'    <Kernel Name="{name}" Dir="{name}" IP="{ip}" TopIpDir="." Debug="no">\n'
                             "      <SupportedFlows><SupportedFlow>SYSTEM</SupportedFlow></SupportedFlows>\n"
                             "    </Kernel>\n")

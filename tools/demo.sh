@@ -36,7 +36,7 @@ step 0 'vadd' 'kp validate vadd.kp --target sw_emu'
 
 printf '\nA second kernel, the same hardware under another name, comes without a source for CPU emulation.\n'
 step 0 '' 'cp -r examples/vadd vadd_hw'
-step 0 '' 'sed -i "s/name=\"vadd\"/name=\"vadd_hw\"/; s/:vadd:/:vadd_hw:/; s/<name>vadd</<name>vadd_hw</" \
+step 0 '' 'sed -i "s/name=\"vadd\"/name=\"vadd_hw\"/; s/:vadd:/:vadd_hw:/; s/<ipxact:name>vadd</<ipxact:name>vadd_hw</" \
     vadd_hw/kernel.xml vadd_hw/ip/component.xml'
 step 0 '' 'kp add vadd.kp vadd_hw/kernel.xml --ip vadd_hw/ip'
 

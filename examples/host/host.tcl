@@ -4,6 +4,8 @@
 # Every object is a list of its kind and its name, such as {part meadow-200-2}, with a dictionary of
 # properties.
 
+package require tdom
+
 namespace eval ipx {}
 namespace eval host {
     # Parts: name, family, speed label.
@@ -99,16 +101,6 @@ proc set_msg_config {args} {
 
 # ---- Files
 
-proc host::read_file {path} {
-    set channel [open $path]
-    try {
-        chan configure $channel -encoding utf-8
-        return [chan read $channel]
-    } finally {
-        close $channel
-    }
-}
-
 # The file appears as a whole or not at all.
 proc host::write_file {path text} {
     file mkdir [file dirname $path]
@@ -124,10 +116,6 @@ proc host::write_file {path text} {
 
 proc host::escape {text} {
     string map {& &amp; < &lt; > &gt; \" &quot; \n &#10; \r &#13; \t &#9;} $text
-}
-
-proc host::unescape {text} {
-    string map {&lt; < &gt; > &quot; \" &apos; ' &#10; \n &#13; \r &#9; \t &amp; &} $text
 }
 
 # ---- Projects
@@ -216,20 +204,39 @@ proc host::compare_file_versions {left right} {
 
 # ---- Packaged IP: component.xml
 
-proc host::element {document name} {
-    if {![regexp "<$name>(\[^<\]*)</$name>" $document -> text]} { error "there is no <$name>" }
-    return [unescape $text]
+proc host::local_name {node} {
+    lindex [split [$node nodeName] :] end
 }
 
-# The supported families of a document as triples of family, part and label.
-proc host::supported_families {document} {
+# A name with the prefix that a node has.
+proc host::prefixed_as {node name} {
+    if {[$node prefix] eq ""} { return $name }
+    return [$node prefix]:$name
+}
+
+# The child of a name, whatever its prefix.
+proc host::child {node name} {
+    foreach child [$node selectNodes *] {
+        if {[local_name $child] eq $name} { return $child }
+    }
+    error "there is no <$name>"
+}
+
+# White space stays, so that a document that is written is the one that was read but for what was changed.
+proc host::read_component {path} {
+    set document [dom parse -keepEmpties [tDOM::xmlReadFile $path]]
+    set component [$document documentElement]
+    if {[local_name $component] ne "component" || [$component namespaceURI] eq ""} {
+        error "$path: this is no component of IEEE 1685"
+    }
+    return $document
+}
+
+# The supported families of a component as triples of family, part and label.
+proc host::supported_families {component} {
     set triples {}
-    foreach {- attributes part} [regexp -all -inline {<family\s([^>]*)>([^<]*)</family>} $document] {
-        set family {}
-        set label {}
-        regexp {name="([^"]*)"} $attributes -> family
-        regexp {label="([^"]*)"} $attributes -> label
-        lappend triples [unescape $family] [unescape $part] [unescape $label]
+    foreach family [$component selectNodes {//*[local-name()='supportedFamilies']/*[local-name()='family']}] {
+        lappend triples [$family getAttribute name {}] [$family text] [$family getAttribute label {}]
     }
     return $triples
 }
@@ -258,32 +265,48 @@ proc host::families_from_text {text} {
     return $triples
 }
 
-proc host::with_supported_families {document triples} {
-    set block "<supportedFamilies>\n"
+# The extension that holds the supported families, made where it is missing.
+proc host::families_node {component} {
+    set found [$component selectNodes {//*[local-name()='supportedFamilies']}]
+    if {$found ne ""} { return [lindex $found 0] }
+    set document [$component ownerDocument]
+    if {[catch { child $component vendorExtensions } extensions]} {
+        set name [prefixed_as $component vendorExtensions]
+        set extensions [$component appendChild [$document createElementNS [$component namespaceURI] $name]]
+    }
+    return [$extensions appendChild [$document createElementNS urn:example:host host:supportedFamilies]]
+}
+
+proc host::set_supported_families {component triples} {
+    set document [$component ownerDocument]
+    set families [families_node $component]
+    set namespace [$families namespaceURI]
+    foreach old [$families childNodes] { $old delete }
     foreach {family part label} $triples {
-        set attributes "name=\"[escape $family]\""
-        if {$label ne ""} { append attributes " label=\"[escape $label]\"" }
-        append block "    <family $attributes>[escape $part]</family>\n"
+        set node [$document createElementNS $namespace [prefixed_as $families family]]
+        $node setAttribute name $family
+        if {$label ne ""} { $node setAttribute label $label }
+        $node appendChild [$document createTextNode $part]
+        $families appendChild [$document createTextNode "\n      "]
+        $families appendChild $node
     }
-    append block "  </supportedFamilies>"
-    set pattern {<supportedFamilies>.*</supportedFamilies>|<supportedFamilies/>}
-    if {[regexp -indices $pattern $document range]} {
-        return [string replace $document {*}$range $block]
-    }
-    return [string map [list </component> "  $block\n</component>"] $document]
+    $families appendChild [$document createTextNode "\n    "]
 }
 
 # An object for the IP that a component.xml describes.
 proc host::load_component {kind path} {
-    set document [read_file $path]
+    set document [read_component $path]
+    set component [$document documentElement]
     try {
         foreach name {vendor library name version} {
-            dict set properties $name [element $document $name]
+            dict set properties $name [string trim [[child $component $name] text]]
         }
+        set triples [supported_families $component]
     } on error reason {
         error "$path: $reason"
+    } finally {
+        $document delete
     }
-    set triples [supported_families $document]
     set vlnv [join [dict values $properties] :]
     dict set properties supported_families [families_to_text $triples]
     dict set properties supported_parts [lmap {family part label} $triples { set part }]
@@ -325,7 +348,11 @@ proc ipx::current_core {} {
 proc ipx::save_core {core} {
     set path [get_property path $core]
     set triples [host::families_from_text [get_property supported_families $core]]
-    host::write_file $path [host::with_supported_families [host::read_file $path] $triples]
+    set document [host::read_component $path]
+    host::set_supported_families [$document documentElement] $triples
+    set text [$document asXML -indent none]
+    $document delete
+    host::write_file $path "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n$text\n"
 }
 
 # ---- Block designs

@@ -273,7 +273,7 @@ class KpTest(KpCase):
             self.expect(["verify", "out.kp"], 0, "digest: valid\n")
             self.expect(["list", "out.kp"], 0, "wide  hw_emu,hw  rtl\n")
             self.assertIn('name="SUM_FIFO_DEPTH" value=" 64 "', run("cat", "out.kp", "wide/ip.qmr")[1])
-            self.assertIn('<family name="meadow" label="1L">meadow-200-1</family>',
+            self.assertIn('<host:family name="meadow" label="1L">meadow-200-1</host:family>',
                           run("cat", "out.kp", "ip_repo/example_kernels_vadd_1_0/component.xml")[1])
             os.remove("out.kp")
 

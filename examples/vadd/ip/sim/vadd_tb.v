@@ -15,6 +15,7 @@ module vadd_tb;
     wire m_arvalid, m_rready, m_awvalid, m_wvalid, m_bready;
     wire [63:0] m_araddr, m_awaddr;
     wire [31:0] m_wdata;
+    wire [3:0] m_wstrb;
 
     // Memory: queues of 16 places for read addresses, write addresses and write data.
     reg [31:0] memory[0:WORDS-1], expected[0:WORDS-1];
@@ -29,14 +30,19 @@ module vadd_tb;
         .clk(clk), .rst_n(rst_n),
         .s_control_awvalid(awvalid), .s_control_awready(awready), .s_control_awaddr(address),
         .s_control_wvalid(awvalid), .s_control_wready(), .s_control_wdata(data),
-        .s_control_bvalid(), .s_control_bready(1'b1),
+        .s_control_wstrb(4'b1111),
+        .s_control_bvalid(), .s_control_bready(1'b1), .s_control_bresp(),
         .s_control_arvalid(arvalid), .s_control_arready(), .s_control_araddr(address),
-        .s_control_rvalid(), .s_control_rready(1'b1), .s_control_rdata(rdata),
+        .s_control_rvalid(), .s_control_rready(1'b1), .s_control_rdata(rdata), .s_control_rresp(),
         .m_read_arvalid(m_arvalid), .m_read_arready(arready), .m_read_araddr(m_araddr),
+        .m_read_arprot(),
         .m_read_rvalid(rvalid), .m_read_rready(m_rready), .m_read_rdata(m_rdata),
+        .m_read_rresp(2'b00),
         .m_write_awvalid(m_awvalid), .m_write_awready(write_ready), .m_write_awaddr(m_awaddr),
+        .m_write_awprot(),
         .m_write_wvalid(m_wvalid), .m_write_wready(data_ready), .m_write_wdata(m_wdata),
-        .m_write_bvalid(bvalid), .m_write_bready(m_bready)
+        .m_write_wstrb(m_wstrb),
+        .m_write_bvalid(bvalid), .m_write_bready(m_bready), .m_write_bresp(2'b00)
     );
 
     function [4:0] space(input [4:0] in, input [4:0] out);
@@ -67,6 +73,7 @@ module vadd_tb;
         end
         if (m_wvalid && data_ready) begin
             stored[data_in[3:0]] = m_wdata;
+            if (m_wstrb !== 4'b1111) errors = errors + 1;
             data_in = data_in + 1;
         end
         if (bvalid && m_bready) confirmed = confirmed + 1;
