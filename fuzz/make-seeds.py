@@ -74,6 +74,26 @@ def archives():
     yield archive([])
 
 
+def components():
+    """The example's component in words of each edition, and the values of one number in many notations."""
+    component = (VADD / "ip/component.xml").read_bytes()
+    yield component
+    yield component.replace(b"2014", b"2022").replace(b"ipxact:master", b"ipxact:initiator").replace(b":slave", b":target")
+    old = component.replace(b"http://www.accellera.org/XMLSchema/IPXACT/1685-2014",
+                            b"http://www.spiritconsortium.org/XMLSchema/SPIRIT/1685-2009")
+    for later in (b"abstractionTypes", b"abstractionType", b"vectors"):
+        old = old.replace(b"<ipxact:%s>" % later, b"").replace(b"</ipxact:%s>" % later, b"")
+    yield old
+    head = component[:component.index(b"<ipxact:busInterfaces>")]
+    space = b"<ipxact:addressSpaces><ipxact:addressSpace><ipxact:name>s</ipxact:name><ipxact:range%s</ipxact:range>" \
+            b"<ipxact:width>1</ipxact:width></ipxact:addressSpace></ipxact:addressSpaces>"
+    for expression in (b">(W - 1) * 8'hFF ** 2 % 3 | W &amp; ~1 ^ 2", b">W &lt; 2 ? $clog2(4K) : 'b1010 &lt;&lt; 0x1F",
+                       b" resolve='dependent' dependency=\"spirit:decode(id('W')) div 8 - pow(2, 3)\">0"):
+        yield head + space % expression + (b"<ipxact:parameters><ipxact:parameter parameterId='W'><ipxact:name>W"
+                                           b"</ipxact:name><ipxact:value>32</ipxact:value></ipxact:parameter>"
+                                           b"</ipxact:parameters></ipxact:component>")
+
+
 def lines(*paths):
     for path in paths:
         yield from path.read_bytes().splitlines()
@@ -86,6 +106,7 @@ def seeds():
     inner = profile[profile.index(b"<profile"):]
     yield "archive", archives()
     yield "edit", (path.read_bytes()[:128] for path in sorted(EXAMPLES.rglob("*.*")) if path.is_file())
+    yield "ip", components()
     yield "kernel", [kernel, kernel.replace(b"</root>", inner + b"</root>")]
     yield "manifest", [MANIFEST.encode()]
     yield "profile", [profile]

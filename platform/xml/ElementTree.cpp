@@ -134,6 +134,7 @@ std::optional<std::string_view> Element::attribute(std::string_view name) const 
 }
 
 Element::Children Element::children() const {
+    if (tree_ == nullptr) return {{}, {}};
     return {Element(*tree_, index_ + 1), Element(*tree_, tree_->nodes_[index_].next)};
 }
 

@@ -33,6 +33,7 @@ public:
     std::string_view text() const;
     std::optional<std::string_view> attribute(std::string_view name) const;
 
+    /// None of none.
     Children children() const;
     /// The first child of a name, or none.
     Element child(std::string_view name) const;

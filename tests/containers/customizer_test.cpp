@@ -253,12 +253,6 @@ TEST_F(CustomizerTest, WhatADerivedClassExtractedNeedsNoPackage) {
 }
 
 TEST_F(CustomizerTest, ScriptsThatChangeTheDirectoryLeadNoPathElsewhere) {
-    const KernelAddition kernel = fullKernel(directory_, "k1", "language='ip' vlnv='v:l:k1:1.0'");
-    directory_.file("k1/ip/component.xml",
-                    "<component><vendor>v</vendor><library>l</library><name>k1</name>"
-                    "<version>1.0</version></component>");
-    std::filesystem::remove(package_);
-    add(kernel);
     const auto tcl = std::make_shared<tkq::tcltasks::in_process_interpreter>();
     const tkq::tcltasks::evaluator_scope scope(tcl);
     std::filesystem::create_directory(directory_ / "elsewhere");

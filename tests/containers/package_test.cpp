@@ -154,7 +154,8 @@ TEST_F(PackageTest, KernelsOfOneVlnvShareOneIpDirectoryAndOneWithoutIsAlone) {
                     "that of kernel 'k1' too"));
     EXPECT_THAT(members(), ElementsAre("k1/kernel.xml", "k2/kernel.xml", "ip_repo/V_L_k1_1_0/component.xml",
                                        "ip_repo/V_L_k1_1_0/hdl/top.v", "kp.xml"));
-    EXPECT_EQ(member("ip_repo/V_L_k1_1_0/component.xml"), "bytes of k2/ip/component.xml");
+    EXPECT_EQ(member("ip_repo/V_L_k1_1_0/component.xml"), componentXml("V:L:k1:1.0"));
+    EXPECT_EQ(member("ip_repo/V_L_k1_1_0/hdl/top.v"), "bytes of k2/ip/hdl/top.v");
     EXPECT_THAT(kernelsOf(package_), ElementsAre("k1|k1|ip_repo/V_L_k1_1_0|top|p7|hw_emu,hw,|rtl",
                                                  "k2|k2|ip_repo/V_L_k1_1_0|top|p7|hw_emu,hw,"));
     messages_.clear();

@@ -2,10 +2,12 @@
 
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/HKPContainerXMLWriter.h"
+#include "tests/support/Components.h"
 #include "tests/support/Members.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <functional>
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,12 +23,18 @@ inline std::string inputFile(const TemporaryDirectory& directory, const std::str
     return directory.file(name, "bytes of " + name);
 }
 
+/// The VLNV among attributes; empty for none.
+inline std::string vlnvIn(const std::string& attributes) {
+    std::smatch found;
+    return std::regex_search(attributes, found, std::regex("vlnv='([^']*)'")) ? found[1].str() : "";
+}
+
 /// A kernel with an IP and nothing else, an RTL kernel of its own VLNV unless the attributes say otherwise.
 /// What it is made of lies in a folder of its name.
 inline KernelAddition ipKernel(const TemporaryDirectory& directory, const std::string& name,
                                std::string attributes = "") {
     if (attributes.empty()) attributes = "language='ip' vlnv='v:l:" + name + ":1.0'";
-    inputFile(directory, name + "/ip/component.xml");
+    directory.file(name + "/ip/component.xml", componentXml(vlnvIn(attributes)));
     inputFile(directory, name + "/ip/hdl/top.v");
     const std::string xml = kernelXml("name='" + name + "' " + attributes);
     return {.kpPath = directory / "p.kp",
