@@ -47,18 +47,14 @@ void ExtractionPlan::addFolder(std::string_view folder) {
 }
 
 void ExtractionPlan::addDirectory(std::string_view name) {
-    requireDirectoryName(name);
+    const std::string_view reason = unfitForDirectory(name);
+    if (!reason.empty()) refuse(name, std::string(reason));
     enter(name, componentsOf(name));
 }
 
 std::string_view ExtractionPlan::unfitForDirectory(std::string_view name) {
     const std::string_view reason = unextractableNameReason(name);
     return reason.empty() && componentsOf(name).empty() ? "it names no directory" : reason;
-}
-
-void ExtractionPlan::requireDirectoryName(std::string_view name) const {
-    const std::string_view reason = unfitForDirectory(name);
-    if (!reason.empty()) refuse(name, std::string(reason));
 }
 
 void ExtractionPlan::add(const ArchiveEntry& entry) {

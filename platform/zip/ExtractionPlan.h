@@ -35,9 +35,8 @@ public:
     void add(const ArchiveEntry& entry);
     /// A directory that is to be there whatever the archive holds.
     void addDirectory(std::string_view name);
-    /// Throws when the name cannot be that of a directory below the destination.
-    void requireDirectoryName(std::string_view name) const;
-    /// Why it cannot (such as "it contains '..'"); empty when it can.
+    /// Why the name cannot be that of a directory below the destination (such as "it contains '..'"); empty
+    /// when it can.
     static std::string_view unfitForDirectory(std::string_view name);
 
     const PlannedDirectory& top() const { return top_; }

@@ -201,18 +201,24 @@ TEST_F(ExtractTest, WhatCannotBeExtractedIsToldAndNothingIsWritten) {
     const auto refused = [this](const std::string& name, const std::string& reason) {
         return "Failed to extract '" + name + "' of the archive '" + package_ + "': " + reason;
     };
-    const std::string dots = "it contains '..'";
+    const auto unfit = [this](const std::string& what, const std::string& attribute,
+                              const std::string& reason) {
+        return "Failed to extract " + what + " of KP container '" + package_ + "': " + attribute +
+               " in the manifest, " + reason + "\n";
+    };
+    const std::string k1 = "kernel 'k1'", dir = "its Dir", no = "', cannot be a directory: it ";
     const struct {
         std::string kernel;
         std::function<void()> prepare;
         std::string error;
     } rows[] = {
-        {"k1", inDirectory("../k1"), refused("../k1", dots)},
-        {"k1", inDirectory("/etc"), refused("/etc", "it is an absolute path")},
-        {"k1", inDirectory(""), refused("", "it is empty")},
-        {"k1", inDirectory("./"), refused("./", "it names no directory")},
-        {"../k1", hostileName, refused("../k1", dots)},
-        {"k1", cacheOf("../../cache"), refused("../../cache", dots)},
+        {"k1", inDirectory("../k1"), unfit(k1, dir, "'../k1" + no + "contains '..'")},
+        {"k1", inDirectory("/etc"), unfit(k1, dir, "'/etc" + no + "is an absolute path")},
+        {"k1", inDirectory(""), unfit(k1, dir, "'" + no + "is empty")},
+        {"k1", inDirectory("./"), unfit(k1, dir, "'./" + no + "names no directory")},
+        {"../k1", hostileName, unfit("kernel '../k1'", "its Name", "'../k1" + no + "contains '..'")},
+        {"k1", cacheOf("../../cache"),
+         unfit("the IP caches", "a CacheDir", "'../../cache" + no + "contains '..'")},
         {"k1", [&] { fs::create_directory_symlink(at("k1"), out_ + "/ip_repo"); },
          refused("ip_repo", "'" + out_ + "/ip_repo' is in the way: it is a symbolic link")},
         {"k1", [&] { fs::remove(package_); }, "Failed to parse KP container '" + package_ + "'\n"},
@@ -253,7 +259,8 @@ TEST_F(ExtractTest, TheOwnIpAloneAndASealAreWhatOnlyTheNamedExtractionAsksFor) {
         {"ip_repo/gone", 0, "The IP 'ip_repo/gone'" + misplaced},
         {"k1/hls", 0, "The IP 'k1/hls'" + misplaced},
         {"ip_repo/../k2", 0,
-         "Failed to extract 'ip_repo/../k2' of the archive '" + package_ + "': it contains '..'"},
+         "Failed to extract kernel 'k1' of KP container '" + package_ +
+             "': its IP in the manifest, 'ip_repo/../k2', cannot be a directory: it contains '..'\n"},
     };
     request.requireSeal = false;
     for (const auto& [ip, files, error] : rows) {

@@ -45,9 +45,10 @@ public:
 
     std::string below(std::string_view name) const { return HUTPathUtils::join(destination_, name); }
 
-    /// The texts of a manifest are as good as whoever wrote it: each one that becomes a path is checked.
     void planKernel(const HKPKernel& kernel) {
-        plan_.requireDirectoryName(kernel.getName());
+        const std::string what = "kernel '" + HUTPathUtils::shown(kernel.getName()) + "'";
+        requireDirectory(what, "its Name", kernel.getName());
+        requireDirectory(what, "its Dir", kernel.getDirectory());
         planFolder(kernel.getDirectory());
     }
     void planDirectory(const std::string& name) { plan_.addDirectory(name); }
@@ -60,6 +61,7 @@ public:
         plan_.addDirectory(layout::ipRepo);
         const std::string folder = layout::withoutSlash(kernel.getIpDir());
         if (folder.empty()) return;
+        requireDirectory("kernel '" + kernel.getName() + "'", "its IP", folder);
         planFolder(folder);
         if (!layout::isInRepository(folder) || !plan_.archive().isDirectory(folder))
             throw HEXAlgException("The IP '" + folder + "' of kernel '" + kernel.getName() +
@@ -70,7 +72,7 @@ public:
     void planIpCaches(const HKPContainer& container) {
         const auto [first, last] = container.getIpCachesRange();
         for (auto cache = first; cache != last; ++cache) {
-            plan_.requireDirectoryName(*cache);
+            requireDirectory("the IP caches", "a CacheDir", *cache);
             const std::string folder = HUTPathUtils::join(layout::ipCache, *cache);
             if (HUTFile::isDir(below(folder))) continue;
             plan_.addDirectory(layout::ipCache);
@@ -90,6 +92,17 @@ public:
     }
 
 private:
+    /// The texts of a manifest are as good as whoever wrote it: each one that becomes a path is checked.
+    void requireDirectory(const std::string& what, const std::string& attribute,
+                          const std::string& text) const {
+        const std::string_view reason = ExtractionPlan::unfitForDirectory(text);
+        if (!reason.empty())
+            throw HEXAlgException("Failed to extract " + what + " of KP container '" +
+                                  plan_.archive().path() + "': " + attribute + " in the manifest, '" +
+                                  HUTPathUtils::shown(text) +
+                                  "', cannot be a directory: " + std::string(reason) + "\n");
+    }
+
     std::string destination_;
     ExtractionPlan plan_;
 };
