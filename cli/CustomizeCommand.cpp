@@ -1,8 +1,10 @@
 #include "cli/Advice.h"
 #include "cli/Command.h"
 #include "cli/Kernels.h"
+#include "cli/Options.h"
 #include "cli/Output.h"
 #include "containers/customizer/Customizer.h"
+#include "containers/explorer/KernelLayout.h"
 #include "containers/kp/HKPContainerUtils.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HUTInterrupt.h"
@@ -13,6 +15,7 @@
 #include "platform/tcl/TclShell.h"
 #include "platform/tcl/Words.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -21,6 +24,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -126,9 +130,9 @@ void requireIp(const Options& options) {
     HKPContainer container;
     readPackage(options.package, container);
     const HKPKernel& kernel = *chosenKernels(container, options.package, options.kernel).front();
-    if (kernel.getIpDir().empty() || container.getVersionMajor() < 3)
+    if (kernel.getIpDir().empty() || !layout::hasRepository(container.getVersionMajor()))
         throw HEXAlgException("Kernel '" + kernel.getName() + "' cannot be customized: '" + options.package +
-                              "' holds no packaged IP of it in 'ip_repo'");
+                              "' holds no packaged IP of it in '" + layout::ipRepo + "'");
 }
 
 /// The scripts that load those of the host.
@@ -148,17 +152,21 @@ std::vector<std::string> hostScripts(const Options& options) {
 class ScriptFile {
 public:
     explicit ScriptFile(const std::string& path) : path_(path) {
+        errno = 0;
         if (path != "-") file_.open(path);
         requireGood();
     }
     void keep(const std::string& script) {
+        errno = 0;
         (path_ == "-" ? std::cout : file_) << script << (script.ends_with('\n') ? "" : "\n") << std::flush;
         requireGood();
     }
 
 private:
     void requireGood() const {
-        if (!file_) throw HEXAlgException("Failed to write '" + path_ + "'");
+        if (!file_)
+            throw HEXAlgException("Failed to write '" + path_ +
+                                  "': " + std::generic_category().message(errno));
     }
 
     std::string path_;
@@ -207,7 +215,9 @@ Run declareCustomize(CLI::App& app) {
     value("PACKAGE", options->package, "FILE", "The package that holds the kernel")->required();
     value("KERNEL", options->kernel, "NAME", "The kernel to customize")->required();
     value("--name", options->name, "NAME", "Name of the customized kernel")->required();
-    value("-o,--output", options->output, "FILE", "Package for it; beside PACKAGE when only a file name")
+    takesOutput(app.add_option("-o,--output", options->output,
+                               "Package for it; beside PACKAGE when only a file name"),
+                "FILE")
         ->required();
     value("--param", options->params, "NAME=VALUE", "IP parameter; may be repeated");
     value("--params-file", options->paramsFile, "FILE", "File of NAME = VALUE lines; --param wins");

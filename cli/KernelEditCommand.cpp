@@ -1,5 +1,6 @@
 #include "cli/Command.h"
 #include "cli/InputFiles.h"
+#include "cli/Options.h"
 #include "cli/Output.h"
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "containers/kernel/HCOKernelXMLWriter.h"
@@ -38,9 +39,11 @@ Run declareKernelEdit(CLI::App& app) {
     auto options = std::make_shared<Options>();
     InputFiles inputs(app);
     inputs.add("KERNEL.XML", options->file, "The kernel description to begin with")->required();
-    app.add_option("-o,--output", options->directory,
-                   "Directory to write kernel.xml to; created where missing; - writes it to standard output")
-        ->type_name("DIR")
+    takesOutput(
+        app.add_option(
+            "-o,--output", options->directory,
+            "Directory to write kernel.xml to; created where missing; - writes it to standard output"),
+        "DIR")
         ->required();
     app.add_option("--compile-options", options->compileOptions, "Options to append; may be repeated")
         ->allow_extra_args(false);

@@ -1,5 +1,6 @@
 #include "cli/Command.h"
 #include "cli/InputFiles.h"
+#include "cli/Options.h"
 #include "cli/Output.h"
 #include "containers/design/HCODesignXMLWriter.h"
 #include "platform/base/Exceptions.h"
@@ -15,8 +16,7 @@ Run declareKernelReport(CLI::App& app) {
     auto report = std::make_shared<std::string>();
     InputFiles inputs(app);
     inputs.add("KERNEL.XML", *file, "The kernel description")->required();
-    app.add_option("-o,--output", *report, "The report to write; - is standard output")
-        ->type_name("FILE")
+    takesOutput(app.add_option("-o,--output", *report, "The report to write; - is standard output"), "FILE")
         ->required();
     return [=, fetch = inputs.fetch()] {
         fetch();

@@ -349,8 +349,8 @@ class KpTest(KpCase):
             (["kernel", "show", "vadd"], "[17-132] vadd: Failed to read 'vadd': Is a directory"),
             ([*customize, "p.kp", "vadd", "--params-file", "vadd"], "Failed to read 'vadd': Is a directory"),
             ([*customize, "p.kp", "vadd", *host, "--keep-scripts", "/dev/full"],
-             "Failed to customize RTL kernel IP. Exception: Failed to write '/dev/full'"),
-            ([*customize, "p.kp", "vadd", "--keep-scripts", "no/s.tcl"], "Failed to write 'no/s.tcl'"),
+             "Failed to customize RTL kernel IP. Exception: Failed to write '/dev/full': No space left on device"),
+            ([*customize, "p.kp", "vadd", "--keep-scripts", "no/s.tcl"], "Failed to write 'no/s.tcl': No such file or directory"),
             (["customize", "p.kp", "vadd", "--name=n", "-o", "./k.kp"],
              "'./k.kp' has the layout 'kernel'; a kernel cannot be added in the layout 'repo'"),
             *[([*customize, package, kernel],
@@ -364,7 +364,8 @@ class KpTest(KpCase):
             self.expect(arguments, 3, "", f"kp: error: {text}\n")
             self.assertEqual(before, Path("p.kp").read_bytes(), arguments)
         self.assertFalse(os.path.exists("o.kp"))
-        for wrong in (["list"], ["validate", "p.kp", "--target", "fpga"], ["list", "p.kp", "--bogus"],
+        for wrong in (["list"], ["extract", "p.kp", "-d", ""], ["customize", "p.kp", "vadd", "--name=n", "-o", ""],
+                      ["kernel", "edit", "vadd/kernel.xml", "-o", ""], ["validate", "p.kp", "--target", "fpga"], ["list", "p.kp", "--bogus"],
                       ["add", "p.kp", "vadd/kernel.xml", "--project=", "--ip=no"]):
             status, out, err = run(*wrong)
             self.assertEqual((2, ""), (status, out), wrong)
