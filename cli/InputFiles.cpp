@@ -8,6 +8,7 @@
 #include "platform/files/HUTFileUtils.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/params/HUTEnv.h"
+#include "platform/xml/Limits.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
 #include <array>
@@ -31,7 +32,7 @@ constexpr const char* standardInput = "/dev/stdin";
 void copyStandardInput(const disk::FileDescriptor& to) {
     std::array<char, 1 << 16> piece{};
     std::uint64_t written = 0;
-    for (;;) {
+    while (written <= lmx60::maximumDocument) {  // beyond that no reader takes it
         HUTInterrupt::check();
         const ssize_t got = ::read(STDIN_FILENO, piece.data(), piece.size());
         if (got < 0 && errno != EINTR) fail();

@@ -1,10 +1,10 @@
 #include "cli/Command.h"
 #include "cli/InputFiles.h"
 #include "cli/Options.h"
-#include "cli/Output.h"
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "containers/kernel/HCOKernelXMLWriter.h"
 
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,8 +28,11 @@ ExitStatus edit(const Options& options) {
     if (options.debug) writer.addDebug(*options.debug);
     if (options.profileType) writer.addProfileType(*options.profileType);
     if (!options.report.empty()) writer.addDesignXML(options.report);
-    const auto write = [&](const std::string& directory) { writer.write(directory); };
-    options.directory == "-" ? printFrom(write, "kernel.xml") : write(options.directory);
+    if (options.directory == "-") {
+        std::cout << writer.text("standard output");
+    } else {
+        writer.write(options.directory);
+    }
     return Done;
 }
 

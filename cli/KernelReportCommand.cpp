@@ -1,11 +1,10 @@
 #include "cli/Command.h"
 #include "cli/InputFiles.h"
 #include "cli/Options.h"
-#include "cli/Output.h"
 #include "containers/design/HCODesignXMLWriter.h"
 #include "platform/base/Exceptions.h"
-#include "platform/files/HUTPathUtils.h"
 
+#include <iostream>
 #include <memory>
 #include <string>
 
@@ -20,15 +19,15 @@ Run declareKernelReport(CLI::App& app) {
         ->required();
     return [=, fetch = inputs.fetch()] {
         fetch();
-        if (HCOKernelXMLReader(*file).getProfile() == nullptr)
+        HCOKernelXMLReader description(*file);
+        if (description.getProfile() == nullptr)
             throw HEXAlgException("'" + *file + "' holds no profile; no report was written");
-        const auto write = [&](const std::string& path) {
-            HCODesignXMLWriter().writeFromKernelXML(*file, path);
-        };
-        const auto writeIn = [&](const std::string& directory) {
-            write(HUTPathUtils::join(directory, "design.xml"));
-        };
-        *report == "-" ? printFrom(writeIn, "design.xml") : write(*report);
+        const HCODesignXMLWriter writer;
+        if (*report == "-") {
+            std::cout << writer.textFromKernelXML(description, "standard output");
+        } else {
+            writer.writeFromKernelXML(description, *report);
+        }
         return Done;
     };
 }

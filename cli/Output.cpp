@@ -2,10 +2,7 @@
 
 #include "cli/Terminal.h"
 #include "platform/base/HI18N.h"
-#include "platform/files/HUTFile.h"
-#include "platform/files/HUTFileUtils.h"
 #include "platform/files/HUTPathUtils.h"
-#include "platform/params/HUTEnv.h"
 
 #include <iostream>
 
@@ -36,12 +33,6 @@ ComMsgMgr::Sink messageSink(const bool& quiet) {
         if (message.number() == "17-1525") return;  // 17-2007 names the kernels whose IP becomes another one
         complain(message.severityText(), message.shown());
     };
-}
-
-void printFrom(const std::function<void(const std::string& directory)>& write, const std::string& name) {
-    const ScratchDirectory scratch(HUTEnv::getTKQTmpDir(), ".output");
-    write(scratch.path());
-    std::cout << HUTFile::readFile(HUTPathUtils::join(scratch.path(), name));
 }
 
 std::string jsonText(const std::string& text) {

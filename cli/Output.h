@@ -2,7 +2,6 @@
 
 #include "platform/messages/ComMsgMgr.h"
 
-#include <functional>
 #include <string>
 #include <string_view>
 
@@ -17,9 +16,6 @@ void complain(std::string_view severity, std::string_view text);
 /// A sink for numbered messages that writes them to standard error; with `quiet`, errors alone. It leaves out
 /// those that are thrown: who catches them complains.
 ComMsgMgr::Sink messageSink(const bool& quiet);
-
-/// Writes to standard output what `write` makes as the file `name` in a directory that it is given.
-void printFrom(const std::function<void(const std::string& directory)>& write, const std::string& name);
 
 /// The text as JSON can carry it: bytes of what is not UTF-8 escaped.
 std::string jsonText(const std::string& text);

@@ -48,8 +48,8 @@ auto waiting(SystemCall systemCall) {
 }
 
 [[noreturn]] void fail(std::string_view call, const std::string& path) {
-    const std::string reason = std::generic_category().message(errno);
-    throw HEXAlgException("Failed to " + std::string(call) + " '" + path + "': " + reason);
+    throw Failure("Failed to " + std::string(call) + " '" + path + "'",
+                  std::generic_category().message(errno));
 }
 
 template <class SystemCall>
@@ -119,6 +119,8 @@ void copyThroughMemory(const FileDescriptor& from, std::uint64_t fromOffset, con
 }
 
 }  // namespace
+
+Failure::~Failure() = default;
 
 FileDescriptor::FileDescriptor(FileDescriptor&& other) noexcept
     : number_(std::exchange(other.number_, -1)), path_(std::move(other.path_)) {}

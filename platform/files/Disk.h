@@ -14,9 +14,23 @@
 #include <sys/stat.h>
 
 /// The seam to the operating system: every call that reads or changes the disk goes through here. A call that
-/// fails throws HEXAlgException, which names the path and the system's reason. Interrupted and short calls
+/// fails throws Failure, which names the path and the system's reason. Interrupted and short calls
 /// are carried on.
 namespace disk {
+
+/// A call failed.
+class KP_EXPORT Failure : public HEXAlgException {
+public:
+    /// what() names the call and the path, and ends with the system's reason.
+    Failure(const std::string& call, const std::string& reason)
+        : HEXAlgException(call + ": " + reason), reason_(reason) {}
+    ~Failure() override;
+
+    const std::string& reason() const { return reason_; }
+
+private:
+    std::string reason_;
+};
 
 /// Owns an open descriptor and remembers the path it was opened by, for messages.
 class KP_EXPORT FileDescriptor {

@@ -1,6 +1,7 @@
 #include "platform/xml/ElementTree.h"
 
 #include "platform/xml/LeafText.h"
+#include "platform/xml/Limits.h"
 #include "platform/xml/Parser.h"
 
 #include <algorithm>
@@ -67,8 +68,7 @@ void ElementTree::Builder::endText() {
 }
 
 void ElementTree::Builder::start(const char* name, const char** attributes) {
-    if (open_.size() + static_cast<std::size_t>(skipped_) >= maximumDepth)
-        fail(ErrorKind::TooDeep, "elements are nested deeper than " + std::to_string(maximumDepth));
+    if (open_.size() + static_cast<std::size_t>(skipped_) >= maximumDepth) fail(ErrorKind::TooDeep, tooDeep);
     const QualifiedName qualified = split(name);
     if (open_.empty()) tree_.namespace_ = qualified.space;
     if (skipped_ > 0 || qualified.space != tree_.namespace_) {
@@ -107,8 +107,6 @@ void ElementTree::Builder::text(std::string_view text) {
 }
 
 ElementTree::ElementTree(std::string document) {
-    if (document.size() > maximumDocument)
-        throw ReadError({ErrorKind::TooLarge, "the document is larger than 256 MiB", 0});
     Builder(*this).parse(std::move(document));
 }
 

@@ -2,24 +2,15 @@
 
 #include "platform/base/Export.h"
 
-#include <cstddef>
 #include <exception>
 #include <stdexcept>
 #include <string>
 
 namespace lmx60 {
 
-/// Elements nested deeper than this are refused, so that hostile documents cannot exhaust the stack, and are
-/// not written either.
-constexpr int maximumDepth = 2000;
-/// What an element tree holds at most: bytes of the document, and elements and attributes together.
-constexpr std::size_t maximumDocument = std::size_t{256} << 20;
-constexpr std::size_t maximumElements = 2'000'000;
-
 enum class ErrorKind {
     None,
     Unreadable,  ///< the file cannot be opened or read
-    Unwritable,  ///< the file cannot be replaced
     Syntax,
     DocumentType,
     TooDeep,

@@ -65,7 +65,8 @@ public:
 };
 
 /// What lists of records and lists of leaves have in common. An index at or past the size (for insert: past
-/// the size) throws std::out_of_range unless said otherwise.
+/// the size) throws std::out_of_range unless said otherwise. A value may be one of the list's own; where none
+/// is given it is a default.
 template <class T>
 class Sequence {
 public:
@@ -74,12 +75,13 @@ public:
 
     std::size_t size() const { return values_.size(); }
     const T& get(std::size_t index) const { return values_.at(index); }
+    T& append() { return values_.emplace_back(); }
     void append(T value) { values_.push_back(std::move(value)); }
-    void insert(std::size_t index, T value) {
+    void insert(std::size_t index, T value = T()) {
         if (index > size()) throw std::out_of_range("insert past the end of a list");
         values_.insert(place(index), std::move(value));
     }
-    void assign(std::size_t index, T value) { values_.at(index) = std::move(value); }
+    void assign(std::size_t index, T value = T()) { values_.at(index) = std::move(value); }
     void remove(std::size_t index) {
         values_.at(index);
         values_.erase(place(index));
@@ -94,11 +96,14 @@ public:
     }
 
 protected:
-    /// Makes the index one of the list, with copies of the value where there is none yet.
-    void reach(std::size_t index, const T& filler) {
+    /// The value at an index, which becomes one of the list, with copies of `filler` where there is none yet.
+    T& reach(std::size_t index, const T& filler) {
         if (index >= values_.max_size()) throw std::length_error("a list cannot be that long");
         if (index >= size()) values_.resize(index + 1, filler);
+        return values_[index];
     }
+
+private:
     auto place(std::size_t index) { return values_.begin() + static_cast<std::ptrdiff_t>(index); }
 
     std::vector<T> values_;
@@ -110,14 +115,9 @@ class List : public Sequence<R> {
 public:
     using Sequence<R>::Sequence;
     using Sequence<R>::get;
-    using Sequence<R>::append;
 
     /// The entry at an index; the list first grows with default entries until there is one.
-    R& get(std::size_t index) {
-        this->reach(index, R());
-        return this->values_[index];
-    }
-    R& append() { return this->values_.emplace_back(); }
+    R& get(std::size_t index) { return this->reach(index, R()); }
 };
 
 /// Leaf elements that may occur any number of times.
@@ -127,32 +127,18 @@ public:
     using Sequence<T>::Sequence;
 
     /// Sets the value at an index; a list that is too short first grows with copies of that very value.
-    void set(std::size_t index, const T& value) {
-        this->reach(index, value);
-        this->values_[index] = value;
+    void set(std::size_t index, T value = T()) {
+        T& reached = this->reach(index, value);
+        reached = std::move(value);
     }
+};
+
+/// What an element without content holds.
+struct Marker {
+    bool operator==(const Marker&) const = default;
 };
 
 /// Elements without content that may occur any number of times: only their number is known.
-class Markers {
-public:
-    std::size_t size() const { return size_; }
-    void append() { ++size_; }
-    void insert(std::size_t index) {
-        if (index > size_) throw std::out_of_range("insert past the end of a list");
-        ++size_;
-    }
-    void set(std::size_t index) { size_ = std::max(size_, index + 1); }
-    void remove(std::size_t index) {
-        if (index >= size_) throw std::out_of_range("no such entry in a list");
-        --size_;
-    }
-    void clear() { size_ = 0; }
-
-    bool operator==(const Markers&) const = default;
-
-private:
-    std::size_t size_ = 0;
-};
+using Markers = Leaves<Marker>;
 
 }  // namespace lmx60

@@ -2,10 +2,12 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/files/Disk.h"
-#include "platform/files/HUTFile.h"
 #include "platform/xml/Bytes.h"
+#include "platform/xml/Limits.h"
 
 #include <algorithm>
+#include <functional>
+#include <istream>
 
 #include <expat.h>
 #include <fcntl.h>
@@ -13,10 +15,6 @@
 
 namespace lmx60 {
 namespace {
-
-/// The parser goes over a piece that is not the last one twice, to count its lines. It doubles its memory
-/// until a piece fits behind what is left of the one before, and tells its size by an int.
-constexpr std::size_t longestPiece = std::size_t{1} << 29;
 
 /// Runs what reads a file.
 auto reading(auto work) {
@@ -27,12 +25,44 @@ auto reading(auto work) {
     }
 }
 
+void requireFitting(std::size_t size) {
+    if (size > maximumDocument) throw ReadError({ErrorKind::TooLarge, tooLarge, 0});
+}
+
+/// All bytes that `read` gets, or as many as show that they are too many.
+std::string readFitting(const std::function<std::size_t(char* to, std::size_t size)>& read) {
+    std::string bytes;
+    for (std::size_t had = 0; had <= maximumDocument; had = bytes.size()) {
+        bytes.resize(std::min(2 * had + 65536, maximumDocument + 1));
+        const std::size_t got = read(bytes.data() + had, bytes.size() - had);
+        const bool isEnd = got < bytes.size() - had;
+        bytes.resize(had + got);
+        if (isEnd) break;
+    }
+    return bytes;
+}
+
+std::string readFitting(const disk::FileDescriptor& file) {
+    return reading(
+        [&] { return readFitting([&](char* to, std::size_t size) { return disk::read(file, to, size); }); });
+}
+
+disk::FileDescriptor open(const std::string& path) {
+    return reading([&] { return disk::open(path, O_RDONLY); });
+}
+
 }  // namespace
 
 ReadError::~ReadError() = default;
 
 std::string readBytes(const std::string& path) {
-    return reading([&] { return HUTFile::readFile(path); });
+    return readFitting(open(path));
+}
+
+std::string readBytes(std::istream& stream) {
+    return readFitting([&](char* to, std::size_t size) {
+        return static_cast<std::size_t>(stream.rdbuf()->sgetn(to, static_cast<std::streamsize>(size)));
+    });
 }
 
 std::string quoted(std::string_view text) {
@@ -95,30 +125,25 @@ Parser::Parser(Namespaces namespaces)
 void Parser::prepare(std::span<char> /*document*/) {}
 
 void Parser::parse(std::string document) {
+    requireFitting(document.size());
     prepare(document);
-    bool isLast = false;
-    for (std::size_t at = 0; !isLast;) {
-        const std::size_t size = std::min(longestPiece, document.size() - at);
-        document.copy(makeRoom(size).data(), size, at);
-        at += size;
-        isLast = at == document.size();
-        if (isLast) std::string().swap(document);
-        parsePiece(size, isLast);
-    }
+    const std::size_t size = document.size();
+    document.copy(makeRoom(size).data(), size);
+    std::string().swap(document);
+    parseRoom(size);
 }
 
-/// Reads a file whose size is known and can be one piece into the parser's own memory, without a copy
-/// besides.
+/// Reads a file whose size is known into the parser's own memory, without a copy besides.
 void Parser::parseFile(const std::string& path) {
-    const disk::FileDescriptor file = reading([&] { return disk::open(path, O_RDONLY); });
+    const disk::FileDescriptor file = open(path);
     const struct stat status = reading([&] { return disk::status(file); });
+    if (!S_ISREG(status.st_mode) || status.st_size == 0) return parse(readFitting(file));
     const auto size = static_cast<std::size_t>(status.st_size);
-    if (!S_ISREG(status.st_mode) || size == 0 || size > longestPiece)
-        return parse(reading([&] { return disk::readAll(file); }));
+    requireFitting(size);
     const std::span<char> room = makeRoom(size);
     const auto document = room.first(reading([&] { return disk::read(file, room.data(), size); }));
     prepare(document);
-    parsePiece(document.size(), true);
+    parseRoom(document.size());
 }
 
 std::span<char> Parser::makeRoom(std::size_t size) {
@@ -127,8 +152,8 @@ std::span<char> Parser::makeRoom(std::size_t size) {
     return {static_cast<char*>(room), size};
 }
 
-void Parser::parsePiece(std::size_t size, bool isLast) {
-    const XML_Status status = XML_ParseBuffer(parser_.get(), static_cast<int>(size), isLast);
+void Parser::parseRoom(std::size_t size) {
+    const XML_Status status = XML_ParseBuffer(parser_.get(), static_cast<int>(size), XML_TRUE);
     if (failure_) std::rethrow_exception(failure_);
     if (status != XML_STATUS_OK) fail(ErrorKind::Syntax, XML_ErrorString(XML_GetErrorCode(parser_.get())));
 }

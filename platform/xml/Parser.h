@@ -16,9 +16,9 @@ namespace lmx60 {
 /// Text of a document as shown in an error: cut when long, without what would upset a terminal.
 std::string quoted(std::string_view text);
 
-/// Runs a document through the XML parser, which tells of what it meets. Refuses document type declarations.
-/// What parses throws
-/// ReadError, or what one of the functions that are told threw.
+/// Runs a document through the XML parser, which tells of what it meets. Refuses document type declarations
+/// and what is larger than a document may be. What parses throws ReadError, or what one of the functions
+/// that are told threw.
 class Parser {
 protected:
     enum class Namespaces { Ignored, Resolved };
@@ -52,7 +52,7 @@ private:
     };
 
     std::span<char> makeRoom(std::size_t size);
-    void parsePiece(std::size_t size, bool isLast);
+    void parseRoom(std::size_t size);
 
     /// Runs one event; an exception must not cross the parser, so it is kept until the parser returns.
     template <class Event>

@@ -1,14 +1,15 @@
 #include "platform/xml/Reader.h"
 
+#include "platform/xml/Limits.h"
 #include "platform/xml/Parser.h"
 #include "platform/xml/StarredNames.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <span>
 #include <vector>
 
 namespace lmx60 {
-
 namespace {
 
 std::string describeValueError(ErrorKind error, std::string_view value) {
@@ -26,20 +27,31 @@ bool isBlank(std::string_view text) {
     return std::all_of(text.begin(), text.end(), isBlankCharacter);
 }
 
+/// The attribute of a name, or none; a leaf has no table and no attributes.
+const Field* findAttribute(const Table* table, std::string_view name) {
+    if (table == nullptr) return nullptr;
+    for (const Field& field : table->attributes())
+        if (field.name == name) return &field;
+    return nullptr;
+}
+
 /// An element that is open.
 struct Frame {
     std::string_view name;
     const Field* field = nullptr;  // how it stands in its parent; none for the document element
     void* record = nullptr;        // none for a leaf or a marker
     const Table* table = nullptr;
-    const Field* reached = nullptr;  // the child field that was met last
-    bool met = false;                // whether it was met at all
+    const Field* reached = nullptr;  // the first child field that may come next
+    std::uint32_t met = 0;           // a bit for each child field
+
+    std::uint32_t bitOf(const Field& child) const { return 1U << (&child - table->begin()); }
+    bool hasMet(const Field& child) const { return (met & bitOf(child)) != 0; }
 };
+static_assert(Table::maximumFields <= 32);
 
 class Reader : private Parser {
 public:
-    Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown,
-           std::size_t maximumElements = SIZE_MAX);
+    Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown);
 
     using Parser::parse;
     using Parser::parseFile;
@@ -53,9 +65,11 @@ private:
     void startElement(std::string_view name, const char** attributes);
     void openRoot(std::string_view name);
     const Field* findChild(const Frame& parent, std::string_view name) const;
-    void advanceTo(Frame& parent, const Field& field, std::string_view name);
-    void requireBetween(const Frame& parent, const Field* from, const Field* to) const;
+    void meet(Frame& parent, const Field& field) const;
+    void requireMet(const Frame& parent, const Field* end) const;
     void takeAttributes(const Frame& frame, const char** attributes);
+    void takeAttribute(const Frame& frame, const Field& field, const char* value);
+    void tellUnknownAttributes(const Frame& frame, const char** attributes) const;
     void takeLeaf(const Frame& leaf);
 
     void unknown(ErrorKind kind, const std::string& text) const;
@@ -64,7 +78,7 @@ private:
     const Table& rootTable_;
     std::string_view rootElement_;
     const UnknownListener& onUnknown_;
-    std::size_t elementsLeft_;
+    std::size_t elements_ = 0;
     bool starredNames_ = false;
     std::vector<Frame> open_;
     std::string leafText_;
@@ -76,14 +90,12 @@ void Reader::unknown(ErrorKind kind, const std::string& text) const {
     onUnknown_({kind, text, line()});
 }
 
-Reader::Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown,
-               std::size_t maximumElements)
+Reader::Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown)
     : Parser(Namespaces::Ignored),
       root_(record),
       rootTable_(table),
       rootElement_(element),
-      onUnknown_(onUnknown),
-      elementsLeft_(maximumElements) {}
+      onUnknown_(onUnknown) {}
 
 void Reader::openRoot(std::string_view name) {
     if (name != rootElement_)
@@ -105,24 +117,23 @@ const Field* Reader::findChild(const Frame& parent, std::string_view name) const
     return nullptr;
 }
 
-void Reader::requireBetween(const Frame& parent, const Field* from, const Field* to) const {
-    for (const Field* field = from; field != to; ++field) {
-        if (field->occurs == Occurs::Required)
+void Reader::requireMet(const Frame& parent, const Field* end) const {
+    for (const Field* field = parent.reached; field != end; ++field) {
+        if (field->occurs == Occurs::Required && !parent.hasMet(*field))
             fail(ErrorKind::MissingElement,
                  "element " + quoted(parent.name) + " lacks its required element " + quoted(field->name));
     }
 }
 
-void Reader::advanceTo(Frame& parent, const Field& field, std::string_view name) {
-    if (&field == parent.reached && parent.met) {
-        if (field.occurs != Occurs::Any)
-            fail(ErrorKind::RepeatedElement,
-                 "element " + quoted(name) + " occurs more than once in " + quoted(parent.name));
-        return;
+void Reader::meet(Frame& parent, const Field& field) const {
+    if (field.occurs != Occurs::Any && parent.hasMet(field))
+        fail(ErrorKind::RepeatedElement,
+             "element " + quoted(field.name) + " occurs more than once in " + quoted(parent.name));
+    if (parent.table->order() == Order::OfTable) {
+        requireMet(parent, &field);
+        parent.reached = &field;
     }
-    requireBetween(parent, parent.met ? parent.reached + 1 : parent.reached, &field);
-    parent.reached = &field;
-    parent.met = true;
+    parent.met |= parent.bitOf(field);
 }
 
 void Reader::start(const char* name, const char** attributes) {
@@ -135,9 +146,8 @@ void Reader::startElement(std::string_view name, const char** attributes) {
         ++skipped_;
         return;
     }
-    if (elementsLeft_-- == 0) fail(ErrorKind::TooManyElements, "there are too many elements");
-    if (open_.size() >= maximumDepth)
-        fail(ErrorKind::TooDeep, "elements are nested deeper than " + std::to_string(maximumDepth));
+    if (elements_++ == maximumElements) fail(ErrorKind::TooManyElements, tooManyElements);
+    if (open_.size() == maximumDepth) fail(ErrorKind::TooDeep, tooDeep);
     if (open_.empty()) {
         openRoot(name);
     } else {
@@ -149,7 +159,7 @@ void Reader::startElement(std::string_view name, const char** attributes) {
             skipped_ = 1;
             return;
         }
-        advanceTo(parent, *field, name);
+        meet(parent, *field);
         Frame child{.name = field->name, .field = field};
         if (field->append != nullptr) child.record = field->append(parent.record);
         if (field->kind == FieldKind::Record) {
@@ -163,26 +173,35 @@ void Reader::startElement(std::string_view name, const char** attributes) {
 }
 
 void Reader::takeAttributes(const Frame& frame, const char** attributes) {
-    const auto known = frame.table != nullptr ? frame.table->attributes() : std::span<const Field>();
-    for (; *attributes != nullptr; attributes += 2) {
-        const std::string_view name = attributes[0];
-        if (name == "xmlns" || name.starts_with("xmlns:") || name.starts_with("xsi:")) continue;
-        const auto field = std::find_if(known.begin(), known.end(),
-                                        [&](const Field& candidate) { return candidate.name == name; });
-        if (field == known.end()) {
-            unknown(ErrorKind::UnknownAttribute,
-                    "attribute " + quoted(name) + " of element " + quoted(frame.name) + " is not known");
-            continue;
-        }
-        const ErrorKind error = field->parse(frame.record, attributes[1]);
-        if (error != ErrorKind::None)
-            fail(error, describeValueError(error, attributes[1]) + " in attribute " + quoted(name) +
-                            " of element " + quoted(frame.name));
+    bool isAllKnown = true;
+    for (const char** at = attributes; *at != nullptr; at += 2) {
+        const Field* field = findAttribute(frame.table, at[0]);
+        isAllKnown = isAllKnown && field != nullptr;
+        if (field != nullptr) takeAttribute(frame, *field, at[1]);
     }
-    for (const Field& field : known) {
+    if (!isAllKnown) tellUnknownAttributes(frame, attributes);
+    if (frame.table == nullptr) return;
+    for (const Field& field : frame.table->attributes()) {
         if (field.occurs == Occurs::Required && field.count(frame.record) == 0)
             fail(ErrorKind::MissingAttribute,
                  "element " + quoted(frame.name) + " lacks its required attribute " + quoted(field.name));
+    }
+}
+
+void Reader::takeAttribute(const Frame& frame, const Field& field, const char* value) {
+    const ErrorKind error = field.parse(frame.record, value);
+    if (error != ErrorKind::None)
+        fail(error, describeValueError(error, value) + " in attribute " + quoted(field.name) +
+                        " of element " + quoted(frame.name));
+}
+
+void Reader::tellUnknownAttributes(const Frame& frame, const char** attributes) const {
+    for (; *attributes != nullptr; attributes += 2) {
+        const std::string_view name = attributes[0];
+        const bool isOfNamespaces = name == "xmlns" || name.starts_with("xmlns:") || name.starts_with("xsi:");
+        if (!isOfNamespaces && findAttribute(frame.table, name) == nullptr)
+            unknown(ErrorKind::UnknownAttribute,
+                    "attribute " + quoted(name) + " of element " + quoted(frame.name) + " is not known");
     }
 }
 
@@ -211,7 +230,7 @@ void Reader::end() {
     }
     const Frame& frame = open_.back();
     if (frame.table != nullptr) {
-        requireBetween(frame, frame.met ? frame.reached + 1 : frame.reached, frame.table->end());
+        requireMet(frame, frame.table->end());
     } else if (frame.field->kind == FieldKind::Leaf) {
         takeLeaf(frame);
     }
@@ -221,8 +240,8 @@ void Reader::end() {
 }  // namespace
 
 void readInto(void* record, const Table& table, std::string_view element, std::string document,
-              const UnknownListener& onUnknown, std::size_t maximumElements) {
-    Reader(record, table, element, onUnknown, maximumElements).parse(std::move(document));
+              const UnknownListener& onUnknown) {
+    Reader(record, table, element, onUnknown).parse(std::move(document));
 }
 
 void readFileInto(void* record, const Table& table, std::string_view element, const std::string& path,

@@ -5,38 +5,42 @@
 #include "platform/xml/Table.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <functional>
-#include <istream>
-#include <iterator>
+#include <iosfwd>
 #include <string>
 #include <string_view>
 
 namespace lmx60 {
 
-/// Told of each unknown element or attribute that is passed over. Without a listener they are errors.
+/// Told of each unknown element or attribute that is passed over; it may throw the error in a ReadError to
+/// refuse the document. By then the record has all known attributes of the element at hand. Without a
+/// listener what is unknown is refused.
 using UnknownListener = std::function<void(const Error&)>;
 
 /// Reads a whole document into a record. The record must be newly constructed. Document type declarations are
 /// refused; namespace declarations and `xsi:` attributes are passed over. Children are accepted in the order
-/// of the tables only. An element takes far more memory than the few bytes that it may have in a document:
-/// one that nobody vouches for is refused when it has more than `maximumElements`. Throws ReadError; the
-/// record then holds what was read before the error.
+/// of the tables, where a table does not say otherwise. Throws ReadError, also for what exceeds the limits of
+/// documents (Limits.h); the record then holds what was read before the error.
 KP_EXPORT void readInto(void* record, const Table& table, std::string_view element, std::string document,
-                        const UnknownListener& onUnknown = {}, std::size_t maximumElements = SIZE_MAX);
+                        const UnknownListener& onUnknown = {});
 
 /// As readInto, but from a file; also throws ReadError of kind Unreadable.
 KP_EXPORT void readFileInto(void* record, const Table& table, std::string_view element,
                             const std::string& path, const UnknownListener& onUnknown = {});
 
-/// A record from a document in memory. A record that is no document of its own has no `R::element`: the name
-/// of its element must be given then.
+/// A record from a document, whose element is that of the record, be it the root of a kind of document or
+/// not.
+/// @{
 template <class R>
-R parse(std::string document, const UnknownListener& onUnknown = {}, std::string_view element = R::element,
-        std::size_t maximumElements = SIZE_MAX) {
+R parse(std::string document, const UnknownListener& onUnknown = {}, std::string_view element = R::element) {
     R record;
-    readInto(&record, R::table, element, std::move(document), onUnknown, maximumElements);
+    readInto(&record, R::table, element, std::move(document), onUnknown);
     return record;
+}
+
+template <class R>
+R parse(const char* document, std::size_t length, const UnknownListener& onUnknown = {}) {
+    return parse<R>(std::string(document, length), onUnknown);
 }
 
 template <class R>
@@ -48,7 +52,8 @@ R parseFile(const std::string& path, const UnknownListener& onUnknown = {}) {
 
 template <class R>
 R parseStream(std::istream& stream, const UnknownListener& onUnknown = {}) {
-    return parse<R>(std::string(std::istreambuf_iterator<char>(stream), {}), onUnknown);
+    return parse<R>(readBytes(stream), onUnknown);
 }
+/// @}
 
 }  // namespace lmx60

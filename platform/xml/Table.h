@@ -18,6 +18,8 @@ class Table;
 
 enum class FieldKind { Attribute, Leaf, Marker, Record };
 enum class Occurs { Optional, Required, Any };
+/// The order in which children are read. They are written in that of the table.
+enum class Order { OfTable, Any };
 
 /// One attribute or child element of a record: its name in the document, and how the reader, the writer and
 /// the comparison reach the member behind it. `record` is always the record that holds the member.
@@ -44,7 +46,7 @@ struct Field {
 /// and validity of every record come from its table alone.
 class Table {
 public:
-    constexpr Table(std::initializer_list<Field> fields) {
+    constexpr Table(std::initializer_list<Field> fields, Order order = Order::OfTable) : order_(order) {
         const auto isAttribute = [](const Field& field) { return field.kind == FieldKind::Attribute; };
         Field* const firstChild = std::copy_if(fields.begin(), fields.end(), fields_.data(), isAttribute);
         Field* const end = std::remove_copy_if(fields.begin(), fields.end(), firstChild, isAttribute);
@@ -56,6 +58,8 @@ public:
     constexpr const Field* end() const { return fields_.data() + size_; }
     constexpr const Field* firstChild() const { return begin() + attributeCount_; }
     constexpr std::span<const Field> attributes() const { return {begin(), firstChild()}; }
+    constexpr std::span<const Field> children() const { return {firstChild(), end()}; }
+    constexpr Order order() const { return order_; }
 
     bool equal(const void* a, const void* b) const {
         return std::all_of(begin(), end(), [&](const Field& field) { return field.equal(a, b); });
@@ -69,15 +73,28 @@ public:
         return missing == end() ? nullptr : missing;
     }
 
+    static constexpr std::size_t maximumFields = 20;
+
 private:
-    std::array<Field, 20> fields_{};
+    std::array<Field, maximumFields> fields_{};
     std::size_t attributeCount_ = 0;
     std::size_t size_ = 0;
+    Order order_;
 };
 
-/// Base of every bound record. The record declares `static const lmx60::Table table`.
-template <class Derived>
+/// A name as an argument of a template.
+template <std::size_t size>
+struct Name {
+    consteval Name(const char (&name)[size]) { std::copy_n(name, size, text); }
+    char text[size] = {};
+};
+
+/// Base of every bound record, which names its element. The record declares `static const lmx60::Table
+/// table`.
+template <class Derived, Name name>
 struct Record {
+    static constexpr std::string_view element = name.text;
+
     /// Whether everything that the schema requires of this record itself is present.
     bool IsOccursOk() const {
         return Derived::table.firstMissing(static_cast<const Derived*>(this)) == nullptr;
@@ -114,15 +131,6 @@ struct Access<List<R>> {
     static const Child& at(const List<R>& member, std::size_t index) { return member.get(index); }
 };
 
-template <>
-struct Access<Markers> {
-    static std::size_t count(const Markers& member) { return member.size(); }
-    static void* append(Markers& member) {
-        member.append();
-        return nullptr;
-    }
-};
-
 template <class T>
 struct Access<Value<T>> {
     using Leaf = T;
@@ -137,6 +145,15 @@ struct Access<Leaves<T>> {
     static std::size_t count(const Leaves<T>& member) { return member.size(); }
     static void append(Leaves<T>& member, T value) { member.append(std::move(value)); }
     static const T& at(const Leaves<T>& member, std::size_t index) { return member.get(index); }
+};
+
+template <>
+struct Access<Markers> {
+    static std::size_t count(const Markers& member) { return member.size(); }
+    static void* append(Markers& member) {
+        member.append();
+        return nullptr;
+    }
 };
 
 template <class Owner, class Member>
@@ -206,11 +223,6 @@ struct Shape<List<R>> {
     static constexpr FieldKind kind = FieldKind::Record;
     static constexpr Occurs occurs = Occurs::Any;
 };
-template <>
-struct Shape<Markers> {
-    static constexpr FieldKind kind = FieldKind::Marker;
-    static constexpr Occurs occurs = Occurs::Any;
-};
 template <class T>
 struct Shape<Value<T>> {
     static constexpr FieldKind kind = FieldKind::Leaf;
@@ -222,26 +234,44 @@ struct Shape<Leaves<T>> {
     static constexpr Occurs occurs = Occurs::Any;
 };
 
+template <>
+struct Shape<Markers> {
+    static constexpr FieldKind kind = FieldKind::Marker;
+    static constexpr Occurs occurs = Occurs::Any;
+};
+template <auto member>
+constexpr Field child(std::string_view name) {
+    using S = Shape<typename Bound<member>::Type>;
+    return field<member>(S::kind, S::occurs, name);
+}
+
 }  // namespace detail
 
 /// An attribute; the member is a Value.
-template <auto member>
-constexpr Field attribute(std::string_view name, Occurs occurs = Occurs::Optional) {
-    return detail::field<member>(FieldKind::Attribute, occurs, name);
+template <auto member, std::size_t size>
+constexpr Field attribute(const char (&name)[size], Occurs occurs = Occurs::Optional) {
+    return detail::field<member>(FieldKind::Attribute, occurs, {name, size - 1});
 }
 
 /// A child element; its kind and how often it may occur follow from the member's type: List and Leaves any
 /// number of times, Optional at most once, a Value or a plain record exactly once.
+template <auto member, std::size_t size>
+constexpr Field child(const char (&name)[size]) {
+    return detail::child<member>({name, size - 1});
+}
+
+/// A child record, which has a name of its own.
 template <auto member>
-constexpr Field child(std::string_view name) {
-    using S = detail::Shape<typename detail::Bound<member>::Type>;
-    return detail::field<member>(S::kind, S::occurs, name);
+constexpr Field child() {
+    return detail::child<member>(detail::Bound<member>::Reach::Child::element);
 }
 
 /// A child record that a valid document has although a record in memory may lack it.
 template <auto member>
-constexpr Field requiredChild(std::string_view name) {
-    return detail::field<member>(FieldKind::Record, Occurs::Required, name);
+constexpr Field requiredChild() {
+    Field field = child<member>();
+    field.occurs = Occurs::Required;
+    return field;
 }
 
 }  // namespace lmx60

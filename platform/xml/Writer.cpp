@@ -1,10 +1,9 @@
 #include "platform/xml/Writer.h"
 
-#include "platform/base/Exceptions.h"
 #include "platform/base/HI18N.h"
-#include "platform/files/HUTFile.h"
+#include "platform/xml/Limits.h"
 
-#include <vector>
+#include <utility>
 
 namespace lmx60 {
 
@@ -19,44 +18,35 @@ bool standsAsItIs(char c) {
     return static_cast<unsigned char>(c) >= 0x20 && c != '<' && c != '>' && c != '&' && c != '"';
 }
 
-/// Works through a stack of its own: how deep records may be nested does not hang on the thread's stack.
 class Writer {
 public:
     std::string write(const void* record, const Table& table, std::string_view element) {
         out_ = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-        startRecord(record, table, element);
-        while (!open_.empty())
-            writeNext(open_.back());
+        writeRecord(record, table, element);
+        require(out_.size() <= maximumDocument, tooLarge);
         return std::move(out_);
     }
 
 private:
-    /// A record whose element is not yet closed, and what of it is next.
-    struct Frame {
-        std::string_view element;
-        const void* record = nullptr;
-        const Table* table = nullptr;
-        const Field* field = nullptr;
-        std::size_t index = 0;
-        bool empty = true;
-    };
-
-    void startRecord(const void* record, const Table& table, std::string_view element);
-    void finishRecord();
-    void writeNext(Frame& frame);
+    void writeRecord(const void* record, const Table& table, std::string_view element);
     void writeAttributes(const void* record, const Table& table);
-    void writeLeaf(const void* record, const Field& field, std::size_t index);
+    void writeChild(const void* record, const Field& field, std::size_t index);
     void writeValue(const void* record, const Field& field, std::size_t index, Place place);
     void appendEscaped(std::string_view value, std::string_view name, Place place);
     void beginTag(std::string_view element);
-    void indent() { out_.append(open_.size() * 2, ' '); }
+    void indent() { out_.append(depth_ * 2, ' '); }
+
+    static void require(bool holds, const char* otherwise) {
+        if (!holds) throw WriteError(otherwise);
+    }
 
     std::string out_;
     std::string value_;
-    std::vector<Frame> open_;
+    std::size_t depth_ = 0;
+    std::size_t elements_ = 0;
 };
 
-void Writer::startRecord(const void* record, const Table& table, std::string_view element) {
+void Writer::writeRecord(const void* record, const Table& table, std::string_view element) {
     if (const Field* missing = table.firstMissing(record)) {
         const char* kind = missing->kind == FieldKind::Attribute ? "attribute" : "element";
         throw WriteError("element '" + std::string(element) + "' lacks its required " + kind + " '" +
@@ -64,47 +54,29 @@ void Writer::startRecord(const void* record, const Table& table, std::string_vie
     }
     beginTag(element);
     writeAttributes(record, table);
-    open_.push_back({.element = element, .record = record, .table = &table, .field = table.firstChild()});
-}
-
-void Writer::beginTag(std::string_view element) {
-    if (open_.size() >= maximumDepth)
-        throw WriteError("element '" + std::string(element) + "' is nested deeper than " +
-                         std::to_string(maximumDepth));
-    indent();
-    out_.append("<").append(element);
-}
-
-void Writer::finishRecord() {
-    const Frame frame = open_.back();
-    open_.pop_back();
-    if (frame.empty) {
+    const std::size_t endOfTag = out_.size();
+    ++depth_;
+    for (const Field& field : table.children()) {
+        for (std::size_t index = 0; index < field.count(record); ++index) {
+            if (out_.size() == endOfTag) out_ += ">\n";
+            writeChild(record, field, index);
+        }
+    }
+    --depth_;
+    if (out_.size() == endOfTag) {
         out_ += "/>\n";
     } else {
         indent();
-        out_.append("</").append(frame.element).append(">\n");
+        out_.append("</").append(element).append(">\n");
     }
 }
 
-void Writer::writeNext(Frame& frame) {
-    if (frame.field == frame.table->end()) {
-        finishRecord();
-        return;
-    }
-    const Field& field = *frame.field;
-    if (frame.index == field.count(frame.record)) {
-        ++frame.field;
-        frame.index = 0;
-        return;
-    }
-    if (frame.empty) out_ += ">\n";
-    frame.empty = false;
-    const std::size_t index = frame.index++;
-    if (field.kind == FieldKind::Record) {
-        startRecord(field.at(frame.record, index), field.childTable(), field.name);
-    } else {
-        writeLeaf(frame.record, field, index);
-    }
+void Writer::beginTag(std::string_view element) {
+    if (depth_ == maximumDepth) throw WriteError("in element '" + std::string(element) + "' " + tooDeep);
+    require(++elements_ <= maximumElements, tooManyElements);
+    require(out_.size() <= maximumDocument, tooLarge);
+    indent();
+    out_.append("<").append(element);
 }
 
 void Writer::writeAttributes(const void* record, const Table& table) {
@@ -116,7 +88,9 @@ void Writer::writeAttributes(const void* record, const Table& table) {
     }
 }
 
-void Writer::writeLeaf(const void* record, const Field& field, std::size_t index) {
+void Writer::writeChild(const void* record, const Field& field, std::size_t index) {
+    if (field.kind == FieldKind::Record)
+        return writeRecord(field.at(record, index), field.childTable(), field.name);
     beginTag(field.name);
     if (field.kind == FieldKind::Marker) {
         out_ += "/>\n";
@@ -134,6 +108,7 @@ void Writer::writeValue(const void* record, const Field& field, std::size_t inde
 }
 
 void Writer::appendEscaped(std::string_view value, std::string_view name, Place place) {
+    require(out_.size() + value.size() <= maximumDocument, tooLarge);
     const auto refuse = [&] {
         throw WriteError("'" + std::string(name) + "' holds a character that XML cannot carry");
     };
@@ -164,15 +139,6 @@ void Writer::appendEscaped(std::string_view value, std::string_view name, Place 
 
 std::string format(const void* record, const Table& table, std::string_view element) {
     return Writer().write(record, table, element);
-}
-
-Error replaceFile(const std::string& path, const std::string& bytes) {
-    try {
-        HUTFile::writeFile(path, bytes);
-        return {};
-    } catch (const HEXAlgException& failure) {
-        return {ErrorKind::Unwritable, failure.what(), 0};
-    }
 }
 
 }  // namespace lmx60

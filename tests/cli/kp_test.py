@@ -261,7 +261,7 @@ class KpTest(KpCase):
         self.expect(["kernel", "report", "k.xml", "-o", "none.xml"], 3, "",
                     "kp: error: 'k.xml' holds no profile; no report was written\n")
         self.expect(["kernel", "report", "again/kernel.xml", "-o", "no/out.xml"], 3, "",
-                    "kp: error: [17-1376] Failed to write 'no/out.xml'\n")
+                    "kp: error: [17-1376] Failed to write 'no/out.xml': No such file or directory\n")
         self.assertFalse(os.path.exists("none.xml"))
 
     def test_customize(self):
@@ -347,6 +347,7 @@ class KpTest(KpCase):
             *[(command, "'p.kp' is a package and no XML document; 'kp info' shows what it holds, 'kp cat' its files") for command in
               (["kernel", "show", "p.kp"], ["add", "p.kp", "vadd/kernel.xml", "--report", "p.kp"])],
             (["kernel", "show", "vadd"], "[17-132] vadd: Failed to read 'vadd': Is a directory"),
+            (["kernel", "show", "/dev/zero"], "[17-132] /dev/zero: the document is larger than 256 MiB"),
             ([*customize, "p.kp", "vadd", "--params-file", "vadd"], "Failed to read 'vadd': Is a directory"),
             ([*customize, "p.kp", "vadd", *host, "--keep-scripts", "/dev/full"],
              "Failed to customize RTL kernel IP. Exception: Failed to write '/dev/full': No space left on device"),

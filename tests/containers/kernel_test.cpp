@@ -1,9 +1,12 @@
+#include "containers/kernel/HCOContainerKernelXMLReader.h"
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "containers/kernel/HCOKernelXMLWriter.h"
 #include "platform/base/Exceptions.h"
 #include "platform/xml/Reader.h"
 #include "platform/xml/Writer.h"
+#include "tests/support/CapturedMessages.h"
 #include "tests/support/Failure.h"
+#include "tests/support/Faults.h"
 #include "tests/support/Members.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -74,6 +77,9 @@ TEST(HCOKernelXMLReader, RefusesWhatIsNoDescription) {
         EXPECT_EQ(reader.getRoot(), nullptr);
         directory.file("kernel.xml", kernelXml("name='late'"));
         EXPECT_EQ(reader.getKernelName(), "late");
+        HCOKernelXMLWriter(reader.getRoot()).addDebug("true");
+        reader.parse();
+        EXPECT_EQ(reader.getDebug(), "true") << "what is read is kept";
     }
     for (const std::string& path : {std::string(), directory / "no"}) {
         const auto failure = [&] { HCOKernelXMLReader(path).getDebug(); };
@@ -138,8 +144,67 @@ TEST(HCOKernelXMLWriter, WritesIntoADirectory) {
         EXPECT_EQ(TemporaryDirectory::read(path), lmx60::toString(root));
     }
     std::filesystem::create_directories(directory / "taken/kernel.xml");
-    EXPECT_EQ(failure("taken"), "[17-1376] Failed to write '" + (directory / "taken/kernel.xml") + "'");
+    EXPECT_THAT(failure("taken"), testing::StartsWith("[17-1376] Failed to write '" + (directory / "taken")));
     EXPECT_THROW(writer.write(path + "/below"), HEXAlgException);
+    for (const auto& [call, error, reason] :
+         {std::tuple{"open", EACCES, "Permission denied"}, {"write", ENOSPC, "No space left on device"}}) {
+        const disk::DiskFaults faults(always(call, error));
+        EXPECT_EQ(failure("out/a"), "[17-1376] Failed to write '" + path + "': " + reason);
+    }
+    EXPECT_EQ(TemporaryDirectory::read(path), lmx60::toString(root));
+}
+
+TEST(KernelReaders, PassOverWhatALaterVersionHoldsAndDoNotWriteItAnew) {
+    const TemporaryDirectory directory;
+    const std::string package = directory / "p.kp", file = directory / "kernel.xml";
+    const std::pair<std::string, std::string> versions[] = {
+        {"versionMajor='1' versionMinor='10'", ""},
+        {"versionMajor='0' versionMinor='99'", ""},
+        {"versionMajor='1' versionMinor='11'", "1.11"},
+        {"versionMinor='0' versionMajor='2'", "2.0"},
+    };
+    for (const auto& [version, later] : versions) {
+        for (const bool isMore : {false, true}) {
+            const std::string document =
+                isMore ? "<root more='1' " + version +
+                             ">\n<kernel name='k'><ports/><args/>\n<more><x/></more></kernel></root>"
+                       : "<root " + version + "><kernel name='k'><ports/><args/></kernel></root>";
+            directory.file("kernel.xml", document);
+            pack(package, {{"k/kernel.xml", document}});
+            HCOKernelXMLReader reader(file);
+            HCOContainerKernelXMLReader packageReader(package, "k");
+            const CapturedMessages messages;
+            const std::string failure = failureOf<HEXAll>([&] { reader.parse(); });
+            const std::string packageFailure = failureOf<HEXAll>([&] { packageReader.parse(); });
+            if (isMore && later.empty()) {
+                EXPECT_EQ(failure,
+                          "[17-132] " + file + ":1: attribute 'more' of element 'root' is not known");
+                EXPECT_EQ(packageFailure,
+                          "[17-132] " + package + ":1: attribute 'more' of element 'root' is not known");
+                continue;
+            }
+            EXPECT_EQ(failure + packageFailure, "nothing thrownnothing thrown");
+            EXPECT_EQ(*reader.getRoot(), *packageReader.getRoot());
+            const HCOKernelXMLWriter writer(reader.getRoot());
+            if (!isMore) {
+                EXPECT_EQ(lmx60::parse<Root>(writer.text()), *reader.getRoot());
+                continue;
+            }
+            std::vector<std::string> expected;
+            for (const std::string& name : {file, package + "/k/kernel.xml"})
+                expected.insert(
+                    expected.end(),
+                    {"17-2005: " + name +
+                         ":1: attribute 'more' of element 'root' is not known; it is ignored",
+                     "17-2005: " + name + ":3: element 'more' is not known in 'kernel'; it is ignored"});
+            EXPECT_EQ(messages.texts(), expected);
+            EXPECT_EQ(failureOf<HEXAll>([&] { writer.write(directory / "new"); }),
+                      "[17-1377] Failed to write XML: " + (directory / "new/kernel.xml") +
+                          " - the document is of version " + later +
+                          ", later than 1.10, and holds what this software does not know");
+            EXPECT_FALSE(std::filesystem::exists(directory / "new"));
+        }
+    }
 }
 
 }  // namespace

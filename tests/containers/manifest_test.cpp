@@ -163,10 +163,9 @@ TEST_F(Manifest, IsReadLeniently) {
 }
 
 TEST_F(Manifest, MayBeAFileOfItsOwnWithoutKernels) {
-    path_ =
-        directory_.file("kp.xml",
-                        "<Root VersionMajor='7' VersionMinor='0'><IpCaches><Cache CacheDir='c'/></IpCaches>"
-                        "<Kernels/></Root>");
+    path_ = directory_.file("kp.xml",
+                            "<Root VersionMajor='7' VersionMinor='0'><Kernels/>"
+                            "<IpCaches><Cache CacheDir='c'/></IpCaches></Root>");
     HKPContainer container;
     HKPContainerXMLReader(path_, container).parseKPContainer();
     EXPECT_EQ(container.getVersionMajor(), 7U);
@@ -177,8 +176,9 @@ TEST_F(Manifest, WhatCannotBeReadIsRefused) {
     const std::string root = "<Root VersionMajor='6' VersionMinor='0'>";
     const std::string kernels = root + "<Kernels><Kernel Name='k'/></Kernels></Root>";
     const std::tuple<std::string, std::string, std::string> cases[] = {
-        {root + "<Kernels/><IpCaches/></Root>", "",
-         "1: element 'IpCaches' of 'Root' must stand before 'Kernels'"},
+        {root + "<IpCaches/>\n<Kernels/><IpCaches/></Root>", "",
+         "2: element 'IpCaches' occurs more than once in 'Root'"},
+        {root + "<IpCaches/>\n</Root>", "", "2: element 'Root' lacks its required element 'Kernels'"},
         {kernels, "<root>", "1: element 'root' lacks its required attribute 'versionMajor'"},
     };
     for (const auto& [manifest, kernel, error] : cases) {

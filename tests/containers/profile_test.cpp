@@ -10,12 +10,30 @@
 #include "tests/support/TemporaryDirectory.h"
 
 #include <regex>
+#include <sstream>
+#include <type_traits>
 
 #include <gtest/gtest.h>
 
 namespace {
 
 using DesignXML::Profile;
+
+// What belongs to one document is no part of the other.
+static_assert(!std::is_same_v<KernelXML::Profile, Profile>);
+template <class Writer, class From, class To>
+constexpr bool takes = std::is_invocable_v<decltype(Writer::addInstances), const typename From::InstListType&,
+                                           typename To::InstListType&>;
+static_assert(takes<HCODesignXMLWriter, KernelXML::Records, DesignXML::Records>);
+static_assert(!takes<HCODesignXMLWriter, DesignXML::Records, KernelXML::Records>);
+static_assert(!takes<HCODesignXMLWriter, DesignXML::Records, DesignXML::Records>);
+static_assert(takes<HCOKernelXMLWriter, DesignXML::Records, KernelXML::Records>);
+static_assert(!takes<HCOKernelXMLWriter, KernelXML::Records, KernelXML::Records>);
+
+/// The same profile in the other document.
+KernelXML::Profile described(const Profile& profile) {
+    return lmx60::parse<KernelXML::Profile>(lmx60::toString(profile));
+}
 
 /// The profile as a conversion leaves it: without loop entries.
 Profile withoutLoops(const Profile& profile) {
@@ -34,16 +52,25 @@ Profile joined(const Profile& first, const Profile& second) {
     return both;
 }
 
-template <class Root>
+template <class R>
 class Document : public testing::Test {};
-using Roots = testing::Types<Profile, KernelXML::Root>;
-TYPED_TEST_SUITE(Document, Roots);
+using Records = testing::Types<Profile, KernelXML::Root, KernelXML::Kernel, KernelXML::Profile,
+                               KernelXML::StringTable, DesignXML::Module, DesignXML::InstListType>;
+TYPED_TEST_SUITE(Document, Records);
 
 TYPED_TEST(Document, WhatIsWrittenReadsBackEqual) {
-    for (unsigned seed = 0; seed < 60; ++seed) {
-        const auto root = RandomRecord(seed).make<TypeParam>();
-        const std::string text = lmx60::toString(root);
-        ASSERT_EQ(lmx60::parse<TypeParam>(text), root) << text;
+    const TemporaryDirectory directory;
+    const std::string path = directory / "record.xml";
+    for (unsigned seed = 0; seed < 40; ++seed) {
+        const auto record = RandomRecord(seed).make<TypeParam>();
+        const std::string text = lmx60::toString(record);
+        ASSERT_EQ(lmx60::parse<TypeParam>(text), record) << text;
+        ASSERT_EQ(lmx60::parse<TypeParam>((text + "x").data(), text.size()), record);
+        std::stringstream stream;
+        lmx60::write(record, stream);
+        ASSERT_EQ(lmx60::parseStream<TypeParam>(stream), record);
+        lmx60::writeFile(record, path);
+        ASSERT_EQ(lmx60::parseFile<TypeParam>(path), record);
     }
 }
 
@@ -63,7 +90,7 @@ std::string nestedInstances(int levels) {
            "</TopModule></RTLDesignHierarchy></profile>";
 }
 
-TEST(HCODesignXMLReader, RefusesWhatIsNoReport) {
+TEST(HCODesignXMLReader, ReadsAReportOnceAndRefusesWhatIsNone) {
     const TemporaryDirectory directory;
     const std::pair<std::string, std::string> cases[] = {
         {"<profile>\n<FIFOInformation><FIFOInst><Name/><ParentInst/><RuntimeDepth/></FIFOInst>",
@@ -72,16 +99,18 @@ TEST(HCODesignXMLReader, RefusesWhatIsNoReport) {
     };
     const std::string path = directory / "design.xml";
     HCODesignXMLReader reader(path);
+    EXPECT_EQ(failureOf<HEXFileNotFoundException>([&] { reader.parse(); }), "File not found: '" + path + "'");
     for (const auto& [document, error] : cases) {
-        directory.file("design.xml", "<profile/>");
-        reader.parse();
-        EXPECT_NE(reader.getProfile(), nullptr);
         directory.file("design.xml", document);
         EXPECT_EQ(failureOf<HEXAll>([&] { reader.parse(); }), "[17-132] " + path + ":" + error);
         EXPECT_EQ(reader.getProfile(), nullptr);
     }
-    std::filesystem::remove(path);
-    EXPECT_EQ(failureOf<HEXFileNotFoundException>([&] { reader.parse(); }), "File not found: '" + path + "'");
+    directory.file("design.xml", "<profile/>");
+    reader.parse();
+    const Profile* const profile = reader.getProfile();
+    directory.file("design.xml", "");
+    reader.parse();
+    EXPECT_EQ(reader.getProfile(), profile);
 }
 
 TEST(Conversion, ReportToKernelAndBack) {
@@ -94,21 +123,34 @@ TEST(Conversion, ReportToKernelAndBack) {
         auto root = lmx60::parse<KernelXML::Root>(kernelXml(""));
         HCOKernelXMLWriter writer(&root);
         writer.addDesignXML(design);
-        ASSERT_EQ(*root.profile, converted);
+        ASSERT_EQ(*root.profile, described(converted));
         for (const Profile& held : {converted, profile}) {
-            *root.profile = held;
+            root.profile = described(held);
             writer.write(directory.path());
             HCODesignXMLWriter().writeFromKernelXML(directory / "kernel.xml", directory / "back.xml");
             ASSERT_EQ(TemporaryDirectory::read(directory / "back.xml"), lmx60::toString(converted));
         }
         writer.addDesignXML(design);
-        ASSERT_EQ(*root.profile, joined(profile, converted)) << "what was there keeps its loops";
+        const KernelXML::Profile both = described(joined(profile, converted));
+        ASSERT_EQ(*root.profile, both) << "what was there keeps its loops";
         directory.file("bad.xml", "<profile><ModuleInformation/><x/></profile>");
         EXPECT_THROW(writer.addDesignXML(directory / "bad.xml"), HEXAll);
         EXPECT_THROW(writer.addDesignXML(directory / "none"), HEXFileNotFoundException);
-        ASSERT_EQ(*root.profile, joined(profile, converted));
+        ASSERT_EQ(*root.profile, both);
     }
     HCOKernelXMLWriter(nullptr).addDesignXML(directory / "none");
+}
+
+TEST(Conversion, AReportThatWouldBeTooDeepIsRefusedBeforeADirectoryIsMade) {
+    const TemporaryDirectory directory;
+    auto root = lmx60::parse<KernelXML::Root>(kernelXml(""));
+    HCOKernelXMLWriter writer(&root);
+    writer.addDesignXML(directory.file("design.xml", nestedInstances(998)));
+    const std::string target = directory / "new";
+    EXPECT_EQ(failureOf<HEXAll>([&] { writer.write(target); }),
+              "[17-1377] Failed to write XML: " + target +
+                  "/kernel.xml - in element 'InstName' elements are nested deeper than 2000");
+    EXPECT_FALSE(std::filesystem::exists(target));
 }
 
 }  // namespace

@@ -6,37 +6,42 @@
 #include "platform/xml/Reader.h"
 #include "platform/xml/Writer.h"
 
-#include <memory>
 #include <string>
 
-/// Reading and writing of document files with the messages that all documents share.
+/// Reading and writing of documents with the messages that all of them share.
 namespace documents {
 
 /// Throws HEXAll with message 17-132: the error's text, the path and the line.
 [[noreturn]] void raiseUnreadable(const lmx60::ReadError& error, const std::string& path);
 
-/// Throws HEXFileNotFoundException when the path is empty or nothing is there, HEXAll when the document
-/// cannot be read into an R.
-template <class R>
-std::unique_ptr<R> readFile(const std::string& path) {
-    if (path.empty() || !HUTFile::exists(path)) throw HEXFileNotFoundException(path);
+/// Throws HEXAll with message 17-1377: the path and the reason why there is no valid document.
+[[noreturn]] void raiseUnwritable(const std::string& path, const std::string& reason);
+
+/// Throws HEXFileNotFoundException when the path is empty or nothing is there.
+void requireFile(const std::string& path);
+
+/// Runs what reads a document; of what cannot be read it throws HEXAll as raiseUnreadable does.
+template <class Read>
+auto reading(const std::string& path, Read read) {
     try {
-        return std::make_unique<R>(lmx60::parseFile<R>(path));
+        return read();
     } catch (const lmx60::ReadError& error) {
         raiseUnreadable(error, path);
     }
 }
 
-/// Throws HEXAll with message 17-1376 when the file cannot be written, with 17-1377 when the record makes no
-/// valid document. The file is replaced as a whole or not at all.
+/// The document of a record. Throws HEXAll as raiseUnwritable does, with the name for the path.
 template <class R>
-void writeFile(const R& record, const std::string& path) {
+std::string textOf(const R& record, const std::string& name) {
     try {
-        if (lmx60::writeFile(record, path).kind != lmx60::ErrorKind::None)
-            ComMsgMgr::raise("@17-1376@%s", {path});
+        return lmx60::toString(record);
     } catch (const lmx60::WriteError& error) {
-        ComMsgMgr::raise("@17-1377@%s%s", {path, error.what()});
+        raiseUnwritable(name, error.what());
     }
 }
+
+/// Replaces the file as a whole or not at all. Throws HEXAll with message 17-1376 and the system's reason
+/// when it cannot be written.
+void writeFile(const std::string& path, const std::string& document);
 
 }  // namespace documents

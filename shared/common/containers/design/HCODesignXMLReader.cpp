@@ -3,6 +3,9 @@
 #include "containers/design/Documents.h"
 
 void HCODesignXMLReader::parse() {
-    profile_.reset();
-    profile_ = documents::readFile<DesignXML::Profile>(path_);
+    if (profile_) return;
+    documents::requireFile(path_);
+    profile_ = documents::reading(path_, [&] {
+        return std::make_unique<DesignXML::Profile>(lmx60::parseFile<DesignXML::Profile>(path_));
+    });
 }

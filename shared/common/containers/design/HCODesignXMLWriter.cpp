@@ -4,10 +4,21 @@
 
 void HCODesignXMLWriter::writeFromKernelXML(const std::string& kernelXmlPath,
                                             const std::string& outPath) const {
-    HCOKernelXMLReader reader(kernelXmlPath);
-    const KernelXML::Profile* profile = reader.getProfile();
-    if (profile == nullptr) return;
+    HCOKernelXMLReader description(kernelXmlPath);
+    writeFromKernelXML(description, outPath);
+}
+
+void HCODesignXMLWriter::writeFromKernelXML(HCOKernelXMLReader& description,
+                                            const std::string& outPath) const {
+    const std::string report = textFromKernelXML(description, outPath);
+    if (!report.empty()) documents::writeFile(outPath, report);
+}
+
+std::string HCODesignXMLWriter::textFromKernelXML(HCOKernelXMLReader& description,
+                                                  const std::string& name) const {
+    const KernelXML::Profile* profile = description.getProfile();
+    if (profile == nullptr) return {};
     DesignXML::Profile report;
-    addProfile(reader, *profile, report);
-    documents::writeFile(report, outPath);
+    addProfile(description, *profile, report);
+    return documents::textOf(report, name);
 }

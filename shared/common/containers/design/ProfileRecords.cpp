@@ -1,37 +1,41 @@
 #include "containers/design/ProfileRecords.h"
 
-namespace DesignXML {
-
 using lmx60::child;
 using lmx60::Table;
 
-constinit const Table InstListType::table{
-    child<&InstListType::Instance>("Instance"),
+template <class Document>
+constinit const Table ProfileRecords<Document>::InstListType::table{
+    child<&InstListType::Instance>(),
 };
 
-constinit const Table Instance::table{
+template <class Document>
+constinit const Table ProfileRecords<Document>::Instance::table{
     child<&Instance::InstName>("InstName"),
     child<&Instance::ModuleName>("ModuleName"),
     child<&Instance::ID>("ID"),
-    child<&Instance::InstancesList>("InstancesList"),
+    child<&Instance::InstancesList>(),
 };
 
-constinit const Table TopModule::table{
+template <class Document>
+constinit const Table ProfileRecords<Document>::TopModule::table{
     child<&TopModule::ModuleName>("ModuleName"),
-    child<&TopModule::InstancesList>("InstancesList"),
+    child<&TopModule::InstancesList>(),
 };
 
-constinit const Table RTLDesignHierarchy::table{
-    child<&RTLDesignHierarchy::TopModule>("TopModule"),
+template <class Document>
+constinit const Table ProfileRecords<Document>::RTLDesignHierarchy::table{
+    child<&RTLDesignHierarchy::TopModule>(),
 };
 
-constinit const Table SummaryOfTimingAnalysis::table{
+template <class Document>
+constinit const Table ProfileRecords<Document>::SummaryOfTimingAnalysis::table{
     child<&SummaryOfTimingAnalysis::TargetClockPeriod>("TargetClockPeriod"),
     child<&SummaryOfTimingAnalysis::ClockUncertainty>("ClockUncertainty"),
     child<&SummaryOfTimingAnalysis::EstimatedClockPeriod>("EstimatedClockPeriod"),
 };
 
-constinit const Table SummaryOfOverallLatency::table{
+template <class Document>
+constinit const Table ProfileRecords<Document>::SummaryOfOverallLatency::table{
     child<&SummaryOfOverallLatency::BestCaseLatency>("Best-caseLatency"),
     child<&SummaryOfOverallLatency::AverageCaseLatency>("Average-caseLatency"),
     child<&SummaryOfOverallLatency::WorstCaseLatency>("Worst-caseLatency"),
@@ -42,17 +46,20 @@ constinit const Table SummaryOfOverallLatency::table{
     child<&SummaryOfOverallLatency::PipelineType>("PipelineType"),
 };
 
-constinit const Table SummaryOfLoopLatency::table{
+template <class Document>
+constinit const Table ProfileRecords<Document>::SummaryOfLoopLatency::table{
     child<&SummaryOfLoopLatency::Loop>("Loop*"),
 };
 
-constinit const Table PerformanceEstimates::table{
-    child<&PerformanceEstimates::SummaryOfTimingAnalysis>("SummaryOfTimingAnalysis"),
-    child<&PerformanceEstimates::SummaryOfOverallLatency>("SummaryOfOverallLatency"),
-    child<&PerformanceEstimates::SummaryOfLoopLatency>("SummaryOfLoopLatency"),
+template <class Document>
+constinit const Table ProfileRecords<Document>::PerformanceEstimates::table{
+    child<&PerformanceEstimates::SummaryOfTimingAnalysis>(),
+    child<&PerformanceEstimates::SummaryOfOverallLatency>(),
+    child<&PerformanceEstimates::SummaryOfLoopLatency>(),
 };
 
-constinit const Table Resources::table{
+template <class Document>
+constinit const Table ProfileRecords<Document>::Resources::table{
     child<&Resources::BRAM18K>("BRAM_18K"),
     child<&Resources::DSP48E>("DSP48E"),
     child<&Resources::FF>("FF"),
@@ -61,11 +68,13 @@ constinit const Table Resources::table{
     child<&Resources::URAM>("URAM"),
 };
 
-constinit const Table AreaEstimates::table{
-    child<&AreaEstimates::Resources>("Resources"),
+template <class Document>
+constinit const Table ProfileRecords<Document>::AreaEstimates::table{
+    child<&AreaEstimates::Resources>(),
 };
 
-constinit const Table RtlPorts::table{
+template <class Document>
+constinit const Table ProfileRecords<Document>::RtlPorts::table{
     child<&RtlPorts::name>("name"),
     child<&RtlPorts::Object>("Object"),
     child<&RtlPorts::Type>("Type"),
@@ -78,41 +87,49 @@ constinit const Table RtlPorts::table{
     child<&RtlPorts::CType>("CType"),
 };
 
-constinit const Table InterfaceSummary::table{
-    child<&InterfaceSummary::RtlPorts>("RtlPorts"),
+template <class Document>
+constinit const Table ProfileRecords<Document>::InterfaceSummary::table{
+    child<&InterfaceSummary::RtlPorts>(),
 };
 
-constinit const Table Module::table{
+template <class Document>
+constinit const Table ProfileRecords<Document>::Module::table{
     child<&Module::Name>("Name"),
-    child<&Module::PerformanceEstimates>("PerformanceEstimates"),
-    child<&Module::AreaEstimates>("AreaEstimates"),
-    child<&Module::InterfaceSummary>("InterfaceSummary"),
+    child<&Module::PerformanceEstimates>(),
+    child<&Module::AreaEstimates>(),
+    child<&Module::InterfaceSummary>(),
 };
 
-constinit const Table ModuleInformation::table{
-    child<&ModuleInformation::Module>("Module"),
+template <class Document>
+constinit const Table ProfileRecords<Document>::ModuleInformation::table{
+    child<&ModuleInformation::Module>(),
 };
 
-constinit const Table InterfaceList::table{
+template <class Document>
+constinit const Table ProfileRecords<Document>::InterfaceList::table{
     child<&InterfaceList::Interface>("Interface"),
 };
 
-constinit const Table FIFOInst::table{
+template <class Document>
+constinit const Table ProfileRecords<Document>::FIFOInst::table{
     child<&FIFOInst::Name>("Name"),
     child<&FIFOInst::ParentInst>("ParentInst"),
     child<&FIFOInst::StaticDepth>("StaticDepth"),
     child<&FIFOInst::RuntimeDepth>("RuntimeDepth"),
-    child<&FIFOInst::InterfaceList>("InterfaceList"),
+    child<&FIFOInst::InterfaceList>(),
 };
 
-constinit const Table FIFOInformation::table{
-    child<&FIFOInformation::FIFOInst>("FIFOInst"),
+template <class Document>
+constinit const Table ProfileRecords<Document>::FIFOInformation::table{
+    child<&FIFOInformation::FIFOInst>(),
 };
 
-constinit const Table Profile::table{
-    child<&Profile::RTLDesignHierarchy>("RTLDesignHierarchy"),
-    child<&Profile::ModuleInformation>("ModuleInformation"),
-    child<&Profile::FIFOInformation>("FIFOInformation"),
+template <class Document>
+constinit const Table ProfileRecords<Document>::Profile::table{
+    child<&Profile::RTLDesignHierarchy>(),
+    child<&Profile::ModuleInformation>(),
+    child<&Profile::FIFOInformation>(),
 };
 
-}  // namespace DesignXML
+template struct ProfileRecords<DesignXML::Document>;
+template struct ProfileRecords<KernelXML::Document>;

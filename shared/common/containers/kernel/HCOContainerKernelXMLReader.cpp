@@ -1,19 +1,21 @@
 #include "containers/kernel/HCOContainerKernelXMLReader.h"
 
 #include "containers/design/Documents.h"
+#include "containers/kernel/DescriptionReader.h"
 #include "containers/kernel/KernelDefConversion.h"
 #include "containers/kernel/PackageDocument.h"
-#include "platform/files/HUTFile.h"
+#include "platform/files/HUTPathUtils.h"
 
 void HCOContainerKernelXMLReader::parse() {
-    if (packagePath_.empty() || !HUTFile::exists(packagePath_)) throw HEXFileNotFoundException(packagePath_);
-    std::string document =
-        readPackageDocument(packagePath_, kernelName_ + HUTFile::getDirSeparator() + "kernel.xml");
-    try {
-        root_ = std::make_unique<KernelXML::Root>(parsePackageDocument<KernelXML::Root>(std::move(document)));
-    } catch (const lmx60::ReadError& error) {
-        documents::raiseUnreadable(error, packagePath_);
-    }
+    if (root_) return;
+    documents::requireFile(packagePath_);
+    const std::string member = kernelName_ + HUTFile::getDirSeparator() + "kernel.xml";
+    std::string document = readPackageDocument(packagePath_, member);
+    root_ =
+        readDescription(packagePath_, HUTPathUtils::join(packagePath_, member),
+                        [&](KernelXML::Root& root, const lmx60::UnknownListener& onUnknown) {
+                            lmx60::readInto(&root, root.table, root.element, std::move(document), onUnknown);
+                        });
 }
 
 const KernelXML::Root& HCOContainerKernelXMLReader::parsedRoot_() {

@@ -13,9 +13,10 @@ public:
     HCOContainerKernelXMLReader(const std::string& packagePath, const std::string& kernelName)
         : packagePath_(packagePath), kernelName_(kernelName) {}
 
-    /// Throws HEXFileNotFoundException when there is no package, std::ios_base::failure when it holds no
-    /// readable member "<kernel name>/kernel.xml", HEXAll (with the error, the package's path and the line)
-    /// when that is no valid description.
+    /// Reads the description, unless that is done. Throws HEXFileNotFoundException when there is no package,
+    /// std::ios_base::failure when it holds no readable member "<kernel name>/kernel.xml", HEXAll (with the
+    /// error, the package's path and the line) when that is no valid description. What is not known is
+    /// treated as by HCOKernelXMLReader.
     void parse();
 
     /// The parsed document, owned by the reader; none before a successful parse.

@@ -1,6 +1,7 @@
 #include "containers/kernel/HCOKernelXMLReader.h"
 
 #include "containers/design/Documents.h"
+#include "containers/kernel/DescriptionReader.h"
 #include "containers/kernel/KernelDefConversion.h"
 #include "platform/base/HSTStringUtils.h"
 
@@ -10,7 +11,12 @@
 #include <boost/algorithm/string/split.hpp>
 
 void HCOKernelXMLReader::parse() {
-    root_ = documents::readFile<KernelXML::Root>(file_);
+    if (root_) return;
+    documents::requireFile(file_);
+    root_ =
+        readDescription(file_, file_, [&](KernelXML::Root& root, const lmx60::UnknownListener& onUnknown) {
+            lmx60::readFileInto(&root, root.table, root.element, file_, onUnknown);
+        });
 }
 
 const KernelXML::Root& HCOKernelXMLReader::parsedRoot_() {

@@ -11,12 +11,13 @@
 
 /// Reads one kernel description (kernel.xml) from a file and answers questions about it. The file is read
 /// once, at the first question that needs it; that question throws what parse() throws.
-class KP_EXPORT HCOKernelXMLReader : public ProfileParts {
+class KP_EXPORT HCOKernelXMLReader : public ProfileParts<KernelXML::Records> {
 public:
     explicit HCOKernelXMLReader(const std::string& file) : file_(file) {}
 
-    /// Throws HEXFileNotFoundException when the path is empty or nothing is there, HEXAll (with the error,
-    /// the path and the line) when it is no valid description; nothing is stored then.
+    /// Reads the file, unless that is done. Throws HEXFileNotFoundException when the path is empty or nothing
+    /// is there, HEXAll (with the error, the path and the line) when it is no valid description. What is not
+    /// known is posted and passed over in a document of a later version than 1.10 and refused in all others.
     void parse();
 
     /// The parsed document, owned by the reader; none before a successful parse.
@@ -72,7 +73,7 @@ public:
     /// @}
 
 private:
-    using ProfileParts::copy;
+    using ProfileParts<KernelXML::Records>::copy;
     template <class R>
     static void copy(const lmx60::Optional<R>& from, R& out) {
         if (from) out = *from;

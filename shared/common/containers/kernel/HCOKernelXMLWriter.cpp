@@ -2,6 +2,19 @@
 
 #include "containers/design/Documents.h"
 
+namespace {
+
+/// What is not known of a document of a later version would be lost.
+std::string reasonAgainstRewriting(const KernelXML::Root& root) {
+    const auto versionOf = [](const KernelXML::Root& of) {
+        return std::to_string(of.versionMajor.get()) + "." + std::to_string(of.versionMinor.get());
+    };
+    return "the document is of version " + versionOf(root) + ", later than " + versionOf({}) +
+           ", and holds what this software does not know";
+}
+
+}  // namespace
+
 void HCOKernelXMLWriter::addCompileOptions(const std::string& options) {
     if (root_ == nullptr) return;
     KernelXML::Text& present = root_->kernel.getOrCreate().compileOptions;
@@ -28,7 +41,13 @@ void HCOKernelXMLWriter::addDesignXML(const std::string& designXmlPath) {
 void HCOKernelXMLWriter::write(const std::string& directory) const {
     const std::string target = directory.empty() ? "." : directory;
     const std::string path = target + "/" + "kernel.xml";
-    if (root_ == nullptr) ComMsgMgr::raise("@17-1377@%s%s", {path, "there is no document"});
-    HUTFile::ensureWritableDir(target);
-    documents::writeFile(*root_, path);
+    const std::string document = text(path);
+    if (!HUTFile::isDir(target)) HUTFile::ensureWritableDir(target);
+    documents::writeFile(path, document);
+}
+
+std::string HCOKernelXMLWriter::text(const std::string& name) const {
+    if (root_ == nullptr) documents::raiseUnwritable(name, "there is no document");
+    if (root_->isIncomplete) documents::raiseUnwritable(name, reasonAgainstRewriting(*root_));
+    return documents::textOf(*root_, name);
 }

@@ -15,7 +15,7 @@ constinit const Table Port::table{
 };
 
 constinit const Table Ports::table{
-    child<&Ports::port>("port"),
+    child<&Ports::port>(),
 };
 
 constinit const Table Arg::table{
@@ -34,7 +34,7 @@ constinit const Table Arg::table{
 };
 
 constinit const Table Args::table{
-    child<&Args::arg>("arg"),
+    child<&Args::arg>(),
 };
 
 constinit const Table CompileWorkGroupSize::table{
@@ -55,7 +55,7 @@ constinit const Table FormatString::table{
 };
 
 constinit const Table StringTable::table{
-    child<&StringTable::format_string>("format_string"),
+    child<&StringTable::format_string>(),
 };
 
 constinit const Table Kernel::table{
@@ -71,11 +71,11 @@ constinit const Table Kernel::table{
     attribute<&Kernel::profileType>("profileType"),
     attribute<&Kernel::interrupt>("interrupt"),
     attribute<&Kernel::hwControlProtocol>("hwControlProtocol"),
-    child<&Kernel::ports>("ports"),
-    child<&Kernel::args>("args"),
-    child<&Kernel::compileWorkGroupSize>("compileWorkGroupSize"),
-    child<&Kernel::maxWorkGroupSize>("maxWorkGroupSize"),
-    child<&Kernel::string_table>("string_table"),
+    child<&Kernel::ports>(),
+    child<&Kernel::args>(),
+    child<&Kernel::compileWorkGroupSize>(),
+    child<&Kernel::maxWorkGroupSize>(),
+    child<&Kernel::string_table>(),
 };
 
 constinit const Table Memory::table{
@@ -100,11 +100,11 @@ constinit const Table Connection::table{
 constinit const Table Root::table{
     attribute<&Root::versionMajor>("versionMajor", Occurs::Required),
     attribute<&Root::versionMinor>("versionMinor", Occurs::Required),
-    requiredChild<&Root::kernel>("kernel"),
-    child<&Root::memory>("memory"),
-    child<&Root::pipe>("pipe"),
-    child<&Root::connection>("connection"),
-    child<&Root::profile>("profile"),
+    requiredChild<&Root::kernel>(),
+    child<&Root::memory>(),
+    child<&Root::pipe>(),
+    child<&Root::connection>(),
+    child<&Root::profile>(),
 };
 
 }  // namespace KernelXML

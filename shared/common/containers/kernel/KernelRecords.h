@@ -6,37 +6,37 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 /// The records of a kernel description (kernel.xml). Members carry the names of their attributes and
 /// elements.
 namespace KernelXML {
 
-// The profile of a kernel description has the records of a report.
-using DesignXML::AreaEstimates;
-using DesignXML::FIFOInformation;
-using DesignXML::FIFOInst;
-using DesignXML::Instance;
-using DesignXML::InstListType;
-using DesignXML::InterfaceList;
-using DesignXML::InterfaceSummary;
-using DesignXML::Module;
-using DesignXML::ModuleInformation;
-using DesignXML::PerformanceEstimates;
-using DesignXML::Profile;
-using DesignXML::Resources;
-using DesignXML::RTLDesignHierarchy;
-using DesignXML::RtlPorts;
-using DesignXML::SummaryOfLoopLatency;
-using DesignXML::SummaryOfOverallLatency;
-using DesignXML::SummaryOfTimingAnalysis;
-using DesignXML::TopModule;
+// Those of the profile.
+using Records = ProfileRecords<Document>;
+using AreaEstimates = Records::AreaEstimates;
+using FIFOInformation = Records::FIFOInformation;
+using FIFOInst = Records::FIFOInst;
+using Instance = Records::Instance;
+using InstListType = Records::InstListType;
+using InterfaceList = Records::InterfaceList;
+using InterfaceSummary = Records::InterfaceSummary;
+using Module = Records::Module;
+using ModuleInformation = Records::ModuleInformation;
+using PerformanceEstimates = Records::PerformanceEstimates;
+using Profile = Records::Profile;
+using Resources = Records::Resources;
+using RTLDesignHierarchy = Records::RTLDesignHierarchy;
+using RtlPorts = Records::RtlPorts;
+using SummaryOfLoopLatency = Records::SummaryOfLoopLatency;
+using SummaryOfOverallLatency = Records::SummaryOfOverallLatency;
+using SummaryOfTimingAnalysis = Records::SummaryOfTimingAnalysis;
+using TopModule = Records::TopModule;
 
 using Text = lmx60::Value<std::string>;
 using Number = lmx60::Value<std::uint32_t>;
 
 /// A bus port of the kernel. The range is text, exactly as found.
-struct KP_EXPORT Port : lmx60::Record<Port> {
+struct KP_EXPORT Port : lmx60::Record<Port, "port"> {
     Text name, mode, range;
     Number dataWidth;  ///< in bits
     Text portType, base;
@@ -44,13 +44,13 @@ struct KP_EXPORT Port : lmx60::Record<Port> {
 };
 
 /// All ports, in document order.
-struct KP_EXPORT Ports : lmx60::Record<Ports> {
+struct KP_EXPORT Ports : lmx60::Record<Ports, "ports"> {
     lmx60::List<Port> port;
     static const lmx60::Table table;
 };
 
 /// Sizes and offsets are text, exactly as found.
-struct KP_EXPORT Arg : lmx60::Record<Arg> {
+struct KP_EXPORT Arg : lmx60::Record<Arg, "arg"> {
     Text name;
     Number addressQualifier;
     Text id, port, size, offset, hostOffset, hostSize, type, memSize, origName, origUse;
@@ -58,38 +58,38 @@ struct KP_EXPORT Arg : lmx60::Record<Arg> {
 };
 
 /// All arguments, in document order.
-struct KP_EXPORT Args : lmx60::Record<Args> {
+struct KP_EXPORT Args : lmx60::Record<Args, "args"> {
     lmx60::List<Arg> arg;
     static const lmx60::Table table;
 };
 
 /// Work items of a group in each dimension, as the kernel was compiled for.
-struct KP_EXPORT CompileWorkGroupSize : lmx60::Record<CompileWorkGroupSize> {
+struct KP_EXPORT CompileWorkGroupSize : lmx60::Record<CompileWorkGroupSize, "compileWorkGroupSize"> {
     Number x, y, z;
     static const lmx60::Table table;
 };
 
 /// The most work items of a group in each dimension.
-struct KP_EXPORT MaxWorkGroupSize : lmx60::Record<MaxWorkGroupSize> {
+struct KP_EXPORT MaxWorkGroupSize : lmx60::Record<MaxWorkGroupSize, "maxWorkGroupSize"> {
     Number x, y, z;
     static const lmx60::Table table;
 };
 
 /// A format string that the kernel prints with, and the number it goes by.
-struct KP_EXPORT FormatString : lmx60::Record<FormatString> {
+struct KP_EXPORT FormatString : lmx60::Record<FormatString, "format_string"> {
     Number id;
     Text value;
     static const lmx60::Table table;
 };
 
 /// All format strings of the kernel.
-struct KP_EXPORT StringTable : lmx60::Record<StringTable> {
+struct KP_EXPORT StringTable : lmx60::Record<StringTable, "string_table"> {
     lmx60::List<FormatString> format_string;
     static const lmx60::Table table;
 };
 
 /// The kernel itself. Numbers among the texts are exactly as found.
-struct KP_EXPORT Kernel : lmx60::Record<Kernel> {
+struct KP_EXPORT Kernel : lmx60::Record<Kernel, "kernel"> {
     Text name, language, vlnv, attributes, hash, preferredWorkGroupSizeMultiple, workGroupSize, debug;
     Text compileOptions, profileType, interrupt, hwControlProtocol;
     Ports ports;
@@ -101,28 +101,26 @@ struct KP_EXPORT Kernel : lmx60::Record<Kernel> {
 };
 
 /// A memory that kernels share; the size is text.
-struct KP_EXPORT Memory : lmx60::Record<Memory> {
+struct KP_EXPORT Memory : lmx60::Record<Memory, "memory"> {
     Text name, size, linkage;
     static const lmx60::Table table;
 };
 
 /// A pipe between kernels; width and depth are text.
-struct KP_EXPORT Pipe : lmx60::Record<Pipe> {
+struct KP_EXPORT Pipe : lmx60::Record<Pipe, "pipe"> {
     Text name, width, depth, linkage;
     static const lmx60::Table table;
 };
 
 /// A connection from a port of one instance to a port of another.
-struct KP_EXPORT Connection : lmx60::Record<Connection> {
+struct KP_EXPORT Connection : lmx60::Record<Connection, "connection"> {
     Text srcInst, srcPort, dstInst, dstPort, srcType, dstType;
     static const lmx60::Table table;
 };
 
 /// The document element. A new one holds an empty kernel and version 1.10, neither number marked present: it
 /// is valid, and can be written, once both were set.
-struct KP_EXPORT Root : lmx60::Record<Root> {
-    static constexpr std::string_view element = "root";
-
+struct KP_EXPORT Root : lmx60::Record<Root, "root"> {
     Number versionMajor{1}, versionMinor{10};
     lmx60::Optional<Kernel> kernel{std::in_place};
     lmx60::List<Memory> memory;
@@ -130,6 +128,10 @@ struct KP_EXPORT Root : lmx60::Record<Root> {
     lmx60::List<Connection> connection;
     lmx60::Optional<Profile> profile;
     static const lmx60::Table table;
+
+    /// Whether the document that this was read from holds more than is here: it is of a later version. To
+    /// write it anew would lose that. Copied, but no part of equality.
+    bool isIncomplete = false;
 
     void SetVersionMajor(std::uint32_t version) { versionMajor.set(version); }
     void SetVersionMinor(std::uint32_t version) { versionMinor.set(version); }

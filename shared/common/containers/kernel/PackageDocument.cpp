@@ -2,15 +2,16 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTPathUtils.h"
+#include "platform/xml/Limits.h"
 #include "platform/zip/Iostreams.h"
 
 #include <array>
 
 std::string readPackageDocument(const std::string& package, const std::string& member) {
     isl::iostreams::device::file_source source(package, member);
-    if (source.size() > maximumPackageDocument)
+    if (source.size() > lmx60::maximumDocument)
         throw HEXAlgException("'" + HUTPathUtils::shown(member) + "' in '" + HUTPathUtils::shown(package) +
-                              "' is larger than 256 MiB");
+                              "': " + lmx60::tooLarge);
     std::string document;
     document.reserve(source.size());
     std::array<char, 16384> piece{};

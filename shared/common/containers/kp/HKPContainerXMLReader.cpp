@@ -56,13 +56,10 @@ KPContainer::Root HKPContainerXMLReader::readManifest(const std::string& path) {
     const auto postUnknown = [&](const lmx60::Error& unknown) {
         messages.post("@17-2005@%s%s%d", {unknown.text, path, std::to_string(unknown.line)});
     };
-    try {
-        auto root = parsePackageDocument<KPContainer::Root>(manifestOf(path), postUnknown);
-        messages.finish();
-        return root;
-    } catch (const lmx60::ReadError& error) {
-        documents::raiseUnreadable(error, path);
-    }
+    auto root = documents::reading(
+        path, [&] { return lmx60::parse<KPContainer::Root>(manifestOf(path), postUnknown); });
+    messages.finish();
+    return root;
 }
 
 void HKPContainerXMLReader::parseKPContainer(const OnDescription& onDescription) {

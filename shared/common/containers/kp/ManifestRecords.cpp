@@ -50,11 +50,11 @@ constinit const Table Kernel::table{
     attribute<&Kernel::Pdi>("Pdi"),
     attribute<&Kernel::ShimSoln>("ShimSoln"),
     attribute<&Kernel::SwEmu>("SwEmu"),
-    child<&Kernel::SupportedFlows>("SupportedFlows"),
+    child<&Kernel::SupportedFlows>(),
 };
 
 constinit const Table Kernels::table{
-    child<&Kernels::Kernel>("Kernel"),
+    child<&Kernels::Kernel>(),
 };
 
 constinit const Table Cache::table{
@@ -62,17 +62,18 @@ constinit const Table Cache::table{
 };
 
 constinit const Table IpCaches::table{
-    child<&IpCaches::Cache>("Cache"),
+    child<&IpCaches::Cache>(),
 };
 
-constinit const Table Root::table{
-    attribute<&Root::VersionMajor>("VersionMajor", Occurs::Required),
-    attribute<&Root::VersionMinor>("VersionMinor", Occurs::Required),
-    attribute<&Root::SoftwareVersionMajor>("SoftwareVersionMajor"),
-    attribute<&Root::SoftwareVersionMinor>("SoftwareVersionMinor"),
-    attribute<&Root::IpCache>("IpCache"),
-    child<&Root::IpCaches>("IpCaches"),
-    child<&Root::Kernels>("Kernels"),
-};
+constinit const Table Root::table{{
+                                      attribute<&Root::VersionMajor>("VersionMajor", Occurs::Required),
+                                      attribute<&Root::VersionMinor>("VersionMinor", Occurs::Required),
+                                      attribute<&Root::SoftwareVersionMajor>("SoftwareVersionMajor"),
+                                      attribute<&Root::SoftwareVersionMinor>("SoftwareVersionMinor"),
+                                      attribute<&Root::IpCache>("IpCache"),
+                                      child<&Root::IpCaches>(),
+                                      child<&Root::Kernels>(),
+                                  },
+                                  lmx60::Order::Any};
 
 }  // namespace KPContainer

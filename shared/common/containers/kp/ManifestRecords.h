@@ -24,13 +24,13 @@ struct SupportedFlow {
 };
 
 /// The flows that a kernel can be built for.
-struct SupportedFlows : lmx60::Record<SupportedFlows> {
+struct SupportedFlows : lmx60::Record<SupportedFlows, "SupportedFlows"> {
     lmx60::Leaves<KPContainer::SupportedFlow> SupportedFlow;
     static const lmx60::Table table;
 };
 
 /// A kernel of the package; its directories are names inside the package.
-struct Kernel : lmx60::Record<Kernel> {
+struct Kernel : lmx60::Record<Kernel, "Kernel"> {
     Text Name, Dir, IP, TopIpDir, ProjectID;
     Text Debug, Hls, Pdi, ShimSoln, SwEmu;
     lmx60::Optional<KPContainer::SupportedFlows> SupportedFlows;
@@ -38,27 +38,25 @@ struct Kernel : lmx60::Record<Kernel> {
 };
 
 /// All kernels, in the order of their addition.
-struct Kernels : lmx60::Record<Kernels> {
+struct Kernels : lmx60::Record<Kernels, "Kernels"> {
     lmx60::List<KPContainer::Kernel> Kernel;
     static const lmx60::Table table;
 };
 
 /// An IP cache, by the name of its directory below "ip_cache".
-struct Cache : lmx60::Record<Cache> {
+struct Cache : lmx60::Record<Cache, "Cache"> {
     Text CacheDir;
     static const lmx60::Table table;
 };
 
 /// All IP caches.
-struct IpCaches : lmx60::Record<IpCaches> {
+struct IpCaches : lmx60::Record<IpCaches, "IpCaches"> {
     lmx60::List<KPContainer::Cache> Cache;
     static const lmx60::Table table;
 };
 
 /// The document element; a new one holds the versions that this system writes.
-struct Root : lmx60::Record<Root> {
-    static constexpr std::string_view element = "Root";
-
+struct Root : lmx60::Record<Root, "Root"> {
     Number VersionMajor{6}, VersionMinor{0};
     Number SoftwareVersionMajor{2020}, SoftwareVersionMinor{1};
     Text IpCache;
