@@ -1,5 +1,6 @@
 #include "containers/ip/Parts.h"
 #include "platform/xml/Errors.h"
+#include "platform/xml/Limits.h"
 
 #include <map>
 #include <set>
