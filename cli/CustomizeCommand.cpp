@@ -1,5 +1,6 @@
 #include "cli/Advice.h"
 #include "cli/Command.h"
+#include "cli/IpParams.h"
 #include "cli/Kernels.h"
 #include "cli/Options.h"
 #include "cli/Output.h"
@@ -21,15 +22,12 @@
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <system_error>
-#include <utility>
 #include <vector>
 
 #include <CLI/Error.hpp>
-#include <boost/algorithm/string/trim.hpp>
 #include <stdlib.h>
 
 namespace cli {
@@ -59,12 +57,16 @@ std::string_view hintOn(const std::exception& failure) {
 /// package unless the options say so.
 class OneDirectoryCustomizer : public Customizer {
 public:
-    explicit OneDirectoryCustomizer(const Options& options)
+    OneDirectoryCustomizer(const Options& options, const GivenParams& params)
         : Customizer(HUTPathUtils::makeAbsolute(options.package), options.kernel), options_(options) {
         setWorkingDirPath_(Customizer::getWorkingDirPath());
         HUTFile::ensureWritableDir(HUTPathUtils::parent(Customizer::getWorkingDirPath()));
         disk::makeDirectory(Customizer::getWorkingDirPath(), 0700);
         withNewKernelName(options.name).withOutputFilePath(options.output).withTargetBoard(options.board);
+        Params values;
+        for (const auto& [name, param] : params)
+            values[name] = param.value;
+        withParams(values);
     }
 
     /// Throws where the output package does not take a kernel of the new name.
@@ -93,46 +95,13 @@ private:
     const Options& options_;
 };
 
-/// Takes "NAME=VALUE" apart; blanks around the name do not count, those of the value do.
-std::pair<std::string, std::string> takeApart(const std::string& place, const std::string& text) {
-    const auto equals = text.find('=');
-    const std::string name = boost::algorithm::trim_copy(text.substr(0, equals));
-    if (equals == std::string::npos || name.empty())
-        throw HEXAlgException(place + ": expected NAME=VALUE, found '" + text + "'");
-    return {name, text.substr(equals + 1)};
-}
-
-Customizer::Params paramsOfFile(const std::string& path) {
-    Customizer::Params params;
-    std::istringstream file(HUTFile::readFile(path));
-    std::string line;
-    for (int number = 1; std::getline(file, line); ++number) {
-        boost::algorithm::trim(line);
-        if (line.empty() || line.front() == '#') continue;
-        const auto [name, value] = takeApart(path + ":" + std::to_string(number), line);
-        params[name] = boost::algorithm::trim_copy(value);
-    }
-    return params;
-}
-
-Customizer::Params collectParams(const Options& options) {
-    Customizer::Params params;
-    if (!options.paramsFile.empty()) params = paramsOfFile(options.paramsFile);
-    for (const std::string& param : options.params) {
-        const auto [name, value] = takeApart("--param", param);
-        params[name] = value;
-    }
-    return params;
-}
-
 /// Only what has an IP in the package can be customized.
-void requireIp(const Options& options) {
-    HKPContainer container;
-    readPackage(options.package, container);
+const HKPKernel& kernelWithIp(const HKPContainer& container, const Options& options) {
     const HKPKernel& kernel = *chosenKernels(container, options.package, options.kernel).front();
     if (kernel.getIpDir().empty() || !layout::hasRepository(container.getVersionMajor()))
         throw HEXAlgException("Kernel '" + kernel.getName() + "' cannot be customized: '" + options.package +
                               "' holds no packaged IP of it in '" + layout::ipRepo + "'");
+    return kernel;
 }
 
 /// The scripts that load those of the host.
@@ -181,10 +150,12 @@ void makePathsOfEnvironmentAbsolute() {
 }
 
 ExitStatus customize(const Options& options) {
-    requireIp(options);
+    HKPContainer container;
+    readPackage(options.package, container);
+    const GivenParams params = collectParams(options.paramsFile, options.params);
+    requireParams(params, options.package, kernelWithIp(container, options));
     makePathsOfEnvironmentAbsolute();
-    OneDirectoryCustomizer customizer(options);
-    customizer.withParams(collectParams(options));
+    OneDirectoryCustomizer customizer(options, params);
     customizer.requirePlace();
     customizer.withOutputFilePath(HUTPathUtils::makeAbsolute(customizer.getOutputFilePath()));
     const std::vector<std::string> loading = hostScripts(options);

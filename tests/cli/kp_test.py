@@ -283,6 +283,7 @@ class KpTest(KpCase):
         with zipfile.ZipFile("broken.kp", "a") as package:
             package.writestr("foreign", "")
         Path("says.tcl").write_text('puts stderr "a script runs"')
+        Path("params").write_text("# depths\n SUM_FIFO_DEPTH = 513\n")
         host = ["--host-script", EXAMPLES + "/host/host.tcl", "--board", "heron"]
         again = "; 'kp verify' tells more, and --reseal goes on and seals the package anew"
         here = self.directory
@@ -291,6 +292,10 @@ class KpTest(KpCase):
              "component."),
             ("p.kp", "VADD", "p.kp", [], "Kernel 'VADD' already exists inside KP container './p.kp'"),
             ("p.kp", "n", "no/o.kp", [], "Failed to write to './no': No such file or directory"),
+            ("p.kp", "n", "o.kp", ["--param", "SUM_FIFO_DEPHT=4"], "--param: the IP 'example:kernels:vadd:1.0' has no parameter "
+             "'SUM_FIFO_DEPHT'; did you mean 'SUM_FIFO_DEPTH'?"),
+            ("p.kp", "n", "o.kp", ["--params-file", "params"], "params:2: the value '513' of parameter 'SUM_FIFO_DEPTH' is above "
+             "the maximum '512'"),
             ("p.kp", "n", "broken.kp", [], "The digest of './broken.kp' does not hold: the package was changed since "
              f"it was sealed{again}"),
             ("broken.kp", "n", "o.kp", ["quietly"], "Failed to extract RTL kernel from object file. Exception: The digest of "
@@ -310,6 +315,23 @@ class KpTest(KpCase):
         self.expect([*customize, "broken.kp", "vadd", "-o", "./o.kp", "--reseal"], 0)
         for package in "p.kp", "o.kp":
             self.expect(["verify", package], 0, "digest: valid\n")
+
+    def test_an_ip_is_asked_for_its_parameters_where_it_tells_them(self):
+        document = ('<component{}>\n<vendor>example</vendor><library>kernels</library><name>vadd</name>'
+                    '<version>1.0</version>{}</component>')
+        ieee = ' xmlns="http://www.accellera.org/XMLSchema/IPXACT/1685-2014"'
+        named = ("<busInterfaces><busInterface><name>m</name><busType vendor='v' library='l' name='n' version='1'/>"
+                 "<monitor/></busInterface></busInterfaces>")
+        for attributes, interfaces, param, said in (
+                (' xmlns="urn:other"', "", "ANY", ""), (ieee, named, "m.ANY", ""),
+                (ieee, "<busInterfaces><busInterface/></busInterfaces>", "ANY",
+                 "kp: warning: [17-2009] ip_repo/example_kernels_vadd_1_0/component.xml:2: element 'busInterface' lacks its "
+                 "required element 'name'; no parameter is checked\n")):
+            Path("vadd/ip/component.xml").write_text(document.format(attributes, interfaces))
+            self.add("p.kp", "--replace", "-q")
+            self.expect(["customize", "p.kp", "vadd", "--name=n", "-o", "./o.kp", "--host-script",
+                         EXAMPLES + "/host/host.tcl", "--param", param + "=1"], 0, "", said)
+            os.remove("o.kp")
 
     def test_host_scripts_that_change_the_directory_lead_no_path_elsewhere(self):
         self.add("p.kp")
