@@ -8,6 +8,7 @@
 #include "platform/files/HUTPathUtils.h"
 #include "platform/messages/ComMsgMgr.h"
 #include "platform/xml/Errors.h"
+#include "platform/xml/Limits.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
 #include <algorithm>
