@@ -21,7 +21,7 @@ cp "${packages[@]}" "$root/packages"
 inside() { chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"; }
 files() { (cd "$root" && find usr etc -not -path 'usr/share/doc*' -not -path '*/__pycache__*' | sort); }
 
-inside apt-get install -yq --no-install-recommends g++ pkg-config libboost-dev >/dev/null
+inside apt-get install -yq --no-install-recommends g++ pkg-config libboost-dev fish man-db >/dev/null
 inside sh -c 'apt-get install -yq --no-install-recommends $(dpkg-deb -f /packages/kernelpackage_*.deb Depends |
     sed "s/([^)]*)//g; s/,/ /g")' >/dev/null
 files >"$root/before"
@@ -29,6 +29,8 @@ inside sh -c 'apt-get install -yq /packages/*.deb'
 inside bash -euxc 'cd /tmp; cp -r /usr/share/doc/kernelpackage/examples .
     kp add vadd.kp examples/vadd/kernel.xml --ip examples/vadd/ip
     kp verify vadd.kp
+    man -w kp-kernel
+    HOME=/tmp fish -c "complete -C \"kp cat vadd.kp vadd/k\"" | grep -x vadd/kernel.xml
     sed -n "/^\`\`\`cpp/,/^\`\`\`/p" /usr/share/doc/kernelpackage/docs/tutorial.md | grep -v "^\`\`\`" >tutorial.cpp
     g++ -std=c++20 tutorial.cpp $(pkg-config --cflags --libs kernelpackage) -o tutorial
     ./tutorial | grep -x "kernel vadd"'

@@ -105,7 +105,6 @@ struct file_sink::State {
     bool isOpen = false;
     int exceptionsBefore = std::uncaught_exceptions();
 
-    /// Whether the archive is one, or could be created.
     bool canOpen() const {
         if (!unsafeNameReason(member).empty() || member.ends_with('/')) return false;
         const std::string directory = HUTPathUtils::parent(archive);

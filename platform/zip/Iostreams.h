@@ -16,9 +16,8 @@ namespace isl::iostreams::zip {
 /// not a readable archive.
 KP_EXPORT std::vector<std::string> get_files(const std::string& archive);
 
-/// Whether the archive holds a directory of this name, be it only implied by a file below it. The empty name
-/// and
-/// "." are the archive's top.
+/// Whether the archive holds a directory of this name, be it only implied by a file below it. "." and the
+/// empty name are the archive's top.
 KP_EXPORT bool is_dir(const std::string& archive, const std::string& name);
 
 }  // namespace isl::iostreams::zip
@@ -57,7 +56,8 @@ public:
 
     file_sink(const std::string& archive, const std::string& member);
 
-    /// Whether the archive is one, or could be created.
+    /// Whether the archive is one or could be created, its directory can be written, and the member's name is
+    /// that of a file and safe; false once closed.
     bool is_open() const noexcept;
     /// Throws std::ios_base::failure when not open.
     std::streamsize write(const char* bytes, std::streamsize size);

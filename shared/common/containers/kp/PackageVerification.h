@@ -19,7 +19,8 @@ struct KP_EXPORT PackageVerification {
     static std::string digestText(Digest digest);
 
     /// Verifies the digest, the structure of the archive, every member's data, the manifest, and that the
-    /// package holds what the manifest states, no more and no less. Throws HEXFileNotFoundException when
-    /// there is no file and HEXAlgException when it cannot be opened; all else is a finding.
+    /// package holds what the manifest states, and no other kernel or directory of one. Throws
+    /// HEXFileNotFoundException when there is no file and HEXAlgException when it cannot be opened; all else
+    /// is a finding.
     static PackageVerification of(const std::string& path);
 };
