@@ -31,6 +31,7 @@ std::string nearestSpelling(const std::string& word, const std::vector<std::stri
     std::string nearest;
     std::size_t tolerated = std::max<std::size_t>(1, word.size() / 3);
     for (const std::string& candidate : candidates) {
+        if (candidate.size() > word.size() + tolerated) continue;  // which may be far too much to look at
         const std::size_t distance = editDistance(word, candidate);
         if (distance > tolerated || (!nearest.empty() && distance == tolerated)) continue;
         nearest = candidate;

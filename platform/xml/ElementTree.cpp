@@ -2,6 +2,7 @@
 
 #include "platform/xml/LeafText.h"
 #include "platform/xml/Limits.h"
+#include "platform/xml/Namespaces.h"
 #include "platform/xml/Parser.h"
 
 #include <algorithm>
@@ -12,33 +13,33 @@ namespace lmx60 {
 /// Takes a document in, node by node.
 class ElementTree::Builder : private Parser {
 public:
-    explicit Builder(ElementTree& tree) : Parser(Namespaces::Resolved), tree_(tree) {}
+    explicit Builder(ElementTree& tree) : tree_(tree) {}
     using Parser::parse;
 
-private:
-    struct QualifiedName {
-        std::string_view space, name;
-    };
+    const std::string& ownNamespace() const { return namespaces_.own(); }
 
+private:
     void start(const char* name, const char** attributes) override;
     void end() override;
     void text(std::string_view text) override;
 
-    static QualifiedName split(std::string_view name);
+    bool isOwn(const QualifiedName& name) const;
     std::string_view kept(std::string_view name);
     Piece keep(std::string_view text);
     void countOneMore();
     void endText();
 
     ElementTree& tree_;
+    Namespaces namespaces_;
     std::vector<std::size_t> open_;
     int skipped_ = 0;  // depth inside an element that is passed over
 };
 
-ElementTree::Builder::QualifiedName ElementTree::Builder::split(std::string_view name) {
-    const std::size_t end = name.rfind(namespaceEnd);
-    if (end == std::string_view::npos) return {{}, name};
-    return {name.substr(0, end), name.substr(end + 1)};
+bool ElementTree::Builder::isOwn(const QualifiedName& name) const {
+    const std::optional<bool> isOwn = namespaces_.areOwn(name.prefix);
+    const bool isRoot = open_.empty();  // which nothing but a prefix of XML itself keeps out
+    if (!isOwn || (isRoot && !*isOwn)) fail(ErrorKind::Syntax, "unbound prefix");
+    return *isOwn;
 }
 
 /// The name in memory that stays.
@@ -69,9 +70,10 @@ void ElementTree::Builder::endText() {
 
 void ElementTree::Builder::start(const char* name, const char** attributes) {
     if (open_.size() + static_cast<std::size_t>(skipped_) >= maximumDepth) fail(ErrorKind::TooDeep, tooDeep);
-    const QualifiedName qualified = split(name);
-    if (open_.empty()) tree_.namespace_ = qualified.space;
-    if (skipped_ > 0 || qualified.space != tree_.namespace_) {
+    const QualifiedName qualified(name);
+    if (!namespaces_.enter(qualified, attributes))
+        fail(ErrorKind::TooManyElements, "there are too many namespaces");
+    if (skipped_ > 0 || !isOwn(qualified)) {
         ++skipped_;
         return;
     }
@@ -83,8 +85,9 @@ void ElementTree::Builder::start(const char* name, const char** attributes) {
     node.line = line();
     node.firstAttribute = static_cast<std::uint32_t>(tree_.attributes_.size());
     for (; *attributes != nullptr; attributes += 2) {
-        const QualifiedName attribute = split(attributes[0]);
-        if (!attribute.space.empty() && attribute.space != tree_.namespace_) continue;
+        const QualifiedName attribute(attributes[0]);
+        if (attribute.prefix == "xmlns" || attribute.name == "xmlns") continue;
+        if (!attribute.prefix.empty() && !isOwn(attribute)) continue;
         countOneMore();
         tree_.attributes_.push_back({kept(attribute.name), keep(attributes[1])});
     }
@@ -93,6 +96,7 @@ void ElementTree::Builder::start(const char* name, const char** attributes) {
 }
 
 void ElementTree::Builder::end() {
+    namespaces_.leave();
     if (skipped_ > 0) {
         --skipped_;
         return;
@@ -107,7 +111,9 @@ void ElementTree::Builder::text(std::string_view text) {
 }
 
 ElementTree::ElementTree(std::string document) {
-    Builder(*this).parse(std::move(document));
+    Builder builder(*this);
+    builder.parse(std::move(document));
+    namespace_ = builder.ownNamespace();
 }
 
 std::string_view Element::name() const {

@@ -100,9 +100,7 @@ void Parser::guarded(void* self, Event event) {
     }
 }
 
-Parser::Parser(Namespaces namespaces)
-    : parser_(namespaces == Namespaces::Resolved ? XML_ParserCreateNS(nullptr, namespaceEnd)
-                                                 : XML_ParserCreate(nullptr)) {
+Parser::Parser() : parser_(XML_ParserCreate(nullptr)) {
     if (!parser_) throw std::bad_alloc();
     XML_SetUserData(parser_.get(), this);
     XML_SetElementHandler(

@@ -21,13 +21,8 @@ std::string quoted(std::string_view text);
 /// that are told threw.
 class Parser {
 protected:
-    enum class Namespaces { Ignored, Resolved };
-
-    /// Between a namespace and a name, where namespaces are resolved; neither holds it.
-    static constexpr char namespaceEnd = '\n';
-
-    explicit Parser(Namespaces namespaces);
-    virtual ~Parser();
+    Parser();
+    ~Parser();
     Parser(const Parser&) = delete;
     Parser& operator=(const Parser&) = delete;
 
@@ -36,7 +31,7 @@ protected:
 
     /// May change the bytes of a document in place before they are parsed.
     virtual void prepare(std::span<char> document);
-    /// Attributes are names and values in turn, up to a null pointer.
+    /// Names have their prefixes. Attributes are names and values in turn, up to a null pointer.
     virtual void start(const char* name, const char** attributes) = 0;
     virtual void end() = 0;
     /// The text between two tags may come in pieces.

@@ -91,8 +91,7 @@ void Reader::unknown(ErrorKind kind, const std::string& text) const {
 }
 
 Reader::Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown)
-    : Parser(Namespaces::Ignored),
-      root_(record),
+    : root_(record),
       rootTable_(table),
       rootElement_(element),
       onUnknown_(onUnknown) {}

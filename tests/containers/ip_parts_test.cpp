@@ -212,7 +212,7 @@ TEST(Registers, StandSinglyWithTheirOffsetsInBytes) {
         return named("registerFile", "f", tag("addressOffset", "8"), tag("range", "8"), more);
     };
     const std::string two = tag("dim", "2"), words = tag("addressUnitBits", "32");
-    const std::string tooMany = "the arrays of registers have too many elements";
+    const std::string tooMany = "its arrays and files of registers are too large";
     const std::string deep = file("").substr(0, file("").rfind("</"));
     const std::tuple<std::string, std::string, std::string> cases[] = {
         {reg("a", "4") + reg("b", "X") + reg("gone", "0", tag("isPresent", "1 == 2")), "",
@@ -228,7 +228,7 @@ TEST(Registers, StandSinglyWithTheirOffsetsInBytes) {
         {file(tag("dim", "2**40")), "", tooMany},
         {file(tag("dim", "2**20") + file(tag("dim", "2**20"))), "", tooMany},
         {repeated(1000, deep) + repeated(1000, "</registerFile>"), "",
-         "the register files are nested too deeply"},
+         "its register files are nested too deeply"},
     };
     for (const auto& [children, more, expected] : cases)
         EXPECT_EQ(registersOf(children, more), expected) << children.substr(0, 200);

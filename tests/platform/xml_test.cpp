@@ -172,6 +172,7 @@ TEST(ElementTree, KeepsOneNamespaceWhateverItsPrefix) {
         {"<a id='1' lang=''><b> x </b>\n<b/></a>", "a@1 id=1 lang=(b@1 'x' b@2)"},
         {"<p:a xmlns:p='u' p:id='1' q:lang='2' xmlns:q='v'>\n<b xmlns='u'>x<q:i>y<p:b/></q:i> z</b></p:a>",
          "a@1 id=1(b@2 'x z')"},
+        {"<p:a xmlns:p='u'><p:b xmlns:p='v'><p:i/></p:b><p:c/></p:a>", "a@1(c@1)"},
         {"<a xmlns='u'><b xmlns=''>x</b>\n<b\n id='2'/></a>", "a@1(b@2 id=2)"},
         {"<a>gone<b>kept<![CDATA[ <&]]><!-- c -->&#33;</b>gone<c/></a>", "a@1(b@1 'kept <&!' c@1)"},
     };
@@ -189,10 +190,22 @@ TEST(ElementTree, RefusesWhatNoDocumentMayBe) {
             text += piece;
         return text;
     };
+    const auto declarations = [](int count) {
+        std::string text = "<b";
+        while (count-- > 0)
+            text += " xmlns:p" + std::to_string(count) + "='u'";
+        return text + "/>";
+    };
     const std::string many = repeated(lmx60::maximumElements / 2, "<a b=''/>");
     const std::pair<std::string, std::string> cases[] = {
         {"\n<a></b>", "2: mismatched tag"},
         {"<a><p:b/></a>", "1: unbound prefix"},
+        {"<xml:a/>", "1: unbound prefix"},
+        {"<a>\n" + declarations(101) + "</a>", "2: there are too many namespaces"},
+        {"<a>\n" + declarations(100) + "</a>", "nothing"},
+        {"<a xmlns:p='" + std::string(1'000'000, 'u') + "'>" + repeated(100'000, "<p:b p:c='' p:d=''/>") +
+             "</a>",
+         "nothing"},
         {"\n<!DOCTYPE a [<!ENTITY e 'f'>]><a>&e;</a>", "2: document type declarations are not accepted"},
         {"<a xmlns:o='o'>" + repeated(2000, "<o:b>"), "1: elements are nested deeper than 2000"},
         {repeated(1999, "<b>") + repeated(1999, "</b>"), "nothing"},

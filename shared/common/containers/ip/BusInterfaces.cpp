@@ -95,7 +95,7 @@ Number physicalWidth(const PortMap& map, lmx60::Element element, const PortsByNa
 }
 
 Number mappedWidth(const PortMap& map, lmx60::Element element, const PortsByName& ports, Values& values) {
-    const Number physical = physicalWidth(map, element, ports, values);
+    Number physical = physicalWidth(map, element, ports, values);
     const auto logical = firstExtent(element, {"logicalPort/vector", "logicalPort/range"}, values);
     if (!logical || !logical->value || !physical.value || logical->value == physical.value) return physical;
     return unknown(std::to_string(*logical->value) + " bits of " + quoted(map.logical) + " are mapped to " +
@@ -193,7 +193,7 @@ Number extentOf(lmx60::Element range, Values& values) {
     Number ends[2];
     for (const auto& [end, name] : {std::pair(&ends[0], "left"), std::pair(&ends[1], "right")})
         if (const lmx60::Element element = range.child(name)) *end = values.numberOf(element);
-    const Number bothKnown = sum(ends[0], ends[1]);
+    Number bothKnown = sum(ends[0], ends[1]);
     if (!ends[0].value || !ends[1].value) return bothKnown;
     const auto [low, high] = std::minmax(*ends[0].value, *ends[1].value);
     return sum(known(high - low), known(1));
@@ -201,6 +201,7 @@ Number extentOf(lmx60::Element range, Values& values) {
 
 Port readPort(lmx60::Element element, Values& values) {
     auto port = readNew<Port>(element, portRows, values);
+    if (port.direction == Direction::None) port.width.unknown = "it has no wires";
     port.width.line = port.line;
     if (!element.child("wire") && !element.child("transactional") && !element.child("structured"))
         refuseLacking(element, "wire");

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace kfab::ip {
 namespace {
@@ -72,54 +73,59 @@ struct Units {
     }
 };
 
-/// Small documents may describe arrays of any size: no more of their registers, files and fields stand
-/// singly.
-constexpr std::size_t maximumCopies = 65'536;
+/// Small documents may describe arrays of any size, and files with long names: what stands singly of them
+/// takes no more memory than this in one component.
+constexpr std::size_t maximumFlattened = std::size_t{256} << 20;
 constexpr int maximumFileDepth = 32;
 
 /// Flattens the registers of one block.
 class RegisterReader {
 public:
-    RegisterReader(AddressBlock& block, const Units& units, Values& values, std::size_t& copiesLeft)
-        : block_(block), units_(units), values_(values), copiesLeft_(copiesLeft) {}
+    RegisterReader(AddressBlock& block, const Units& units, Values& values, std::size_t& bytesLeft)
+        : block_(block), units_(units), values_(values), bytesLeft_(bytesLeft) {}
 
-    /// Where something stands whose offset counts from there.
-    struct Place {
-        std::string prefix;
-        Number offset = known(0);
-        int depth = 0;
-        bool isCopy = false;  // of something that the document has once
-    };
-    void readAll(lmx60::Element parent, const Place& place);
+    /// The registers below an element, with their offsets from it.
+    std::vector<Register> readAll(lmx60::Element parent, int depth = 0);
 
 private:
-    void readRegister(lmx60::Element element, const Place& place);
-    void readFile(lmx60::Element element, const Place& place);
+    std::vector<Register> readRegister(lmx60::Element element);
+    std::vector<Register> readFile(lmx60::Element element, int depth);
 
-    /// Passes on the place of each element of an array, or the one place of what is no array.
-    template <class Use>
-    void forEachPlace(lmx60::Element element, const Place& first, const Number& unitsApart, const Use& use);
-
-    bool spend(std::size_t copies);
+    /// What an element of a name and an offset holds, at each of the places that it has when it is an array
+    /// with so many units from one to the next.
+    std::vector<Register> spread(lmx60::Element element, const std::string& name, const Number& offset,
+                                 const Number& unitsApart, const std::vector<Register>& held);
+    bool place(const std::vector<Register>& held, const std::string& name, const Number& offset,
+               std::vector<Register>& to);
 
     AddressBlock& block_;
     const Units& units_;
     Values& values_;
-    std::size_t& copiesLeft_;
+    std::size_t& bytesLeft_;
 };
 
-bool RegisterReader::spend(std::size_t copies) {
-    if (copies > copiesLeft_) {
-        block_.incomplete = "the arrays of registers have too many elements";
+/// False when that would take too much memory.
+bool RegisterReader::place(const std::vector<Register>& held, const std::string& name, const Number& offset,
+                           std::vector<Register>& to) {
+    std::size_t bytes = sizeof(Register);
+    for (const Register& one : held)
+        bytes += sizeof(Register) + name.size() + one.name.size() + one.fields.size() * sizeof(BitField);
+    if (bytes > bytesLeft_) {
+        block_.incomplete = "its arrays and files of registers are too large";
         return false;
     }
-    copiesLeft_ -= copies;
+    bytesLeft_ -= bytes;
+    for (const Register& one : held) {
+        Register& placed = to.emplace_back(one);
+        placed.name = name + one.name;
+        placed.offset = sum(one.offset, offset);
+    }
     return true;
 }
 
-template <class Use>
-void RegisterReader::forEachPlace(lmx60::Element element, const Place& first, const Number& unitsApart,
-                                  const Use& use) {
+std::vector<Register> RegisterReader::spread(lmx60::Element element, const std::string& name,
+                                             const Number& offset, const Number& unitsApart,
+                                             const std::vector<Register>& held) {
     Number count = known(1);
     Number distance = units_.inBytes(unitsApart);
     bool isArray = false;
@@ -130,71 +136,64 @@ void RegisterReader::forEachPlace(lmx60::Element element, const Place& first, co
         });
     forEach(element, "array/stride",
             [&](lmx60::Element stride) { distance = units_.inBytes(values_.numberOf(stride)); });
-    if (!isArray) return use(first);
-    if (!count.value) {
-        block_.incomplete = "the length of the array " + quoted(first.prefix) + ": " + count.unknown;
-        return;
+    std::vector<Register> placed;
+    if (!isArray) {
+        place(held, name, offset, placed);
+    } else if (!count.value) {
+        block_.incomplete = "the length of the array " + quoted(name) + ": " + count.unknown;
     }
-    for (std::uint64_t i = 0; i < *count.value && spend(1); ++i)
-        use({.prefix = first.prefix + "[" + std::to_string(i) + "]",
-             .offset = sum(first.offset, product(distance, known(i))),
-             .depth = first.depth,
-             .isCopy = true});
+    for (std::uint64_t i = 0; isArray && i < count.value.value_or(0); ++i) {
+        const Number at = sum(offset, product(distance, known(i)));
+        if (!place(held, name + "[" + std::to_string(i) + "]", at, placed)) break;
+    }
+    return placed;
 }
 
-void RegisterReader::readRegister(lmx60::Element element, const Place& place) {
+std::vector<Register> RegisterReader::readRegister(lmx60::Element element) {
     auto one = readNew<Register>(element, registerRows, values_);
     if (one.access.empty()) one.access = block_.access;
-    const Place first{.prefix = place.prefix + one.name,
-                      .offset = sum(units_.inBytes(one.offset), place.offset),
-                      .depth = place.depth,
-                      .isCopy = place.isCopy};
-    forEachPlace(element, first, units_.inUnits(one.size), [&](const Place& at) {
-        if (at.isCopy && !spend(one.fields.size() + (place.isCopy ? 1 : 0))) return;
-        one.name = at.prefix;
-        one.offset = at.offset;
-        block_.registers.push_back(one);
-    });
+    const Number offset = units_.inBytes(std::exchange(one.offset, known(0)));
+    one.offset.line = offset.line;
+    const std::string name = std::exchange(one.name, {});
+    return spread(element, name, offset, units_.inUnits(one.size), {one});
 }
 
-void RegisterReader::readFile(lmx60::Element element, const Place& place) {
-    if (place.isCopy && !spend(1)) return;
-    if (place.depth == maximumFileDepth) {
-        block_.incomplete = "the register files are nested too deeply";
-        return;
+std::vector<Register> RegisterReader::readFile(lmx60::Element element, int depth) {
+    if (depth == maximumFileDepth) {
+        block_.incomplete = "its register files are nested too deeply";
+        return {};
     }
     const auto file = readNew<RegisterFile>(element, registerFileRows, values_);
-    const Place first{.prefix = place.prefix + file.name,
-                      .offset = sum(units_.inBytes(file.offset), place.offset),
-                      .depth = place.depth + 1,
-                      .isCopy = place.isCopy};
-    forEachPlace(element, first, file.range, [&](Place at) {
-        at.prefix += ".";
-        readAll(element, at);
-    });
+    std::vector<Register> held = readAll(element, depth + 1);
+    for (Register& one : held)
+        one.name.insert(0, ".");
+    return spread(element, file.name, units_.inBytes(file.offset), file.range, held);
 }
 
-void RegisterReader::readAll(lmx60::Element parent, const Place& place) {
+std::vector<Register> RegisterReader::readAll(lmx60::Element parent, int depth) {
     if (isDefinedElsewhere(parent))
         block_.incomplete =
             "the registers of " + quoted(parent.child("name").text()) + " are defined elsewhere";
+    std::vector<Register> all;
     for (const lmx60::Element child : parent.children()) {
-        if (!values_.isPresent(child)) continue;
-        if (child.name() == "register") readRegister(child, place);
-        if (child.name() == "registerFile") readFile(child, place);
+        const bool isRegister = child.name() == "register";
+        if ((!isRegister && child.name() != "registerFile") || !values_.isPresent(child)) continue;
+        for (Register& one : isRegister ? readRegister(child) : readFile(child, depth))
+            all.push_back(std::move(one));
     }
+    return all;
 }
 
-AddressBlock readBlock(lmx60::Element element, const Units& units, Values& values, std::size_t& copiesLeft) {
+AddressBlock readBlock(lmx60::Element element, const Units& units, Values& values, std::size_t& bytesLeft) {
     auto block = readNew<AddressBlock>(element, blockRows, values);
     if (block.access.empty()) block.access = "read-write";
     block.base = units.inBytes(block.base);
     block.range = units.inBytes(block.range);
-    RegisterReader(block, units, values, copiesLeft).readAll(element, {});
+    block.registers = RegisterReader(block, units, values, bytesLeft).readAll(element);
     return block;
 }
 
-MemoryMap readMemoryMap(lmx60::Element element, Values& values, std::size_t& copiesLeft) {
+MemoryMap readMemoryMap(lmx60::Element element, Values& values, std::size_t& bytesLeft) {
     MemoryMap map;
     map.line = {element.line()};
     read<MemoryMap>(map, element, mapRows, values);
@@ -203,7 +202,7 @@ MemoryMap readMemoryMap(lmx60::Element element, Values& values, std::size_t& cop
     for (const lmx60::Element child : element.children()) {
         if (!values.isPresent(child)) continue;
         if (child.name() == "addressBlock") {
-            map.blocks.push_back(readBlock(child, units, values, copiesLeft));
+            map.blocks.push_back(readBlock(child, units, values, bytesLeft));
         } else if (child.name() == "bank" || child.name() == "subspaceMap" ||
                    child.name() == "memoryMapDefinitionRef") {
             map.incomplete = "of the memory map " + quoted(map.name) + " a " + std::string(child.name()) +
@@ -216,10 +215,10 @@ MemoryMap readMemoryMap(lmx60::Element element, Values& values, std::size_t& cop
 }  // namespace
 
 void takeMemoryMaps(IpComponent& component, lmx60::Element memoryMaps, Values& values) {
-    std::size_t copiesLeft = maximumCopies;
+    std::size_t bytesLeft = maximumFlattened;
     for (const lmx60::Element map : memoryMaps.children())
         if (map.name() == "memoryMap" && values.isPresent(map))
-            component.memoryMaps.push_back(readMemoryMap(map, values, copiesLeft));
+            component.memoryMaps.push_back(readMemoryMap(map, values, bytesLeft));
 }
 
 }  // namespace kfab::ip

@@ -37,6 +37,14 @@ constexpr Row<View> viewRows[] = {
 
 constexpr std::string_view instantiationKinds[] = {"componentInstantiation", "designInstantiation"};
 
+/// How much text of an instantiation each view that refers to it gets.
+std::size_t sizeOf(const View& view) {
+    std::size_t size = view.language.size() + view.module.size();
+    for (const std::string& name : view.fileSets)
+        size += sizeof(std::string) + name.size();
+    return size + (view.design ? view.design->text().size() : 0);
+}
+
 /// The instantiations of one model, and the views that refer to them.
 class Model {
 public:
@@ -54,8 +62,11 @@ public:
 private:
     Values& values_;
     std::map<std::string_view, std::map<std::string_view, lmx60::Element>> instantiations_;
-    std::size_t fileSets_ = 0;
+    std::size_t copied_ = 0;
 };
+
+/// Small documents may have many views of one instantiation that is large.
+constexpr std::size_t maximumCopied = std::size_t{64} << 20;
 
 View Model::readView(lmx60::Element element) {
     auto view = readNew<View>(element, viewRows, values_);
@@ -66,10 +77,10 @@ View Model::readView(lmx60::Element element) {
         if (const auto found = ofKind.find(reference.text()); found != ofKind.end())
             read<View>(view, found->second, instantiationRows, values_);
     }
-    fileSets_ += view.fileSets.size();
-    if (fileSets_ > lmx60::maximumElements)
+    copied_ += sizeOf(view);
+    if (copied_ > maximumCopied)
         throw lmx60::ReadError(
-            {lmx60::ErrorKind::TooManyElements, "the views refer to too many file sets", element.line()});
+            {lmx60::ErrorKind::TooLarge, "the views refer to too many file sets", element.line()});
     return view;
 }
 
