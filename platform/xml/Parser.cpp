@@ -65,15 +65,6 @@ std::string readBytes(std::istream& stream) {
     });
 }
 
-std::string quoted(std::string_view text) {
-    constexpr std::size_t longest = 80;
-    std::string shown = "'";
-    for (const char c : text.substr(0, longest))
-        shown += static_cast<unsigned char>(c) < 0x20 || c == 0x7F ? ' ' : c;
-    if (text.size() > longest) shown += "...";
-    return shown + "'";
-}
-
 void Parser::Free::operator()(XML_ParserStruct* parser) const {
     XML_ParserFree(parser);
 }

@@ -13,9 +13,6 @@ struct XML_ParserStruct;
 
 namespace lmx60 {
 
-/// Text of a document as shown in an error: cut when long, without what would upset a terminal.
-std::string quoted(std::string_view text);
-
 /// Runs a document through the XML parser, which tells of what it meets. Refuses document type declarations
 /// and what is larger than a document may be. What parses throws ReadError, or what one of the functions
 /// that are told threw.

@@ -2,6 +2,7 @@
 
 #include "platform/xml/Limits.h"
 #include "platform/xml/Parser.h"
+#include "platform/xml/Quoted.h"
 #include "platform/xml/StarredNames.h"
 
 #include <algorithm>
@@ -91,10 +92,7 @@ void Reader::unknown(ErrorKind kind, const std::string& text) const {
 }
 
 Reader::Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown)
-    : root_(record),
-      rootTable_(table),
-      rootElement_(element),
-      onUnknown_(onUnknown) {}
+    : root_(record), rootTable_(table), rootElement_(element), onUnknown_(onUnknown) {}
 
 void Reader::openRoot(std::string_view name) {
     if (name != rootElement_)

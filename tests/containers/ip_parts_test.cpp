@@ -106,8 +106,8 @@ TEST(IpExpressions, AreWorkedOutOrUnknown) {
         {"", "'': it ends too early"},
         {"\"0101\"", "'\"0101\"': it cannot be read at '\"0101\"'"},
         {std::string(98, '(') + "1" + std::string(98, ')'), "1"},
-        {std::string(70'000, '('), "'" + std::string(60, '(') + "...': it is nested too deeply"},
-        {std::string(70'000, '-') + "1", "'" + std::string(60, '-') + "...': it is nested too deeply"},
+        {std::string(70'000, '('), "'" + std::string(80, '(') + "...': it is nested too deeply"},
+        {std::string(70'000, '-') + "1", "'" + std::string(80, '-') + "...': it is nested too deeply"},
         {"1" + repeated(70'000, "+1"), "70001"},
     };
     for (const auto& [expression, expected] : cases)

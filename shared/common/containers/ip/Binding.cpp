@@ -2,6 +2,8 @@
 
 namespace kfab::ip {
 
+using lmx60::quoted;
+
 void refuse(lmx60::Element element, const std::string& reason) {
     throw lmx60::ReadError({lmx60::ErrorKind::MissingElement, reason, element.line()});
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "containers/ip/Quoted.h"
 #include "containers/ip/Values.h"
 #include "platform/xml/ElementTree.h"
+#include "platform/xml/Quoted.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -85,7 +85,8 @@ constexpr Row<detail::OwnerOf<member>> text(std::string_view path, Needed needed
 template <auto member>
 constexpr Row<detail::OwnerOf<member>> name(std::string_view path) {
     return {path, Needed::Yes, [](auto& record, lmx60::Element found, Values&) {
-                if (found.text().empty()) refuse(found, "element " + quoted(found.name()) + " is empty");
+                if (found.text().empty())
+                    refuse(found, "element " + lmx60::quoted(found.name()) + " is empty");
                 record.*member = found.text();
             }};
 }

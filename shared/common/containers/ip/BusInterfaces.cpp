@@ -1,6 +1,6 @@
 #include "containers/ip/ComponentFacts.h"
 #include "containers/ip/Parts.h"
-#include "containers/ip/Quoted.h"
+#include "platform/xml/Quoted.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -12,6 +12,8 @@
 
 namespace kfab::ip {
 namespace {
+
+using lmx60::quoted;
 
 constexpr std::pair<std::string_view, BusMode> modes[] = {
     {"master", BusMode::Master},

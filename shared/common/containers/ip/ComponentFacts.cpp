@@ -1,8 +1,8 @@
 #include "containers/ip/ComponentFacts.h"
 
 #include "containers/ip/Parts.h"
-#include "containers/ip/Quoted.h"
 #include "platform/base/HSTStringUtils.h"
+#include "platform/xml/Quoted.h"
 
 #include <algorithm>
 #include <optional>
@@ -11,6 +11,8 @@
 
 namespace kfab::ip {
 namespace {
+
+using lmx60::quoted;
 
 template <class Part>
 const Part* findByName(const std::vector<Part>& parts, std::string_view name) {

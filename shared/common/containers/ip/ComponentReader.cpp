@@ -1,11 +1,11 @@
 #include "containers/ip/ComponentReader.h"
 
 #include "containers/ip/Parts.h"
-#include "containers/ip/Quoted.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
 #include "platform/messages/ComMsgMgr.h"
 #include "platform/xml/Bytes.h"
+#include "platform/xml/Quoted.h"
 
 #include <algorithm>
 #include <iterator>
@@ -13,6 +13,8 @@
 
 namespace kfab::ip {
 namespace {
+
+using lmx60::quoted;
 
 constexpr std::string_view namespaces[] = {
     "http://www.spiritconsortium.org/XMLSchema/SPIRIT/1.4",

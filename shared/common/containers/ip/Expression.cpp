@@ -1,6 +1,6 @@
 #include "containers/ip/Expression.h"
 
-#include "containers/ip/Quoted.h"
+#include "platform/xml/Quoted.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -8,6 +8,8 @@
 
 namespace kfab::ip {
 namespace {
+
+using lmx60::quoted;
 
 constexpr std::string_view digits = "0123456789";
 constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_$";

@@ -1,5 +1,5 @@
 #include "containers/ip/Parts.h"
-#include "containers/ip/Quoted.h"
+#include "platform/xml/Quoted.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -10,6 +10,8 @@
 
 namespace kfab::ip {
 namespace {
+
+using lmx60::quoted;
 
 constexpr Row<BitField> bitFieldRows[] = {
     name<&BitField::name>("name"),

@@ -1,9 +1,9 @@
 #include "containers/ip/ParameterCheck.h"
 
 #include "containers/ip/Expression.h"
-#include "containers/ip/Quoted.h"
 #include "platform/base/Spelling.h"
 #include "platform/xml/LeafText.h"
+#include "platform/xml/Quoted.h"
 
 #include <algorithm>
 #include <charconv>
@@ -11,6 +11,8 @@
 
 namespace kfab::ip {
 namespace {
+
+using lmx60::quoted;
 
 /// Holds all integers of 64 bits exactly.
 using Quantity = long double;

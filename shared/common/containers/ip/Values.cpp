@@ -1,9 +1,11 @@
 #include "containers/ip/Values.h"
 
-#include "containers/ip/Quoted.h"
+#include "platform/xml/Quoted.h"
 
 namespace kfab::ip {
 namespace {
+
+using lmx60::quoted;
 
 Number numberOr(bool overflows, std::uint64_t value, Line line) {
     Number number = known(value);
