@@ -38,6 +38,7 @@ Run declareAdd(CLI::App& app);
 Run declareList(CLI::App& app);
 Run declareValidate(CLI::App& app);
 Run declareVerify(CLI::App& app);
+Run declareLint(CLI::App& app);
 Run declareInfo(CLI::App& app);
 Run declareFiles(CLI::App& app);
 Run declareExtract(CLI::App& app);

@@ -10,6 +10,8 @@ constexpr Command table[] = {
     {"validate", "Check that every kernel of a package has the flow of a target",
      "kp validate vadd.kp --target hw_emu", declareValidate, true},
     {"verify", "Check a package's digest, structure and contents", "kp verify vadd.kp", declareVerify, true},
+    {"lint", "Hold kernels' descriptions, IPs and reports against each other", "kp lint vadd.kp --strict",
+     declareLint, true},
     {"info", "Report what a package holds", "kp info vadd.kp --json", declareInfo},
     {"files", "Show where each part of a kernel lies", "kp files vadd.kp vadd", declareFiles},
     {"extract", "Extract a kernel, or all, to a directory", "kp extract vadd.kp vadd -d out", declareExtract},

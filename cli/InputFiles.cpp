@@ -55,6 +55,8 @@ void spoolStandardInput() {
     if (::dup2(spool.number(), STDIN_FILENO) < 0) fail();
 }
 
+}  // namespace
+
 bool isPackage(const std::string& path) {
     constexpr std::string_view signature = "PK\3\4";
     std::array<char, signature.size()> begin{};
@@ -67,6 +69,8 @@ bool isPackage(const std::string& path) {
         return false;
     }
 }
+
+namespace {
 
 void requireDocument(const std::string& path) {
     if (isPackage(path))

@@ -9,6 +9,9 @@
 
 namespace cli {
 
+/// Whether a path leads to a package, told by its contents.
+bool isPackage(const std::string& path);
+
 /// The input files of one command. One of them may be given as "-": standard input.
 class InputFiles {
 public:

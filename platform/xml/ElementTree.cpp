@@ -4,8 +4,10 @@
 #include "platform/xml/Limits.h"
 #include "platform/xml/Namespaces.h"
 #include "platform/xml/Parser.h"
+#include "platform/xml/StarredNames.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 namespace lmx60 {
@@ -19,6 +21,7 @@ public:
     const std::string& ownNamespace() const { return namespaces_.own(); }
 
 private:
+    void prepare(std::span<char> document) override { starredNames_ = starred_names::replaceIn(document); }
     void start(const char* name, const char** attributes) override;
     void end() override;
     void text(std::string_view text) override;
@@ -32,6 +35,7 @@ private:
     ElementTree& tree_;
     Namespaces namespaces_;
     std::vector<std::size_t> open_;
+    bool starredNames_ = false;
     int skipped_ = 0;  // depth inside an element that is passed over
 };
 
@@ -81,7 +85,8 @@ void ElementTree::Builder::start(const char* name, const char** attributes) {
     endText();
     open_.push_back(tree_.nodes_.size());
     Node& node = tree_.nodes_.emplace_back();
-    node.name = kept(qualified.name);
+    const bool isStarred = starredNames_ && starred_names::isReplaced(qualified.name);
+    node.name = isStarred ? kept(starred_names::original(qualified.name)) : kept(qualified.name);
     node.line = line();
     node.firstAttribute = static_cast<std::uint32_t>(tree_.attributes_.size());
     for (; *attributes != nullptr; attributes += 2) {

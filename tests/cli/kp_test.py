@@ -94,6 +94,28 @@ class KpTest(KpCase):
                     "kp: error: Kernel 'x' was not found inside KP container 'many.kp'\n")
         self.expect(["-q", "list", "many.kp"], 0, "vadd  hw_emu,hw,hw  rtl\n")
 
+    def test_lint(self):
+        whole = ["vadd/kernel.xml", "--ip", "vadd/ip", "--report", "vadd/design.xml"]
+        self.expect(["lint", *whole], 0)
+        self.add("p.kp")
+        self.expect(["lint", "p.kp", "VADD", "--json"], 0, '{\n  "findings": [],\n  "unchecked": []\n}\n')
+        text = Path("vadd/kernel.xml").read_text()
+        Path("vadd/kernel.xml").write_text(text.replace('offset="0x34"', 'offset="0xFFE"'))
+        error = "argument 'length' ends at 0x1002, beyond the 0x1000 bytes of its port 's_control'"
+        status, out, _ = run("lint", "vadd/kernel.xml")
+        self.assertEqual((1, f"vadd/kernel.xml:13: error: {error} [beyond-range]"), (status, out.splitlines()[0]))
+        self.assertEqual("vadd: unchecked: no IP is given; nothing was held against it [ip-missing]",
+                         out.splitlines()[-1])
+        finding = json.loads(run("lint", *whole, "--format", "json")[1])["findings"][0]
+        self.assertEqual(["beyond-range", "error", "vadd", "vadd/kernel.xml", 13, error],
+                         [finding[key] for key in ("code", "severity", "kernel", "document", "line", "text")])
+        Path("vadd/kernel.xml").write_text(text.replace('interrupt="false"', 'interrupt="no"'))
+        self.assertEqual([0, 1], [run("lint", *whole, *strict)[0] for strict in ([], ["--strict"])])
+        self.assertEqual(len(run("lint", "--rules")[1].splitlines()), len(json.loads(run("lint", "--rules", "--json")[1])))
+        self.expect(["lint", "none"], 3, "", "kp: error: File not found: 'none'\n")
+        for wrong in (["lint"], ["lint", "vadd/kernel.xml", "vadd"], ["lint", "p.kp", "--ip", "vadd/ip"]):
+            self.assertEqual(2, run(*wrong)[0], wrong)
+
     def test_info_and_files(self):
         self.add("p.kp", "--shim", "vadd/vadd.qmr", "--hls-dir", "vadd/src", "-q")
         odd, shown = "v\x1b\nPdiFile: forged.cpp", "v\\x1b\\x0aPdiFile: forged.cpp"

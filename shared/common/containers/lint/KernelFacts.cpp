@@ -1,0 +1,178 @@
+#include "containers/lint/KernelFacts.h"
+
+#include "containers/ip/ComponentReader.h"
+#include "platform/base/HSTStringUtils.h"
+#include "platform/xml/Errors.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <utility>
+
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
+
+namespace kfab::lint {
+namespace {
+
+std::string textOf(lmx60::Element element, std::string_view attribute) {
+    return element ? std::string(element.attribute(attribute).value_or("")) : std::string();
+}
+
+PortFacts portOf(lmx60::Element port) {
+    return {.name = textOf(port, "name"),
+            .mode = textOf(port, "mode"),
+            .type = textOf(port, "portType"),
+            .range = numberText(port.attribute("range")),
+            .base = numberText(port.attribute("base")),
+            .dataWidth = numberText(port.attribute("dataWidth")),
+            .line = port.line()};
+}
+
+Passing passingOf(const ArgFacts& arg) {
+    if (arg.port != nullptr && arg.port->isStream()) return Passing::Stream;
+    if (arg.qualifier == 0) return Passing::Value;
+    return arg.qualifier <= 2 ? Passing::Pointer : Passing::Unknown;
+}
+
+ArgFacts argOf(lmx60::Element arg, const std::vector<PortFacts>& ports) {
+    ArgFacts facts{.name = textOf(arg, "name"),
+                   .portName = textOf(arg, "port"),
+                   .type = textOf(arg, "type"),
+                   .qualifier = numberText(arg.attribute("addressQualifier")).value.value_or(0),
+                   .id = numberText(arg.attribute("id")),
+                   .size = numberText(arg.attribute("size")),
+                   .offset = numberText(arg.attribute("offset")),
+                   .hostOffset = numberText(arg.attribute("hostOffset")),
+                   .hostSize = numberText(arg.attribute("hostSize")),
+                   .line = arg.line()};
+    if (facts.id.text.empty()) facts.id = {};
+    const auto port = std::find_if(ports.begin(), ports.end(),
+                                   [&](const PortFacts& each) { return each.name == facts.portName; });
+    if (port != ports.end()) facts.port = &*port;
+    facts.passing = passingOf(facts);
+    return facts;
+}
+
+/// The slave that an argument takes bytes of; none where it takes none or that cannot be told.
+const PortFacts* slaveOf(const ArgFacts& arg, const KernelFacts& facts) {
+    if (arg.passing == Passing::Pointer) return facts.controlPort();
+    const bool isOnSlave = arg.port != nullptr && arg.port->isAddressable() && arg.port->isSlave();
+    return arg.passing == Passing::Value && isOnSlave ? arg.port : nullptr;
+}
+
+}  // namespace
+
+NumberText numberText(std::optional<std::string_view> text) {
+    if (!text) return {};
+    NumberText number{std::string(*text), true, {}};
+    std::string_view digits = *text;
+    const bool isHexadecimal = digits.starts_with("0x") || digits.starts_with("0X");
+    if (isHexadecimal)
+        digits.remove_prefix(2);
+    else if (digits.size() > 1 && digits.front() == '0')
+        return number;
+    std::uint64_t value = 0;
+    const auto [end, error] =
+        std::from_chars(digits.data(), digits.data() + digits.size(), value, isHexadecimal ? 16 : 10);
+    if (error == std::errc() && end == digits.data() + digits.size()) number.value = value;
+    return number;
+}
+
+bool PortFacts::isAddressable() const {
+    return HSTStringUtils::equalsIgnoreCase(type, "addressable");
+}
+
+bool PortFacts::isStream() const {
+    return HSTStringUtils::equalsIgnoreCase(type, "stream");
+}
+
+bool PortFacts::isMaster() const {
+    return HSTStringUtils::equalsIgnoreCase(mode, "master");
+}
+
+bool PortFacts::isSlave() const {
+    return HSTStringUtils::equalsIgnoreCase(mode, "slave");
+}
+
+std::uint64_t Place::end() const {
+    constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+    return size > most - offset ? most : offset + size;
+}
+
+bool KernelFacts::hasRegisters() const {
+    return std::any_of(args.begin(), args.end(), [](const ArgFacts& arg) {
+        return arg.passing == Passing::Value || arg.passing == Passing::Pointer;
+    });
+}
+
+bool KernelFacts::isLater() const {
+    return std::pair(versionMajor, versionMinor) > std::pair<std::uint64_t, std::uint64_t>(1, 10);
+}
+
+std::vector<std::string> KernelFacts::vlnvFields() const {
+    std::vector<std::string> fields;
+    boost::algorithm::split(fields, vlnv, boost::algorithm::is_any_of(":"));
+    return fields;
+}
+
+void takeDescription(KernelFacts& facts, std::shared_ptr<const lmx60::ElementTree> tree) {
+    const lmx60::Element root = tree->root();
+    const lmx60::Element kernel = root.child("kernel");
+    facts.rootLine = root.line();
+    facts.line = kernel ? kernel.line() : 0;
+    facts.versionMajor = numberText(root.attribute("versionMajor")).value.value_or(0);
+    facts.versionMinor = numberText(root.attribute("versionMinor")).value.value_or(0);
+    facts.name = textOf(kernel, "name");
+    facts.language = textOf(kernel, "language");
+    facts.vlnv = textOf(kernel, "vlnv");
+    facts.interrupt = textOf(kernel, "interrupt");
+    facts.protocol = textOf(kernel, "hwControlProtocol");
+    if (facts.kernel.empty()) facts.kernel = facts.name;
+
+    for (const lmx60::Element port : kernel.child("ports").children())
+        facts.ports.push_back(portOf(port));
+    for (const lmx60::Element arg : kernel.child("args").children())
+        facts.args.push_back(argOf(arg, facts.ports));
+    for (const PortFacts& port : facts.ports)
+        if (port.isAddressable() && port.isSlave()) facts.slaves.push_back(&port);
+    for (const ArgFacts& arg : facts.args)
+        if (const PortFacts* slave = slaveOf(arg, facts);
+            slave != nullptr && arg.offset.value && arg.size.value)
+            facts.places.push_back({&arg, slave, *arg.offset.value, *arg.size.value});
+
+    if (const lmx60::Element profile = root.child("profile")) {
+        facts.report = profile;
+        facts.reportDocument = facts.document;
+    }
+    facts.trees.push_back(std::move(tree));
+}
+
+void takeComponent(IpFacts& ip, std::string document) {
+    try {
+        ip.component = ip::parseComponent(std::move(document));
+        ip.state = IpState::Read;
+    } catch (const lmx60::ReadError& error) {
+        ip.state =
+            error.error().kind == lmx60::ErrorKind::OtherFormat ? IpState::OtherFormat : IpState::Unreadable;
+        ip.problem = error.what();
+        ip.line = error.error().line;
+    }
+}
+
+bool isStray(std::string_view path) {
+    std::size_t begin = 0;
+    while (begin <= path.size()) {
+        const std::size_t end = std::min(path.find('/', begin), path.size());
+        const std::string_view part = path.substr(begin, end - begin);
+        const bool isSwap =
+            part.size() > 5 && part.front() == '.' && part.substr(part.size() - 4, 3) == ".sw";
+        if (part == ".git" || part == ".DS_Store" || part == "Thumbs.db" || isSwap ||
+            (part.size() > 1 && part.back() == '~'))
+            return true;
+        begin = end + 1;
+    }
+    return false;
+}
+
+}  // namespace kfab::lint

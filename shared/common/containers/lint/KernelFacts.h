@@ -1,0 +1,128 @@
+#pragma once
+
+#include "containers/ip/IpComponent.h"
+#include "platform/xml/ElementTree.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kfab::lint {
+
+/// A number of a description, which is text there: decimal, or beginning with 0x.
+struct NumberText {
+    std::string text;
+    bool isGiven = false;
+    std::optional<std::uint64_t> value;
+
+    bool isWrong() const { return isGiven && !value; }
+    bool is(std::uint64_t number) const { return value == number; }
+};
+
+NumberText numberText(std::optional<std::string_view> text);
+
+struct PortFacts {
+    std::string name, mode, type;
+    NumberText range, base, dataWidth;
+    int line = 0;
+
+    bool isAddressable() const;
+    bool isStream() const;
+    bool isMaster() const;
+    bool isSlave() const;
+};
+
+enum class Passing {
+    Value,
+    Pointer,  ///< to global or constant memory
+    Stream,
+    Unknown,
+};
+
+struct ArgFacts {
+    std::string name, portName, type;
+    std::uint64_t qualifier = 0;
+    NumberText id, size, offset, hostOffset, hostSize;
+    int line = 0;
+    const PortFacts* port = nullptr;  ///< none when there is none of the name
+    Passing passing = Passing::Unknown;
+};
+
+/// The bytes of a slave that an argument's value, or a pointer's address, takes.
+struct Place {
+    const ArgFacts* arg;
+    const PortFacts* port;
+    std::uint64_t offset, size;
+
+    /// Where it ends; the largest number where that is beyond 64 bits.
+    std::uint64_t end() const;
+};
+
+enum class IpState {
+    NotGiven,   ///< unknown whether there is one
+    NotNeeded,  ///< the kernel has none, and needs none
+    Missing,
+    Unreadable,
+    OtherFormat,
+    Read,
+};
+
+struct IpFacts {
+    IpState state = IpState::NotGiven;
+    std::string document;  ///< the component's path, or its name in the package
+    std::string problem;   ///< why it could not be read
+    int line = 0;          ///< of the problem
+    ip::IpComponent component;
+    std::function<bool(const std::string& name)> hasFile;  ///< by its path from the component's directory
+};
+
+/// What the manifest of a package says of the kernel.
+struct EntryFacts {
+    std::string document;
+    int line = 0;
+    std::string topIp;  ///< the top IP directory, where the package lacks it
+};
+
+/// Everything about one kernel, numbers parsed once, each thing with its line.
+struct KernelFacts {
+    std::string kernel;  ///< what findings call it
+    std::string document;
+    int line = 0, rootLine = 0;
+    std::uint64_t versionMajor = 0, versionMinor = 0;
+    std::string name, language, vlnv, interrupt, protocol;
+    std::vector<PortFacts> ports;
+    std::vector<ArgFacts> args;
+    std::vector<const PortFacts*> slaves;  ///< the addressable ones
+    std::vector<Place> places;             ///< of all values and pointers whose place is known
+
+    IpFacts ip;
+    std::optional<EntryFacts> entry;
+    std::vector<std::string> sharing;  ///< other kernels of the package that have its VLNV
+    std::vector<std::string> strays;   ///< left-overs of editors and the like that are packed
+
+    std::string reportDocument;
+    lmx60::Element report;                                         ///< the profile; none when there is none
+    std::vector<std::shared_ptr<const lmx60::ElementTree>> trees;  ///< what elements belong to
+
+    /// The only addressable slave; none when there are several or none.
+    const PortFacts* controlPort() const { return slaves.size() == 1 ? slaves.front() : nullptr; }
+    bool hasRegisters() const;
+    bool isLater() const;
+    /// Its fields; fewer or more than four when it is none.
+    std::vector<std::string> vlnvFields() const;
+};
+
+/// Takes the facts of a description, whatever it lacks. The tree is kept.
+void takeDescription(KernelFacts& facts, std::shared_ptr<const lmx60::ElementTree> tree);
+
+/// Reads a component. What is wrong with it becomes the state.
+void takeComponent(IpFacts& ip, std::string document);
+
+/// Whether a file's path says that it is a left-over of an editor, of version control or of a system.
+bool isStray(std::string_view path);
+
+}  // namespace kfab::lint

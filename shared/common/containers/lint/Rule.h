@@ -1,0 +1,35 @@
+#pragma once
+
+#include "platform/base/Export.h"
+
+#include <span>
+
+namespace kfab::lint {
+
+class Findings;
+struct KernelFacts;
+
+enum class Severity {
+    Warning,  ///< likely a mistake
+    Error,    ///< the link or the host program fails, or reaches wrong data
+};
+
+/// "warning" or "error".
+KP_EXPORT const char* severityText(Severity severity);
+
+/// One thing that can be wrong with a kernel. A code never changes its meaning.
+struct Rule {
+    const char* code;
+    Severity severity;
+    const char* meaning;      ///< when it is found, as one clause
+    const char* explanation;  ///< what goes wrong then
+    const char* cure;
+    const char* wrong;  ///< an example of a document
+    const char* right;
+    void (*check)(const KernelFacts& kernel, Findings& findings);
+};
+
+/// All rules, in the order of their findings.
+KP_EXPORT std::span<const Rule> rules();
+
+}  // namespace kfab::lint
