@@ -1,6 +1,7 @@
 #include "cli/Command.h"
 #include "cli/InputFiles.h"
 #include "cli/Output.h"
+#include "containers/kernel/DefinitionFields.h"
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "platform/files/HUTPathUtils.h"
 
@@ -16,51 +17,29 @@ namespace cli {
 namespace {
 
 using Json = nlohmann::ordered_json;
-using kfab::kernel::ArgDesc;
 using kfab::kernel::KernelDef;
-using kfab::kernel::PortDesc;
 
-Json describe(const ArgDesc& arg) {
-    return {{"name", arg.name},
-            {"addressQualifier", arg.addressQualifier},
-            {"id", arg.id},
-            {"port", arg.port},
-            {"size", arg.size},
-            {"offset", arg.offset},
-            {"hostOffset", arg.hostOffset},
-            {"hostSize", arg.hostSize},
-            {"type", arg.type},
-            {"memSize", arg.memSize},
-            {"origName", arg.origName},
-            {"origUse", arg.origUse}};
+template <class Desc, class Fields>
+Json describe(const Desc& desc, const Fields& fields) {
+    Json described = Json::object();
+    definition::forEach(desc, fields,
+                        [&](const char* name, const auto& value, auto) { described[name] = value; });
+    return described;
 }
 
-Json describe(const PortDesc& port) {
-    return {{"name", port.name},           {"mode", port.mode},         {"range", port.range},
-            {"dataWidth", port.dataWidth}, {"portType", port.portType}, {"base", port.base}};
-}
-
-template <class Desc>
-Json describeAll(const std::vector<Desc>& descs) {
+template <class Desc, class Fields>
+Json describeAll(const std::vector<Desc>& descs, const Fields& fields) {
     Json all = Json::array();
     for (const Desc& desc : descs)
-        all.push_back(describe(desc));
+        all.push_back(describe(desc, fields));
     return all;
 }
 
 Json describe(const KernelDef& kernel) {
-    return {{"name", kernel.name},
-            {"language", kernel.language},
-            {"vlnv", kernel.vlnv},
-            {"attributes", kernel.attributes},
-            {"hash", kernel.hash},
-            {"preferredWorkGroupSizeMultiple", kernel.preferredWorkGroupSizeMultiple},
-            {"workGroupSize", kernel.workGroupSize},
-            {"debug", kernel.debug},
-            {"compileOptions", kernel.compileOptions},
-            {"profileType", kernel.profileType},
-            {"args", describeAll(kernel.args)},
-            {"ports", describeAll(kernel.ports)}};
+    Json described = describe(kernel, definition::kernelFields);
+    described["args"] = describeAll(kernel.args, definition::argFields);
+    described["ports"] = describeAll(kernel.ports, definition::portFields);
+    return described;
 }
 
 /// The values of an object that are neither lists nor empty, a line each.

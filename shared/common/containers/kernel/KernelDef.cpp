@@ -1,19 +1,13 @@
 #include "containers/kernel/KernelDef.h"
 
+#include "containers/kernel/DefinitionFields.h"
+
 namespace kfab::kernel {
 
 KernelDef& KernelDef::operator=(const KernelDef& other) {
     if (&other == this) return *this;
-    name = other.name;
-    language = other.language;
-    vlnv = other.vlnv;
-    attributes = other.attributes;
-    hash = other.hash;
-    preferredWorkGroupSizeMultiple = other.preferredWorkGroupSizeMultiple;
-    workGroupSize = other.workGroupSize;
-    debug = other.debug;
-    compileOptions = other.compileOptions;
-    profileType = other.profileType;
+    for (const definition::KernelField& field : definition::kernelFields)
+        std::visit([&](auto member) { this->*member.to = other.*member.to; }, field.value);
     args.insert(args.end(), other.args.begin(), other.args.end());
     ports.insert(ports.end(), other.ports.begin(), other.ports.end());
     return *this;

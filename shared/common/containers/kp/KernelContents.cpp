@@ -1,56 +1,15 @@
 #include "containers/kp/KernelContents.h"
 
+#include "containers/kernel/DefinitionFields.h"
 #include "containers/kp/KernelParts.h"
 
 #include <cstdint>
-#include <variant>
 
 namespace {
 
-using kfab::kernel::ArgDesc;
+using definition::Reported;
 using kfab::kernel::ExplorerIface;
 using kfab::kernel::KernelDef;
-using kfab::kernel::PortDesc;
-
-enum class Shown { Always, UnlessEmpty };
-
-template <class Desc>
-struct Field {
-    const char* key;
-    std::variant<std::string Desc::*, std::uint32_t Desc::*> value;
-    Shown shown = Shown::UnlessEmpty;
-};
-
-constexpr Field<KernelDef> kernelFields[] = {
-    {"name", &KernelDef::name, Shown::Always},
-    {"language", &KernelDef::language},
-    {"vlnv", &KernelDef::vlnv, Shown::Always},
-    {"attributes", &KernelDef::attributes},
-    {"hash", &KernelDef::hash},
-    {"preferredWorkGroupSizeMultiple", &KernelDef::preferredWorkGroupSizeMultiple, Shown::Always},
-    {"workGroupSize", &KernelDef::workGroupSize, Shown::Always},
-    {"debug", &KernelDef::debug},
-};
-
-constexpr Field<ArgDesc> argFields[] = {
-    {"name", &ArgDesc::name, Shown::Always},
-    {"addressQualifier", &ArgDesc::addressQualifier},
-    {"id", &ArgDesc::id},
-    {"port", &ArgDesc::port},
-    {"size", &ArgDesc::size},
-    {"offset", &ArgDesc::offset},
-    {"hostOffset", &ArgDesc::hostOffset},
-    {"hostSize", &ArgDesc::hostSize},
-    {"type", &ArgDesc::type},
-    {"memSize", &ArgDesc::memSize},
-    {"origName", &ArgDesc::origName},
-    {"origUse", &ArgDesc::origUse},
-};
-
-constexpr Field<PortDesc> portFields[] = {
-    {"name", &PortDesc::name, Shown::Always}, {"mode", &PortDesc::mode},         {"range", &PortDesc::range},
-    {"dataWidth", &PortDesc::dataWidth},      {"portType", &PortDesc::portType}, {"base", &PortDesc::base},
-};
 
 std::string textOf(const std::string& text) {
     return text;
@@ -60,19 +19,19 @@ std::string textOf(std::uint32_t number) {
     return std::to_string(number);
 }
 
-template <class Desc, std::size_t size>
-KernelContents::Values valuesOf(const Desc& desc, const Field<Desc> (&fields)[size]) {
+template <class Desc, class Fields>
+KernelContents::Values valuesOf(const Desc& desc, const Fields& fields) {
     KernelContents::Values values;
-    for (const Field<Desc>& field : fields) {
-        std::string text = std::visit([&](auto member) { return textOf(desc.*member); }, field.value);
-        if (field.shown == Shown::Always || !text.empty()) values.emplace_back(field.key, std::move(text));
-    }
+    definition::forEach(desc, fields, [&](const char* name, const auto& value, Reported reported) {
+        std::string text = textOf(value);
+        if (reported == Reported::Always || (reported == Reported::UnlessEmpty && !text.empty()))
+            values.emplace_back(name, std::move(text));
+    });
     return values;
 }
 
-template <class Desc, std::size_t size>
-std::vector<KernelContents::Values> valuesOfAll(const std::vector<Desc>& descs,
-                                                const Field<Desc> (&fields)[size]) {
+template <class Desc, class Fields>
+std::vector<KernelContents::Values> valuesOfAll(const std::vector<Desc>& descs, const Fields& fields) {
     std::vector<KernelContents::Values> all;
     all.reserve(descs.size());
     for (const Desc& desc : descs)
@@ -84,7 +43,7 @@ std::vector<KernelContents::Values> valuesOfAll(const std::vector<Desc>& descs,
 
 KernelContents KernelContents::of(const KernelDef& kernel, const ExplorerIface& explorer) {
     KernelContents contents;
-    contents.definition = valuesOf(kernel, kernelFields);
+    contents.definition = valuesOf(kernel, definition::kernelFields);
     for (const KernelPart& part : kernelParts) {
         if (part.kind == KernelPart::Kind::Directory &&
             explorer.existsDir((explorer.*part.root)(kernel.name)))
@@ -94,7 +53,7 @@ KernelContents KernelContents::of(const KernelDef& kernel, const ExplorerIface& 
         (explorer.*part.list)(kernel.name, files.names);
     }
     explorer.getShimSolnFile(kernel.name, contents.shimSolnFile);
-    contents.args = valuesOfAll(kernel.args, argFields);
-    contents.ports = valuesOfAll(kernel.ports, portFields);
+    contents.args = valuesOfAll(kernel.args, definition::argFields);
+    contents.ports = valuesOfAll(kernel.ports, definition::portFields);
     return contents;
 }
