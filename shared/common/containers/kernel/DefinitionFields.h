@@ -7,8 +7,8 @@
 #include <string>
 #include <variant>
 
-/// The plain fields of a kernel definition, of its arguments and of its ports: where each comes from, and whether
-/// reports show it. Reading, assigning and showing definitions walk these rows.
+/// The plain fields of a kernel definition, of its arguments and of its ports: where each comes from, and
+/// whether reports show it. Reading, assigning and showing definitions walk these rows.
 namespace definition {
 
 enum class Reported { Always, UnlessEmpty, Never };
@@ -39,16 +39,25 @@ inline constexpr KernelField kernelFields[] = {
     {"vlnv", KernelField::Text{&KernelXML::Kernel::vlnv, &kfab::kernel::KernelDef::vlnv}, Reported::Always},
     {"attributes", KernelField::Text{&KernelXML::Kernel::attributes, &kfab::kernel::KernelDef::attributes}},
     {"hash", KernelField::Text{&KernelXML::Kernel::hash, &kfab::kernel::KernelDef::hash}},
-    {"preferredWorkGroupSizeMultiple", KernelField::Text{&KernelXML::Kernel::preferredWorkGroupSizeMultiple, &kfab::kernel::KernelDef::preferredWorkGroupSizeMultiple}, Reported::Always},
-    {"workGroupSize", KernelField::Text{&KernelXML::Kernel::workGroupSize, &kfab::kernel::KernelDef::workGroupSize}, Reported::Always},
+    {"preferredWorkGroupSizeMultiple",
+     KernelField::Text{&KernelXML::Kernel::preferredWorkGroupSizeMultiple,
+                       &kfab::kernel::KernelDef::preferredWorkGroupSizeMultiple},
+     Reported::Always},
+    {"workGroupSize",
+     KernelField::Text{&KernelXML::Kernel::workGroupSize, &kfab::kernel::KernelDef::workGroupSize},
+     Reported::Always},
     {"debug", KernelField::Text{&KernelXML::Kernel::debug, &kfab::kernel::KernelDef::debug}},
-    {"compileOptions", KernelField::Text{&KernelXML::Kernel::compileOptions, &kfab::kernel::KernelDef::compileOptions}, Reported::Never},
-    {"profileType", KernelField::Text{&KernelXML::Kernel::profileType, &kfab::kernel::KernelDef::profileType}, Reported::Never},
+    {"compileOptions",
+     KernelField::Text{&KernelXML::Kernel::compileOptions, &kfab::kernel::KernelDef::compileOptions},
+     Reported::Never},
+    {"profileType", KernelField::Text{&KernelXML::Kernel::profileType, &kfab::kernel::KernelDef::profileType},
+     Reported::Never},
 };
 
 inline constexpr ArgField argFields[] = {
     {"name", ArgField::Text{&KernelXML::Arg::name, &kfab::kernel::ArgDesc::name}, Reported::Always},
-    {"addressQualifier", ArgField::Number{&KernelXML::Arg::addressQualifier, &kfab::kernel::ArgDesc::addressQualifier}},
+    {"addressQualifier",
+     ArgField::Number{&KernelXML::Arg::addressQualifier, &kfab::kernel::ArgDesc::addressQualifier}},
     {"id", ArgField::Text{&KernelXML::Arg::id, &kfab::kernel::ArgDesc::id}},
     {"port", ArgField::Text{&KernelXML::Arg::port, &kfab::kernel::ArgDesc::port}},
     {"size", ArgField::Text{&KernelXML::Arg::size, &kfab::kernel::ArgDesc::size}},
