@@ -50,7 +50,7 @@ inline constexpr CatalogEntry catalog[] = {
     {"@17-2006@%d%s", Warning, "... and %1 more about '%2'"},
     {"@17-2007@%s%s", Warning, "The IP in '%1' is replaced by another one, which is now that of %2 too"},
     {"@17-2008@%s%s%s", Warning,
-     "'%1' gets the format of the layout '%2', in which the IP is not found of %3"},
+     "'%1' gets the format of the layout '%2', in which the IP of %3 is not found"},
     {"@17-2009@%s%s%d", Warning, "%2:%3: %1; no parameter is checked"},
     {"@17-2010@%s", Error, "%1"},
 };

@@ -155,6 +155,8 @@ std::span<const std::uint32_t> ArchiveSnapshot::positionsNamed(std::string_view 
 }
 
 std::span<const std::uint32_t> ArchiveSnapshot::positionsInFolder(std::string_view folder) const {
+    while (folder.ends_with('/'))
+        folder.remove_suffix(1);
     return positionsStartingWith(std::string(folder) + "/");
 }
 

@@ -279,6 +279,20 @@ TEST_F(PackageTest, TheFilesOfAnotherKernelAreNotTouched) {
                   "' cannot be changed: the name is taken by the package itself\n");
     EXPECT_EQ(failureWhere("k3/hls", again(kernel("k1"))),
               "Kernel 'k1" + because + "k3' uses its directory.\n");
+    const auto failureInside = [&](const std::string& place, const std::function<void()>& operation) {
+        changeManifest(package_,
+                       [&](HKPContainer& all) { all.getKPKernelByName("k3")->setDirectory(place); });
+        return failureOf(operation);
+    };
+    EXPECT_EQ(failureInside("ip_repo/v_l_k2_1_0/k3", [&] { add(kernel("k2")); }),
+              "The IP of kernel 'k2' cannot be placed in 'ip_repo/v_l_k2_1_0' of KP container '" + package_ +
+                  "' because kernel 'k3' has its directory there.\n");
+    file("caches/c/one.qmr");
+    EXPECT_EQ(failureInside("ip_cache/c",
+                            [&] { HKPContainerUtils::appendIPCacheDir(package_, directory_ / "caches"); }),
+              "The IP cache '" + (directory_ / "caches/c") +
+                  "' cannot be packed because kernel 'k3' has files in 'ip_cache/c'\n");
+    failureInside("k3", [] {});
     for (const char* directory : {"k1/", "sub/k1"}) {
         KernelAddition image = kernel("k1");
         image.update = true;
@@ -307,8 +321,8 @@ TEST_F(PackageTest, TheOtherLayoutStrandsNoIpUnheard) {
     add(kernel("k3"));
     EXPECT_THAT(messages_.texts(),
                 ElementsAre("17-2008: '" + package_ +
-                            "' gets the format of the layout 'repo', in which the IP is not "
-                            "found of kernels 'k1', 'k2'"));
+                            "' gets the format of the layout 'repo', in which the IP of kernels "
+                            "'k1', 'k2' is not found"));
     EXPECT_EQ(PackageVerification::of(package_).findings.size(), 2U);
 }
 

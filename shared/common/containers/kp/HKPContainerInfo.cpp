@@ -42,7 +42,6 @@ public:
         for (const KernelContents::Files& files : kernel.files)
             for (const std::string& name : files.names)
                 add(files.lineKey, name);
-        if (!kernel.shimSolnFile.empty()) add("ShimSolnFile", kernel.shimSolnFile);
         for (const KernelContents::Values& arg : kernel.args)
             addBlock("=== Arg ===", arg);
         for (const KernelContents::Values& port : kernel.ports)
@@ -72,13 +71,8 @@ public:
         addValues(kernel.definition);
         for (const char* flag : kernel.flags)
             addValue(flag, "true");
-        for (const KernelContents::Files& files : kernel.files) {
-            text_.beginArray(files.arrayKey);
-            for (const std::string& path : files.names)
-                addObject({{"path", path}});
-            text_.endArray();
-        }
-        if (!kernel.shimSolnFile.empty()) addValue("shimSolnFile", kernel.shimSolnFile);
+        for (const KernelContents::Files& files : kernel.files)
+            files.isList ? addPaths(files) : addOnly(files);
         addArray("args", kernel.args);
         addArray("ports", kernel.ports);
         text_.endObject();
@@ -96,6 +90,18 @@ private:
                                   "' cannot be reported as JSON because \"" + key + "\" is not UTF-8: '" +
                                   HUTPathUtils::shown(value) + "'\n");
         text_.addValue(key, value);
+    }
+
+    void addPaths(const KernelContents::Files& files) {
+        text_.beginArray(files.arrayKey);
+        for (const std::string& path : files.names)
+            addObject({{"path", path}});
+        text_.endArray();
+    }
+
+    void addOnly(const KernelContents::Files& files) {
+        for (const std::string& path : files.names)
+            addValue(files.arrayKey, path);
     }
 
     void addValues(const KernelContents::Values& values) {

@@ -4,6 +4,7 @@
 #include "containers/kp/HKPContainerXMLReader.h"
 #include "containers/kp/HKPContainerXMLWriter.h"
 #include "containers/kp/IpPlacement.h"
+#include "containers/kp/KernelPlaces.h"
 #include "containers/kp/PackageLayout.h"
 #include "containers/kp/PackageSeal.h"
 #include "platform/base/Exceptions.h"
@@ -60,6 +61,9 @@ void stageIpCaches(const std::string& directory, HKPContainer& container, Archiv
         } else if (container.addIpCacheIfUnique(name)) {
             added.insert(name);
             const std::string folder = HUTPathUtils::join(layout::ipCache, name);
+            if (const HKPKernel* other = otherKernelIn(container, folder, nullptr))
+                throw HEXAlgException("The IP cache '" + cache + "' cannot be packed because kernel '" +
+                                      other->getName() + "' has files in '" + folder + "'\n");
             edit.deleteFolder(folder);  // what nothing records would mix with the cache
             edit.addTree(folder, cache);
         }

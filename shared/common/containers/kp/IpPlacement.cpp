@@ -1,6 +1,7 @@
 #include "containers/kp/IpPlacement.h"
 
 #include "containers/kp/HKPContainerXMLWriter.h"
+#include "containers/kp/KernelPlaces.h"
 #include "containers/kp/PackageLayout.h"
 #include "containers/kp/PackageRefusals.h"
 #include "platform/base/HSTStringUtils.h"
@@ -9,6 +10,7 @@
 #include "platform/zip/ArchiveComparison.h"
 
 #include <algorithm>
+#include <map>
 
 using layout::isSameOrBelow;
 using layout::withoutSlash;
@@ -37,34 +39,42 @@ bool IpPlacement::isOwn(const HKPKernel& kernel) const {
 
 void IpPlacement::removeIpOf(const HKPKernel& replaced) {
     const std::string folder = ipFolderOf(replaced);
-    if (!layout::isInRepository(folder)) return;
-    const auto [first, last] = container_.getKPKernelRange();
-    const bool isShared = std::any_of(first, last, [&](const auto& entry) {
-        const std::string other = ipFolderOf(*entry);
-        return entry.get() != &replaced && (isSameOrBelow(other, folder) || isSameOrBelow(folder, other));
-    });
-    if (!isShared) edit_.deleteFolder(folder);
+    if (layout::isInRepository(folder) && otherKernelIn(container_, folder, &replaced) == nullptr)
+        edit_.deleteFolder(folder);
 }
 
 std::string IpPlacement::makeRoom(const std::string& vlnv, const std::string& vlnvAsFolder) {
     const std::string folder = folderOf(vlnv, vlnvAsFolder);
     requireNoNesting(folder);
-    bool isRecorded = false;
-    std::vector<std::string> changed;
+    std::map<std::string, std::vector<std::string>> users;  // other kernels, by the spelling of the folder
     const auto [first, last] = container_.getKPKernelRange();
     for (auto entry = first; entry != last; ++entry) {
         const std::string present = ipFolderOf(**entry);
         if (!HSTStringUtils::equalsIgnoreCase(present, folder)) continue;
-        isRecorded = true;
-        if (!isOwn(**entry) && !isCopy(request_.ipDir, *edit_.snapshot(), present))
-            changed.push_back((*entry)->getName());
-        edit_.deleteFolder(present);
+        std::vector<std::string>& names = users[present];
+        if (!isOwn(**entry)) names.push_back((*entry)->getName());
         (*entry)->setIpDir(folder);
     }
-    if (isRecorded) ComMsgMgr::post("@17-1525@");
-    if (!changed.empty()) tellWhoseIpChanges(folder, changed);
+    std::vector<std::string> changed;
+    for (const auto& [present, names] : users) {
+        if (!names.empty() && isAnother(present)) changed.insert(changed.end(), names.begin(), names.end());
+        edit_.deleteFolder(present);
+    }
+    if (!changed.empty() && !request_.changesOtherIps) refuseToChange(folder, changed);
+    if (!users.empty()) ComMsgMgr::post("@17-1525@");
+    if (!changed.empty())
+        ComMsgMgr::post("@17-2007@%s%s", {HUTPathUtils::shown(folder), shownKernels(changed)});
     if (folder != layout::ipRepo) edit_.deleteFolder(folder);
     return folder;
+}
+
+/// Whether the IP that is there differs from the one to come; one that cannot be read does.
+bool IpPlacement::isAnother(const std::string& present) const {
+    try {
+        return !isCopy(request_.ipDir, *edit_.snapshot(), present);
+    } catch (const HEXAlgException&) {
+        return true;
+    }
 }
 
 std::string IpPlacement::folderOf(const std::string& vlnv, const std::string& vlnvAsFolder) const {
@@ -76,7 +86,7 @@ std::string IpPlacement::folderOf(const std::string& vlnv, const std::string& vl
     return HUTPathUtils::join(layout::ipRepo, vlnvAsFolder);
 }
 
-/// One IP in another's folder would go with it.
+/// What lies in the folder would go with the IP that is there, and the IP with a folder that holds it.
 void IpPlacement::requireNoNesting(const std::string& folder) const {
     const auto [first, last] = container_.getKPKernelRange();
     for (auto entry = first; entry != last; ++entry) {
@@ -88,12 +98,14 @@ void IpPlacement::requireNoNesting(const std::string& folder) const {
                                   "' because the IP of kernel '" + (*entry)->getName() + "' is in '" +
                                   present + "'; give each kernel a VLNV.\n");
     }
+    const HKPKernel* own = container_.getKPKernelByName(request_.kernelName);
+    if (const HKPKernel* other = otherKernelIn(container_, folder, own, false))
+        throw HEXAlgException("The IP of kernel '" + request_.kernelName + "' cannot be placed in '" +
+                              folder + "' of KP container '" + request_.kpPath + "' because kernel '" +
+                              other->getName() + "' has its directory there.\n");
 }
 
-void IpPlacement::tellWhoseIpChanges(const std::string& folder,
-                                     const std::vector<std::string>& kernels) const {
-    if (request_.changesOtherIps)
-        return ComMsgMgr::post("@17-2007@%s%s", {HUTPathUtils::shown(folder), shownKernels(kernels)});
+void IpPlacement::refuseToChange(const std::string& folder, const std::vector<std::string>& kernels) const {
     throw HKPIpTaken("The IP of kernel '" + request_.kernelName + "' differs from the one in '" + folder +
                      "' of KP container '" + request_.kpPath + "', the IP of " + shownKernels(kernels) +
                      "; give each IP a VLNV of its own.\n");

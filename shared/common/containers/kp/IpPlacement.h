@@ -25,7 +25,9 @@ private:
     bool isOwn(const HKPKernel& kernel) const;
     std::string folderOf(const std::string& vlnv, const std::string& vlnvAsFolder) const;
     void requireNoNesting(const std::string& folder) const;
-    void tellWhoseIpChanges(const std::string& folder, const std::vector<std::string>& kernels) const;
+    bool isAnother(const std::string& present) const;
+    [[noreturn]] void refuseToChange(const std::string& folder,
+                                     const std::vector<std::string>& kernels) const;
 
     const KernelAddition& request_;
     HKPContainer& container_;

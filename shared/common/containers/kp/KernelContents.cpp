@@ -48,11 +48,15 @@ KernelContents KernelContents::of(const KernelDef& kernel, const ExplorerIface& 
         if (part.kind == KernelPart::Kind::Directory &&
             explorer.existsDir((explorer.*part.root)(kernel.name)))
             contents.flags.push_back(part.lineKey);
-        if (part.list == nullptr) continue;
-        KernelContents::Files& files = contents.files.emplace_back(Files{part.lineKey, part.arrayKey, {}});
-        (explorer.*part.list)(kernel.name, files.names);
+        if (part.kind == KernelPart::Kind::Directory) continue;
+        Files& files =
+            contents.files.emplace_back(Files{part.lineKey, part.arrayKey, part.list != nullptr, {}});
+        if (part.list != nullptr) {
+            (explorer.*part.list)(kernel.name, files.names);
+        } else if (std::string file; explorer.getShimSolnFile(kernel.name, file) && !file.empty()) {
+            files.names.push_back(file);
+        }
     }
-    explorer.getShimSolnFile(kernel.name, contents.shimSolnFile);
     contents.args = valuesOfAll(kernel.args, definition::argFields);
     contents.ports = valuesOfAll(kernel.ports, definition::portFields);
     return contents;

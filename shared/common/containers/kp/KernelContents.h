@@ -12,14 +12,14 @@ struct KernelContents {
 
     struct Files {
         const char* lineKey;   ///< of each file, in lines
-        const char* arrayKey;  ///< of all of them, in JSON
+        const char* arrayKey;  ///< of all of them, or of the only one, in JSON
+        bool isList;
         std::vector<std::string> names;
     };
 
     Values definition;
     std::vector<const char*> flags;  ///< keys of those that are set
     std::vector<Files> files;
-    std::string shimSolnFile;  ///< empty: there is none
     std::vector<Values> args;
     std::vector<Values> ports;
 

@@ -26,34 +26,34 @@ struct KernelPart {
 
     const char* folder;  ///< its name
     Kind kind;
-    bool inKernelLayout;  ///< whether a new kernel of that layout gets it as well
-    bool byUpdate;        ///< whether an update adds to it
+    bool inKernelLayout = false;  ///< whether a new kernel of that layout gets it as well
+    bool byUpdate = false;        ///< whether an update adds to it
 
     /// What the command calls it: in lines, in `kp files --json` and in `kp list --json`.
     const char* word;
     const char* filesJson;
-    const char* listJson;
+    const char* listJson = nullptr;
     /// What an information report calls it: in lines, and of files all of them in JSON.
     const char* lineKey;
-    const char* arrayKey;
+    const char* arrayKey = nullptr;
 
     /// The manifest's flag for it; none for one that has no flag.
-    const char* attribute;
-    KPContainer::Text Entry::*flag;
-    bool (HKPKernel::*isSet)() const;
-    void (HKPKernel::*set)(bool value);
+    const char* attribute = nullptr;
+    KPContainer::Text Entry::*flag = nullptr;
+    bool (HKPKernel::*isSet)() const = nullptr;
+    void (HKPKernel::*set)(bool value) = nullptr;
 
     /// The explorers' questions after it; only Files are listed.
     std::string (Explorer::*root)(const std::string& kernelName) const;
-    bool (Explorer::*list)(const std::string& kernelName, std::vector<std::string>& out) const;
+    bool (Explorer::*list)(const std::string& kernelName, std::vector<std::string>& out) const = nullptr;
     bool (Extracted::*enter)(const std::string& kernelName, const std::string& directory);
 
     /// What an addition gives for it: a list of files, or the path of a file or directory.
-    std::vector<std::string> KernelAddition::*files;
-    std::string KernelAddition::*path;
-    const char* noun;                          ///< of one file, in the text that it is none
-    std::optional<messages::Id<1>> missing;    ///< posted of what is no directory
-    std::optional<messages::Id<1>> packaging;  ///< posted of a directory
+    std::vector<std::string> KernelAddition::*files = nullptr;
+    std::string KernelAddition::*path = nullptr;
+    const char* noun = nullptr;                     ///< of one file, in the text that it is none
+    std::optional<messages::Id<1>> missing = {};    ///< posted of what is no directory
+    std::optional<messages::Id<1>> packaging = {};  ///< posted of a directory
 
     /// The files, or the directory, that an addition gives.
     std::vector<std::string> givenBy(const KernelAddition& addition) const {
@@ -64,41 +64,40 @@ struct KernelPart {
 
 // clang-format off
 inline constexpr KernelPart kernelParts[] = {
-    {.folder = layout::cpuSources, .kind = KernelPart::Kind::Files, .inKernelLayout = true, .byUpdate = false,
-     .word = "cpu-source", .filesJson = "cpuSources", .listJson = nullptr, .lineKey = "sourceFile", .arrayKey = "sourceFiles",
-     .attribute = nullptr, .flag = nullptr, .isSet = nullptr, .set = nullptr,
+    {.folder = layout::cpuSources, .kind = KernelPart::Kind::Files, .inKernelLayout = true,
+     .word = "cpu-source", .filesJson = "cpuSources", .lineKey = "sourceFile", .arrayKey = "sourceFiles",
      .root = &KernelPart::Explorer::getCpuSourcesRoot, .list = &KernelPart::Explorer::getCpuSources,
      .enter = &KernelPart::Extracted::addCpuSourcesDir,
-     .files = &KernelAddition::cpuFiles, .path = nullptr, .noun = "CPU File", .missing = {}, .packaging = {}},
-    {.folder = layout::swEmu, .kind = KernelPart::Kind::Files, .inKernelLayout = true, .byUpdate = false,
+     .files = &KernelAddition::cpuFiles, .noun = "CPU File"},
+    {.folder = layout::swEmu, .kind = KernelPart::Kind::Files, .inKernelLayout = true,
      .word = "sw-emu", .filesJson = "swEmuFiles", .listJson = "swEmuDir", .lineKey = "swEmuFile", .arrayKey = "swEmuFiles",
      .attribute = "SwEmu", .flag = &KernelPart::Entry::SwEmu, .isSet = &HKPKernel::getIsSwEmuDir, .set = &HKPKernel::setIsSwEmuDir,
      .root = &KernelPart::Explorer::getSwEmuFilesRoot, .list = &KernelPart::Explorer::getSwEmuFiles,
      .enter = &KernelPart::Extracted::addSwEmuFilesDir,
-     .files = &KernelAddition::swEmuFiles, .path = nullptr, .noun = "sw_emu File", .missing = {}, .packaging = {}},
-    {.folder = layout::pdi, .kind = KernelPart::Kind::Files, .inKernelLayout = false, .byUpdate = true,
+     .files = &KernelAddition::swEmuFiles, .noun = "sw_emu File"},
+    {.folder = layout::pdi, .kind = KernelPart::Kind::Files, .byUpdate = true,
      .word = "pdi", .filesJson = "pdiFiles", .listJson = "pdiDir", .lineKey = "PdiFile", .arrayKey = "pdiFiles",
      .attribute = "Pdi", .flag = &KernelPart::Entry::Pdi, .isSet = &HKPKernel::getIsPdiDir, .set = &HKPKernel::setIsPdiDir,
      .root = &KernelPart::Explorer::getPdiFilesRoot, .list = &KernelPart::Explorer::getPdiFiles,
      .enter = &KernelPart::Extracted::addPdiFilesDir,
-     .files = &KernelAddition::pdiFiles, .path = nullptr, .noun = "PDI File", .missing = {}, .packaging = {}},
-    {.folder = layout::shimSoln, .kind = KernelPart::Kind::File, .inKernelLayout = false, .byUpdate = true,
+     .files = &KernelAddition::pdiFiles, .noun = "PDI File"},
+    {.folder = layout::shimSoln, .kind = KernelPart::Kind::File, .byUpdate = true,
      .word = "shim", .filesJson = "shimSolnFile", .listJson = "shimSolnDir", .lineKey = "ShimSolnFile", .arrayKey = "shimSolnFile",
      .attribute = "ShimSoln", .flag = &KernelPart::Entry::ShimSoln, .isSet = &HKPKernel::getIsShimSolnDir, .set = &HKPKernel::setIsShimSolnDir,
-     .root = &KernelPart::Explorer::getShimSolnFileRoot, .list = nullptr,
+     .root = &KernelPart::Explorer::getShimSolnFileRoot,
      .enter = &KernelPart::Extracted::addShimSolnFileDir,
-     .files = nullptr, .path = &KernelAddition::shimSolnFile, .noun = "shim solution file", .missing = {}, .packaging = {}},
-    {.folder = layout::debug, .kind = KernelPart::Kind::Directory, .inKernelLayout = false, .byUpdate = false,
-     .word = "debug", .filesJson = "debugDir", .listJson = "debugDir", .lineKey = "containsDebugDir", .arrayKey = nullptr,
+     .path = &KernelAddition::shimSolnFile, .noun = "shim solution file"},
+    {.folder = layout::debug, .kind = KernelPart::Kind::Directory,
+     .word = "debug", .filesJson = "debugDir", .listJson = "debugDir", .lineKey = "containsDebugDir",
      .attribute = "Debug", .flag = &KernelPart::Entry::Debug, .isSet = &HKPKernel::getIsDebugDir, .set = &HKPKernel::setIsDebugDir,
-     .root = &KernelPart::Explorer::getDebugRoot, .list = nullptr,
+     .root = &KernelPart::Explorer::getDebugRoot,
      .enter = &KernelPart::Extracted::addDebugDir,
-     .files = nullptr, .path = &KernelAddition::debugDir, .noun = nullptr, .missing = messages::Id<1>("@17-1650@%s"), .packaging = messages::Id<1>("@17-1651@%s")},
-    {.folder = layout::hls, .kind = KernelPart::Kind::Directory, .inKernelLayout = false, .byUpdate = false,
-     .word = "hls", .filesJson = "hlsDir", .listJson = "hlsDir", .lineKey = "containsHlsDir", .arrayKey = nullptr,
+     .path = &KernelAddition::debugDir, .missing = messages::Id<1>("@17-1650@%s"), .packaging = messages::Id<1>("@17-1651@%s")},
+    {.folder = layout::hls, .kind = KernelPart::Kind::Directory,
+     .word = "hls", .filesJson = "hlsDir", .listJson = "hlsDir", .lineKey = "containsHlsDir",
      .attribute = "Hls", .flag = &KernelPart::Entry::Hls, .isSet = &HKPKernel::getIsHlsDir, .set = &HKPKernel::setIsHlsDir,
-     .root = &KernelPart::Explorer::getHlsRoot, .list = nullptr,
+     .root = &KernelPart::Explorer::getHlsRoot,
      .enter = &KernelPart::Extracted::addHlsDir,
-     .files = nullptr, .path = &KernelAddition::hlsDir, .noun = nullptr, .missing = messages::Id<1>("@17-1666@%s"), .packaging = messages::Id<1>("@17-1667@%s")},
+     .path = &KernelAddition::hlsDir, .missing = messages::Id<1>("@17-1666@%s"), .packaging = messages::Id<1>("@17-1667@%s")},
 };
 // clang-format on

@@ -6,6 +6,7 @@
 #include "containers/kp/HKPContainerXMLReader.h"
 #include "containers/kp/HKPContainerXMLWriter.h"
 #include "containers/kp/IpPlacement.h"
+#include "containers/kp/KernelPlaces.h"
 #include "containers/kp/PackageLayout.h"
 #include "containers/kp/PackageSeal.h"
 #include "platform/files/HUTFile.h"
@@ -16,7 +17,6 @@
 
 #include <algorithm>
 
-using layout::isSameOrBelow;
 using layout::withoutSlash;
 
 void KernelStaging::examine(const KernelAddition& request) {
@@ -30,15 +30,12 @@ void KernelStaging::examine(const KernelAddition& request) {
 }
 
 void KernelStaging::stage() {
-    const HKPKernel* found = findPlace();
-    const HKPKernel* staged = nullptr;
-    if (found == nullptr) {
-        if (request_.update) ComMsgMgr::post("@17-1867@");
-        staged = stageWhole();
-    } else {
-        requireChangeable(*found);
-        staged = request_.replace ? stageWhole() : stageUpdate(*found);
-    }
+    openPackage();
+    requireFreePlace();
+    const HKPKernel* present = present_();
+    if (present == nullptr && request_.update) ComMsgMgr::post("@17-1867@");
+    const bool onlyUpdates = present != nullptr && !request_.replace;
+    const HKPKernel* staged = onlyUpdates ? stageUpdate(*present) : stageWhole();
     if (staged->isEmpty())
         throw HEXAlgException("Failed to add kernel '" + request_.kernelName +
                               "' to KP container because the kernel is empty.\n");
@@ -47,10 +44,22 @@ void KernelStaging::stage() {
 }
 
 void KernelStaging::requirePlace() {
-    if (const HKPKernel* found = findPlace())
-        requireChangeable(*found);
-    else
-        requireOwnFolder(request_.kernelName);
+    openPackage();
+    requireFreePlace();
+}
+
+/// The kernel of the name that the package has, if any.
+const HKPKernel* KernelStaging::present_() const {
+    return container_.getKPKernelByName(request_.kernelName);
+}
+
+void KernelStaging::requireFreePlace() const {
+    const HKPKernel* present = present_();
+    if (present == nullptr) return requireOwnFolder(request_.kernelName);
+    if (!request_.update)
+        throw HEXAlgException("Kernel '" + request_.kernelName + "' already exists inside KP container '" +
+                              request_.kpPath + "'\n");
+    requireChangeable(*present);
 }
 
 std::unique_ptr<HKPKernel> KernelStaging::takeKernel() {
@@ -58,6 +67,7 @@ std::unique_ptr<HKPKernel> KernelStaging::takeKernel() {
 }
 
 void KernelStaging::openPackage() {
+    ipRepoLayout_ = request_.ipRepoLayout;
     if (!edit_.exists()) return edit_.seal();
     HKPContainerXMLReader(request_.kpPath, container_).parseKPContainer();
     const std::uint32_t major = container_.getVersionMajor(), minor = container_.getVersionMinor();
@@ -65,30 +75,19 @@ void KernelStaging::openPackage() {
     if (request_.checkVersion)
         HKPContainerUtils::checkKPVersion_(request_.kpPath, container_.getSoftwareVersionMajor(),
                                            container_.getSoftwareVersionMinor());
+    chooseLayout();
 }
 
 void KernelStaging::chooseLayout() {
     const bool isRepo = layout::hasRepository(container_.getVersionMajor());
     const auto [first, last] = container_.getKPKernelRange();
-    ipRepoLayout_ = request_.ipRepoLayout;
-    if (!edit_.exists() || isRepo == request_.ipRepoLayout) return;
+    if (isRepo == request_.ipRepoLayout) return;
     if (request_.otherLayout == OtherLayout::Follow) {
         ipRepoLayout_ = isRepo;
     } else if (request_.otherLayout == OtherLayout::Refuse && first != last) {
         throw HEXAlgException("'" + request_.kpPath + "' has the layout '" + layout::name(isRepo) +
                               "'; a kernel cannot be added in the layout '" + layout::name(!isRepo) + "'");
     }
-}
-
-/// Looks at the package. Returns the kernel of the name that is there, if that is to be changed.
-const HKPKernel* KernelStaging::findPlace() {
-    openPackage();
-    chooseLayout();
-    const HKPKernel* found = container_.getKPKernelByName(request_.kernelName);
-    if (found != nullptr && !request_.update)
-        throw HEXAlgException("Kernel '" + request_.kernelName + "' already exists inside KP container '" +
-                              request_.kpPath + "'\n");
-    return found;
 }
 
 void KernelStaging::requireChangeable(const HKPKernel& kernel) const {
@@ -100,21 +99,12 @@ void KernelStaging::requireChangeable(const HKPKernel& kernel) const {
     requireOwnFolder(folder);
 }
 
-/// Another kernel's files may lie in a folder too, or it in theirs, by its directory, its IP or, for its
-/// description, its name: they must not be touched.
+/// What lies in another kernel's folder, or holds it, must not be touched.
 void KernelStaging::requireOwnFolder(const std::string& folder) const {
-    const HKPKernel* own = container_.getKPKernelByName(request_.kernelName);
-    const auto [first, last] = container_.getKPKernelRange();
-    for (auto entry = first; entry != last; ++entry) {
-        const HKPKernel& other = **entry;
-        for (const std::string& used : {other.getDirectory(), other.getIpDir(), other.getName()}) {
-            const std::string place = withoutSlash(used);
-            if (&other != own && (isSameOrBelow(place, folder) || isSameOrBelow(folder, place)))
-                throw HEXAlgException("Kernel '" + request_.kernelName +
-                                      "' cannot be added to KP container '" + request_.kpPath +
-                                      "' because kernel '" + other.getName() + "' uses its directory.\n");
-        }
-    }
+    if (const HKPKernel* other = otherKernelIn(container_, folder, present_()))
+        throw HEXAlgException("Kernel '" + request_.kernelName + "' cannot be added to KP container '" +
+                              request_.kpPath + "' because kernel '" + other->getName() +
+                              "' uses its directory.\n");
 }
 
 HKPKernel* KernelStaging::stageUpdate(const HKPKernel& present) {
@@ -136,7 +126,7 @@ HKPKernel* KernelStaging::stageUpdate(const HKPKernel& present) {
 
 /// Adds the kernel as a new one, in the place of one of its name.
 HKPKernel* KernelStaging::stageWhole() {
-    if (const HKPKernel* replaced = container_.getKPKernelByName(request_.kernelName)) {
+    if (const HKPKernel* replaced = present_()) {
         edit_.deleteFolder(withoutSlash(replaced->getDirectory()));
         IpPlacement(request_, container_, edit_).removeIpOf(*replaced);
     }
@@ -171,10 +161,9 @@ HKPKernel* KernelStaging::stageWhole() {
 void KernelStaging::stageKernelXml(HCOKernelXMLReader& description) {
     HCOKernelXMLWriter writer(description.getRoot());
     if (!request_.designXmlPath.empty()) writer.addDesignXML(request_.designXmlPath);
-    const ScratchDirectory scratch(HUTEnv::getTKQTmpDir(), ".kernelxml");
-    writer.write(scratch.path());
-    edit_.addBytes(HUTPathUtils::join(folder_, layout::kernelXml),
-                   HUTFile::readFile(HUTPathUtils::join(scratch.path(), layout::kernelXml)));
+    const ScratchDirectory scratch(HUTEnv::getTKQTmpDir(), ".kernelxml");  // an addition must be able to make one
+    const std::string place = HUTPathUtils::join(scratch.path(), layout::kernelXml);
+    edit_.addBytes(HUTPathUtils::join(folder_, layout::kernelXml), writer.text(place));
 }
 
 /// Returns the folder of the IP; empty when there is none.

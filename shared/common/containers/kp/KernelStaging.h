@@ -32,7 +32,8 @@ private:
 
     void openPackage();
     void chooseLayout();
-    const HKPKernel* findPlace();
+    const HKPKernel* present_() const;
+    void requireFreePlace() const;
     void requireChangeable(const HKPKernel& kernel) const;
     void requireOwnFolder(const std::string& folder) const;
 

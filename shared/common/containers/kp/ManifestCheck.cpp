@@ -69,7 +69,7 @@ private:
     void checkKernel(const KPContainer::Kernel& kernel) {
         HUTInterrupt::check();
         const std::string name = HI18N::convert(kernel.Name.get());
-        const std::string directory = HI18N::convert(kernel.Dir.get());
+        const std::string directory = layout::withoutSlash(HI18N::convert(kernel.Dir.get()));
         const std::string ip = HI18N::convert(kernel.IP.get());
         const std::string owner = "Kernel '" + name + "': its ";
         claimed_.insert({name, directory});

@@ -32,7 +32,7 @@ bool isSameOrBelow(const std::string& folder, const std::string& above) {
 }
 
 bool isInRepository(const std::string& folder) {
-    return folder == ipRepo || folder.starts_with(HUTPathUtils::join(ipRepo, "/"));
+    return folder == ipRepo || folder.starts_with(std::string(ipRepo) + "/");
 }
 
 bool findsIp(std::uint32_t formatMajor, const std::string& kernelName, const std::string& ipDir) {

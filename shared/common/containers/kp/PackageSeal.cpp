@@ -27,6 +27,11 @@ const char* reasonAgainst(PackageDigest digest) {
     return "";
 }
 
+/// A package of a format that has no digest has none to break.
+bool isBroken(PackageDigest digest, std::uint32_t versionMajor, std::uint32_t versionMinor) {
+    return digest != PackageDigest::Valid && formatHasDigest(versionMajor, versionMinor);
+}
+
 /// The first look at a path tells.
 void note(const std::string& path, PackageDigest digest) {
     if (checkedPaths().insert(path).second && digest != PackageDigest::Valid)
@@ -41,7 +46,7 @@ void checkPackageSeal(const std::string& path, std::uint32_t versionMajor, std::
 
 void requirePackageSeal(const std::string& path, std::uint32_t versionMajor, std::uint32_t versionMinor) {
     const PackageDigest digest = checkPackageDigest(path, versionMajor, versionMinor);
-    if (digest != PackageDigest::Valid && formatHasDigest(versionMajor, versionMinor))
+    if (isBroken(digest, versionMajor, versionMinor))
         throw HKPSealBroken("The digest of '" + path + "' " + reasonAgainst(digest) + "\n");
     note(path, digest);
 }
@@ -51,7 +56,7 @@ bool sealsAnew(const std::string& path, std::uint32_t versionMajor, std::uint32_
     if (brokenSeal == BrokenSeal::Leave) {
         const PackageDigest digest = checkPackageDigest(path, versionMajor, versionMinor);
         note(path, digest);
-        return digest == PackageDigest::Valid;
+        return !isBroken(digest, versionMajor, versionMinor);
     }
     (brokenSeal == BrokenSeal::Refuse ? requirePackageSeal : checkPackageSeal)(path, versionMajor,
                                                                                versionMinor);
