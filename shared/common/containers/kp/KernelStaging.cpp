@@ -161,7 +161,8 @@ HKPKernel* KernelStaging::stageWhole() {
 void KernelStaging::stageKernelXml(HCOKernelXMLReader& description) {
     HCOKernelXMLWriter writer(description.getRoot());
     if (!request_.designXmlPath.empty()) writer.addDesignXML(request_.designXmlPath);
-    const ScratchDirectory scratch(HUTEnv::getTKQTmpDir(), ".kernelxml");  // an addition must be able to make one
+    const ScratchDirectory scratch(HUTEnv::getTKQTmpDir(),
+                                   ".kernelxml");  // an addition must be able to make one
     const std::string place = HUTPathUtils::join(scratch.path(), layout::kernelXml);
     edit_.addBytes(HUTPathUtils::join(folder_, layout::kernelXml), writer.text(place));
 }

@@ -1,5 +1,3 @@
-#include "containers/kernel/KernelDef.h"
-
 #include "containers/kernel/DefinitionFields.h"
 
 namespace kfab::kernel {
