@@ -46,6 +46,7 @@ Run declareCat(CLI::App& app);
 Run declareAddCache(CLI::App& app);
 Run declareCustomize(CLI::App& app);
 Run declareKernelShow(CLI::App& app);
+Run declareKernelNew(CLI::App& app);
 Run declareKernelEdit(CLI::App& app);
 Run declareKernelReport(CLI::App& app);
 Run declareHelp(CLI::App& app);

@@ -286,6 +286,40 @@ class KpTest(KpCase):
                     "kp: error: [17-1376] Failed to write 'no/out.xml': No such file or directory\n")
         self.assertFalse(os.path.exists("none.xml"))
 
+    def test_kernel_new(self):
+        vadd = ["kernel", "new", "vadd/ip", "--prototype", "void vadd(const uint *a, const uint *b, uint *out, uint length)"]
+        known = ["--connect", "a=m_read", "--connect=b=m_read", "--connect", "out=m_write"]
+        like_example = [*vadd, *known, "--protocol", "start_done", "--interrupt", "false"]
+        self.expect([*like_example, "-o", "-"], 0, Path("vadd/kernel.xml").read_text())
+        self.expect([*like_example, "-o", "new.xml"], 0)
+        self.expect_same("new.xml", "vadd/kernel.xml")
+        Path("new.xml").write_text("mine")
+        component = "vadd/ip/component.xml"
+        other = ["kernel", "new", component, "-o", "n.xml", "--prototype"]
+        rows = [
+            (3, [*like_example, "-o", "new.xml"], "'new.xml' is there already; a new description replaces no file"),
+            (3, [*vadd, "-o", "n.xml"], "The argument 'a' may go through any of 'm_read', 'm_write'; say which with --connect a=PORT"),
+            (3, [*other, "void k(ulong length)"],
+             "Where the argument 'length' lies on 's_control' cannot be told: its register 'length' has 4 bytes, and it "
+             "has 8; give its offset with --offset length=N"),
+            (3, ["kernel", "new", "vadd", "-o", "n.xml", "--prototype", "void k()"], "File not found: 'vadd/component.xml'"),
+            (2, [*other, "void k(int a; int b)"], "--prototype: column 13: ',' or ')' is expected, but ';' is found"),
+            (2, [*other, "void k(word n)"],
+             "--prototype: column 8: the size of 'word', the type of 'n', is not known; give it with --size n=N"),
+            *[(2, [*other, "void k(int n)", "--offset", *given], f"--offset: '{given[-1]}' is not ARG=N, or the second one of its argument")
+              for given in (["n"], ["n=010"], ["n=-1"], ["n=1x"], ["=1"], ["n=1", "--offset", "n=2"])],
+        ]
+        for status, arguments, text in rows:
+            self.expect(arguments, status, "", f"kp: error: {text}\n")
+        self.assertEqual("mine", Path("new.xml").read_text())
+        self.assertFalse(os.path.exists("n.xml"))
+        assumed = "kp: info: the IP describes no registers of these arguments, and their offsets are assumed: n 0x38, m 0x40\n"
+        made = run(*other[:3], "-o", "-", "--prototype", "void k(int n, double m, word length)", "--size", "length=0x4")
+        self.assertEqual((0, assumed), (made[0], made[2]))
+        self.expect([*other, "void k(int n, double m, word length)", "--size", "length=4", "-q"], 0)
+        self.assertEqual(made[1], Path("n.xml").read_text())
+        self.expect(["add", "p.kp", "n.xml", "--ip", "vadd/ip"], 0)
+
     def test_customize(self):
         self.add("p.kp")
         for shell in ([], ["--tcl-shell", "tclsh8.6"]):
