@@ -58,7 +58,7 @@ std::string_view hintOn(const std::exception& failure) {
 class OneDirectoryCustomizer : public Customizer {
 public:
     OneDirectoryCustomizer(const Options& options, const GivenParams& params)
-        : Customizer(HUTPathUtils::makeAbsolute(options.package), options.kernel), options_(options) {
+        : Customizer(disk::absolute(options.package), options.kernel), options_(options) {
         setWorkingDirPath_(Customizer::getWorkingDirPath());
         HUTFile::ensureWritableDir(HUTPathUtils::parent(Customizer::getWorkingDirPath()));
         disk::makeDirectory(Customizer::getWorkingDirPath(), 0700);
@@ -109,7 +109,7 @@ std::vector<std::string> hostScripts(const Options& options) {
     std::vector<std::string> scripts;
     for (const std::string& path : options.hostScripts) {
         if (!HUTFile::isFile(path)) throw HEXFileNotFoundException(path);
-        const std::string absolute = HUTPathUtils::makeAbsolute(path);
+        const std::string absolute = disk::absolute(path);
         if (!tkq::tcltasks::is_braced_word(absolute))
             throw HEXAlgException("The path '" + absolute + "' cannot be used in a script");
         scripts.push_back("source {" + absolute + "}");
@@ -146,7 +146,7 @@ private:
 void makePathsOfEnvironmentAbsolute() {
     for (const char* variable : {"KP_PARAM_FILE", "TMPDIR"})
         if (const char* path = std::getenv(variable); path != nullptr && *path != '\0')
-            ::setenv(variable, HUTPathUtils::makeAbsolute(path).c_str(), 1);
+            ::setenv(variable, disk::absolute(path).c_str(), 1);
 }
 
 ExitStatus customize(const Options& options) {
@@ -157,7 +157,7 @@ ExitStatus customize(const Options& options) {
     makePathsOfEnvironmentAbsolute();
     OneDirectoryCustomizer customizer(options, params);
     customizer.requirePlace();
-    customizer.withOutputFilePath(HUTPathUtils::makeAbsolute(customizer.getOutputFilePath()));
+    customizer.withOutputFilePath(disk::absolute(customizer.getOutputFilePath()));
     const std::vector<std::string> loading = hostScripts(options);
     std::optional<ScriptFile> kept;
     if (!options.keepScripts.empty()) kept.emplace(options.keepScripts);

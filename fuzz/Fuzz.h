@@ -38,7 +38,8 @@ inline std::string_view text(const std::uint8_t* data, std::size_t size) {
 }
 
 /// A directory for the whole run, below that of TMPDIR. While it lives, the program ends as soon as the
-/// library reaches for anything outside.
+/// library reaches for anything outside: each of its calls on the disk goes through the seam that is guarded
+/// here.
 class Scratch {
 public:
     std::string operator/(std::string_view name) const { return directory_.path() + "/" + std::string(name); }

@@ -1,13 +1,12 @@
 #include "platform/files/DirectoryTree.h"
 
 #include "platform/base/Exceptions.h"
+#include "platform/base/HUTInterrupt.h"
 #include "platform/files/Disk.h"
 #include "platform/files/HUTPathUtils.h"
 
 #include <algorithm>
 #include <utility>
-
-#include <dirent.h>
 
 namespace {
 
@@ -28,10 +27,13 @@ private:
     };
 
     static struct stat statusOf(const std::string& path) {
-        struct stat status {};
-        if (!disk::statusIfThere(path, status))
-            throw HEXAlgException("'" + HUTPathUtils::shown(path) + "' leads nowhere");
-        return status;
+        const auto status = disk::statusIfThere(path);
+        if (!status)
+            throw HEXAlgException(HUTPathUtils::quoted(path) +
+                                  (disk::linkTarget(path).empty()
+                                       ? " does not exist"
+                                       : " is a symbolic link that leads nowhere"));
+        return *status;
     }
 
     /// Adds what lies below the directory `prefix`, which is empty or ends in "/".
@@ -49,7 +51,7 @@ private:
 
     void visit(Child& child) {
         if (items_.size() == DirectoryTree::maximumItems)
-            throw HEXAlgException("'" + HUTPathUtils::shown(top_) + "' holds more than " +
+            throw HEXAlgException(HUTPathUtils::quoted(top_) + " holds more than " +
                                   std::to_string(DirectoryTree::maximumItems) + " files and directories");
         const bool isDirectory = child.name.ends_with('/');
         const std::size_t position = items_.size();
@@ -61,16 +63,17 @@ private:
     }
 
     std::vector<Child> childrenOf(const std::string& prefix) {
+        HUTInterrupt::check();
         std::vector<Child> children;
         for (const disk::DirectoryItem& item : disk::list(HUTPathUtils::join(top_, prefix)))
-            children.push_back(classify(prefix + item.name, item.type));
+            children.push_back(classify(prefix + item.name, item.kind));
         std::sort(children.begin(), children.end(),
                   [](const Child& a, const Child& b) { return a.name < b.name; });
         return children;
     }
 
-    Child classify(std::string name, unsigned char type) const {
-        if (type == DT_REG) return {std::move(name), false, {}};
+    Child classify(std::string name, disk::DirectoryItem::Kind kind) const {
+        if (kind == disk::DirectoryItem::Kind::File) return {std::move(name), false, {}};
         const std::string path = HUTPathUtils::join(top_, name);
         Child child{std::move(name), false, statusOf(path)};
         if (S_ISDIR(child.status.st_mode)) {
@@ -78,7 +81,7 @@ private:
             const std::pair identity(child.status.st_dev, child.status.st_ino);
             child.isLoop = std::find(above_.begin(), above_.end(), identity) != above_.end();
         } else if (!S_ISREG(child.status.st_mode)) {
-            throw HEXAlgException("'" + HUTPathUtils::shown(path) + "' is neither a file nor a directory");
+            throw HEXAlgException(HUTPathUtils::quoted(path) + " is neither a file nor a directory");
         }
         return child;
     }

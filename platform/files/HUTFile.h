@@ -27,7 +27,8 @@ private:
 /// Questions and simple operations on files. What fails throws HEXAlgException.
 class KP_EXPORT HUTFile {
 public:
-    /// These three follow symbolic links. What cannot be looked at is not taken for missing: they throw.
+    /// These three follow symbolic links. A path that no file can have, be it too long or a loop of links,
+    /// leads to nothing; but what cannot be looked at is not taken for missing: they throw.
     static bool exists(const std::string& path);
     static bool isFile(const std::string& path);
     static bool isDir(const std::string& path);
@@ -37,7 +38,7 @@ public:
     static std::string getCanonicalName(const std::string& path);
 
     /// The number of regular files below the directory at any depth, by the walk that packs a directory; 0
-    /// when nothing is there.
+    /// when no directory is there.
     static std::uint64_t fileCount(const std::string& directory);
     /// The directory's own regular files, sorted by name.
     static HUTFileIter createFileIter(const std::string& directory);
@@ -45,6 +46,7 @@ public:
     static void ensureWritableDir(const std::string& directory);
 
     static std::string readFile(const std::string& path);
-    /// Creates the file or replaces it, as a whole or not at all; what is no regular file is written into.
+    /// Creates the file or replaces it, as a whole or not at all whatever happens (see PendingFile); what is
+    /// no regular file is written into.
     static void writeFile(const std::string& path, std::string_view bytes);
 };

@@ -3,7 +3,6 @@
 #include "platform/base/Export.h"
 
 #include <string>
-#include <string_view>
 
 /// Names and directories of one's own.
 class KP_EXPORT HUTFileUtils {
@@ -12,19 +11,15 @@ public:
     /// take the name meanwhile.
     static std::string uniquifyFilenameInDir(const std::string& directory, const std::string& name);
 
-    /// Creates a directory of a random name that ends in `suffix`, open to this user alone. Returns its path.
-    static std::string createUniqueDir(const std::string& directory, const std::string& suffix);
-    /// Whether createUniqueDir gives such names with this suffix.
-    static bool isUniqueDirName(std::string_view name, std::string_view suffix);
-
     /// Removes what is at the path with all below it, as far as that can be done.
-    static void removeTree(const std::string& path);
+    static void removeTree(const std::string& path) noexcept;
 };
 
 /// A directory of one's own that is removed with all that it holds at the end of the scope.
 class KP_EXPORT ScratchDirectory {
 public:
-    /// Created below `parent`, which is created where missing; the name ends in `suffix`.
+    /// Created below `parent`, which is created where missing, open to this user alone; the name ends in
+    /// `suffix`.
     ScratchDirectory(const std::string& parent, const std::string& suffix);
     ~ScratchDirectory();
     ScratchDirectory(const ScratchDirectory&) = delete;

@@ -2,12 +2,13 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/base/HSTStringUtils.h"
+#include "platform/files/HUTFile.h"
 
 #include <array>
 #include <cstdlib>
-#include <fstream>
 #include <map>
 #include <optional>
+#include <sstream>
 
 namespace {
 
@@ -28,8 +29,16 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
+std::string textOf(const std::string& path) {
+    try {
+        return HUTFile::readFile(path);
+    } catch (const HEXAlgException& failure) {
+        throw HEXAlgException(std::string("The parameter file cannot be read: ") + failure.what());
+    }
+}
+
 std::optional<Setting> findInFile(const std::string& path, std::string_view name) {
-    std::ifstream file(path);
+    std::istringstream file(textOf(path));
     std::optional<Setting> found;
     std::string line;
     for (int number = 1; std::getline(file, line); ++number) {
@@ -42,7 +51,6 @@ std::optional<Setting> findInFile(const std::string& path, std::string_view name
         if (trimmed(text.substr(0, equals)) == name)
             found = Setting{std::string(trimmed(text.substr(equals + 1))), place};
     }
-    if (!file.eof()) throw HEXAlgException("Failed to read the parameter file '" + path + "'");
     return found;
 }
 

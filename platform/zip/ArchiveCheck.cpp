@@ -46,8 +46,7 @@ private:
     }
 
     void report(Code code, const ArchiveEntry& entry, const std::string& reason) {
-        findings_.push_back(
-            {code, std::string(entry.name), "'" + HUTPathUtils::shown(entry.name) + "' " + reason});
+        findings_.push_back({code, std::string(entry.name), HUTPathUtils::quoted(entry.name) + " " + reason});
     }
 
     /// A flaw that keeps the entry's data from being read.

@@ -1,6 +1,5 @@
 #include "platform/zip/ArchiveDigest.h"
 
-#include "platform/base/Exceptions.h"
 #include "platform/base/HUTProgress.h"
 
 #include <algorithm>
@@ -60,12 +59,11 @@ void ArchiveDigest::add(const disk::FileDescriptor& file, std::uint64_t begin, s
     constexpr std::size_t bufferSize = std::size_t{1} << 18;
     const auto buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
     while (begin < end) {
-        const std::size_t got =
-            disk::readAt(file, begin, buffer.get(), std::min<std::uint64_t>(end - begin, bufferSize));
-        if (got == 0) throw HEXAlgException("'" + file.path() + "' became shorter while it was read");
-        add({buffer.get(), got});
-        begin += got;
-        HUTProgress::advance(got);
+        const std::size_t size = std::min<std::uint64_t>(end - begin, bufferSize);
+        disk::readExactly(file, begin, buffer.get(), size);
+        add({buffer.get(), size});
+        begin += size;
+        HUTProgress::advance(size);
     }
 }
 

@@ -5,13 +5,13 @@
 #include "platform/files/DirectoryTree.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
+#include "platform/files/PendingFile.h"
 #include "platform/messages/ComMsgMgr.h"
 #include "platform/zip/ArchiveComparison.h"
 #include "platform/zip/ArchiveLock.h"
 #include "platform/zip/ArchiveWriter.h"
 #include "platform/zip/EntryCopier.h"
 #include "platform/zip/Packer.h"
-#include "platform/zip/PendingFile.h"
 
 #include <algorithm>
 
@@ -19,43 +19,22 @@
 
 namespace {
 
-std::string quoted(std::string_view text) {
-    return "'" + HUTPathUtils::shown(text) + "'";
-}
-
-/// Where a path that is a symbolic link leads, be it there or not.
-std::string followLinks(std::string path) {
-    constexpr int maximumLinks = 40;
-    for (int links = 0; links < maximumLinks; ++links) {
-        const std::string target = disk::linkTarget(path);
-        if (target.empty()) return path;
-        path = target.starts_with('/') ? target : HUTPathUtils::join(HUTPathUtils::parent(path), target);
-    }
-    throw HEXAlgException(quoted(path) + " is a symbolic link that leads through too many others");
-}
-
 /// The path of an archive that is there or could be.
 std::string requireFilePath(const std::string& path) {
     if (path.empty() || path.ends_with('/'))
-        throw HEXAlgException(quoted(path) + " cannot be the path of an archive");
-    return followLinks(path);
+        throw HEXAlgException(HUTPathUtils::quoted(path) + " cannot be the path of an archive");
+    return disk::followLinks(path);
 }
 
 /// A folder's name without "/" at its end.
-std::string folderName(std::string folder) {
-    while (folder.ends_with('/'))
-        folder.pop_back();
-    return folder;
+std::string folderName(const std::string& folder) {
+    return std::string(HUTPathUtils::withoutTrailingSeparators(folder));
 }
 
 bool hasLongComponent(std::string_view name) {
-    std::size_t begin = 0;
-    while (begin < name.size()) {
-        const std::size_t end = std::min(name.find('/', begin), name.size());
-        if (end - begin > NAME_MAX) return true;
-        begin = end + 1;
-    }
-    return false;
+    const std::vector<std::string_view> components = HUTPathUtils::components(name);
+    return std::any_of(components.begin(), components.end(),
+                       [](std::string_view component) { return component.size() > NAME_MAX; });
 }
 
 /// What could not be extracted is not stored.
@@ -65,7 +44,7 @@ void requireStorable(const std::string& name) {
     if (name.find("//") != std::string::npos) reason = "a component of it is empty";
     if (("/" + name + "/").find("/./") != std::string::npos) reason = "a component of it is '.'";
     if (!reason.empty())
-        throw HEXAlgException(quoted(name) +
+        throw HEXAlgException(HUTPathUtils::quoted(name) +
                               " cannot be the name of an archive member: " + std::string(reason));
 }
 
@@ -103,7 +82,7 @@ void ArchiveEdit::addLast(const std::string& name, std::string bytes) {
 }
 
 void ArchiveEdit::addFile(const std::string& name, const std::string& path) {
-    if (!HUTFile::isFile(path)) throw HEXAlgException(quoted(path) + " is not a file");
+    if (!HUTFile::isFile(path)) throw HEXAlgException(HUTPathUtils::quoted(path) + " is not a file");
     add({Addition::Kind::File, name, path, false});
 }
 
@@ -132,8 +111,8 @@ void ArchiveEdit::addTree(const std::string& folder, const std::string& director
 void ArchiveEdit::requireOutside(const std::string& directory) const {
     const std::string tree = HUTPathUtils::join(HUTFile::getCanonicalName(directory), "/");
     if (HUTFile::getCanonicalName(target_).starts_with(tree))
-        throw HEXAlgException(quoted(directory) + " cannot be packed into " + quoted(target_) +
-                              ": the archive lies in that directory");
+        throw HEXAlgException(HUTPathUtils::quoted(directory) + " cannot be packed into " +
+                              HUTPathUtils::quoted(target_) + ": the archive lies in that directory");
 }
 
 void ArchiveEdit::add(Addition addition) {
@@ -141,11 +120,12 @@ void ArchiveEdit::add(Addition addition) {
     requireNoClash(addition.name);
     const auto [first, isNew] = added_.try_emplace(addition.name, additions_.size());
     const auto origin = [](const Addition& added) {
-        return added.kind == Addition::Kind::Bytes ? "generated content" : quoted(added.source);
+        return added.kind == Addition::Kind::Bytes ? "generated content" : HUTPathUtils::quoted(added.source);
     };
     if (!isNew)
-        throw HEXAlgException("Two files are given for " + quoted(addition.name) + " in " + quoted(target_) +
-                              ": " + origin(additions_[first->second]) + " and " + origin(addition));
+        throw HEXAlgException("Two files are given for " + HUTPathUtils::quoted(addition.name) + " in " +
+                              HUTPathUtils::quoted(target_) + ": " + origin(additions_[first->second]) +
+                              " and " + origin(addition));
     if (snapshot_)
         for (const std::uint32_t position : snapshot_->positionsNamed(addition.name))
             isDeleted_[position] = true;
@@ -158,8 +138,9 @@ void ArchiveEdit::requireNoClash(const std::string& name) {
         return std::any_of(positions.begin(), positions.end(), [&](auto at) { return !isDeleted_[at]; });
     };
     const auto refuse = [&](const std::string& clashing, const char* what) {
-        throw HEXAlgException(quoted(name) + " cannot be added to " + quoted(target_) + ": " +
-                              quoted(clashing) + " is a " + what + " there");
+        throw HEXAlgException(HUTPathUtils::quoted(name) + " cannot be added to " +
+                              HUTPathUtils::quoted(target_) + ": " + HUTPathUtils::quoted(clashing) +
+                              " is a " + what + " there");
     };
     for (auto slash = name.find('/'); slash != std::string::npos; slash = name.find('/', slash + 1)) {
         const std::string folder = name.substr(0, slash);
@@ -181,7 +162,8 @@ void ArchiveEdit::deleteFile(const std::string& name) {
 
 void ArchiveEdit::deleteFolder(const std::string& folder) {
     const std::string inside = folderName(folder);
-    if (inside.empty()) throw HEXAlgException("No folder of " + quoted(target_) + " to delete is named");
+    if (inside.empty())
+        throw HEXAlgException("No folder of " + HUTPathUtils::quoted(target_) + " to delete is named");
     if (snapshot_)
         for (const std::uint32_t position : snapshot_->positionsInFolder(inside))
             isDeleted_[position] = true;
@@ -251,11 +233,7 @@ ArchiveChanges ArchiveEdit::rehearse() const {
 
 void ArchiveEdit::commit() {
     if (changesAnything()) {
-        PendingFile pending(target_, exists() ? 0600 : 0666);
-        if (exists()) {
-            disk::setOwner(pending.file(), lock_->status().st_uid, lock_->status().st_gid);
-            disk::setMode(pending.file(), lock_->status().st_mode & 07777);
-        }
+        PendingFile pending(target_, exists() ? std::optional(lock_->status()) : std::nullopt);
         write(pending.file());
         disk::sync(pending.file());
         HUTInterrupt::check();
@@ -278,11 +256,11 @@ std::uint64_t ArchiveEdit::contentSize() const {
     for (std::size_t position = 0; position < isDeleted_.size(); ++position)
         if (!isDeleted_[position]) size += snapshot_->entries()[position].storedSize;
     for (const Addition* addition : additionsInOrder()) {
-        struct stat status {};
         if (addition->kind == Addition::Kind::Bytes) {
             size += addition->source.size();
-        } else if (addition->kind == Addition::Kind::File && disk::statusIfThere(addition->source, status)) {
-            size += static_cast<std::uint64_t>(status.st_size);
+        } else if (addition->kind == Addition::Kind::File) {
+            const auto status = disk::statusIfThere(addition->source);
+            size += status ? static_cast<std::uint64_t>(status->st_size) : 0;
         }
     }
     return size;
@@ -328,16 +306,13 @@ void ArchiveEdit::writeComment(ArchiveWriter& writer, const disk::FileDescriptor
 void ArchiveEdit::putInPlace(PendingFile& pending) {
     if (!exists()) {
         if (!pending.place())
-            throw ArchiveCreatedMeanwhile("Somebody else created " + quoted(target_) + " meanwhile");
-    } else {
-        if (!lock_->isInPlace() || !snapshot_->isCurrent())
-            throw HEXAlgException(quoted(target_) + " was changed by another program while it was edited");
-        pending.replace();
-        snapshot_->forget();
+            throw ArchiveCreatedMeanwhile("Somebody else created " + HUTPathUtils::quoted(target_) +
+                                          " meanwhile");
+        return;
     }
-    try {
-        disk::syncDirectory(HUTPathUtils::parent(target_));
-    } catch (const HEXAlgException& failure) {
-        ComMsgMgr::post("@17-2003@%s%s", {HUTPathUtils::shown(target_), failure.what()});
-    }
+    if (!lock_->isInPlace() || !snapshot_->isCurrent())
+        throw HEXAlgException(HUTPathUtils::quoted(target_) +
+                              " was changed by another program while it was edited");
+    pending.replace();
+    snapshot_->forget();
 }

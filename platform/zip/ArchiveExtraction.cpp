@@ -7,8 +7,6 @@
 #include "platform/zip/EntryAttributes.h"
 #include "platform/zip/StagingDirectory.h"
 
-#include <fcntl.h>
-
 namespace {
 
 using disk::FileDescriptor;
@@ -37,7 +35,7 @@ struct Place {
 class Extraction {
 public:
     Extraction(const ExtractionPlan& plan, const std::string& destination)
-        : plan_(plan), destination_(disk::open(destination, O_RDONLY | O_DIRECTORY)) {}
+        : plan_(plan), destination_(disk::openDirectory(destination)) {}
 
     void run() {
         requireWays({plan_.top(), destination_, ""});
@@ -71,19 +69,18 @@ void Extraction::requireRoom() const {
     const std::uint64_t size = sizeOf(plan_.top());
     const std::uint64_t room = disk::room(destination_);
     if (size > room)
-        throw HEXAlgException("'" + HUTPathUtils::shown(destination_.path()) + "' has room for " +
-                              std::to_string(room) + " bytes, but the files to extract from '" +
-                              HUTPathUtils::shown(plan_.archive().path()) + "' take " + std::to_string(size));
+        throw HEXAlgException(HUTPathUtils::quoted(destination_.path()) + " has room for " +
+                              std::to_string(room) + " bytes, but the files to extract from " +
+                              HUTPathUtils::quoted(plan_.archive().path()) + " take " + std::to_string(size));
 }
 
 /// Refuses what the destination already has in the way, before anything is written.
 void Extraction::requireWays(const Place& place) const {
-    if (!disk::isWritable(place.directory))
-        plan_.refuse(place.prefix, "'" + HUTPathUtils::shown(place.directory.path()) + "' is not writable");
+    if (!disk::isWritable({place.directory, "."}))
+        plan_.refuse(place.prefix, HUTPathUtils::quoted(place.directory.path()) + " is not writable");
     for (const auto& [name, entry] : place.planned.files) {
-        struct stat present {};
-        if (disk::statusIfThere(place.directory, name, present) && S_ISDIR(present.st_mode))
-            refuse(place, name, "a directory");
+        const auto present = disk::statusIfThere({place.directory, name});
+        if (present && S_ISDIR(present->st_mode)) refuse(place, name, "a directory");
     }
     for (const auto& [name, below] : place.planned.directories)
         requireWayInto(*below, name, place);
@@ -91,16 +88,16 @@ void Extraction::requireWays(const Place& place) const {
 
 void Extraction::requireWayInto(const PlannedDirectory& planned, const std::string& name,
                                 const Place& place) const {
-    struct stat present {};
-    if (!disk::statusIfThere(place.directory, name, present)) return;
-    if (S_ISLNK(present.st_mode)) refuse(place, name, "a symbolic link");
-    if (!S_ISDIR(present.st_mode)) refuse(place, name, "not a directory");
-    requireWays({planned, disk::openDirectory(place.directory, name), place.prefix + name + "/"});
+    const auto present = disk::statusIfThere({place.directory, name});
+    if (!present) return;
+    if (S_ISLNK(present->st_mode)) refuse(place, name, "a symbolic link");
+    if (!S_ISDIR(present->st_mode)) refuse(place, name, "not a directory");
+    requireWays({planned, disk::openDirectory({place.directory, name}), place.prefix + name + "/"});
 }
 
 void Extraction::refuse(const Place& place, const std::string& name, const char* obstacle) const {
-    plan_.refuse(place.prefix + name, "'" + HUTPathUtils::shown(place.directory.path() + "/" + name) +
-                                          "' is in the way: it is " + obstacle);
+    plan_.refuse(place.prefix + name, HUTPathUtils::quoted(place.directory.path() + "/" + name) +
+                                          " is in the way: it is " + obstacle);
 }
 
 void Extraction::make(const Place& place) {
@@ -113,7 +110,7 @@ void Extraction::make(const Place& place) {
 void Extraction::makeFile(const ArchiveEntry& entry, const std::string& name, const Place& place) {
     const bool hasMode = entry.mode() != 0;
     const mode_t mode = hasMode ? entry.mode() & permissionBits : usualFileBits;
-    const FileDescriptor file = disk::createIfAbsent(place.directory, name, mode);
+    const FileDescriptor file = disk::createIfAbsent({place.directory, name}, O_WRONLY, mode);
     // All that lies here was made from this plan, in which every name is there once.
     if (!file.isOpen()) plan_.refuse(entry.name, "its name meets another entry's on this file system");
     std::uint64_t written = 0;
@@ -131,9 +128,9 @@ void Extraction::makeDirectory(const PlannedDirectory& planned, const std::strin
     const bool hasMode = planned.entry != nullptr && planned.entry->mode() != 0;
     const mode_t mode = hasMode ? (planned.entry->mode() & permissionBits) | ownerBits : usualDirectoryBits;
     const std::string path = place.prefix + name;
-    if (!disk::makeDirectory(place.directory, name, mode))
+    if (!disk::makeDirectory({place.directory, name}, mode))
         plan_.refuse(path, "its name meets another entry's on this file system");
-    const FileDescriptor made = disk::openDirectory(place.directory, name);
+    const FileDescriptor made = disk::openDirectory({place.directory, name});
     make({planned, made, path + "/"});
     if (hasMode) restoreMode(made, mode);
     if (planned.entry != nullptr) disk::setModified(made, modifiedTime(planned.entry->dosTime));
@@ -147,10 +144,10 @@ void Extraction::restoreMode(const FileDescriptor& file, mode_t wanted) const {
 void Extraction::place(const PlannedDirectory& planned, const FileDescriptor& from,
                        const FileDescriptor& to) {
     for (const auto& [name, entry] : planned.files)
-        disk::moveFile(from, name, to);
+        disk::rename({from, name}, {to, name});
     for (const auto& [name, below] : planned.directories)
-        if (!disk::moveDirectory(from, name, to))
-            place(*below, disk::openDirectory(from, name), disk::openDirectory(to, name));
+        if (!disk::moveDirectory({from, name}, {to, name}))
+            place(*below, disk::openDirectory({from, name}), disk::openDirectory({to, name}));
 }
 
 }  // namespace

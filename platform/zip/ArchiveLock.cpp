@@ -7,8 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include <fcntl.h>
-
 namespace {
 
 using Identity = std::pair<dev_t, ino_t>;
@@ -31,10 +29,10 @@ ArchiveLock::ArchiveLock(const std::string& path) {
         if (!file_.isOpen()) return;
         status_ = disk::status(file_);
         if (!S_ISREG(status_.st_mode))
-            throw HEXAlgException("'" + HUTPathUtils::shown(path) +
-                                  "' is not a readable archive: it is not a file");
+            throw HEXAlgException(HUTPathUtils::quoted(path) +
+                                  " is not a readable archive: it is not a file");
         if (std::find(held.begin(), held.end(), identityOf(status_)) != held.end())
-            throw HEXAlgException("'" + HUTPathUtils::shown(path) + "' is being edited already");
+            throw HEXAlgException(HUTPathUtils::quoted(path) + " is being edited already");
         disk::lock(file_);
     } while (!isInPlace());  // another edit replaced it meanwhile
     held.push_back(identityOf(status_));
@@ -45,6 +43,6 @@ ArchiveLock::~ArchiveLock() {
 }
 
 bool ArchiveLock::isInPlace() const {
-    struct stat now {};
-    return disk::statusIfThere(file_.path(), now) && identityOf(now) == identityOf(status_);
+    const auto now = disk::statusIfThere(file_.path());
+    return now && identityOf(*now) == identityOf(status_);
 }

@@ -25,18 +25,12 @@ constexpr std::uint64_t maximumExpansion = 1032;
 
 [[noreturn]] void refuse(const ArchiveSnapshot& archive, const ArchiveEntry& entry,
                          const std::string& reason) {
-    throw HEXAlgException("Failed to read '" + HUTPathUtils::shown(entry.name) + "' of the archive '" +
-                          HUTPathUtils::shown(archive.path()) + "': " + reason);
+    throw HEXAlgException("Failed to read " + HUTPathUtils::quoted(entry.name) + " of the archive " +
+                          HUTPathUtils::quoted(archive.path()) + ": " + reason);
 }
 
 void requireChecksum(const ArchiveSnapshot& archive, const ArchiveEntry& entry, std::uint32_t crc) {
     if (crc != entry.crc) refuse(archive, entry, "its checksum differs");
-}
-
-void readStored(const ArchiveSnapshot& archive, const ArchiveEntry& entry, const LocalRecord& record,
-                char* stored) {
-    if (disk::readAt(archive.file(), record.data, stored, entry.storedSize) != entry.storedSize)
-        refuse(archive, entry, "the archive became shorter");
 }
 
 libdeflate_decompressor* decompressor() {
@@ -62,14 +56,14 @@ void readWhole(const ArchiveSnapshot& archive, const ArchiveEntry& entry, const 
     if (entry.method != ArchiveEntry::Stored) {
         const char* deflated = record.stored;
         if (deflated == nullptr) {
-            readStored(archive, entry, record, stored.ofSize(entry.storedSize));
+            disk::readExactly(archive.file(), record.data, stored.ofSize(entry.storedSize), entry.storedSize);
             deflated = stored.data();
         }
         inflateWhole(archive, entry, deflated, bytes);
     } else if (record.stored != nullptr) {
         std::copy_n(record.stored, entry.size, bytes);
     } else {
-        readStored(archive, entry, record, bytes);
+        disk::readExactly(archive.file(), record.data, bytes, entry.storedSize);
     }
     requireChecksum(archive, entry, libdeflate_crc32(0, bytes, entry.size));
 }
@@ -147,10 +141,9 @@ public:
     /// The next bytes; empty at the end.
     std::string_view next() {
         const std::size_t size = std::min<std::uint64_t>(buffer_.size(), end_ - position_);
-        const std::size_t got = disk::readAt(file_, position_, buffer_.data(), size);
-        if (got != size) throw HEXAlgException("'" + file_.path() + "' became shorter while it was read");
-        position_ += got;
-        return {buffer_.data(), got};
+        disk::readExactly(file_, position_, buffer_.data(), size);
+        position_ += size;
+        return {buffer_.data(), size};
     }
 
 private:
@@ -282,8 +275,8 @@ std::string ArchiveSnapshot::read(const ArchiveEntry& entry) const {
 std::string ArchiveSnapshot::read(std::string_view name) const {
     const ArchiveEntry* entry = find(name);
     if (entry == nullptr)
-        throw HEXAlgException("The archive '" + HUTPathUtils::shown(path()) + "' holds no '" +
-                              HUTPathUtils::shown(name) + "'");
+        throw HEXAlgException("The archive " + HUTPathUtils::quoted(path()) + " holds no " +
+                              HUTPathUtils::quoted(name));
     return read(*entry);
 }
 

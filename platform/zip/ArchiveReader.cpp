@@ -56,14 +56,12 @@ public:
 
 private:
     [[noreturn]] void refuse(const std::string& reason) const {
-        throw HEXAlgException("'" + HUTPathUtils::shown(file_.path()) +
-                              "' is not a readable archive: " + reason);
+        throw HEXAlgException(HUTPathUtils::quoted(file_.path()) + " is not a readable archive: " + reason);
     }
 
     std::string bytesAt(std::uint64_t offset, std::uint64_t size) const {
         std::string bytes(size, '\0');
-        if (disk::readAt(file_, offset, bytes.data(), size) != size)
-            refuse("it became shorter while it was read");
+        disk::readExactly(file_, offset, bytes.data(), size);
         return bytes;
     }
 
@@ -186,7 +184,7 @@ private:
         FieldReader large(zip_format::extraField(entry.extra, zip_format::zip64Id));
         for (std::uint64_t* number : {&entry.size, &entry.storedSize, &entry.offset})
             if (*number == full32) *number = large.u64();
-        if (!large.ok()) refuse("'" + HUTPathUtils::shown(entry.name) + "' lacks its zip64 sizes");
+        if (!large.ok()) refuse(HUTPathUtils::quoted(entry.name) + " lacks its zip64 sizes");
     }
 
     void requireInside(const ArchiveEntry& entry) const {
@@ -194,7 +192,7 @@ private:
         const std::uint64_t end = result_.offset;
         if (headerSize > end || entry.offset > end - headerSize ||
             entry.storedSize > end - headerSize - entry.offset)
-            refuse("'" + HUTPathUtils::shown(entry.name) + "' lies outside the file");
+            refuse(HUTPathUtils::quoted(entry.name) + " lies outside the file");
     }
 
     const disk::FileDescriptor& file_;

@@ -10,8 +10,6 @@
 #include <numeric>
 #include <utility>
 
-#include <fcntl.h>
-
 namespace {
 
 using SnapshotPointer = std::shared_ptr<const ArchiveSnapshot>;
@@ -46,16 +44,6 @@ bool isSettled(const struct stat& status) {
 bool isSame(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
            count(a.st_mtim) == count(b.st_mtim) && count(a.st_ctim) == count(b.st_ctim);
-}
-
-/// The path's components without empty ones, passed to `use` one by one.
-template <class Use>
-void forEachComponent(std::string_view path, Use use) {
-    while (!path.empty()) {
-        const std::size_t size = std::min(path.find('/'), path.size());
-        if (size > 0) use(path.substr(0, size));
-        path.remove_prefix(std::min(size + 1, path.size()));
-    }
 }
 
 }  // namespace
@@ -94,13 +82,13 @@ ArchiveSnapshot::ArchiveSnapshot(const std::string& path) {
         file_ = disk::open(path, O_RDONLY | O_NONBLOCK);
         version_ = disk::status(file_);
         if (!S_ISREG(version_.st_mode))
-            throw HEXAlgException("'" + HUTPathUtils::shown(path) +
-                                  "' is not a readable archive: it is not a file");
+            throw HEXAlgException(HUTPathUtils::quoted(path) +
+                                  " is not a readable archive: it is not a file");
         isSettled_ = isSettled(version_);
         directory_ = readArchiveDirectory(file_, static_cast<std::uint64_t>(version_.st_size));
         if (isSame(version_, disk::status(file_))) return;
     }
-    throw HEXAlgException("'" + HUTPathUtils::shown(path) + "' keeps changing while it is read");
+    throw HEXAlgException(HUTPathUtils::quoted(path) + " keeps changing while it is read");
 }
 
 ArchiveSnapshot::~ArchiveSnapshot() = default;
@@ -113,8 +101,8 @@ std::uint64_t ArchiveSnapshot::contentSize() const {
 }
 
 bool ArchiveSnapshot::isCurrent() const {
-    struct stat now {};
-    return disk::statusIfThere(path(), now) && isSame(version_, now);
+    const auto now = disk::statusIfThere(path());
+    return now && isSame(version_, *now);
 }
 
 void ArchiveSnapshot::forget() const {
@@ -163,14 +151,13 @@ std::span<const std::uint32_t> ArchiveSnapshot::positionsInFolder(std::string_vi
 const ArchiveEntry* ArchiveSnapshot::find(std::string_view name) const {
     const std::span<const std::uint32_t> positions = positionsNamed(name);
     if (positions.size() > 1)
-        throw HEXAlgException("'" + HUTPathUtils::shown(path()) + "' holds two entries named '" +
-                              HUTPathUtils::shown(name) + "'");
+        throw HEXAlgException(HUTPathUtils::quoted(path()) + " holds two entries named " +
+                              HUTPathUtils::quoted(name));
     return positions.empty() ? nullptr : &entries()[positions.front()];
 }
 
 bool ArchiveSnapshot::isDirectory(std::string_view name) const {
-    while (name.ends_with('/'))
-        name.remove_suffix(1);
+    name = HUTPathUtils::withoutTrailingSeparators(name);
     return name.empty() || name == "." || !positionsInFolder(name).empty();
 }
 
@@ -190,7 +177,8 @@ const ArchiveEntry* ArchiveSnapshot::firstFileWith(std::string_view lastComponen
     FirstByComponent& first = at->second;
     if (isNew)
         for (const ArchiveEntry* entry : filesWithLastComponent(lastComponent))
-            forEachComponent(entry->name, [&](std::string_view part) { first.try_emplace(part, entry); });
+            for (const std::string_view part : HUTPathUtils::components(entry->name))
+                first.try_emplace(part, entry);
     const auto found = first.find(component);
     return found == first.end() ? nullptr : found->second;
 }

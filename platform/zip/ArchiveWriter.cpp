@@ -1,8 +1,6 @@
 #include "platform/zip/ArchiveWriter.h"
 
-#include "platform/base/Exceptions.h"
 #include "platform/base/HUTProgress.h"
-#include "platform/files/HUTPathUtils.h"
 #include "platform/zip/ZipFormat.h"
 
 #include <algorithm>
@@ -37,9 +35,7 @@ void ArchiveWriter::copy(const disk::FileDescriptor& from, std::uint64_t offset,
 
 void ArchiveWriter::readBack(std::uint64_t offset, std::span<char> bytes) {
     flush();
-    if (disk::readAt(file_, offset, bytes.data(), bytes.size()) != bytes.size())
-        throw HEXAlgException("'" + HUTPathUtils::shown(file_.path()) +
-                              "' became shorter while it was written");
+    disk::readExactly(file_, offset, bytes.data(), bytes.size());
 }
 
 void ArchiveWriter::overwrite(std::uint64_t offset, std::string_view bytes) {

@@ -23,8 +23,7 @@ std::optional<std::time_t> sourceDateEpoch() {
     std::time_t seconds = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
     if (error != std::errc() || end != text.data() + text.size())
-        throw HEXAlgException("SOURCE_DATE_EPOCH is no number of seconds: '" + HUTPathUtils::shown(text) +
-                              "'");
+        throw HEXAlgException("SOURCE_DATE_EPOCH is no number of seconds: " + HUTPathUtils::quoted(text));
     return seconds;
 }
 

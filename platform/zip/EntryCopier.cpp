@@ -43,8 +43,8 @@ std::vector<std::uint32_t> EntryCopier::orderByOffset(const ArchiveSnapshot& arc
     for (const std::uint32_t index : order) {
         const Kept& next = kept[index];
         if (next.record.begin < end)
-            throw HEXAlgException("'" + HUTPathUtils::shown(next.entry.name) + "' of the archive '" +
-                                  HUTPathUtils::shown(archive.path()) + "' overlaps another entry");
+            throw HEXAlgException(HUTPathUtils::quoted(next.entry.name) + " of the archive " +
+                                  HUTPathUtils::quoted(archive.path()) + " overlaps another entry");
         end = next.record.end;
     }
     return order;

@@ -11,12 +11,8 @@ namespace {
 
 /// The components of a path that tell something.
 std::vector<std::string_view> componentsOf(std::string_view path) {
-    std::vector<std::string_view> components;
-    while (!path.empty()) {
-        const std::string_view component = path.substr(0, path.find('/'));
-        if (!component.empty() && component != ".") components.push_back(component);
-        path.remove_prefix(std::min(component.size() + 1, path.size()));
-    }
+    std::vector<std::string_view> components = HUTPathUtils::components(path);
+    std::erase(components, ".");
     return components;
 }
 
@@ -30,13 +26,12 @@ ExtractionPlan::ExtractionPlan(std::shared_ptr<const ArchiveSnapshot> archive)
 }
 
 void ExtractionPlan::refuse(std::string_view name, const std::string& reason) const {
-    throw HEXAlgException("Failed to extract '" + HUTPathUtils::shown(name) + "' of the archive '" +
-                          HUTPathUtils::shown(archive_->path()) + "': " + reason);
+    throw HEXAlgException("Failed to extract " + HUTPathUtils::quoted(name) + " of the archive " +
+                          HUTPathUtils::quoted(archive_->path()) + ": " + reason);
 }
 
 void ExtractionPlan::addFolder(std::string_view folder) {
-    while (folder.ends_with('/'))
-        folder.remove_suffix(1);
+    folder = HUTPathUtils::withoutTrailingSeparators(folder);
     if (folder.empty()) {
         for (const ArchiveEntry& entry : archive_->entries())
             add(entry);
@@ -88,7 +83,7 @@ PlannedDirectory& ExtractionPlan::enter(std::string_view name,
     PlannedDirectory* directory = &top_;
     for (const std::string_view component : components) {
         if (const auto file = directory->files.find(component); file != directory->files.end())
-            refuse(name, "'" + HUTPathUtils::shown(file->second->name) + "' is a file and a folder");
+            refuse(name, HUTPathUtils::quoted(file->second->name) + " is a file and a folder");
         auto below = directory->directories.find(component);
         if (below == directory->directories.end())
             below = directory->directories.emplace(component, std::make_unique<PlannedDirectory>()).first;

@@ -15,7 +15,7 @@ namespace {
 void change(const std::string& archive, const std::function<void(ArchiveEdit&)>& operation) {
     ArchiveEdit edit(archive);
     if (!edit.exists())
-        throw HEXAlgException("The archive '" + HUTPathUtils::shown(archive) + "' does not exist");
+        throw HEXAlgException("The archive " + HUTPathUtils::quoted(archive) + " does not exist");
     operation(edit);
     edit.commit();
 }

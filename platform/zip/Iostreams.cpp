@@ -9,8 +9,6 @@
 #include <exception>
 #include <utility>
 
-#include <unistd.h>
-
 namespace isl::iostreams {
 namespace {
 
@@ -26,9 +24,8 @@ private:
 
 [[noreturn]] void failNotOpen(const std::string& archive, const std::string& member,
                               const std::string& reason) {
-    throw StreamFailure("'" + HUTPathUtils::shown(member) + "' of the archive '" +
-                        HUTPathUtils::shown(archive) + "' is not open" + (reason.empty() ? "" : ": ") +
-                        reason);
+    throw StreamFailure(HUTPathUtils::quoted(member) + " of the archive " + HUTPathUtils::quoted(archive) +
+                        " is not open" + (reason.empty() ? "" : ": ") + reason);
 }
 
 }  // namespace
@@ -108,9 +105,8 @@ struct file_sink::State {
     bool canOpen() const {
         if (!unsafeNameReason(member).empty() || member.ends_with('/')) return false;
         const std::string directory = HUTPathUtils::parent(archive);
-        if (::access(directory.c_str(), W_OK | X_OK) != 0 || !HUTFile::isDir(directory)) return false;
-        if (HUTFile::exists(archive)) return ArchiveSnapshot::open(archive) != nullptr;
-        return true;
+        if (!disk::isWritable(directory)) return false;
+        return !HUTFile::exists(archive) || ArchiveSnapshot::open(archive) != nullptr;
     }
 };
 

@@ -47,7 +47,7 @@ void requireUnchanged(const disk::FileDescriptor& file, const struct stat& befor
     const struct stat after = disk::status(file);
     if (bytesRead != static_cast<std::uint64_t>(before.st_size) || after.st_size != before.st_size ||
         after.st_mtim.tv_sec != before.st_mtim.tv_sec || after.st_mtim.tv_nsec != before.st_mtim.tv_nsec)
-        throw HEXAlgException("'" + HUTPathUtils::shown(file.path()) + "' changed while it was packed");
+        throw HEXAlgException(HUTPathUtils::quoted(file.path()) + " changed while it was packed");
 }
 
 /// Takes bytes piece by piece and puts them, deflated or as they are, into an archive.
@@ -109,7 +109,7 @@ void Packer::addBytes(std::string_view name, std::string_view bytes) {
 Packer::SourceFile Packer::open(const std::string& path) {
     disk::FileDescriptor file = disk::open(path, O_RDONLY | O_NONBLOCK);
     const struct stat status = disk::status(file);
-    if (!S_ISREG(status.st_mode)) throw HEXAlgException("'" + HUTPathUtils::shown(path) + "' is not a file");
+    if (!S_ISREG(status.st_mode)) throw HEXAlgException(HUTPathUtils::quoted(path) + " is not a file");
     return {std::move(file), status};
 }
 
@@ -201,7 +201,7 @@ void Packer::putContent(ArchiveEntry& entry, const disk::FileDescriptor& file) {
         const std::size_t got =
             disk::readAt(file, done, input, std::min<std::uint64_t>(chunkSize, entry.size - done));
         if (got == 0)
-            throw HEXAlgException("'" + HUTPathUtils::shown(file.path()) + "' changed while it was packed");
+            throw HEXAlgException(HUTPathUtils::quoted(file.path()) + " changed while it was packed");
         entry.crc = libdeflate_crc32(entry.crc, input, got);
         content.put({input, got});
         done += got;

@@ -1,7 +1,11 @@
+#include "platform/base/HUTInterrupt.h"
 #include "platform/files/DirectoryTree.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTFileUtils.h"
+#include "platform/files/HUTPathUtils.h"
+#include "tests/support/CapturedMessages.h"
 #include "tests/support/Failure.h"
+#include "tests/support/Faults.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <boost/filesystem.hpp>
@@ -11,6 +15,7 @@
 
 namespace fs = boost::filesystem;
 using testing::ElementsAre;
+using testing::MatchesRegex;
 
 namespace {
 
@@ -50,7 +55,7 @@ TEST_F(Files, WalkIsInByteOrderFollowsLinksAndLeavesLoopsOut) {
 TEST_F(Files, WalkRefusesWhatCannotBePacked) {
     fs::create_directories(at("tree"));
     fs::create_symlink("nowhere", at("tree/dangling"));
-    EXPECT_EQ(failureOfWalk(), "'" + at("tree/dangling") + "' leads nowhere");
+    EXPECT_EQ(failureOfWalk(), "'" + at("tree/dangling") + "' is a symbolic link that leads nowhere");
     fs::remove(at("tree/dangling"));
     ASSERT_EQ(mkfifo(at("tree/pipe").c_str(), 0600), 0);
     EXPECT_EQ(failureOfWalk(), "'" + at("tree/pipe") + "' is neither a file nor a directory");
@@ -74,6 +79,156 @@ TEST_F(Files, UniqueNamesPassOverDanglingLinksAndScratchDirectoriesGo) {
         HUTFile::writeFile(path + "/f", "x");
     }
     EXPECT_TRUE(path.ends_with(".tmp") && fs::is_empty(at("new/parents")));
+}
+
+TEST_F(Files, APathThatNoFileCanHaveIsNotThere) {
+    write("file");
+    write("list/b");
+    fs::create_symlink("loop", at("list/loop"));
+    fs::create_symlink("b", at("list/a"));
+    std::string deep = at("d");
+    while (deep.size() < 5000)
+        deep += "/directory";
+    for (const std::string& path :
+         {at(std::string(256, 'n')), deep, at("list/loop"), at("list/loop/below"), at("file/below"),
+          at("missing"), at(std::string("file\0", 5)), std::string()}) {
+        EXPECT_FALSE(HUTFile::exists(path) || HUTFile::isFile(path) || HUTFile::isDir(path)) << path;
+        EXPECT_EQ(HUTFile::fileCount(path), 0U) << path;
+        EXPECT_TRUE(HUTFile::getCanonicalName(path).ends_with(path)) << path;
+    }
+    EXPECT_EQ(HUTFile::fileCount(at("file")), 0U);
+    EXPECT_EQ(HUTFile::getCanonicalName(at("list/../missing/./x/../y/")), at("missing/y"));
+    const HUTFileIter listed = HUTFile::createFileIter(at("list"));
+    EXPECT_THAT(std::vector(listed.begin(), listed.end()), ElementsAre(at("list/a"), at("list/b")));
+}
+
+TEST_F(Files, WithoutACurrentDirectoryAbsolutePathsWork) {
+    const fs::path before = fs::current_path();
+    fs::create_directory(at("gone"));
+    fs::current_path(at("gone"));
+    fs::remove(at("gone"));
+    HUTFile::writeFile(at("out"), "written");
+    EXPECT_EQ(HUTFile::getCanonicalName(at("./out")), at("out"));
+    EXPECT_TRUE(HUTFile::exists(ScratchDirectory(directory.path(), ".tmp").path()));
+    EXPECT_EQ(failureOf([] { HUTFile::getCanonicalName("out"); }),
+              "Failed to resolve 'out': the current directory is gone");
+    EXPECT_THAT(failureOf([] { HUTFile::writeFile("out", ""); }),
+                MatchesRegex("Failed to open '\\./\\.out\\.kp-.*': the current directory is gone"));
+    fs::current_path(before);
+    EXPECT_EQ(HUTFile::readFile(at("out")), "written");
+}
+
+TEST_F(Files, WhatCannotBeWrittenHasItsReason) {
+    write("file");
+    const std::pair<std::string, std::string> cases[] = {
+        {"/dev/full", "Failed to write '/dev/full': No space left on device"},
+        {at("no/x"), "Failed to write to '" + at("no") + "': No such file or directory"},
+        {at("file/x"), "Failed to write to '" + at("file") + "': Not a directory"},
+        {directory.path(), "Failed to open '" + directory.path() + "': Is a directory"},
+        {at("a\x1b"), "nothing thrown"},
+        {at("a\x1b/x"), "Failed to write to '" + at("a\\x1b") + "': Not a directory"},
+        {"", "Failed to write '': no file can have this path"},
+        {at("x/"), "Failed to write '" + at("x/") + "': no file can have this path"},
+    };
+    for (const auto& [path, failure] : cases)
+        EXPECT_EQ(failureOf([&, &path = path] { HUTFile::writeFile(path, "x"); }), failure);
+    EXPECT_EQ(failureOf([&] { HUTFile::ensureWritableDir(at("file")); }),
+              "Failed to create directory '" + at("file") + "': File exists");
+    EXPECT_EQ(failureOf([&] { HUTFile::ensureWritableDir(at("file/x/y")); }),
+              "Failed to create directory '" + at("file/x/y") + "': Not a directory");
+}
+
+TEST_F(Files, ADocumentIsReplacedAsAWholeOrNotAtAllWhateverFails) {
+    write("real/old");
+    fs::permissions(at("real/old"), fs::perms(0640));
+    fs::create_symlink("real/old", at("old"));
+    fs::create_symlink("real/new", at("new"));
+    const CapturedMessages messages;
+    int failures = 0;
+    for (const std::string name : {"old", "new"}) {
+        const std::string left = "." + name + ".kp-0123456789ab";  // by a process that was killed
+        for (int n = 1, calls = 0; calls + 1 >= n; ++n) {
+            HUTFile::writeFile(at("real/old"), "old");
+            fs::remove(at("real/new"));
+            write("real/" + left);
+            calls = 0;
+            std::string failed;
+            bool isDone = false;
+            {
+                const disk::DiskFaults faults([&](std::string_view call, const std::string&) {
+                    if (++calls != n) return 0;
+                    failed = call;
+                    return EIO;
+                });
+                isDone = failureOf([&] { HUTFile::writeFile(at(name), "new"); }) == "nothing thrown";
+            }
+            failures += !isDone;
+            const std::string held = isDone ? "new" : name == "old" ? "old" : "";
+            EXPECT_EQ(fs::exists(at(name)) ? TemporaryDirectory::read(at(name)) : "", held) << failed;
+            for (const auto& [file, bytes] : directory.files("real"))
+                EXPECT_TRUE(file == "old" || file == "new" || file == left) << file << " after " << failed;
+            HUTFile::writeFile(at(name), "next");
+            EXPECT_EQ(directory.files("real").size(), name == "old" ? 1U : 2U) << failed;
+        }
+    }
+    EXPECT_GT(failures, 15);
+    EXPECT_EQ(fs::status(at("real/old")).permissions(), fs::perms(0640));
+    EXPECT_EQ(messages.calls().size(), 4U);  // of those that are in place and could not be synced there
+}
+
+TEST_F(Files, TreesGoAsFarAsTheyCanAlsoWhenWorkIsCalledOff) {
+    write("kept/f");
+    std::string upper = at("tree"), lower = at("lower");
+    for (std::string* path : {&upper, &lower})
+        for (int level = 0; level < 300; ++level, *path += "/directory")
+            fs::create_directory(*path);
+    fs::rename(at("lower"), upper);  // whose ends no path can reach
+    fs::create_symlink(at("kept"), at("tree/link"));
+    fs::create_symlink("nowhere", at("tree/dangling"));
+    HUTInterrupt::request();
+    {
+        const disk::DiskFaults faults(
+            [&](std::string_view, const std::string& path) { return path.ends_with("link") ? EIO : 0; });
+        HUTFileUtils::removeTree(at("tree"));
+    }
+    EXPECT_EQ(std::distance(fs::directory_iterator(at("tree")), {}), 1);
+    HUTFileUtils::removeTree(at("tree"));
+    HUTInterrupt::clear();
+    EXPECT_FALSE(fs::exists(at("tree")));
+    EXPECT_TRUE(fs::exists(at("kept/f")));
+}
+
+TEST(Paths, AreShownSoThatTheyUpsetNoTerminal) {
+    const std::tuple<std::string, std::size_t, std::string> cases[] = {
+        {"a\n\x7f\x1b", 99, "'a\\x0a\\x7f\\x1b'"},
+        {"\xc2\x9b\xc2\xa0\xc3\xa4", 99, "'\\xc2\\x9b\xc2\xa0\xc3\xa4'"},
+        {"\xc3\xa4\xff", 99, "'\\xc3\\xa4\\xff'"},
+        {"a\xc3\xa4z", 3, "'a\xc3\xa4...'"},
+        {"a\xc3\xa4z", 2, "'a...'"},
+        {"a\xf0\x9f\x98\x80", 4, "'a...'"},
+        {"abc", 0, "'...'"},
+        {"\x80\x80\x80\x80\x80", 4, "'\\x80...'"},
+    };
+    for (const auto& [text, longest, shown] : cases)
+        EXPECT_EQ(HUTPathUtils::quoted(text, longest), shown);
+}
+
+TEST(Paths, AreTakenApartAtTheirSeparators) {
+    const std::tuple<std::string, std::string, std::string, std::vector<std::string_view>> cases[] = {
+        {"a/b", "a", "b", {"a", "b"}},
+        {"a//b//", "a", "b", {"a", "b"}},
+        {"b", ".", "b", {"b"}},
+        {"/b/", "/", "b", {"b"}},
+        {"//b/.", "//b", ".", {"b", "."}},
+        {"/", "/", "/", {}},
+        {"", ".", "", {}},
+        {"a/../", "a", "..", {"a", ".."}},
+    };
+    for (const auto& [path, parent, last, components] : cases) {
+        EXPECT_EQ(HUTPathUtils::parent(path), parent) << path;
+        EXPECT_EQ(HUTPathUtils::lastComponent(path), last) << path;
+        EXPECT_EQ(HUTPathUtils::components(path), components) << path;
+    }
 }
 
 }  // namespace

@@ -1,11 +1,12 @@
 #include "containers/explorer/ArchiveExplorer.h"
 
 #include "containers/explorer/KernelLayout.h"
+#include "platform/base/Exceptions.h"
+#include "platform/files/Disk.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
-#include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
 
 namespace fs = boost::filesystem;
@@ -17,9 +18,16 @@ namespace {
 std::string directoryOf(std::string_view path) {
     const std::size_t slash = path.rfind('/');
     path = path.substr(0, slash == std::string_view::npos ? 0 : slash);
-    while (path.ends_with('/'))
-        path.remove_suffix(1);
-    return std::string(path);
+    return std::string(HUTPathUtils::withoutTrailingSeparators(path));
+}
+
+/// Whether it can be seen to be there.
+bool isThere(const std::string& path) {
+    try {
+        return HUTFile::exists(path);
+    } catch (const HEXAlgException&) {
+        return false;
+    }
 }
 
 }  // namespace
@@ -52,10 +60,9 @@ void ArchiveExplorer::getKernelDefNames(std::set<std::string>& out) const {
 }
 
 std::string ArchiveExplorer::getRoot() const {
-    const fs::path directory = fs::path(root_).parent_path();
-    boost::system::error_code ignored;
-    if (!directory.empty() && fs::exists(directory, ignored)) return directory.string();
-    return fs::current_path().string();
+    const std::string directory = fs::path(root_).parent_path().string();
+    if (!directory.empty() && isThere(directory)) return directory;
+    return HUTPathUtils::parent(disk::absolute(std::string(HUTPathUtils::lastComponent(root_))));
 }
 
 /// Joined as text: a name that begins with "/" is appended like any other.

@@ -3,13 +3,12 @@
 #include "containers/explorer/KernelLayout.h"
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "platform/base/Exceptions.h"
+#include "platform/base/HUTInterrupt.h"
 #include "platform/files/Disk.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 
 #include <iostream>
-
-#include <dirent.h>
 
 namespace kfab::kernel {
 namespace {
@@ -20,16 +19,13 @@ std::string withoutLineEnd(std::string text) {
     return text;
 }
 
-bool isRealDirectory(const std::string& path, unsigned char type) {
-    return type == DT_DIR || (type == DT_UNKNOWN && disk::linkTarget(path).empty() && HUTFile::isDir(path));
-}
-
 /// The path of the first entry of the name below the directory, depth first; empty when there is none.
 std::string findBelow(const std::string& directory, const std::string& name) {
+    HUTInterrupt::check();
     for (const disk::DirectoryItem& item : disk::list(directory)) {
         std::string path = HUTPathUtils::join(directory, item.name);
         if (item.name == name) return path;
-        if (!isRealDirectory(path, item.type)) continue;
+        if (item.kind != disk::DirectoryItem::Kind::Directory) continue;
         std::string found = findBelow(path, name);
         if (!found.empty()) return found;
     }

@@ -1,0 +1,3 @@
+#include "platform/files/DiskFailure.h"
+
+disk::Failure::~Failure() = default;
