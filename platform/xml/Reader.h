@@ -28,8 +28,7 @@ KP_EXPORT void readInto(void* record, const Table& table, std::string_view eleme
 KP_EXPORT void readFileInto(void* record, const Table& table, std::string_view element,
                             const std::string& path, const UnknownListener& onUnknown = {});
 
-/// A record from a document, whose element is that of the record, be it the root of a kind of document or
-/// not.
+/// A record from a document with its element at the top, be it the root of a kind of document or not.
 /// @{
 template <class R>
 R parse(std::string document, const UnknownListener& onUnknown = {}, std::string_view element = R::element) {

@@ -5,12 +5,14 @@
 
 #include <utility>
 
+namespace {
+
 bool isOfLaterVersion(const KernelXML::Root& root) {
-    const auto versionOf = [](const KernelXML::Root& of) {
-        return std::pair(of.versionMajor.get(), of.versionMinor.get());
-    };
-    return versionOf(root) > versionOf({});
+    return std::pair(root.versionMajor.get(), root.versionMinor.get()) >
+           std::pair(root.knownMajor, root.knownMinor);
 }
+
+}  // namespace
 
 std::unique_ptr<KernelXML::Root> readDescription(const std::string& path, const std::string& name,
                                                  const ReadDescription& read) {

@@ -7,9 +7,6 @@
 #include <memory>
 #include <string>
 
-/// Whether the document is of a later version than this system writes.
-bool isOfLaterVersion(const KernelXML::Root& root);
-
 using ReadDescription = std::function<void(KernelXML::Root& root, const lmx60::UnknownListener& onUnknown)>;
 
 /// Runs what reads a kernel description. What is not known is posted and passed over in one of a later

@@ -4,12 +4,13 @@
 
 namespace {
 
-/// What is not known of a document of a later version would be lost.
+std::string shownVersion(std::uint32_t major, std::uint32_t minor) {
+    return std::to_string(major) + "." + std::to_string(minor);
+}
+
 std::string reasonAgainstRewriting(const KernelXML::Root& root) {
-    const auto versionOf = [](const KernelXML::Root& of) {
-        return std::to_string(of.versionMajor.get()) + "." + std::to_string(of.versionMinor.get());
-    };
-    return "the document is of version " + versionOf(root) + ", later than " + versionOf({}) +
+    return "the document is of version " + shownVersion(root.versionMajor.get(), root.versionMinor.get()) +
+           ", later than " + shownVersion(root.knownMajor, root.knownMinor) +
            ", and holds what this software does not know";
 }
 

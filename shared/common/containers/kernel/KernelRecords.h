@@ -121,7 +121,10 @@ struct KP_EXPORT Connection : lmx60::Record<Connection, "connection"> {
 /// The document element. A new one holds an empty kernel and version 1.10, neither number marked present: it
 /// is valid, and can be written, once both were set.
 struct KP_EXPORT Root : lmx60::Record<Root, "root"> {
-    Number versionMajor{1}, versionMinor{10};
+    /// The latest version that this system knows all of.
+    static constexpr std::uint32_t knownMajor = 1, knownMinor = 10;
+
+    Number versionMajor{knownMajor}, versionMinor{knownMinor};
     lmx60::Optional<Kernel> kernel{std::in_place};
     lmx60::List<Memory> memory;
     lmx60::List<Pipe> pipe;
@@ -129,8 +132,8 @@ struct KP_EXPORT Root : lmx60::Record<Root, "root"> {
     lmx60::Optional<Profile> profile;
     static const lmx60::Table table;
 
-    /// Whether the document that this was read from holds more than is here: it is of a later version. To
-    /// write it anew would lose that. Copied, but no part of equality.
+    /// Whether the document that this was read from, one of a later version, holds more than is here: written
+    /// anew it would lose that. Copied, but no part of equality.
     bool isIncomplete = false;
 
     void SetVersionMajor(std::uint32_t version) { versionMajor.set(version); }
