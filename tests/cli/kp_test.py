@@ -140,6 +140,24 @@ class KpTest(KpCase):
         kernels = json.loads(run("info", "p.kp", "--json")[1])["kernelDefs"]
         self.assertEqual({"vadd", "other"}, {kernel["name"] for kernel in kernels})
 
+    def test_no_command_shows_a_control_character_raw(self):
+        name = "v\u009b2J"
+        description = self.derive(name)
+        add = ["add", "p.kp", description, "--ip", "vadd/ip"]
+        self.expect(add, 0)
+        self.expect([*add, "--replace", "--debug-dir", "vadd/src", "-q"], 0)
+        shutil.copy("p.kp", "less.kp")
+        subprocess.run(["zip", "-qd", "less.kp", "*/debug/*"], check=True, stdout=subprocess.DEVNULL)
+        for status, *arguments in ((0, *add, "--replace", "--dry-run"), (0, "list", "p.kp"), (0, "info", "p.kp"), (0, "files", "p.kp"),
+                                   (0, "validate", "p.kp", "--target=hw"), (1, "validate", "p.kp", "--target=sw_emu"),
+                                   (0, "extract", "p.kp", "-d", "out"), (3, "extract", "p.kp", "-d", "out"), (1, "verify", "less.kp"),
+                                   (0, "kernel", "show", description), (3, "kernel", "report", description, "-o", "r"), (3, *add),
+                                   (3, "cat", "p.kp", name), (3, "list", name), (2, name), (2, "list", "--" + name), (2, *add, "--layout", name),
+                                   (3, "customize", "p.kp", name, "--name", name, "-o", "./p.kp")):
+            done = run(*arguments)
+            self.assertEqual((status, False, True), (done[0], "\u009b" in done[1] + done[2], "\\xc2\\x9b" in done[1] + done[2]),
+                             (arguments, done))
+
     def test_extract(self):
         self.add("p.kp", "--cpu-source", "vadd/src/vadd.cpp", "--debug-dir", "vadd/src", "-q")
         self.expect(["add", "p.kp", self.derive("big"), "--ip", "vadd/ip"], 0)
