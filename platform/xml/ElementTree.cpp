@@ -13,7 +13,7 @@
 namespace lmx60 {
 
 /// Takes a document in, node by node.
-class ElementTree::Builder : private Parser {
+class ElementTree::Builder final : private Parser {
 public:
     explicit Builder(ElementTree& tree) : tree_(tree) {}
     using Parser::parse;

@@ -50,7 +50,7 @@ struct Frame {
 };
 static_assert(Table::maximumFields <= 32);
 
-class Reader : private Parser {
+class Reader final : private Parser {
 public:
     Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown);
 

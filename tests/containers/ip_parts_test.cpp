@@ -221,6 +221,7 @@ TEST(Registers, StandSinglyWithTheirOffsetsInBytes) {
         {reg("a", "1", tag("array", two, tag("stride", "4"))), words, "a[0]@4:16 a[1]@20:16 "},
         {reg("a", "1", two), words, "a[0]@4:16 a[1]@8:16 "},
         {reg("a", "4", two), tag("addressUnitBits", "4"), "a[0]@2:16 a[1]@4:16 "},
+        {reg("a", "4"), tag("addressUnitBits", "0"), "a@an address unit has no bits:16 "},
         {reg("a", "3"), tag("addressUnitBits", "4"), "a@it is no whole number of bytes:16 "},
         {file(two + file(reg("a", "2"))), "", "f[0].f.a@18:16 f[1].f.a@26:16 "},
         {reg("a", "0", tag("dim", "X")), "", "the length of the array 'a': there is no parameter 'X'"},

@@ -70,7 +70,7 @@ struct Units {
 
     /// As many units as hold so many bits.
     Number inUnits(const Number& size) const {
-        if (!size.value || bits.value.value_or(0) == 0) return product(size, bits);
+        if (!size.value || !bits.value) return product(size, bits);
         return known(*size.value / *bits.value + (*size.value % *bits.value == 0 ? 0 : 1));
     }
 };
@@ -106,12 +106,19 @@ private:
     std::size_t& bytesLeft_;
 };
 
+std::size_t sizeOf(const Register& one) {
+    std::size_t bytes = sizeof(Register) + one.name.size() + one.access.size();
+    for (const BitField& field : one.fields)
+        bytes += sizeof(BitField) + field.name.size();
+    return bytes;
+}
+
 /// False when that would take too much memory.
 bool RegisterReader::place(const std::vector<Register>& held, const std::string& name, const Number& offset,
                            std::vector<Register>& to) {
     std::size_t bytes = sizeof(Register);
     for (const Register& one : held)
-        bytes += sizeof(Register) + name.size() + one.name.size() + one.fields.size() * sizeof(BitField);
+        bytes += sizeOf(one) + name.size();
     if (bytes > bytesLeft_) {
         block_.incomplete = "its arrays and files of registers are too large";
         return false;
@@ -201,6 +208,8 @@ MemoryMap readMemoryMap(lmx60::Element element, Values& values, std::size_t& byt
     read<MemoryMap>(map, element, mapRows, values);
     Units units{known(8)};
     if (const lmx60::Element bits = element.child("addressUnitBits")) units.bits = values.numberOf(bits);
+    if (units.bits.value == 0)
+        units.bits = {.value = {}, .unknown = "an address unit has no bits", .line = {}};
     for (const lmx60::Element child : element.children()) {
         if (!values.isPresent(child)) continue;
         if (child.name() == "addressBlock") {
