@@ -16,18 +16,16 @@
 #include "platform/tcl/TclShell.h"
 #include "platform/tcl/Words.h"
 
-#include <cerrno>
 #include <cstdlib>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 #include <CLI/Error.hpp>
+#include <fcntl.h>
 #include <stdlib.h>
 
 namespace cli {
@@ -60,8 +58,7 @@ public:
     OneDirectoryCustomizer(const Options& options, const GivenParams& params)
         : Customizer(disk::absolute(options.package), options.kernel), options_(options) {
         setWorkingDirPath_(Customizer::getWorkingDirPath());
-        HUTFile::ensureWritableDir(HUTPathUtils::parent(Customizer::getWorkingDirPath()));
-        disk::makeDirectory(Customizer::getWorkingDirPath(), 0700);
+        disk::makeDirectories(Customizer::getWorkingDirPath(), 0700);
         withNewKernelName(options.name).withOutputFilePath(options.output).withTargetBoard(options.board);
         Params values;
         for (const auto& [name, param] : params)
@@ -120,26 +117,19 @@ std::vector<std::string> hostScripts(const Options& options) {
 /// Writes every script down before it is evaluated.
 class ScriptFile {
 public:
-    explicit ScriptFile(const std::string& path) : path_(path) {
-        errno = 0;
-        if (path != "-") file_.open(path);
-        requireGood();
+    explicit ScriptFile(const std::string& path) {
+        if (path != "-") file_ = disk::open(path, O_WRONLY | O_CREAT | O_TRUNC);
     }
     void keep(const std::string& script) {
-        errno = 0;
-        (path_ == "-" ? std::cout : file_) << script << (script.ends_with('\n') ? "" : "\n") << std::flush;
-        requireGood();
+        const std::string text = script.ends_with('\n') ? script : script + "\n";
+        if (file_.isOpen())
+            disk::write(file_, text);
+        else
+            std::cout << text << std::flush;
     }
 
 private:
-    void requireGood() const {
-        if (!file_)
-            throw HEXAlgException("Failed to write '" + path_ +
-                                  "': " + std::generic_category().message(errno));
-    }
-
-    std::string path_;
-    std::ofstream file_;
+    disk::FileDescriptor file_;  ///< not open for standard output
 };
 
 /// The host's scripts may change the current directory.

@@ -68,7 +68,7 @@ std::vector<std::string> namesToExtract(const Options& options) {
         const std::string& root = kernel->getDirectory();
         if (!options.force && isTaken(options, root)) refuse(HUTPathUtils::join(options.directory, root), "");
         names.push_back(kernel->getName());
-        if (options.ownIp) ipFolder = kernel->getIpDir();
+        if (options.ownIp) ipFolder = HUTPathUtils::withoutTrailingSeparators(kernel->getIpDir());
     }
     if (!options.force && layout::hasRepository(container.getVersionMajor()))
         requireSameIp(options, ipFolder);

@@ -6,12 +6,13 @@
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTFileUtils.h"
 #include "platform/files/HUTPathUtils.h"
+#include "platform/files/UniqueNames.h"
 #include "platform/params/HPAParamMgr.h"
 #include "platform/params/HUTEnv.h"
 
 #include <algorithm>
 
-#include <boost/filesystem/operations.hpp>
+#include <boost/filesystem/path.hpp>
 
 namespace kfab::kernel {
 
@@ -30,11 +31,19 @@ bool exists(const std::string& path) {
 
 bool makeWorkingDir(const std::string& path) {
     try {
-        if (HUTFile::exists(path)) return true;
-        HUTFile::ensureWritableDir(HUTPathUtils::parent(path));
-        return disk::makeDirectory(path, 0700);
+        if (!HUTFile::exists(path)) disk::makeDirectories(path, 0700);
+        return true;
     } catch (const HEXAlgException&) {
         return false;
+    }
+}
+
+/// Empty when it is gone: absolute paths do without it, and relative ones are not found.
+std::string currentDirectory() {
+    try {
+        return disk::absolute("");
+    } catch (const HEXAlgException&) {
+        return {};
     }
 }
 
@@ -115,7 +124,7 @@ std::string Customizer::getExtractedVlnv() const {
 
 std::string Customizer::getWorkingDirPath() const {
     if (!workingDirPath_.empty()) return workingDirPath_;
-    return (fs::path(HUTEnv::getTKQTmpDir()) / fs::unique_path("quorix-kfab-%%%%%%%%%%%%")).string();
+    return HUTPathUtils::join(HUTEnv::getTKQTmpDir(), UniqueNames{"quorix-kfab-", ""}.next());
 }
 
 bool Customizer::fail_(const std::string& message) {
@@ -198,8 +207,7 @@ bool Customizer::runSteps_() {
 
 bool Customizer::execute() {
     errorMessage_.clear();
-    boost::system::error_code gone;  // then absolute paths do
-    startDirectory_ = fs::current_path(gone).string();
+    startDirectory_ = currentDirectory();
     const bool done = runSteps_();
     removeWorkingDir_();
     return done;

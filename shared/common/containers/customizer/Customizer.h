@@ -83,10 +83,11 @@ public:
 
     /// Runs the steps up to the first that fails: preconditions, extraction, paths, the board if one is
     /// given, the parameters if there are any, repackaging. A working directory that is set is removed in any
-    /// case.
+    /// case. What the output package refuses of the kernel, such as its name, is told at the end;
+    /// HKPContainerUtils::requirePlaceForKernel tells it before.
     virtual bool execute();
 
-    /// Why the last step failed; empty when it gave no reason, and from the beginning of execute() on.
+    /// Why a step failed; empty when it gave no reason. execute() begins with none.
     const std::string& getErrorMessage() const { return errorMessage_; }
 
     Customizer(const Customizer&) = default;

@@ -174,7 +174,7 @@ std::string KernelStaging::stageIp(HCOKernelXMLReader& description) {
         ComMsgMgr::post("@17-1406@%s", {request_.ipDir});
         return {};
     }
-    const std::string folder =
+    std::string folder =
         ipRepoLayout_ ? IpPlacement(request_, container_, edit_)
                             .makeRoom(description.getKernelVlnv(), description.getKernelVlnvReplaced_())
                       : HUTPathUtils::join(folder_, layout::kernelIp);
