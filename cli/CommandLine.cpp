@@ -50,8 +50,7 @@ std::vector<std::string> examplesOf(const std::string& words) {
     return examples;
 }
 
-}  // namespace
-
+/// Prints what parsing ended with, be it help, the version or a complaint.
 ExitStatus answer(const CLI::App& app, const CLI::ParseError& ended) {
     const bool isAnswer = ended.get_exit_code() == 0;  // help, or the version
     const std::string unknown = isAnswer ? unknownSubcommand(app) : unknownWord(app);
@@ -66,6 +65,8 @@ ExitStatus answer(const CLI::App& app, const CLI::ParseError& ended) {
     }
     return WrongUsage;
 }
+
+}  // namespace
 
 CommandLine::CommandLine() : app_("Packages of compute kernels for FPGA platforms", "kp") {
     app_.set_version_flag("--version", std::string("kp ") + KP_VERSION);

@@ -7,12 +7,9 @@
 #include <variant>
 #include <vector>
 
-#include <CLI/Error.hpp>
+#include <CLI/App.hpp>
 
 namespace cli {
-
-/// Prints what parsing ended with, be it help, the version or a complaint.
-ExitStatus answer(const CLI::App& app, const CLI::ParseError& ended);
 
 /// The parser of the whole command line: one below it for each subcommand, and one for each group such as
 /// "kernel". It describes itself, to --help and to whatever else is made of it.

@@ -2,8 +2,6 @@
 
 #include "platform/base/Spelling.h"
 
-#include <vector>
-
 namespace cli {
 namespace {
 
@@ -40,21 +38,23 @@ std::string unknownOption(const std::string& argument, const std::vector<const C
 
 }  // namespace
 
-std::string unknownSubcommand(const CLI::App& app) {
-    const std::vector<const CLI::App*> parsers = parsersOf(app);
-    const auto subcommands = parsers.back()->get_subcommands({});
-    const std::vector<std::string> refused = app.remaining(true);
-    if (subcommands.empty() || refused.empty() || refused.front().starts_with('-')) return {};
-
+std::string unknownSubcommand(const std::vector<const CLI::App*>& parsers, const std::string& word) {
     std::vector<std::string> candidates;
-    candidates.reserve(subcommands.size());
-    for (const CLI::App* subcommand : subcommands)
+    for (const CLI::App* subcommand : parsers.back()->get_subcommands({}))
         candidates.push_back(subcommand->get_name());
     const std::string group = wordsOf({parsers.begin() + 1, parsers.end()});
     const std::string before = group.empty() ? "" : group + " ";
-    const std::string meant = nearestSpelling(refused.front(), candidates);
-    return complaint("'" + before + refused.front() + "' is not a subcommand",
-                     meant.empty() ? "" : before + meant, wordsOf(parsers));
+    const std::string meant = nearestSpelling(word, candidates);
+    return complaint("'" + before + word + "' is not a subcommand", meant.empty() ? "" : before + meant,
+                     wordsOf(parsers));
+}
+
+std::string unknownSubcommand(const CLI::App& app) {
+    const std::vector<const CLI::App*> parsers = parsersOf(app);
+    const std::vector<std::string> refused = app.remaining(true);
+    const bool isNone =
+        parsers.back()->get_subcommands({}).empty() || refused.empty() || refused.front().starts_with('-');
+    return isNone ? "" : unknownSubcommand(parsers, refused.front());
 }
 
 bool lacksSubcommand(const CLI::App& app) {

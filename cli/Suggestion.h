@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include <CLI/App.hpp>
 
@@ -11,6 +12,10 @@ namespace cli {
 
 /// About a word that stands where a subcommand should and is none.
 std::string unknownSubcommand(const CLI::App& app);
+
+/// About a word that should be a subcommand of the last of these parsers, each a subcommand of the one
+/// before.
+std::string unknownSubcommand(const std::vector<const CLI::App*>& parsers, const std::string& word);
 
 /// Whether one is missing at the end.
 bool lacksSubcommand(const CLI::App& app);
