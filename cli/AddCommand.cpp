@@ -9,6 +9,7 @@
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/PackageLayout.h"
 #include "platform/base/Exceptions.h"
+#include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 
 #include <algorithm>
@@ -29,13 +30,31 @@ struct Options {
     bool replaceIp = false, reseal = false, dryRun = false, json = false;
 };
 
-/// Without a description only a kernel that is there can be updated.
-void requireKernel(const KernelAddition& addition) {
+/// What goes to a kernel that is there only with --replace.
+constexpr const char* ignoredByUpdate[] = {"--ip",          "--cpu-source", "--sw-emu",  "--report",
+                                           "--ip-instance", "--debug-dir",  "--hls-dir", "--project",
+                                           "--top-ip",      "--replace-ip"};
+
+/// Whether the kernel is there; throws where it must be.
+bool isPresent(const KernelAddition& addition) {
+    const bool mustBe = addition.kernelXmlPath.empty();
+    if (!mustBe && !HUTFile::exists(addition.kpPath)) return false;
     HKPContainer present;
     HKPContainerUtils::parseKPContainerIntoObject_(addition.kpPath, present);
-    if (present.getKPKernelByName(addition.kernelName) == nullptr)
-        throw HEXAlgException("Kernel '" + addition.kernelName + "' is not in '" + addition.kpPath +
-                              "'; to add it, give its KERNEL.XML");
+    if (present.getKPKernelByName(addition.kernelName) != nullptr) return true;
+    if (!mustBe) return false;
+    throw HEXAlgException("Kernel '" + addition.kernelName + "' is not in '" + addition.kpPath +
+                          "'; to add it, give its KERNEL.XML");
+}
+
+/// An update alone looks at device images and the shim solution: refuses what it would not look at.
+void requireUpdate(const KernelAddition& addition, const CLI::App& given) {
+    if (!isPresent(addition)) return;
+    for (const char* option : ignoredByUpdate)
+        if (given.count(option) > 0)
+            throw HEXAlgException("Kernel '" + addition.kernelName + "' is in '" + addition.kpPath +
+                                  "', and --update brings it --pdi and --shim alone; with " + option +
+                                  ", replace it (--replace)");
 }
 
 /// The addition as the options ask for it: nothing is lost unless they say so.
@@ -76,9 +95,9 @@ bool saysNothingNew(const ComMsg& message) {
     return message.number() == "17-1864" || message.number() == "17-1868";
 }
 
-ExitStatus add(const Options& options) {
-    if (options.addition.kernelXmlPath.empty()) requireKernel(options.addition);
+ExitStatus add(const Options& options, const CLI::App& given) {
     const KernelAddition addition = additionOf(options);
+    if (addition.update && !addition.replace) requireUpdate(addition, given);
     const MessageFilter filter([&](const ComMsg& message, const ComMsgMgr::Sink& pass) {
         if (!addition.replace || !saysNothingNew(message)) pass(message);
     });
@@ -138,9 +157,9 @@ Run declareAdd(CLI::App& app) {
         app.add_flag("--dry-run", options->dryRun, "Print what would be done, and change nothing");
     app.add_flag("--json", options->json, "With --dry-run: as a JSON object")->needs(dryRun);
     app.parse_complete_callback([options] { requireKernelXmlUnlessUpdating(options->addition); });
-    return [options, fetch = inputs.fetch()] {
+    return [options, &app, fetch = inputs.fetch()] {
         fetch();
-        return add(*options);
+        return add(*options, app);
     };
 }
 

@@ -49,6 +49,9 @@ class KpTest(KpCase):
         self.add("p.kp", "--debug-dir", "vadd/src", "-q")
         self.expect(["-q", "add", "p.kp", "--update", "--name", "VADD", "--pdi", "vadd/vadd.qmr"], 0)
         self.expect(["list", "p.kp"], 0, "vadd  hw_emu,hw  rtl,debug-dir,pdi\n")
+        self.expect(["add", "p.kp", "vadd/kernel.xml", "--update", "--pdi", "vadd/vadd.qmr", "--ip", "vadd/ip"], 3, "",
+                    "kp: error: Kernel 'vadd' is in 'p.kp', and --update brings it --pdi and --shim alone; with --ip, "
+                    "replace it (--replace)\n")
         self.expect(["verify", "p.kp"], 0, "digest: valid\n")
         subprocess.run(["zip", "-qd", "p.kp", "vadd/debug/*"], check=True, stdout=subprocess.DEVNULL)
         text = "Kernel 'vadd': its flag 'Debug' is set, but 'vadd/debug' is not in the package"
@@ -447,7 +450,7 @@ class KpTest(KpCase):
             ([*customize, "p.kp", "vadd", "--params-file", "vadd"], "Failed to read 'vadd': Is a directory"),
             ([*customize, "p.kp", "vadd", *host, "--keep-scripts", "/dev/full"],
              "Failed to customize RTL kernel IP. Exception: Failed to write '/dev/full': No space left on device"),
-            ([*customize, "p.kp", "vadd", "--keep-scripts", "no/s.tcl"], "Failed to write 'no/s.tcl': No such file or directory"),
+            ([*customize, "p.kp", "vadd", "--keep-scripts", "no/s.tcl"], "Failed to open 'no/s.tcl': No such file or directory"),
             (["customize", "p.kp", "vadd", "--name=n", "-o", "./k.kp"],
              "'./k.kp' has the layout 'kernel'; a kernel cannot be added in the layout 'repo'"),
             *[([*customize, package, kernel],
