@@ -1,4 +1,4 @@
-"""Installs a build, checks what its libraries export, and works through the tutorial with what is installed alone."""
+"""Installs a build, checks what its libraries export, and works through its documents with what is installed alone."""
 
 import os
 import re
@@ -8,7 +8,8 @@ import tempfile
 from pathlib import Path
 
 BUILD, SOURCE = Path(sys.argv[1]), Path(sys.argv[2])
-FILES = {"cpp": "tutorial.cpp", "cmake": "CMakeLists.txt", "java": "Tutorial.java", "tcl": "trace.tcl"}
+FILES = {"c": "vadd.h", "cpp": "tutorial.cpp", "cmake": "CMakeLists.txt", "java": "Tutorial.java", "tcl": "trace.tcl"}
+STEPS = {"tutorial.md": 5, "kernel-xml.md": 7, "profile-report.md": 3}
 
 
 def output(*command, **more):
@@ -41,9 +42,9 @@ def check_links(documents):
     assert len(links) > 10 and all(link.exists() for link in links), [link for link in links if not link.exists()]
 
 
-def work_through(tutorial, directory, environment):
+def work_through(document, steps, directory, environment):
     """Blocks of a language make one file; commands run in order and must answer with the text that follows."""
-    blocks = re.findall(r"^```(\w+)\n(.*?)^```$", tutorial, re.MULTILINE | re.DOTALL)
+    blocks = re.findall(r"^```(\w+)\n(.*?)^```$", document.read_text(), re.MULTILINE | re.DOTALL)
     for language, file in FILES.items():
         (directory / file).write_text("".join(text for kind, text in blocks if kind == language))
     texts = iter(blocks)
@@ -56,17 +57,21 @@ def work_through(tutorial, directory, environment):
         answer = output("bash", "-euo", "pipefail", "-c", commands, cwd=directory, env=environment)
         assert answer == expected, f"{commands}\nanswered\n{answer}\ninstead of\n{expected}"
         ran += 1
-    assert ran == 5, ran
+    assert ran == steps, f"{ran} steps of {document}"
 
 
 with tempfile.TemporaryDirectory() as top:
-    prefix, work = Path(top, "prefix"), Path(top, "work")
+    prefix = Path(top, "prefix")
     output("cmake", "--install", BUILD, "--prefix", prefix)
     check_exports(prefix)
-    check_links(prefix / "share/doc/kernelpackage")
+    installed = prefix / "share/doc/kernelpackage"
+    check_links(installed)
     libraries = next(prefix.rglob("pkgconfig")).parent
-    work.mkdir()
-    (work / "examples").symlink_to(prefix / "share/doc/kernelpackage/examples")
-    work_through((prefix / "share/doc/kernelpackage/docs/tutorial.md").read_text(), work, {
+    environment = {
         **os.environ, "PATH": f"{prefix}/bin:{os.environ['PATH']}", "CMAKE_PREFIX_PATH": str(prefix),
-        "PKG_CONFIG_PATH": str(libraries / "pkgconfig"), "LD_LIBRARY_PATH": str(libraries)})
+        "PKG_CONFIG_PATH": str(libraries / "pkgconfig"), "LD_LIBRARY_PATH": str(libraries)}
+    for name, steps in STEPS.items():
+        work = Path(top, name)
+        work.mkdir()
+        (work / "examples").symlink_to(installed / "examples")
+        work_through(installed / "docs" / name, steps, work, environment)
