@@ -35,11 +35,17 @@ def check_exports(prefix):
     assert sorted(name.replace("_1", "_") for name in exported) == sorted(java) and len(java) == 10, exported
 
 
+def anchors(document):
+    headings = re.findall(r"^#+ (.*)", document.read_text(), re.MULTILINE)
+    return [re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-") for heading in headings]
+
+
 def check_links(documents):
-    """Links of the documents to files lead to what is installed."""
-    links = [path.parent / link for path in documents.rglob("*.md")
-             for link in re.findall(r"\]\(([\w./-]+)(?:#[\w-]+)?\)", path.read_text())]
-    assert len(links) > 10 and all(link.exists() for link in links), [link for link in links if not link.exists()]
+    """Links of the documents to files, and to places in documents, lead to what is installed."""
+    links = [(path.parent / file if file else path, place) for path in documents.rglob("*.md")
+             for file, place in re.findall(r"\]\(([\w./-]*)(?:#([\w-]+))?\)", path.read_text())]
+    dead = [(file, place) for file, place in links if not file.exists() or (place and place not in anchors(file))]
+    assert len(links) > 10 and not dead, dead
 
 
 def work_through(document, steps, directory, environment):
