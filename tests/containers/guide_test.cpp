@@ -1,13 +1,12 @@
 #include "containers/kernel/KernelRecords.h"
-#include "containers/lint/Lint.h"
 #include "containers/lint/Rule.h"
 #include "platform/xml/Bytes.h"
 
-#include <iterator>
 #include <regex>
 #include <set>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,6 +28,11 @@ std::string kindOf(const Field& field, void* record) {
     return takes("words") ? "text" : takes("1.5") ? "decimal" : "number";
 }
 
+const char* markOf(Occurs occurs) {
+    if (occurs == Occurs::Required) return "";
+    return occurs == Occurs::Any ? "*" : "?";
+}
+
 /// A kind of document as a guide shows it: a tree of its elements, and of each a heading and a row a field.
 struct Guide {
     std::string tree, sections;
@@ -45,10 +49,7 @@ struct Guide {
                             (field.occurs == Occurs::Required ? ", required" : "") + " |\n";
         for (const Field& field : table.children()) {
             if (field.kind != FieldKind::Record) continue;
-            const char* many = field.occurs == Occurs::Any        ? "*"
-                               : field.occurs == Occurs::Optional ? "?"
-                                                                  : "";
-            add(field.name, many, field.append(record), field.childTable(), indent + "  ");
+            add(field.name, markOf(field.occurs), field.append(record), field.childTable(), indent + "  ");
         }
     }
 
