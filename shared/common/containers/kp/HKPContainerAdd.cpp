@@ -30,7 +30,22 @@ void HKPContainerUtils::addKernelToKPContainer(
     const std::string& shimSolnFile, const std::string& designXmlPath, const std::string& ipInstanceFile,
     const std::string& projectID, const std::string& topIpDir, const std::string& debugDir,
     const std::string& hlsDir, bool ipRepoLayout, bool replace, bool update, bool checkVersion) {
-    addKernel({kpPath, kernelName, kernelXmlPath, ipDir, cpuFiles, pdiFiles, swEmuFiles, shimSolnFile,
-               designXmlPath, ipInstanceFile, projectID, topIpDir, debugDir, hlsDir, ipRepoLayout, replace,
-               update, checkVersion});
+    addKernel({.kpPath = kpPath,
+               .kernelName = kernelName,
+               .kernelXmlPath = kernelXmlPath,
+               .ipDir = ipDir,
+               .cpuFiles = cpuFiles,
+               .pdiFiles = pdiFiles,
+               .swEmuFiles = swEmuFiles,
+               .shimSolnFile = shimSolnFile,
+               .designXmlPath = designXmlPath,
+               .ipInstanceFile = ipInstanceFile,
+               .projectID = projectID,
+               .topIpDir = topIpDir,
+               .debugDir = debugDir,
+               .hlsDir = hlsDir,
+               .ipRepoLayout = ipRepoLayout,
+               .replace = replace,
+               .update = update,
+               .checkVersion = checkVersion});
 }
