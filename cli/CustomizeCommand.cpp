@@ -141,7 +141,7 @@ void makePathsOfEnvironmentAbsolute() {
 
 ExitStatus customize(const Options& options) {
     HKPContainer container;
-    readPackage(options.package, container);
+    HKPContainerUtils::openKPContainer_(options.package, container);
     const GivenParams params = collectParams(options.paramsFile, options.params);
     requireParams(params, options.package, kernelWithIp(container, options));
     makePathsOfEnvironmentAbsolute();

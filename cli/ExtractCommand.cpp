@@ -28,6 +28,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 using kfab::kernel::ExplorerIface;
+using Version = std::shared_ptr<const ArchiveSnapshot>;
 
 struct Options {
     std::string package, directory;
@@ -47,21 +48,19 @@ bool isTaken(const Options& options, std::string_view name) {
 
 /// The repository, or an IP of it, comes with each kernel: what another one brought of it is no obstacle
 /// while it is the same.
-void requireSameIp(const Options& options, const std::string& folder) {
+void requireSameIp(const Options& options, const ArchiveSnapshot& archive, const std::string& folder) {
     if (!isTaken(options, folder)) return;
-    const auto archive = ArchiveSnapshot::open(options.package);
-    for (const std::uint32_t position : archive->positionsInFolder(folder)) {
+    for (const std::uint32_t position : archive.positionsInFolder(folder)) {
         HUTInterrupt::check();
-        const ArchiveEntry& entry = archive->entries()[position];
+        const ArchiveEntry& entry = archive.entries()[position];
         const std::string path = HUTPathUtils::join(options.directory, entry.name);
-        if (!entry.isDirectory() && isTaken(options, entry.name) && !isCopy(path, *archive, entry))
+        if (!entry.isDirectory() && isTaken(options, entry.name) && !isCopy(path, archive, entry))
             refuse(path, " and is not what the package holds");
     }
 }
 
-std::vector<std::string> namesToExtract(const Options& options) {
-    HKPContainer container;
-    readPackage(options.package, container);
+std::vector<std::string> namesToExtract(const Options& options, const HKPContainer& container,
+                                        const Version& version) {
     std::vector<std::string> names;
     std::string ipFolder = layout::ipRepo;
     for (const HKPKernel* kernel : chosenKernels(container, options.package, options.kernel)) {
@@ -70,22 +69,21 @@ std::vector<std::string> namesToExtract(const Options& options) {
         names.push_back(kernel->getName());
         if (options.ownIp) ipFolder = HUTPathUtils::withoutTrailingSeparators(kernel->getIpDir());
     }
-    if (!options.force && layout::hasRepository(container.getVersionMajor()))
-        requireSameIp(options, ipFolder);
+    if (version && !options.force && layout::hasRepository(container.getVersionMajor()))
+        requireSameIp(options, *version, ipFolder);
     return names;
 }
 
-std::shared_ptr<ExplorerIface> extractKernels(const Options& options) {
-    const bool checkVersion = options.checkVersion || HPAParamMgr::getBool("kp.enableVersionCheck", false);
-    if (options.kernel)
-        return HKPContainerUtils::extractKernel({.kpPath = options.package,
-                                                 .kernelName = *options.kernel,
-                                                 .destination = options.directory,
-                                                 .checkVersion = checkVersion,
-                                                 .ownIp = options.ownIp})
-            .explorer;
-    return HKPContainerUtils::extractAllKernelsFromKPContainer(options.package, options.directory,
-                                                               checkVersion);
+std::shared_ptr<ExplorerIface> extractKernels(const Options& options, const Version& version) {
+    const KernelExtraction request{
+        .kpPath = options.package,
+        .kernelName = options.kernel.value_or(""),
+        .destination = options.directory,
+        .checkVersion = options.checkVersion || HPAParamMgr::getBool("kp.enableVersionCheck", false),
+        .ownIp = options.ownIp,
+        .version = version};
+    return options.kernel ? HKPContainerUtils::extractKernel(request).explorer
+                          : HKPContainerUtils::extractAllKernels(request);
 }
 
 Json describe(const std::string& name, const ExplorerIface& explorer) {
@@ -122,9 +120,12 @@ private:
 };
 
 /// Extracts the kernels and describes each. One whose description cannot be read is complained of.
-std::optional<Json> extractAndDescribe(const Options& options, const std::vector<std::string>& names) {
+std::optional<Json> extractAndDescribe(const Options& options) {
+    HKPContainer container;
+    const Version version = HKPContainerUtils::openKPContainer_(options.package, container);
+    const std::vector<std::string> names = namesToExtract(options, container, version);
     KeptWords words;
-    const auto explorer = extractKernels(options);
+    const auto explorer = extractKernels(options, version);
     HUTInterrupt::check();  // the explorer takes work that is called off for a description it cannot read
     std::optional<Json> kernels = Json::array();
     for (const std::string& name : names) {
@@ -140,8 +141,7 @@ std::optional<Json> extractAndDescribe(const Options& options, const std::vector
 }
 
 ExitStatus extract(const Options& options) {
-    const ArchiveSnapshot::Hold version(options.package);
-    const std::optional<Json> kernels = extractAndDescribe(options, namesToExtract(options));
+    const std::optional<Json> kernels = extractAndDescribe(options);
     if (!kernels) return Failed;
     if (options.json) {
         print({{"kernels", *kernels}});

@@ -3,6 +3,7 @@
 #include "cli/Output.h"
 #include "containers/explorer/ArchiveExplorer.h"
 #include "containers/explorer/KernelLayout.h"
+#include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/KernelParts.h"
 #include "platform/files/HUTPathUtils.h"
 
@@ -134,8 +135,9 @@ Run declareFiles(CLI::App& app) {
     app.add_flag("--json", *json, "As a JSON object");
     return [=] {
         HKPContainer container;
-        readPackage(*package, container);
-        const ArchiveExplorer explorer(*package, nullptr, layout::hasRepository(container.getVersionMajor()));
+        const auto version = HKPContainerUtils::openKPContainer_(*package, container);
+        const ArchiveExplorer explorer(*package, nullptr, layout::hasRepository(container.getVersionMajor()),
+                                       version);
         const Kernels kernels = chosenKernels(container, *package, *kernel);
         *json ? printJson(kernels, explorer) : printLines(kernels, explorer);
         return Done;

@@ -1,6 +1,5 @@
 #include "cli/Kernels.h"
 
-#include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/KernelParts.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTPathUtils.h"
@@ -54,11 +53,6 @@ std::vector<std::string> flagsOf(const HKPKernel& kernel) {
 }
 
 }  // namespace
-
-void readPackage(const std::string& package, HKPContainer& container) {
-    HKPContainerUtils::requireKPContainer_(package);
-    HKPContainerUtils::parseKPContainerIntoObject_(package, container);
-}
 
 Kernels chosenKernels(const HKPContainer& container, const std::string& package,
                       const std::optional<std::string>& name) {

@@ -12,10 +12,6 @@ namespace cli {
 
 using Kernels = std::vector<const HKPKernel*>;
 
-/// Reads the package's manifest into an empty container. Throws when there is no package or it cannot be
-/// read.
-void readPackage(const std::string& package, HKPContainer& container);
-
 /// All kernels in the package's order, or the one that is asked for by its name in any case of letters; owned
 /// by the container. Throws when the package lacks that one.
 Kernels chosenKernels(const HKPContainer& container, const std::string& package,

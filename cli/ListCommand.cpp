@@ -1,7 +1,7 @@
 #include "cli/Command.h"
 #include "cli/Kernels.h"
 #include "cli/Output.h"
-#include "containers/kp/HKPContainer.h"
+#include "containers/kp/HKPContainerUtils.h"
 
 #include <memory>
 #include <string>
@@ -37,7 +37,7 @@ Run declareList(CLI::App& app) {
     app.add_flag("--json", *json, "As a JSON object");
     return [=] {
         HKPContainer container;
-        readPackage(*package, container);
+        HKPContainerUtils::openKPContainer_(*package, container);
         const auto kernels = chosenKernels(container, *package, std::nullopt);
         *json ? printJson(container, kernels) : printKernels(kernels);
         return Done;

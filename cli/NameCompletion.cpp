@@ -44,7 +44,8 @@ Names kernels(const CLI::App&, const Names& before) {
 Names members(const CLI::App&, const Names& before) {
     Names names;
     if (before.empty()) return names;
-    for (const ArchiveEntry& entry : ArchiveSnapshot::open(withHome(before.front()))->entries())
+    const auto package = ArchiveSnapshot::open(withHome(before.front()));
+    for (const ArchiveEntry& entry : package->entries())
         if (!entry.isDirectory()) names.emplace_back(entry.name);
     return names;
 }

@@ -1,4 +1,4 @@
-// Finding the flaws of an archive.
+// Finding the flaws of an archive, and verifying its digest.
 
 #include "platform/base/Exceptions.h"
 #include "platform/base/HUTProgress.h"
@@ -190,9 +190,33 @@ std::uint64_t Check::descriptorSize(std::uint32_t position, std::uint64_t offset
     return 0;
 }
 
+/// Where the last entry begins: most edits replace that one, which is the manifest, and leave all before it
+/// alone.
+std::uint64_t lastEntryOffset(const ArchiveSnapshot& archive) {
+    std::uint64_t offset = 0;
+    for (const ArchiveEntry& entry : archive.entries())
+        offset = std::max(offset, entry.offset);
+    return offset;
+}
+
 }  // namespace
 
 std::vector<ArchiveFinding> ArchiveSnapshot::check() const {
     const HUTProgress progress([&] { return contentSize(); });
-    return Check(*this, directory_.endRecordsOffset).run();
+    return Check(*this, listing_->directory.endRecordsOffset).run();
+}
+
+DigestVerdict ArchiveSnapshot::checkDigest(ArchiveDigest::Label label) const {
+    if (!comment().starts_with(ArchiveDigest::prefix(label))) return DigestVerdict::Missing;
+    const HUTProgress progress([&] { return digestEnd(); });
+    try {
+        HashedPrefix prefix{lastEntryOffset(*this), ArchiveDigest(label)};
+        prefix.digest.add(file_, 0, prefix.position);
+        ArchiveDigest whole = prefix.digest;
+        whole.add(file_, prefix.position, digestEnd());
+        hashedPrefix_ = std::move(prefix);
+        return comment() == whole.comment() ? DigestVerdict::Valid : DigestVerdict::Mismatch;
+    } catch (const HEXAlgException&) {
+        return DigestVerdict::Unreadable;
+    }
 }

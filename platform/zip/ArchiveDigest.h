@@ -7,6 +7,9 @@
 #include <memory>
 #include <string>
 
+/// What the digest of an archive tells.
+enum class DigestVerdict { Valid, Missing, Mismatch, Unreadable };
+
 /// The digest that seals an archive: a hash over every byte up to the length field of the archive comment,
 /// kept as the comment. Copies carry on from the same bytes independently.
 class KP_EXPORT ArchiveDigest {

@@ -314,5 +314,4 @@ void ArchiveEdit::putInPlace(PendingFile& pending) {
         throw HEXAlgException(HUTPathUtils::quoted(target_) +
                               " was changed by another program while it was edited");
     pending.replace();
-    snapshot_->forget();
 }

@@ -12,19 +12,6 @@
 
 namespace {
 
-using SnapshotPointer = std::shared_ptr<const ArchiveSnapshot>;
-
-/// The snapshots used last, the latest first.
-std::array<SnapshotPointer, 4>& recent() {
-    thread_local std::array<SnapshotPointer, 4> snapshots;
-    return snapshots;
-}
-
-SnapshotPointer& held() {
-    thread_local SnapshotPointer snapshot;
-    return snapshot;
-}
-
 constexpr std::int64_t second = 1'000'000'000;
 
 std::int64_t count(const timespec& time) {
@@ -48,31 +35,8 @@ bool isSame(const struct stat& a, const struct stat& b) {
 
 }  // namespace
 
-ArchiveSnapshot::Hold::Hold(const std::string& path) : before_(held()) {
-    try {
-        held() = open(path);
-    } catch (const HEXAlgException&) {
-        // The work asks itself for what it needs.
-    }
-}
-
-ArchiveSnapshot::Hold::~Hold() {
-    held() = std::move(before_);
-}
-
-SnapshotPointer ArchiveSnapshot::open(const std::string& path) {
-    if (held() && held()->path() == path) return held();
-    auto& snapshots = recent();
-    auto at = std::find_if(snapshots.begin(), snapshots.end(),
-                           [&](const SnapshotPointer& kept) { return kept && kept->path() == path; });
-    if (at == snapshots.end()) --at;
-    const bool isUsable = *at && (*at)->path() == path && (*at)->isSettled_ && (*at)->isCurrent();
-    if (!isUsable) {
-        at->reset();
-        at->reset(new ArchiveSnapshot(path));
-    }
-    std::rotate(snapshots.begin(), at, at + 1);
-    return snapshots.front();
+std::shared_ptr<const ArchiveSnapshot> ArchiveSnapshot::open(const std::string& path) {
+    return std::shared_ptr<const ArchiveSnapshot>(new ArchiveSnapshot(path));
 }
 
 ArchiveSnapshot::ArchiveSnapshot(const std::string& path) {
@@ -80,15 +44,29 @@ ArchiveSnapshot::ArchiveSnapshot(const std::string& path) {
     // longer than that leaves none to read.
     for (int attempts = 3; attempts > 0; --attempts) {
         file_ = disk::open(path, O_RDONLY | O_NONBLOCK);
-        version_ = disk::status(file_);
-        if (!S_ISREG(version_.st_mode))
-            throw HEXAlgException(HUTPathUtils::quoted(path) +
-                                  " is not a readable archive: it is not a file");
-        isSettled_ = isSettled(version_);
-        directory_ = readArchiveDirectory(file_, static_cast<std::uint64_t>(version_.st_size));
-        if (isSame(version_, disk::status(file_))) return;
+        listing_ = listingOf(file_);
+        if (isSame(listing_->version, disk::status(file_))) return;
     }
     throw HEXAlgException(HUTPathUtils::quoted(path) + " keeps changing while it is read");
+}
+
+/// The one that is kept of this very version, else a new one, which is kept then.
+std::shared_ptr<ArchiveSnapshot::Listing> ArchiveSnapshot::listingOf(const disk::FileDescriptor& file) {
+    thread_local std::array<std::shared_ptr<Listing>, 4> recent;  // the latest first
+    const struct stat version = disk::status(file);
+    if (!S_ISREG(version.st_mode))
+        throw HEXAlgException(HUTPathUtils::quoted(file.path()) +
+                              " is not a readable archive: it is not a file");
+    auto at = std::find_if(recent.begin(), recent.end(), [&](const std::shared_ptr<Listing>& kept) {
+        return kept && kept->isSettled && isSame(kept->version, version);
+    });
+    if (at == recent.end()) {
+        const auto size = static_cast<std::uint64_t>(version.st_size);
+        *--at = std::make_shared<Listing>(
+            Listing{version, isSettled(version), readArchiveDirectory(file, size), {}, {}, {}, {}});
+    }
+    std::rotate(recent.begin(), at, at + 1);
+    return recent.front();
 }
 
 ArchiveSnapshot::~ArchiveSnapshot() = default;
@@ -102,24 +80,20 @@ std::uint64_t ArchiveSnapshot::contentSize() const {
 
 bool ArchiveSnapshot::isCurrent() const {
     const auto now = disk::statusIfThere(path());
-    return now && isSame(version_, *now);
-}
-
-void ArchiveSnapshot::forget() const {
-    for (SnapshotPointer& kept : recent())
-        if (kept.get() == this) kept.reset();
+    return now && isSame(listing_->version, *now);
 }
 
 const std::vector<std::uint32_t>& ArchiveSnapshot::byName() const {
-    if (byName_.size() != entries().size()) {
-        byName_.resize(entries().size());
-        std::iota(byName_.begin(), byName_.end(), 0U);
-        std::sort(byName_.begin(), byName_.end(), [&](std::uint32_t a, std::uint32_t b) {
+    std::vector<std::uint32_t>& sorted = listing_->byName;
+    if (sorted.size() != entries().size()) {
+        sorted.resize(entries().size());
+        std::iota(sorted.begin(), sorted.end(), 0U);
+        std::sort(sorted.begin(), sorted.end(), [&](std::uint32_t a, std::uint32_t b) {
             const int order = entries()[a].name.compare(entries()[b].name);
             return order != 0 ? order < 0 : a < b;
         });
     }
-    return byName_;
+    return sorted;
 }
 
 std::span<const std::uint32_t> ArchiveSnapshot::positionsStartingWith(std::string_view prefix) const {
@@ -143,9 +117,7 @@ std::span<const std::uint32_t> ArchiveSnapshot::positionsNamed(std::string_view 
 }
 
 std::span<const std::uint32_t> ArchiveSnapshot::positionsInFolder(std::string_view folder) const {
-    while (folder.ends_with('/'))
-        folder.remove_suffix(1);
-    return positionsStartingWith(std::string(folder) + "/");
+    return positionsStartingWith(std::string(HUTPathUtils::withoutTrailingSeparators(folder)) + "/");
 }
 
 const ArchiveEntry* ArchiveSnapshot::find(std::string_view name) const {
@@ -162,18 +134,18 @@ bool ArchiveSnapshot::isDirectory(std::string_view name) const {
 }
 
 const std::vector<const ArchiveEntry*>& ArchiveSnapshot::filesWithLastComponent(std::string_view name) const {
-    if (byLastComponent_.empty())
+    auto& files = listing_->byLastComponent;
+    if (files.empty())
         for (const ArchiveEntry& entry : entries())
-            if (!entry.isDirectory())
-                byLastComponent_[HUTPathUtils::lastComponent(entry.name)].push_back(&entry);
+            if (!entry.isDirectory()) files[HUTPathUtils::lastComponent(entry.name)].push_back(&entry);
     static const std::vector<const ArchiveEntry*> none;
-    const auto found = byLastComponent_.find(name);
-    return found == byLastComponent_.end() ? none : found->second;
+    const auto found = files.find(name);
+    return found == files.end() ? none : found->second;
 }
 
 const ArchiveEntry* ArchiveSnapshot::firstFileWith(std::string_view lastComponent,
                                                    std::string_view component) const {
-    const auto [at, isNew] = byComponent_.try_emplace(std::string(lastComponent));
+    const auto [at, isNew] = listing_->byComponent.try_emplace(std::string(lastComponent));
     FirstByComponent& first = at->second;
     if (isNew)
         for (const ArchiveEntry* entry : filesWithLastComponent(lastComponent))
@@ -184,18 +156,19 @@ const ArchiveEntry* ArchiveSnapshot::firstFileWith(std::string_view lastComponen
 }
 
 std::vector<const ArchiveEntry*> ArchiveSnapshot::filesWithPrefix(std::string_view prefix) const {
-    if (byFoldedName_.empty()) {
+    std::vector<Folded>& sorted = listing_->byFoldedName;
+    if (sorted.empty()) {
         for (std::uint32_t position = 0; position < entries().size(); ++position)
             if (!entries()[position].isDirectory())
-                byFoldedName_.push_back({HSTStringUtils::foldCase(entries()[position].name), position});
-        std::sort(byFoldedName_.begin(), byFoldedName_.end(),
+                sorted.push_back({HSTStringUtils::foldCase(entries()[position].name), position});
+        std::sort(sorted.begin(), sorted.end(),
                   [](const Folded& a, const Folded& b) { return a.name < b.name; });
     }
     const std::string wanted = HSTStringUtils::foldCase(prefix);
-    const auto begin = std::partition_point(byFoldedName_.begin(), byFoldedName_.end(),
+    const auto begin = std::partition_point(sorted.begin(), sorted.end(),
                                             [&](const Folded& folded) { return folded.name < wanted; });
     const auto end = std::partition_point(
-        begin, byFoldedName_.end(), [&](const Folded& folded) { return folded.name.starts_with(wanted); });
+        begin, sorted.end(), [&](const Folded& folded) { return folded.name.starts_with(wanted); });
     std::vector<const ArchiveEntry*> files;
     for (auto at = begin; at != end; ++at)
         files.push_back(&entries()[at->position]);

@@ -49,21 +49,18 @@ struct MemberBuffers {
 /// One thread at a time uses it. Failures are HEXAlgException and name the archive and the member.
 class KP_EXPORT ArchiveSnapshot : public std::enable_shared_from_this<ArchiveSnapshot> {
 public:
-    /// The archive as it is now. The last few are kept for the thread and given again while the file is
-    /// unchanged. Throws when there is no file or it is not a readable archive.
+    /// The archive as it is now; the file stays open for as long as this is used. Its directory is read once
+    /// as long as the file is unchanged: a thread keeps the directories of the last few. Throws when there is
+    /// no file or it is not a readable archive.
     static std::shared_ptr<const ArchiveSnapshot> open(const std::string& path);
-
-    /// While it lives, open() gives this thread the version of the archive that was there when it began, for
-    /// work that asks for one archive again and again and must not see two versions of it.
-    class KP_EXPORT Hold;
 
     ~ArchiveSnapshot();
     ArchiveSnapshot(const ArchiveSnapshot&) = delete;
     ArchiveSnapshot& operator=(const ArchiveSnapshot&) = delete;
 
     const std::string& path() const { return file_.path(); }
-    const std::vector<ArchiveEntry>& entries() const { return directory_.entries; }
-    std::string_view comment() const { return directory_.comment; }
+    const std::vector<ArchiveEntry>& entries() const { return listing_->directory.entries; }
+    std::string_view comment() const { return listing_->directory.comment; }
     /// The sum of the sizes that the directory states.
     std::uint64_t contentSize() const;
 
@@ -114,20 +111,19 @@ public:
     /// The open file, for copying stored bytes.
     const disk::FileDescriptor& file() const { return file_; }
     /// Where the central directory begins and where the archive ends without its comment's length and text.
-    std::uint64_t directoryOffset() const { return directory_.offset; }
-    std::uint64_t digestEnd() const { return directory_.digestEnd; }
+    std::uint64_t directoryOffset() const { return listing_->directory.offset; }
+    std::uint64_t digestEnd() const { return listing_->directory.digestEnd; }
     /// Whether the path still leads to this version of the file.
     bool isCurrent() const;
-    /// Lets go of the thread's hold on this version, whose file was replaced.
-    void forget() const;
 
-    /// What the bytes before `position` hash to, kept so that an edit that leaves them alone need not hash
-    /// again.
+    /// Looks whether the archive's comment is the digest of this label, and verifies it.
+    DigestVerdict checkDigest(ArchiveDigest::Label label) const;
+    /// What the bytes before `position` hash to.
     struct HashedPrefix {
         std::uint64_t position = 0;
         ArchiveDigest digest;
     };
-    void keepHashedPrefix(HashedPrefix prefix) const { hashedPrefix_ = std::move(prefix); }
+    /// Known once the digest was checked, so that an edit that leaves those bytes alone need not hash again.
     const std::optional<HashedPrefix>& hashedPrefix() const { return hashedPrefix_; }
 
 private:
@@ -137,32 +133,25 @@ private:
     };
     using FirstByComponent = std::unordered_map<std::string_view, const ArchiveEntry*>;
 
+    /// The directory of a version, and what was found out from it. Snapshots of the version share it.
+    struct Listing {
+        struct stat version {};
+        bool isSettled = false;  ///< the file's times tell this version from any later one
+        ArchiveDirectory directory;
+        std::vector<std::uint32_t> byName;
+        std::vector<Folded> byFoldedName;
+        std::unordered_map<std::string_view, std::vector<const ArchiveEntry*>> byLastComponent;
+        std::unordered_map<std::string, FirstByComponent> byComponent;
+    };
+
     explicit ArchiveSnapshot(const std::string& path);
+    static std::shared_ptr<Listing> listingOf(const disk::FileDescriptor& file);
     const std::vector<std::uint32_t>& byName() const;
     std::span<const std::uint32_t> positionsStartingWith(std::string_view prefix) const;
 
     disk::FileDescriptor file_;
-    struct stat version_ {};
-    bool isSettled_ = false;  ///< the file's times tell this version from any later one
-    ArchiveDirectory directory_;
-
-    mutable std::vector<std::uint32_t> byName_;
-    mutable std::vector<Folded> byFoldedName_;
-    mutable std::unordered_map<std::string_view, std::vector<const ArchiveEntry*>> byLastComponent_;
-    mutable std::unordered_map<std::string, FirstByComponent> byComponent_;
+    std::shared_ptr<Listing> listing_;
     mutable std::optional<HashedPrefix> hashedPrefix_;
-};
-
-class ArchiveSnapshot::Hold {
-public:
-    /// Holds nothing when there is no readable archive: whoever opens it then says why.
-    explicit Hold(const std::string& path);
-    ~Hold();
-    Hold(const Hold&) = delete;
-    Hold& operator=(const Hold&) = delete;
-
-private:
-    std::shared_ptr<const ArchiveSnapshot> before_;  ///< what the thread held until then
 };
 
 /// The bytes of one member, in order. Keeps its snapshot.

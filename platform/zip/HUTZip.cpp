@@ -1,13 +1,10 @@
 #include "platform/zip/HUTZip.h"
 
 #include "platform/base/Exceptions.h"
-#include "platform/base/HUTProgress.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/zip/ArchiveEdit.h"
 #include "platform/zip/ArchiveExtraction.h"
 #include "platform/zip/ArchiveSnapshot.h"
-
-#include <algorithm>
 
 namespace {
 
@@ -24,34 +21,11 @@ void attach(const std::string& archive, ArchiveDigest::Label label) {
     change(archive, [&](ArchiveEdit& edit) { edit.seal(label); });
 }
 
-/// Where the last entry begins: most edits replace that one, which is the manifest, and leave all before it
-/// alone.
-std::uint64_t lastEntryOffset(const ArchiveSnapshot& archive) {
-    std::uint64_t offset = 0;
-    for (const ArchiveEntry& entry : archive.entries())
-        offset = std::max(offset, entry.offset);
-    return offset;
-}
-
-std::string digestOf(const ArchiveSnapshot& archive, ArchiveDigest::Label label) {
-    const HUTProgress progress([&] { return archive.digestEnd(); });
-    ArchiveSnapshot::HashedPrefix hashed{lastEntryOffset(archive), ArchiveDigest(label)};
-    hashed.digest.add(archive.file(), 0, hashed.position);
-    ArchiveDigest whole = hashed.digest;
-    archive.keepHashedPrefix(std::move(hashed));
-    whole.add(archive.file(), lastEntryOffset(archive), archive.digestEnd());
-    return whole.comment();
-}
-
-enum Integrity { Holds = 0, None = 1, Differs = 2, Unreadable = 3 };
-
-Integrity check(const std::string& path, ArchiveDigest::Label label) {
+int checkDigest(const std::string& archive, ArchiveDigest::Label label) {
     try {
-        const auto archive = ArchiveSnapshot::open(path);
-        if (!archive->comment().starts_with(ArchiveDigest::prefix(label))) return None;
-        return archive->comment() == digestOf(*archive, label) ? Holds : Differs;
+        return static_cast<int>(ArchiveSnapshot::open(archive)->checkDigest(label));
     } catch (const HEXAlgException&) {
-        return Unreadable;
+        return static_cast<int>(DigestVerdict::Unreadable);
     }
 }
 
@@ -100,9 +74,9 @@ void HUTZip::attachDigestEn(const std::string& archive) {
 }
 
 int HUTZip::checkIntegrity(const std::string& archive) {
-    return check(archive, ArchiveDigest::Label::Sha1);
+    return checkDigest(archive, ArchiveDigest::Label::Sha1);
 }
 
 int HUTZip::checkIntegrityEn(const std::string& archive) {
-    return check(archive, ArchiveDigest::Label::Sha256);
+    return checkDigest(archive, ArchiveDigest::Label::Sha256);
 }

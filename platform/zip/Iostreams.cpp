@@ -1,6 +1,7 @@
 #include "platform/zip/Iostreams.h"
 
 #include "platform/base/Exceptions.h"
+#include "platform/base/HUTInterrupt.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/zip/ArchiveEdit.h"
@@ -24,6 +25,7 @@ private:
 
 [[noreturn]] void failNotOpen(const std::string& archive, const std::string& member,
                               const std::string& reason) {
+    HUTInterrupt::check();
     throw StreamFailure(HUTPathUtils::quoted(member) + " of the archive " + HUTPathUtils::quoted(archive) +
                         " is not open" + (reason.empty() ? "" : ": ") + reason);
 }
@@ -51,22 +53,22 @@ struct file_source::State {
     std::string reason;      ///< why it is not open
     std::uint64_t size = 0;  ///< as the archive states it
 
-    void open() {
-        const auto snapshot = ArchiveSnapshot::open(archive);
-        const ArchiveEntry* entry = snapshot->find(member);
+    void open(const ArchiveSnapshot& version) {
+        const ArchiveEntry* entry = version.find(member);
         if (entry == nullptr || entry->isDirectory()) {
             reason = "there is no such file";
         } else {
-            stream = snapshot->stream(*entry);
+            stream = version.stream(*entry);
             size = entry->size;
         }
     }
 };
 
-file_source::file_source(const std::string& archive, const std::string& member)
+file_source::file_source(const std::string& archive, const std::string& member,
+                         const std::shared_ptr<const ArchiveSnapshot>& version)
     : state_(std::make_shared<State>(State{archive, member, nullptr, ""})) {
     try {
-        state_->open();
+        state_->open(version ? *version : *ArchiveSnapshot::open(archive));
     } catch (const std::exception& failure) {
         state_->reason = failure.what();
     }

@@ -10,6 +10,8 @@
 
 #include <boost/iostreams/categories.hpp>
 
+class ArchiveSnapshot;
+
 namespace isl::iostreams::zip {
 
 /// The names of the archive's files (not directories), in archive order. Throws HEXAlgException for what is
@@ -26,12 +28,16 @@ namespace isl::iostreams::device {
 
 /// A member of an archive as a Boost.Iostreams source. Not open when the archive or the member cannot be
 /// read; a member of up to 16 MiB is read and checked whole at construction, a larger one while reading.
+///
+/// Reading from what is not open because work was called off meanwhile throws HEXInterrupted.
 class KP_EXPORT file_source {
 public:
     using char_type = char;
     struct category : boost::iostreams::source_tag, boost::iostreams::closable_tag {};
 
-    file_source(const std::string& archive, const std::string& member);
+    /// @param version of the archive; none for the one that is there now
+    file_source(const std::string& archive, const std::string& member,
+                const std::shared_ptr<const ArchiveSnapshot>& version = nullptr);
 
     bool is_open() const noexcept;
     /// The size that the archive states, beyond which no byte is read; 0 when not open.

@@ -143,7 +143,7 @@ TEST_F(Manifest, IsReadLeniently) {
     HKPContainer container;
     container.setSoftwareVersionMajor(5);
     Texts described;
-    HKPContainerXMLReader(path_, container).parseKPContainer([&](const std::string& name, auto&) {
+    HKPContainerXMLReader(path_, container).parsePackage([&](const std::string& name, auto&) {
         described.push_back(name);
     });
     EXPECT_EQ(described, (Texts{"b", "K", "k"})) << "each once";

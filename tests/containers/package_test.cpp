@@ -1,52 +1,16 @@
-// Whole operations on real packages: adding, replacing, updating, opening, validating, verifying.
+// Whole operations on real packages: adding, replacing, updating.
 
-#include "containers/kp/PackageLayout.h"
-#include "containers/kp/PackageVerification.h"
-#include "platform/zip/ArchiveSnapshot.h"
+#include "platform/files/HUTPathUtils.h"
 #include "platform/zip/HUTZip.h"
-#include "platform/zip/Iostreams.h"
-#include "tests/support/CapturedMessages.h"
-#include "tests/support/Environment.h"
-#include "tests/support/Failure.h"
-#include "tests/support/Packages.h"
+#include "tests/containers/PackageTest.h"
 
-#include <cstdlib>
-#include <filesystem>
 #include <functional>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-class PackageTest : public testing::Test {
-protected:
-    KernelAddition kernel(const std::string& name, const std::string& attributes = "") const {
-        return ipKernel(directory_, name, attributes);
-    }
-    /// The addition that puts the kernel in the place of the one of its name.
-    static KernelAddition again(KernelAddition addition) {
-        addition.replace = addition.update = true;
-        return addition;
-    }
-    std::string file(const std::string& name) const { return inputFile(directory_, name); }
-
-    Texts members() const { return isl::iostreams::zip::get_files(package_); }
-    std::string member(const std::string& name) const { return ArchiveSnapshot::open(package_)->read(name); }
-
-    void verifyClean() const {
-        EXPECT_TRUE(PackageVerification::of(package_).isClean());
-        EXPECT_EQ(std::system(("unzip -tqq '" + package_ + "' >/dev/null").c_str()), 0);
-    }
-
-    TemporaryDirectory directory_;
-    CapturedMessages messages_;
-    const std::string package_ = directory_ / "p.kp";
-};
 
 TEST_F(PackageTest, AddsEverythingThatTheLayoutCarries) {
     KernelAddition full = fullKernel(directory_, "k1");
@@ -298,7 +262,7 @@ TEST_F(PackageTest, TheFilesOfAnotherKernelAreNotTouched) {
         image.update = true;
         image.pdiFiles = {file("x.pdi")};
         EXPECT_EQ(failureWhere(directory, image), "nothing thrown") << directory;
-        EXPECT_EQ(member(layout::withoutSlash(directory) + "/pdi/x.pdi"), "bytes of x.pdi");
+        EXPECT_EQ(member(HUTPathUtils::join(directory, "pdi/x.pdi")), "bytes of x.pdi");
         EXPECT_EQ(failureWhere(directory, again(kernel("k1"))), "nothing thrown") << directory;
         EXPECT_THAT(members(), testing::Not(testing::Contains(HasSubstr("pdi")))) << directory;
     }
@@ -324,120 +288,6 @@ TEST_F(PackageTest, TheOtherLayoutStrandsNoIpUnheard) {
                             "' gets the format of the layout 'repo', in which the IP of kernels "
                             "'k1', 'k2' is not found"));
     EXPECT_EQ(PackageVerification::of(package_).findings.size(), 2U);
-}
-
-// Whoever seals a package vouches for all that is in it.
-TEST_F(PackageTest, ABrokenSealIsRenewedOnlyWhereThatIsAsked) {
-    const std::string manifest =
-        "<Root VersionMajor='6' VersionMinor='0'><Kernels><Kernel Name='k1' Dir='k1'/></Kernels></Root>";
-    const auto leaveUnsealed = [&] {
-        pack(package_, {{"k1/kernel.xml", kernelXml("name='k1'")}, {"kp.xml", manifest}});
-    };
-    const auto change = [&] {
-        std::filesystem::remove(package_);
-        add(kernel("k1"));
-        ArchiveEdit::run(package_, [](ArchiveEdit& edit) { edit.addBytes("k1/foreign", "x"); });
-    };
-    const std::pair<std::function<void()>, std::string> rows[] = {
-        {leaveUnsealed, "is missing"},
-        {change, "does not hold: the package was changed since it was sealed"}};
-    file("caches/c/one.qmr");
-    for (const auto& [breakSeal, reason] : rows) {
-        for (const bool addsCache : {false, true}) {
-            const auto failureWith = [&, &spoil = breakSeal](BrokenSeal brokenSeal) {
-                spoil();
-                KernelAddition second = kernel("k2");
-                second.brokenSeal = brokenSeal;
-                const IpCacheAddition caches{
-                    .kpPath = package_, .directory = directory_ / "caches", .brokenSeal = brokenSeal};
-                return failureOf(
-                    [&] { addsCache ? HKPContainerUtils::appendIPCacheDir(caches) : add(second); });
-            };
-            const auto isValid = [&] { return checkPackageDigest(package_, 6, 0) == PackageDigest::Valid; };
-            EXPECT_EQ(failureWith(BrokenSeal::Refuse), "The digest of '" + package_ + "' " + reason + "\n");
-            EXPECT_EQ(failureWith(BrokenSeal::Leave), "nothing thrown");
-            EXPECT_FALSE(isValid()) << reason << addsCache;
-            EXPECT_EQ(failureWith(BrokenSeal::Renew), "nothing thrown");
-            EXPECT_TRUE(isValid()) << reason << addsCache;
-        }
-    }
-    change();
-    HKPContainerUtils::appendIPCacheDir(package_, directory_ / "caches");
-    EXPECT_EQ(checkPackageDigest(package_, 6, 0), PackageDigest::Mismatch);
-}
-
-TEST_F(PackageTest, ValidatesForATarget) {
-    KernelAddition software = kernel("k1", "vlnv='v:l:k1:1' debug='TRUE'");
-    software.cpuFiles = {file("a.cpp")};
-    software.hlsDir = directory_ / "k1";
-    add(software);
-    add(kernel("k2"));
-    Texts names;
-    const auto failureFor = [&](HKPKernel::SupportedFlowType flow) {
-        names.clear();
-        messages_.clear();
-        return failureOf([&] { HKPContainerUtils::validateKPAndGetKernelNames(package_, flow, names); });
-    };
-    const std::string in = "' in '" + package_ + "' is ";
-    EXPECT_EQ(failureFor(HKPKernel::HW_EMU), "nothing thrown");
-    EXPECT_THAT(names, ElementsAre("k1", "k2"));
-    EXPECT_THAT(messages_.calls(), ElementsAre("@17-1682@%s[k1]"));
-    EXPECT_EQ(failureFor(HKPKernel::CPU_EMU),
-              "The RTL kernel 'k2" + in + "not supported for CPU emulation target\n");
-    EXPECT_THAT(names, ElementsAre("k1"));
-    changeManifest(package_, [](HKPContainer& container) {
-        addEntry(container, "k1")->setSupportedFlows({HKPKernel::SYSTEM, HKPKernel::CPU_EMU});
-        addEntry(container, "k2");
-    });
-    EXPECT_EQ(failureFor(HKPKernel::HW_EMU),
-              "The kernel 'k1" + in +
-                  "not valid for the specified target 'hw_emu'. The valid target: hw, sw_emu\n");
-    EXPECT_EQ(failureFor(HKPKernel::SYSTEM),
-              "The kernel 'k2" + in +
-                  "empty. Both the ip directory and the cpu sources directory cannot be empty for the "
-                  "kernel\n");
-}
-
-TEST_F(PackageTest, ChecksTheSoftwareVersion) {
-    add(kernel("k1"));
-    const std::string later = "The KP file '" + package_ +
-                              "' was created in version 2020.1, which is later than the software version you "
-                              "are currently running: ",
-                      end = ". Forward compatibility is not supported\n";
-    const std::pair<const char*, std::string> rows[] = {
-        {"2020.0", later + "2020.0" + end},
-        {"2019.12", later + "2019.12" + end},
-        {"2021.0", "nothing thrown"},
-        {"2020.1", "nothing thrown"},
-        {"2019", "nothing thrown"},
-        {".1", "nothing thrown"},
-        {"2020.x", "The software version number 'x' is not a number"},
-        {"9999999999.1", "The software version number '9999999999' is out of range"}};
-    for (const auto& [running, error] : rows) {
-        const Environment version("KP_SOFTWARE_VERSION", running);
-        EXPECT_EQ(failureOf([&] { HKPContainerUtils::checkKPVersion_(package_, 2020, 1); }), error);
-    }
-    KernelAddition checked = kernel("k1");
-    checked.checkVersion = true;
-    const Environment version("KP_SOFTWARE_VERSION", "2019.12");
-    EXPECT_EQ(failureOf([&] { add(checked); }), later + "2019.12" + end);
-    Texts errors;
-    EXPECT_FALSE(HKPContainerUtils::extractKernelFromKP(package_, "k1", directory_ / "out", errors));
-    EXPECT_THAT(errors, ElementsAre(later + "2019.12" + end));
-    EXPECT_FALSE(std::filesystem::exists(directory_ / "out"));
-    add(kernel("k2"));
-}
-
-TEST_F(PackageTest, ADigestThatDoesNotFitTheFormatIsPostedOncePerPath) {
-    add(kernel("k1"));
-    EXPECT_EQ(checkPackageDigest(package_, 2, 0), PackageDigest::Valid);
-    EXPECT_EQ(checkPackageDigest(package_, 1, 1), PackageDigest::Missing);
-    HUTZip::attachDigest(package_);
-    EXPECT_EQ(checkPackageDigest(package_, 1, 1), PackageDigest::Valid);
-    EXPECT_EQ(checkPackageDigest(package_, 1, 0), PackageDigest::Missing);
-    for (int time = 0; time < 2; ++time)
-        EXPECT_EQ(HKPContainerUtils::getKPContainerMajorVersion(package_), 6U);
-    EXPECT_THAT(messages_.calls(), ElementsAre("@17-1396@%s[" + package_ + "]"));
 }
 
 }  // namespace

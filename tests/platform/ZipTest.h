@@ -51,7 +51,8 @@ protected:
 
     std::vector<std::string> names() const {
         std::vector<std::string> result;
-        for (const ArchiveEntry& entry : ArchiveSnapshot::open(archive)->entries())
+        const auto snapshot = ArchiveSnapshot::open(archive);
+        for (const ArchiveEntry& entry : snapshot->entries())
             result.emplace_back(entry.name);
         return result;
     }

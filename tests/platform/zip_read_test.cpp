@@ -33,11 +33,11 @@ protected:
     std::vector<ArchiveFinding> findings() const { return ArchiveSnapshot::open(archive)->check(); }
 };
 
-TEST_F(ZipRead, SnapshotsAreKeptWhileTheFileIsUnchanged) {
+TEST_F(ZipRead, DirectoriesAreReadOnceWhileTheFileIsUnchanged) {
     add("a");
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     const auto first = ArchiveSnapshot::open(archive);
-    EXPECT_EQ(ArchiveSnapshot::open(archive), first);
+    EXPECT_EQ(&ArchiveSnapshot::open(archive)->entries(), &first->entries());
     const std::string before = bytesOfArchive();
     add("b");
     EXPECT_THAT(names(), ElementsAre("a", "b"));

@@ -33,8 +33,8 @@ bool isThere(const std::string& path) {
 }  // namespace
 
 ArchiveExplorer::ArchiveExplorer(const std::string& packagePath, const std::shared_ptr<HKPContainer>&,
-                                 bool supportsIPCache)
-    : root_(packagePath), ipCacheSupported_(supportsIPCache) {}
+                                 bool supportsIPCache, std::shared_ptr<const ArchiveSnapshot> version)
+    : root_(packagePath), ipCacheSupported_(supportsIPCache), version_(std::move(version)) {}
 
 ArchiveExplorer::~ArchiveExplorer() = default;
 
@@ -65,6 +65,10 @@ std::string ArchiveExplorer::getRoot() const {
     return HUTPathUtils::parent(disk::absolute(std::string(HUTPathUtils::lastComponent(root_))));
 }
 
+std::shared_ptr<const ArchiveSnapshot> ArchiveExplorer::package_() const {
+    return version_ ? version_ : ArchiveSnapshot::open(root_);
+}
+
 /// Joined as text: a name that begins with "/" is appended like any other.
 std::string ArchiveExplorer::inRoot_(const std::string& name) const {
     return HUTPathUtils::join(getRoot(), name);
@@ -76,7 +80,7 @@ std::string ArchiveExplorer::inKernelRoot_(const std::string& kernelName, const 
 }
 
 std::string ArchiveExplorer::find_(const std::string& kernelName, const std::string& fileName) const {
-    const auto package = ArchiveSnapshot::open(root_);
+    const auto package = package_();
     const ArchiveEntry* entry = package->firstFileWith(fileName, kernelName);
     return entry == nullptr ? std::string() : inRoot_(directoryOf(entry->name));
 }
@@ -115,7 +119,7 @@ std::string ArchiveExplorer::getHlsRoot(const std::string& kernelName) const {
 
 bool ArchiveExplorer::appendFiles_(const std::string& kernelName, const char* folder,
                                    std::vector<std::string>& out) const {
-    const auto package = ArchiveSnapshot::open(root_);
+    const auto package = package_();
     for (const ArchiveEntry* file :
          package->filesWithPrefix(kernelName + HUTFile::getDirSeparator() + folder))
         out.emplace_back(file->name);
@@ -160,7 +164,7 @@ bool ArchiveExplorer::supportsIPCache() const {
 
 bool ArchiveExplorer::existsDir(const std::string& path) const {
     const fs::path relative = fs::path(path).remove_trailing_separator().lexically_relative(getRoot());
-    return !relative.empty() && ArchiveSnapshot::open(root_)->isDirectory(relative.string());
+    return !relative.empty() && package_()->isDirectory(relative.string());
 }
 
 }  // namespace kfab::kernel

@@ -7,21 +7,23 @@
 #include <string>
 #include <unordered_map>
 
+class ArchiveSnapshot;
 class HKPContainer;
 
 namespace kfab::kernel {
 
 /// Explores kernels inside their package, without extracting anything. Definitions are those that were added;
-/// where things lie is answered from the package as it is when that is asked, or from the version that the
-/// thread holds (ArchiveSnapshot::Hold). A package that is missing or unreadable throws HEXAlgException then.
+/// where things lie is answered from the package as it is when that is asked, unless a version of it is
+/// given. A package that is missing or unreadable throws HEXAlgException then.
 ///
 /// Paths of directories are the directory of the package joined with a path inside the package. Kernels are
 /// found by name: a directory is the kernel's when the kernel's name is one component of its path.
 class KP_EXPORT ArchiveExplorer : public ExplorerIface {
 public:
     /// The container is not used.
+    /// @param version of the package to answer from; none for the one that is there when something is asked
     ArchiveExplorer(const std::string& packagePath, const std::shared_ptr<HKPContainer>& container,
-                    bool supportsIPCache);
+                    bool supportsIPCache, std::shared_ptr<const ArchiveSnapshot> version = nullptr);
     ~ArchiveExplorer() override;
 
     /// False, and nothing done, when there is a definition of the name already.
@@ -67,6 +69,7 @@ public:
     bool existsDir(const std::string& path) const override;
 
 private:
+    std::shared_ptr<const ArchiveSnapshot> package_() const;
     std::string inRoot_(const std::string& name) const;
     std::string inKernelRoot_(const std::string& kernelName, const char* folder) const;
     std::string find_(const std::string& kernelName, const std::string& fileName) const;
@@ -75,6 +78,7 @@ private:
     std::string root_;  ///< the package's path
     std::unordered_map<std::string, KernelDef> kernels_;
     bool ipCacheSupported_;
+    std::shared_ptr<const ArchiveSnapshot> version_;
 };
 
 }  // namespace kfab::kernel

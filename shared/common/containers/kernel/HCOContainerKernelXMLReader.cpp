@@ -8,9 +8,9 @@
 
 void HCOContainerKernelXMLReader::parse() {
     if (root_) return;
-    documents::requireFile(packagePath_);
+    if (!version_) documents::requireFile(packagePath_);
     const std::string member = kernelName_ + HUTFile::getDirSeparator() + "kernel.xml";
-    std::string document = readPackageDocument(packagePath_, member);
+    std::string document = readPackageDocument(packagePath_, member, version_);
     root_ =
         readDescription(packagePath_, HUTPathUtils::join(packagePath_, member),
                         [&](KernelXML::Root& root, const lmx60::UnknownListener& onUnknown) {

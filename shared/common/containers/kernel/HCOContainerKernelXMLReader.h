@@ -6,12 +6,17 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+
+class ArchiveSnapshot;
 
 /// Reads the description of one kernel straight out of a package. It is read once, at the first question.
 class KP_EXPORT HCOContainerKernelXMLReader {
 public:
-    HCOContainerKernelXMLReader(const std::string& packagePath, const std::string& kernelName)
-        : packagePath_(packagePath), kernelName_(kernelName) {}
+    /// @param version of the package; none for the one that is there when the description is read
+    HCOContainerKernelXMLReader(const std::string& packagePath, const std::string& kernelName,
+                                std::shared_ptr<const ArchiveSnapshot> version = nullptr)
+        : packagePath_(packagePath), kernelName_(kernelName), version_(std::move(version)) {}
 
     /// Reads the description, unless that is done. Throws HEXFileNotFoundException when there is no package,
     /// std::ios_base::failure when it holds no readable member "<kernel name>/kernel.xml", HEXAll (with the
@@ -36,5 +41,6 @@ private:
 
     std::string packagePath_;
     std::string kernelName_;
+    std::shared_ptr<const ArchiveSnapshot> version_;
     std::unique_ptr<KernelXML::Root> root_;
 };

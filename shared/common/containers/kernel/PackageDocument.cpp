@@ -7,8 +7,9 @@
 
 #include <array>
 
-std::string readPackageDocument(const std::string& package, const std::string& member) {
-    isl::iostreams::device::file_source source(package, member);
+std::string readPackageDocument(const std::string& package, const std::string& member,
+                                const std::shared_ptr<const ArchiveSnapshot>& version) {
+    isl::iostreams::device::file_source source(package, member, version);
     if (source.size() > lmx60::maximumDocument)
         throw HEXAlgException("'" + HUTPathUtils::shown(member) + "' in '" + HUTPathUtils::shown(package) +
                               "': " + lmx60::tooLarge);

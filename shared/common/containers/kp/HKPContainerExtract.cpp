@@ -2,6 +2,7 @@
 
 #include "containers/explorer/FileExplorer.h"
 #include "containers/kp/HKPContainerUtils.h"
+#include "containers/kp/HKPContainerXMLReader.h"
 #include "containers/kp/KernelParts.h"
 #include "containers/kp/PackageLayout.h"
 #include "containers/kp/PackageSeal.h"
@@ -19,18 +20,26 @@ namespace {
 
 using kfab::kernel::ExplorerIface;
 using kfab::kernel::FileExplorer;
-using Container = std::shared_ptr<HKPContainer>;
 
-Container openForExtraction(const std::string& path, bool checkVersion, bool requireSeal) {
-    auto container = std::make_shared<HKPContainer>();
-    if (!HKPContainerUtils::parseKPContainerIntoObject_(path, *container))
+/// One version of a package, and what its manifest states.
+struct OpenedPackage {
+    std::shared_ptr<const ArchiveSnapshot> version;  ///< none when the path is that of a manifest alone
+    std::shared_ptr<HKPContainer> container = std::make_shared<HKPContainer>();
+};
+
+OpenedPackage openForExtraction(const KernelExtraction& request) {
+    const std::string& path = request.kpPath;
+    OpenedPackage package;
+    HKPContainer& container = *package.container;
+    if (!request.version && !HUTFile::exists(path))
         throw HEXAlgException("Failed to parse KP container '" + path + "'\n");
-    (requireSeal ? requirePackageSeal : checkPackageSeal)(path, container->getVersionMajor(),
-                                                          container->getVersionMinor());
-    if (checkVersion)
-        HKPContainerUtils::checkKPVersion_(path, container->getSoftwareVersionMajor(),
-                                           container->getSoftwareVersionMinor());
-    return container;
+    package.version = HKPContainerXMLReader(path, container, request.version).parsePackage();
+    const PackageSeal seal{path, package.version, container.getVersionMajor(), container.getVersionMinor()};
+    request.requireSeal ? seal.require() : seal.check();
+    if (request.checkVersion)
+        HKPContainerUtils::checkKPVersion_(path, container.getSoftwareVersionMajor(),
+                                           container.getSoftwareVersionMinor());
+    return package;
 }
 
 bool hasRepository(const HKPContainer& container) {
@@ -40,8 +49,10 @@ bool hasRepository(const HKPContainer& container) {
 /// One extraction. All is planned, and so checked, before the first file is written.
 class PackageExtraction {
 public:
-    PackageExtraction(const std::string& path, const std::string& destination)
-        : destination_(destination), plan_(ArchiveSnapshot::open(path)) {}
+    /// @param version of the package; none for the present one
+    PackageExtraction(const std::string& path, const std::shared_ptr<const ArchiveSnapshot>& version,
+                      const std::string& destination)
+        : destination_(destination), plan_(version ? version : ArchiveSnapshot::open(path)) {}
 
     std::string below(std::string_view name) const { return HUTPathUtils::join(destination_, name); }
 
@@ -59,7 +70,7 @@ public:
     /// Of the repository only the kernel's own IP, if it has one.
     void planOwnIp(const HKPKernel& kernel) {
         plan_.addDirectory(layout::ipRepo);
-        const std::string folder = layout::withoutSlash(kernel.getIpDir());
+        const std::string folder(HUTPathUtils::withoutTrailingSeparators(kernel.getIpDir()));
         if (folder.empty()) return;
         requireDirectory("kernel '" + kernel.getName() + "'", "its IP", folder);
         planFolder(folder);
@@ -120,14 +131,13 @@ std::vector<std::string> linesOf(const std::string& path, const std::string& fil
 
 ExtractedKernel HKPContainerUtils::extractKernel(const KernelExtraction& request) {
     const std::string& path = request.kpPath;
-    const ArchiveSnapshot::Hold version(path);
-    const Container container = openForExtraction(path, request.checkVersion, request.requireSeal);
+    const auto [version, container] = openForExtraction(request);
     const HKPKernel* kernel = container->getKPKernelByName(request.kernelName);
     if (kernel == nullptr)
         throw HEXAlgException("Kernel '" + request.kernelName + "' was not found inside KP container '" +
                               path + "'\n");
     const bool isRepository = hasRepository(*container);
-    PackageExtraction extraction(path, request.destination);
+    PackageExtraction extraction(path, version, request.destination);
     extraction.planKernel(*kernel);
     if (isRepository) {
         request.ownIp ? extraction.planOwnIp(*kernel) : extraction.planFolder(layout::ipRepo);
@@ -153,12 +163,15 @@ std::shared_ptr<ExplorerIface> HKPContainerUtils::extractKernelFromKPContainer(c
 
 std::shared_ptr<ExplorerIface> HKPContainerUtils::extractAllKernelsFromKPContainer(
     const std::string& path, const std::string& destination, bool checkVersion) {
-    const ArchiveSnapshot::Hold version(path);
-    const Container container = openForExtraction(path, checkVersion, false);
+    return extractAllKernels({path, {}, destination, checkVersion});
+}
+
+std::shared_ptr<ExplorerIface> HKPContainerUtils::extractAllKernels(const KernelExtraction& request) {
+    const auto [version, container] = openForExtraction(request);
     const bool isRepository = hasRepository(*container);
     const bool hasIpCaches = isRepository && container->getIsIpCacheDir();
     const auto [first, last] = container->getKPKernelRange();
-    PackageExtraction extraction(path, destination);
+    PackageExtraction extraction(request.kpPath, version, request.destination);
     if (isRepository) extraction.planFolder(layout::ipRepo);
     if (hasIpCaches) extraction.planIpCaches(*container);
     for (auto kernel = first; kernel != last; ++kernel) {
@@ -167,7 +180,7 @@ std::shared_ptr<ExplorerIface> HKPContainerUtils::extractAllKernelsFromKPContain
     }
     extraction.run();
 
-    auto explorer = std::make_shared<FileExplorer>(destination, container, hasIpCaches);
+    auto explorer = std::make_shared<FileExplorer>(request.destination, container, hasIpCaches);
     for (auto kernel = first; kernel != last; ++kernel) {
         const std::string& name = (*kernel)->getName();
         extraction.enter(**kernel, *explorer);
@@ -191,7 +204,7 @@ bool HKPContainerUtils::extractKernelFromKP(const std::string& path, const std::
 
 std::string HKPContainerUtils::extractIpRepoFromKPContainer(const std::string& path,
                                                             const std::string& destination) {
-    PackageExtraction extraction(path, destination);
+    PackageExtraction extraction(path, nullptr, destination);
     extraction.planFolder(layout::ipRepo);
     extraction.run();
     return extraction.below(layout::ipRepo);

@@ -8,7 +8,6 @@
 #include "platform/base/Exceptions.h"
 #include "platform/base/HI18N.h"
 #include "platform/files/HUTPathUtils.h"
-#include "platform/zip/ArchiveSnapshot.h"
 
 #include <ostream>
 #include <sstream>
@@ -127,6 +126,25 @@ private:
     JsonText text_;
 };
 
+/// An explorer with the definitions of all kernels. `onlyThisVersion`: what lies where is told of the version
+/// of the package that they were read from, whatever becomes of that.
+std::shared_ptr<ArchiveExplorer> explore(const std::string& path, bool onlyThisVersion) {
+    HKPContainerUtils::requireKPContainer_(path);
+    HKPContainer container;
+    std::unordered_map<std::string, KernelDef> definitions;
+    const auto version = HKPContainerXMLReader(path, container)
+                             .parsePackage([&](const std::string& kernel, auto& description) {
+                                 definitions.try_emplace(kernel, description.getKernelDef());
+                             });
+    const bool supportsIPCache = layout::hasRepository(container.getVersionMajor());
+    auto explorer = std::make_shared<ArchiveExplorer>(path, nullptr, supportsIPCache,
+                                                      onlyThisVersion ? version : nullptr);
+    const auto [first, last] = container.getKPKernelRange();
+    for (auto kernel = first; kernel != last; ++kernel)
+        explorer->addKernelDef(definitions.at((*kernel)->getName()));
+    return explorer;
+}
+
 using Report = void(const std::string& package, std::ostream& out);
 
 bool reportToText(Report report, const std::string& package, std::vector<std::string>& out,
@@ -146,19 +164,7 @@ bool reportToText(Report report, const std::string& package, std::vector<std::st
 }  // namespace
 
 std::shared_ptr<ArchiveExplorer> HKPContainerUtils::getInfo(const std::string& packagePath) {
-    requireKPContainer_(packagePath);
-    const auto container = std::make_shared<HKPContainer>();
-    std::unordered_map<std::string, KernelDef> definitions;
-    HKPContainerXMLReader(packagePath, *container)
-        .parseKPContainer([&](const std::string& kernel, HCOContainerKernelXMLReader& description) {
-            definitions.try_emplace(kernel, description.getKernelDef());
-        });
-    const bool supportsIPCache = layout::hasRepository(container->getVersionMajor());
-    auto explorer = std::make_shared<ArchiveExplorer>(packagePath, container, supportsIPCache);
-    const auto [first, last] = container->getKPKernelRange();
-    for (auto kernel = first; kernel != last; ++kernel)
-        explorer->addKernelDef(definitions.at((*kernel)->getName()));
-    return explorer;
+    return explore(packagePath, false);
 }
 
 void HKPContainerUtils::getInfoAsStreamTxt(const std::string& packagePath, std::ostream& out) {
@@ -167,8 +173,7 @@ void HKPContainerUtils::getInfoAsStreamTxt(const std::string& packagePath, std::
 
 void HKPContainerUtils::getInfoAsStreamTxt(const std::string& packagePath, std::ostream& out,
                                            const Shown& shown) {
-    const ArchiveSnapshot::Hold version(packagePath);
-    const auto explorer = getInfo(packagePath);
+    const auto explorer = explore(packagePath, true);
     Lines lines(out, shown);
     for (const KernelDef& kernel : kernelsOf(*explorer))
         lines.add(KernelContents::of(kernel, *explorer));
@@ -176,8 +181,7 @@ void HKPContainerUtils::getInfoAsStreamTxt(const std::string& packagePath, std::
 }
 
 void HKPContainerUtils::getInfoAsStreamJson(const std::string& packagePath, std::ostream& out) {
-    const ArchiveSnapshot::Hold version(packagePath);
-    const auto explorer = getInfo(packagePath);
+    const auto explorer = explore(packagePath, true);
     Json json(packagePath);
     for (const KernelDef& kernel : kernelsOf(*explorer))
         json.add(kernel.name, KernelContents::of(kernel, *explorer));

@@ -86,11 +86,11 @@ void HKPContainerUtils::appendIPCacheDir(const IpCacheAddition& addition) {
     ArchiveEdit edit(path);
     if (!edit.exists()) throw HEXAlgException(missing);
     HKPContainer container;
-    HKPContainerXMLReader(path, container).parseKPContainer();
-    const std::uint32_t major = container.getVersionMajor(), minor = container.getVersionMinor();
-    if (!layout::hasRepository(major) && addition.otherLayout != OtherLayout::Restamp)
+    HKPContainerXMLReader(path, container, edit.snapshot()).parseKPContainer();
+    if (!layout::hasRepository(container.getVersionMajor()) && addition.otherLayout != OtherLayout::Restamp)
         throw HEXAlgException("'" + path + "' has the layout 'kernel', which has no IP caches");
-    if (sealsAnew(path, major, minor, addition.brokenSeal)) edit.seal();
+    const PackageSeal seal{path, edit.snapshot(), container.getVersionMajor(), container.getVersionMinor()};
+    if (seal.isRenewed(addition.brokenSeal)) edit.seal();
     stageIpCaches(addition.directory, container, edit);
     tellWhoseIpIsLost(container, path, true);
     HKPContainerXMLWriter(container, path).writeKPContainer(true, edit);

@@ -51,19 +51,24 @@ void HKPContainerUtils::requireKPContainer_(const std::string& path) {
         throw HEXAlgException("The specified KP container does not exist: '" + path + "'\n");
 }
 
+std::shared_ptr<const ArchiveSnapshot> HKPContainerUtils::openKPContainer_(const std::string& path,
+                                                                           HKPContainer& container) {
+    requireKPContainer_(path);
+    return HKPContainerXMLReader(path, container).parsePackage();
+}
+
 std::uint32_t HKPContainerUtils::getKPContainerMajorVersion(const std::string& path) {
     HKPContainer container;
-    if (!parseKPContainerIntoObject_(path, container))
-        throw HEXAlgException("Failed to parse KP container '" + path + "'\n");
-    checkKPIntegrity_(path, container.getVersionMajor(), container.getVersionMinor());
+    if (!HUTFile::exists(path)) throw HEXAlgException("Failed to parse KP container '" + path + "'\n");
+    const auto package = HKPContainerXMLReader(path, container).parsePackage();
+    PackageSeal{path, package, container.getVersionMajor(), container.getVersionMinor()}.check();
     return container.getVersionMajor();
 }
 
 void HKPContainerUtils::getKernelNamesInKPContainer(const std::string& path,
                                                     std::vector<std::string>& names) {
     HKPContainer container;
-    requireKPContainer_(path);
-    HKPContainerXMLReader(path, container).parseKPContainer();
+    openKPContainer_(path, container);
     const auto [first, last] = container.getKPKernelRange();
     for (auto kernel = first; kernel != last; ++kernel)
         names.push_back((*kernel)->getName());
@@ -73,8 +78,7 @@ void HKPContainerUtils::validateKPAndGetKernelNames(const std::string& path,
                                                     HKPKernel::SupportedFlowType flow,
                                                     std::vector<std::string>& names) {
     HKPContainer container;
-    requireKPContainer_(path);
-    HKPContainerXMLReader(path, container).parseKPContainer();
+    openKPContainer_(path, container);
     const auto [first, last] = container.getKPKernelRange();
     for (auto entry = first; entry != last; ++entry) {
         const HKPKernel& kernel = **entry;
@@ -90,7 +94,7 @@ void HKPContainerUtils::mergeKPs(const std::vector<std::string>&, const std::str
 
 void HKPContainerUtils::checkKPIntegrity_(const std::string& path, std::uint32_t versionMajor,
                                           std::uint32_t versionMinor) {
-    checkPackageSeal(path, versionMajor, versionMinor);
+    PackageSeal{path, nullptr, versionMajor, versionMinor}.check();
 }
 
 void HKPContainerUtils::checkKPVersion_(const std::string& path, std::uint32_t softwareVersionMajor,

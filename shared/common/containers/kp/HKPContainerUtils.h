@@ -16,9 +16,11 @@
 #include <string>
 #include <vector>
 
-/// The operations on package files. Each opens the package anew. What fails throws
-/// HEXAlgException with a complete sentence, or what the manifest reader throws (see HKPContainerXMLReader);
-/// lesser conditions are posted through ComMsgMgr.
+class ArchiveSnapshot;
+
+/// The operations on package files. Each opens the package anew, unless it is handed a version of it, and has
+/// closed it when it returns. What fails throws HEXAlgException with a complete sentence, or what the
+/// manifest reader throws (see HKPContainerXMLReader); lesser conditions are posted through ComMsgMgr.
 class KP_EXPORT HKPContainerUtils {
 public:
     /// Reads the manifest; false, and nothing done, when there is no file.
@@ -26,6 +28,11 @@ public:
 
     /// Throws when the path is not that of a file.
     static void requireKPContainer_(const std::string& path);
+
+    /// Reads the manifest and returns the version of the package that was read, for questions about the same
+    /// one; none when the path is that of a manifest alone. Throws when it is not that of a file.
+    static std::shared_ptr<const ArchiveSnapshot> openKPContainer_(const std::string& path,
+                                                                   HKPContainer& container);
 
     /// The major number of the package's format. Runs the integrity check.
     static std::uint32_t getKPContainerMajorVersion(const std::string& path);
@@ -84,6 +91,9 @@ public:
 
     /// Extracts one kernel, with the IP repository and the IP caches from format 3 on.
     static ExtractedKernel extractKernel(const KernelExtraction& request);
+
+    /// As extractKernel, for all kernels: the name of one is not looked at. An explorer of the extracted.
+    static std::shared_ptr<kfab::kernel::ExplorerIface> extractAllKernels(const KernelExtraction& request);
 
     /// The explorer, a FileExplorer, of an extraction with these members.
     static std::shared_ptr<kfab::kernel::ExplorerIface> extractKernelFromKPContainer(

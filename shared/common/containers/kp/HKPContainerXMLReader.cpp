@@ -6,11 +6,11 @@
 #include "containers/kp/PackageLayout.h"
 #include "platform/base/HI18N.h"
 #include "platform/base/HUTInterrupt.h"
+#include "platform/files/Disk.h"
 #include "platform/files/HUTFile.h"
 #include "platform/messages/DocumentMessages.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
-#include <fstream>
 #include <unordered_map>
 
 namespace {
@@ -22,79 +22,80 @@ std::uint32_t presentOrZero(const KPContainer::Number& number) {
     return number.isPresent() ? number.get() : 0;
 }
 
-/// What the container keeps of a kernel's description.
-struct Described {
-    bool isDebug;
-    bool isRtl;
-};
-
 bool beginsLikeADocument(const std::string& path) {
-    return HUTFile::isFile(path) && std::ifstream(path, std::ios::binary).peek() == '<';
+    char first = 0;
+    return HUTFile::isFile(path) && disk::readAt(disk::open(path, O_RDONLY), 0, &first, 1) == 1 &&
+           first == '<';
 }
 
-std::string manifestOf(const std::string& path) {
-    std::shared_ptr<const ArchiveSnapshot> archive;
-    try {  // tells what is wrong with an archive that the source could only not open
-        archive = ArchiveSnapshot::open(path);
-    } catch (const HEXAlgException&) {
-        if (beginsLikeADocument(path)) return lmx60::readBytes(path);
-        throw;
-    }
-    if (archive->find(layout::manifest) == nullptr)
+/// What is at the path now; none when that is a manifest of its own.
+std::shared_ptr<const ArchiveSnapshot> openPackage(const std::string& path) {
+    return beginsLikeADocument(path) ? nullptr : ArchiveSnapshot::open(path);
+}
+
+std::string manifestOf(const std::string& path, const std::shared_ptr<const ArchiveSnapshot>& package) {
+    if (!package) return lmx60::readBytes(path);
+    if (package->find(layout::manifest) == nullptr)
         throw HEXAlgException("'" + path + "' has no " + layout::manifest + ", so it is no kernel package");
-    return readPackageDocument(path, layout::manifest);
+    return readPackageDocument(path, layout::manifest, package);
 }
 
-}  // namespace
-
-void HKPContainerXMLReader::parseKPContainer() {
-    parseKPContainer([](const std::string&, HCOContainerKernelXMLReader&) {});
-}
-
-KPContainer::Root HKPContainerXMLReader::readManifest(const std::string& path) {
+KPContainer::Root parseManifest(const std::string& path,
+                                const std::shared_ptr<const ArchiveSnapshot>& package) {
     DocumentMessages messages(path);
     const auto postUnknown = [&](const lmx60::Error& unknown) {
         messages.post("@17-2005@%s%s%d", {unknown.text, path, std::to_string(unknown.line)});
     };
     auto root = documents::reading(
-        path, [&] { return lmx60::parse<KPContainer::Root>(manifestOf(path), postUnknown); });
+        path, [&] { return lmx60::parse<KPContainer::Root>(manifestOf(path, package), postUnknown); });
     messages.finish();
     return root;
 }
 
-void HKPContainerXMLReader::parseKPContainer(const OnDescription& onDescription) {
-    const ArchiveSnapshot::Hold version(path_);
-    const KPContainer::Root root = readManifest(path_);
+}  // namespace
+
+KPContainer::Root HKPContainerXMLReader::readManifest(const std::string& path,
+                                                      const std::shared_ptr<const ArchiveSnapshot>& version) {
+    return parseManifest(path, version ? version : openPackage(path));
+}
+
+void HKPContainerXMLReader::parseKPContainer() {
+    parsePackage();
+}
+
+std::shared_ptr<const ArchiveSnapshot> HKPContainerXMLReader::parsePackage(
+    const OnDescription& onDescription) {
+    auto package = version_ ? version_ : openPackage(path_);
+    const KPContainer::Root root = parseManifest(path_, package);
     container_.setVersionMajor(root.VersionMajor.get());
     container_.setVersionMinor(root.VersionMinor.get());
     container_.setSoftwareVersionMajor(presentOrZero(root.SoftwareVersionMajor));
     container_.setSoftwareVersionMinor(presentOrZero(root.SoftwareVersionMinor));
-    parseRoot_(root, onDescription);
+    parseRoot_(root, [&](const std::string& name) {
+        HCOContainerKernelXMLReader description(path_, name, package);
+        const Described described{description.getDebug(), description.isRtl()};
+        if (onDescription) onDescription(name, description);
+        return described;
+    });
     container_.setIsIpCacheDir(isYes(root.IpCache));
+    return package;
 }
 
-void HKPContainerXMLReader::parseRoot_(const KPContainer::Root& root, const OnDescription& onDescription) {
-    parseKPKernels_(root.Kernels, onDescription);
+void HKPContainerXMLReader::parseRoot_(const KPContainer::Root& root, const Describe& describe) {
+    parseKPKernels_(root.Kernels, describe);
     if (root.IpCaches) parseKPIpCaches_(*root.IpCaches);
 }
 
-void HKPContainerXMLReader::parseKPKernels_(const KPContainer::Kernels& kernels,
-                                            const OnDescription& onDescription) {
+void HKPContainerXMLReader::parseKPKernels_(const KPContainer::Kernels& kernels, const Describe& describe) {
     std::unordered_map<std::string, Described> described;
-    const auto describe = [&](const std::string& name) {
-        const auto known = described.find(name);
-        if (known != described.end()) return known->second;
-        HCOContainerKernelXMLReader description(path_, name);
-        const Described read{description.getDebug(), description.isRtl()};
-        onDescription(name, description);
-        return described.emplace(name, read).first->second;
-    };
     for (const KPContainer::Kernel& kernel : kernels.Kernel) {
         HUTInterrupt::check();
         const std::string name = HI18N::convert(kernel.Name.get());
         std::vector<HKPKernel::SupportedFlowType> flows;
         if (kernel.SupportedFlows) flows = parseSupportedFlows_(*kernel.SupportedFlows);
-        const Described description = describe(name);
+        const auto known = described.find(name);
+        const Described description =
+            known != described.end() ? known->second : described.emplace(name, describe(name)).first->second;
         HKPKernel* const added = container_.addKPKernel(
             name, HI18N::convert(kernel.Dir.get()), HI18N::convert(kernel.IP.get()),
             HI18N::convert(kernel.TopIpDir.get()), HI18N::convert(kernel.ProjectID.get()), flows, false,

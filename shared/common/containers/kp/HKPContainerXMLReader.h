@@ -6,15 +6,21 @@
 #include "platform/base/Export.h"
 
 #include <functional>
+#include <memory>
 #include <string>
+#include <utility>
+
+class ArchiveSnapshot;
 
 /// Reads the manifest of a package into a container. Its path is that of the package or of a manifest that is
 /// a file of its own; descriptions of kernels are read from packages only.
 class KP_EXPORT HKPContainerXMLReader {
 public:
     /// The container must outlive the reader.
-    HKPContainerXMLReader(const std::string& path, HKPContainer& container)
-        : path_(path), container_(container) {}
+    /// @param version of the package; none for what is at the path when it is read
+    HKPContainerXMLReader(const std::string& path, HKPContainer& container,
+                          std::shared_ptr<const ArchiveSnapshot> version = nullptr)
+        : path_(path), container_(container), version_(std::move(version)) {}
 
     /// Fills the container: versions, IP caches, and each kernel, with its language and debug flag from its
     /// own description inside the package. Of kernels whose names differ only in case the last one stays.
@@ -27,20 +33,31 @@ public:
 
     using OnDescription =
         std::function<void(const std::string& kernelName, HCOContainerKernelXMLReader& description)>;
-    /// Also hands over each description, which is read in any case: once for a name, however many entries
-    /// have it, in the manifest's order.
-    void parseKPContainer(const OnDescription& onDescription);
+    /// As parseKPContainer. Also hands over each description, which is read in any case: once for a name,
+    /// however many entries have it, in the manifest's order.
+    /// @return the version of the package that was read; none when the manifest is a file of its own
+    std::shared_ptr<const ArchiveSnapshot> parsePackage(const OnDescription& onDescription = {});
 
     /// The manifest alone, as its document has it. Throws what parseKPContainer throws, but looks at no
     /// description.
-    static KPContainer::Root readManifest(const std::string& path);
+    /// @param version of the package; none for what is at the path
+    static KPContainer::Root readManifest(const std::string& path,
+                                          const std::shared_ptr<const ArchiveSnapshot>& version = nullptr);
 
 private:
-    void parseRoot_(const KPContainer::Root& root, const OnDescription& onDescription);
-    void parseKPKernels_(const KPContainer::Kernels& kernels, const OnDescription& onDescription);
+    /// What the container keeps of a kernel's description.
+    struct Described {
+        bool isDebug;
+        bool isRtl;
+    };
+    using Describe = std::function<Described(const std::string& kernelName)>;
+
+    void parseRoot_(const KPContainer::Root& root, const Describe& describe);
+    void parseKPKernels_(const KPContainer::Kernels& kernels, const Describe& describe);
     std::vector<HKPKernel::SupportedFlowType> parseSupportedFlows_(const KPContainer::SupportedFlows& flows);
     void parseKPIpCaches_(const KPContainer::IpCaches& caches);
 
     std::string path_;
     HKPContainer& container_;
+    std::shared_ptr<const ArchiveSnapshot> version_;
 };

@@ -13,12 +13,11 @@
 #include <map>
 
 using layout::isSameOrBelow;
-using layout::withoutSlash;
 
 namespace {
 
 std::string ipFolderOf(const HKPKernel& kernel) {
-    return withoutSlash(kernel.getIpDir());
+    return std::string(HUTPathUtils::withoutTrailingSeparators(kernel.getIpDir()));
 }
 
 /// "kernel 'a'" or "kernels 'a', 'b' and 3 more".

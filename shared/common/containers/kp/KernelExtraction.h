@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+class ArchiveSnapshot;
+
 /// A kernel that is to be extracted from a package, and how.
 struct KernelExtraction {
     std::string kpPath;         ///< the package
@@ -14,6 +16,7 @@ struct KernelExtraction {
     bool requireSeal = false;   ///< HKPSealBroken where the package's digest does not hold, or is missing
                                 ///< although its format has one
     bool ownIp = false;         ///< true: of the IP repository only the IP that the kernel's entry names
+    std::shared_ptr<const ArchiveSnapshot> version = nullptr;  ///< of the package; none for the present one
 };
 
 /// A kernel that was extracted, as its entry in the manifest states it, and where it lies now.

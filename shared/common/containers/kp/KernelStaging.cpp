@@ -17,8 +17,6 @@
 
 #include <algorithm>
 
-using layout::withoutSlash;
-
 void KernelStaging::examine(const KernelAddition& request) {
     const std::string reason = layout::unfitForKernelFolder(request.kernelName);
     if (!reason.empty())
@@ -69,9 +67,10 @@ std::unique_ptr<HKPKernel> KernelStaging::takeKernel() {
 void KernelStaging::openPackage() {
     ipRepoLayout_ = request_.ipRepoLayout;
     if (!edit_.exists()) return edit_.seal();
-    HKPContainerXMLReader(request_.kpPath, container_).parseKPContainer();
-    const std::uint32_t major = container_.getVersionMajor(), minor = container_.getVersionMinor();
-    if (sealsAnew(request_.kpPath, major, minor, request_.brokenSeal)) edit_.seal();
+    HKPContainerXMLReader(request_.kpPath, container_, edit_.snapshot()).parseKPContainer();
+    const PackageSeal seal{request_.kpPath, edit_.snapshot(), container_.getVersionMajor(),
+                           container_.getVersionMinor()};
+    if (seal.isRenewed(request_.brokenSeal)) edit_.seal();
     if (request_.checkVersion)
         HKPContainerUtils::checkKPVersion_(request_.kpPath, container_.getSoftwareVersionMajor(),
                                            container_.getSoftwareVersionMinor());
@@ -91,7 +90,7 @@ void KernelStaging::chooseLayout() {
 }
 
 void KernelStaging::requireChangeable(const HKPKernel& kernel) const {
-    const std::string folder = withoutSlash(kernel.getDirectory());
+    const std::string folder(HUTPathUtils::withoutTrailingSeparators(kernel.getDirectory()));
     const std::string reason = layout::unfitToChange(folder);
     if (!reason.empty())
         throw HEXAlgException("The directory '" + kernel.getDirectory() + "' of kernel '" + kernel.getName() +
@@ -108,7 +107,7 @@ void KernelStaging::requireOwnFolder(const std::string& folder) const {
 }
 
 HKPKernel* KernelStaging::stageUpdate(const HKPKernel& present) {
-    folder_ = withoutSlash(present.getDirectory());
+    folder_ = HUTPathUtils::withoutTrailingSeparators(present.getDirectory());
     HKPKernel* updated = container_.addKPKernel(request_.kernelName, {}, {}, {}, {}, {}, false, false, false,
                                                 false, false, false, false, false);
     for (const KernelPart& part : kernelParts) {
@@ -127,7 +126,7 @@ HKPKernel* KernelStaging::stageUpdate(const HKPKernel& present) {
 /// Adds the kernel as a new one, in the place of one of its name.
 HKPKernel* KernelStaging::stageWhole() {
     if (const HKPKernel* replaced = present_()) {
-        edit_.deleteFolder(withoutSlash(replaced->getDirectory()));
+        edit_.deleteFolder(replaced->getDirectory());
         IpPlacement(request_, container_, edit_).removeIpOf(*replaced);
     }
     HCOKernelXMLReader description(request_.kernelXmlPath);

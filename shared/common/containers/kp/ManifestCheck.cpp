@@ -20,8 +20,8 @@ using KPContainer::isYes;
 
 class Check {
 public:
-    Check(const KPContainer::Root& manifest, const ArchiveSnapshot& archive)
-        : manifest_(manifest), archive_(archive) {}
+    Check(const KPContainer::Root& manifest, std::shared_ptr<const ArchiveSnapshot> archive)
+        : manifest_(manifest), archive_(std::move(archive)) {}
 
     std::vector<PackageFinding> run() {
         for (const KPContainer::Kernel& kernel : manifest_.Kernels.Kernel)
@@ -57,7 +57,7 @@ private:
 
     /// Whether the package has the directory; otherwise it is reported.
     bool isThere(const char* code, const std::string& what, const std::string& directory) {
-        const bool isThere = archive_.isDirectory(directory);
+        const bool isThere = archive_->isDirectory(directory);
         if (!isThere) report(code, directory, what + " '" + directory + "' is not in the package");
         return isThere;
     }
@@ -69,7 +69,8 @@ private:
     void checkKernel(const KPContainer::Kernel& kernel) {
         HUTInterrupt::check();
         const std::string name = HI18N::convert(kernel.Name.get());
-        const std::string directory = layout::withoutSlash(HI18N::convert(kernel.Dir.get()));
+        const std::string directory(
+            HUTPathUtils::withoutTrailingSeparators(HI18N::convert(kernel.Dir.get())));
         const std::string ip = HI18N::convert(kernel.IP.get());
         const std::string owner = "Kernel '" + name + "': its ";
         claimed_.insert({name, directory});
@@ -93,7 +94,7 @@ private:
 
     void checkDescription(const std::string& name, const std::string& directory) {
         const std::string member = HUTPathUtils::join(directory, layout::kernelXml);
-        if (archive_.positionsNamed(member).empty())
+        if (archive_->positionsNamed(member).empty())
             return report("missing-kernel-xml", member,
                           "Kernel '" + name + "': its description '" + member + "' is not in the package");
         const auto [known, isNew] = descriptions_.try_emplace(directory);
@@ -108,7 +109,8 @@ private:
 
     Description read(const std::string& directory) const {
         try {
-            return {HCOContainerKernelXMLReader(archive_.path(), directory).getKernelDef().name, {}};
+            return {HCOContainerKernelXMLReader(archive_->path(), directory, archive_).getKernelDef().name,
+                    {}};
         } catch (const HEXInterrupted&) {
             throw;
         } catch (const std::exception& unreadable) {
@@ -118,7 +120,7 @@ private:
 
     /// Deeper descriptions are part of an IP or of sources.
     void checkUnclaimed() {
-        for (const ArchiveEntry* entry : archive_.filesWithLastComponent(layout::kernelXml)) {
+        for (const ArchiveEntry* entry : archive_->filesWithLastComponent(layout::kernelXml)) {
             const std::string folder = HUTPathUtils::parent(entry->name);
             if (layout::unfitForKernelFolder(folder).empty() && !claimed_.contains(folder))
                 report("unclaimed-kernel", std::string(entry->name),
@@ -133,7 +135,7 @@ private:
             if (part.flag == nullptr) continue;
             const std::string folder = HUTPathUtils::join(directory, part.folder);
             const bool isFlagged = isYes(kernel.*part.flag);
-            const bool isThere = archive_.isDirectory(folder);
+            const bool isThere = archive_->isDirectory(folder);
             const std::string flag = owner + "flag '" + part.attribute + "' is ";
             if (isThere && !isFlagged)
                 report("folder-without-flag", folder,
@@ -151,7 +153,7 @@ private:
     }
 
     const KPContainer::Root& manifest_;
-    const ArchiveSnapshot& archive_;
+    std::shared_ptr<const ArchiveSnapshot> archive_;
     std::unordered_map<std::string, const KPContainer::Kernel*> lastOfName_;  // by the name in lower case
     std::unordered_map<std::string, Description> descriptions_;               // by directory
     std::unordered_set<std::string> claimed_;  // names and directories of the manifest
@@ -160,6 +162,7 @@ private:
 
 }  // namespace
 
-std::vector<PackageFinding> checkManifest(const KPContainer::Root& manifest, const ArchiveSnapshot& archive) {
+std::vector<PackageFinding> checkManifest(const KPContainer::Root& manifest,
+                                          const std::shared_ptr<const ArchiveSnapshot>& archive) {
     return Check(manifest, archive).run();
 }

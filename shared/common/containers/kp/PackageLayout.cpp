@@ -20,12 +20,6 @@ constexpr const char* takenByPackage = "the name is taken by the package itself"
 
 }  // namespace
 
-std::string withoutSlash(std::string folder) {
-    while (folder.ends_with('/'))
-        folder.pop_back();
-    return folder;
-}
-
 bool isSameOrBelow(const std::string& folder, const std::string& above) {
     return HSTStringUtils::equalsIgnoreCase(folder, above) ||
            HSTStringUtils::startsWithIgnoreCase(folder, above + "/");
@@ -36,7 +30,7 @@ bool isInRepository(const std::string& folder) {
 }
 
 bool findsIp(std::uint32_t formatMajor, const std::string& kernelName, const std::string& ipDir) {
-    const std::string folder = withoutSlash(ipDir);
+    const std::string folder(HUTPathUtils::withoutTrailingSeparators(ipDir));
     if (folder.empty()) return true;
     if (!hasRepository(formatMajor)) return folder == HUTPathUtils::join(kernelName, kernelIp);
     return isInRepository(folder);

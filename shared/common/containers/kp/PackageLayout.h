@@ -20,8 +20,6 @@ constexpr const char* name(bool hasRepository) {
     return hasRepository ? "repo" : "kernel";
 }
 
-/// A name inside a package without "/" at its end.
-std::string withoutSlash(std::string folder);
 /// Whether a folder is another one or lies below it, without regard to case.
 bool isSameOrBelow(const std::string& folder, const std::string& above);
 

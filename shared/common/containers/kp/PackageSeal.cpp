@@ -1,8 +1,9 @@
 #include "containers/kp/PackageSeal.h"
 
-#include "containers/kp/PackageDigest.h"
 #include "containers/kp/PackageRefusals.h"
 #include "platform/messages/ComMsgMgr.h"
+#include "platform/zip/ArchiveSnapshot.h"
+#include "platform/zip/HUTZip.h"
 
 #include <unordered_set>
 
@@ -13,52 +14,62 @@ std::unordered_set<std::string>& checkedPaths() {
     return paths;
 }
 
-const char* reasonAgainst(PackageDigest digest) {
+const char* reasonAgainst(DigestVerdict digest) {
     switch (digest) {
-        case PackageDigest::Valid:
+        case DigestVerdict::Valid:
             return "holds";
-        case PackageDigest::Missing:
+        case DigestVerdict::Missing:
             return "is missing";
-        case PackageDigest::Mismatch:
+        case DigestVerdict::Mismatch:
             return "does not hold: the package was changed since it was sealed";
-        case PackageDigest::Unreadable:
+        case DigestVerdict::Unreadable:
             return "cannot be read";
     }
     return "";
 }
 
+bool formatHasDigest(const PackageSeal& seal) {
+    return seal.formatMajor > 1 || (seal.formatMajor == 1 && seal.formatMinor >= 1);
+}
+
 /// A package of a format that has no digest has none to break.
-bool isBroken(PackageDigest digest, std::uint32_t versionMajor, std::uint32_t versionMinor) {
-    return digest != PackageDigest::Valid && formatHasDigest(versionMajor, versionMinor);
+bool isBroken(const PackageSeal& seal, DigestVerdict digest) {
+    return digest != DigestVerdict::Valid && formatHasDigest(seal);
 }
 
 /// The first look at a path tells.
-void note(const std::string& path, PackageDigest digest) {
-    if (checkedPaths().insert(path).second && digest != PackageDigest::Valid)
+void note(const std::string& path, DigestVerdict digest) {
+    if (checkedPaths().insert(path).second && digest != DigestVerdict::Valid)
         ComMsgMgr::post("@17-1396@%s", {path});
 }
 
 }  // namespace
 
-void checkPackageSeal(const std::string& path, std::uint32_t versionMajor, std::uint32_t versionMinor) {
-    if (!checkedPaths().contains(path)) note(path, checkPackageDigest(path, versionMajor, versionMinor));
+DigestVerdict PackageSeal::verify() const {
+    using Label = ArchiveDigest::Label;
+    if (!formatHasDigest(*this)) return DigestVerdict::Missing;
+    const bool isFirst = formatMajor == 1;
+    if (version) return version->checkDigest(isFirst ? Label::Sha1 : Label::Sha256);
+    return static_cast<DigestVerdict>((isFirst ? HUTZip::checkIntegrity : HUTZip::checkIntegrityEn)(path));
 }
 
-void requirePackageSeal(const std::string& path, std::uint32_t versionMajor, std::uint32_t versionMinor) {
-    const PackageDigest digest = checkPackageDigest(path, versionMajor, versionMinor);
-    if (isBroken(digest, versionMajor, versionMinor))
+void PackageSeal::check() const {
+    if (!checkedPaths().contains(path)) note(path, verify());
+}
+
+void PackageSeal::require() const {
+    const DigestVerdict digest = verify();
+    if (isBroken(*this, digest))
         throw HKPSealBroken("The digest of '" + path + "' " + reasonAgainst(digest) + "\n");
     note(path, digest);
 }
 
-bool sealsAnew(const std::string& path, std::uint32_t versionMajor, std::uint32_t versionMinor,
-               BrokenSeal brokenSeal) {
+bool PackageSeal::isRenewed(BrokenSeal brokenSeal) const {
     if (brokenSeal == BrokenSeal::Leave) {
-        const PackageDigest digest = checkPackageDigest(path, versionMajor, versionMinor);
+        const DigestVerdict digest = verify();
         note(path, digest);
-        return !isBroken(digest, versionMajor, versionMinor);
+        return !isBroken(*this, digest);
     }
-    (brokenSeal == BrokenSeal::Refuse ? requirePackageSeal : checkPackageSeal)(path, versionMajor,
-                                                                               versionMinor);
+    brokenSeal == BrokenSeal::Refuse ? require() : check();
     return true;
 }

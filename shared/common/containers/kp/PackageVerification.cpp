@@ -3,6 +3,7 @@
 #include "containers/kp/HKPContainerXMLReader.h"
 #include "containers/kp/ManifestCheck.h"
 #include "containers/kp/PackageLayout.h"
+#include "containers/kp/PackageSeal.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HUTProgress.h"
 #include "platform/files/HUTFile.h"
@@ -49,7 +50,7 @@ std::string withoutLineEnd(std::string text) {
 
 }  // namespace
 
-std::string PackageVerification::digestText(Digest digest) {
+std::string PackageVerification::digestText(DigestVerdict digest) {
     constexpr std::array texts = {"valid", "missing", "mismatch", "unreadable"};
     return texts.at(static_cast<std::size_t>(digest));
 }
@@ -57,12 +58,11 @@ std::string PackageVerification::digestText(Digest digest) {
 PackageVerification PackageVerification::of(const std::string& path) {
     if (!HUTFile::exists(path)) throw HEXFileNotFoundException(path);
     disk::open(path, O_RDONLY | O_NONBLOCK);
-    const ArchiveSnapshot::Hold version(path);
     PackageVerification verification;
     std::shared_ptr<const ArchiveSnapshot> archive;
     try {
         archive = ArchiveSnapshot::open(path);
-    } catch (const std::exception& unreadable) {
+    } catch (const HEXAlgException& unreadable) {
         verification.findings.push_back({"unreadable", {}, withoutLineEnd(unreadable.what())});
         return verification;
     }
@@ -72,14 +72,15 @@ PackageVerification PackageVerification::of(const std::string& path) {
 
     KPContainer::Root manifest;  // until it is read, one of the version that is written today
     try {
-        manifest = HKPContainerXMLReader::readManifest(path);
-        for (PackageFinding& finding : checkManifest(manifest, *archive))
+        manifest = HKPContainerXMLReader::readManifest(path, archive);
+        for (PackageFinding& finding : checkManifest(manifest, archive))
             verification.findings.push_back(std::move(finding));
     } catch (const HEXInterrupted&) {
         throw;
     } catch (const std::exception& unreadable) {
         verification.findings.push_back({"manifest", layout::manifest, withoutLineEnd(unreadable.what())});
     }
-    verification.digest = checkPackageDigest(path, manifest.VersionMajor.get(), manifest.VersionMinor.get());
+    verification.digest =
+        PackageSeal{path, archive, manifest.VersionMajor.get(), manifest.VersionMinor.get()}.verify();
     return verification;
 }

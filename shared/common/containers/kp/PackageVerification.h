@@ -1,22 +1,20 @@
 #pragma once
 
-#include "containers/kp/PackageDigest.h"
 #include "containers/kp/PackageFinding.h"
 #include "platform/base/Export.h"
+#include "platform/zip/ArchiveDigest.h"
 
 #include <string>
 #include <vector>
 
 /// What a thorough look at a package found.
 struct KP_EXPORT PackageVerification {
-    using Digest = PackageDigest;
-
-    Digest digest = Digest::Unreadable;
+    DigestVerdict digest = DigestVerdict::Unreadable;
     std::vector<PackageFinding> findings;
 
-    bool isClean() const { return digest == Digest::Valid && findings.empty(); }
+    bool isClean() const { return digest == DigestVerdict::Valid && findings.empty(); }
     /// "valid", "missing", "mismatch" or "unreadable".
-    static std::string digestText(Digest digest);
+    static std::string digestText(DigestVerdict digest);
 
     /// Verifies the digest, the structure of the archive, every member's data, the manifest, and that the
     /// package holds what the manifest states, and no other kernel or directory of one. Throws

@@ -4,7 +4,7 @@
 #include "containers/design/ProfileRecords.h"
 #include "containers/kernel/KernelRecords.h"
 #include "containers/kernel/PackageDocument.h"
-#include "containers/kp/HKPContainerUtils.h"
+#include "containers/kp/HKPContainerXMLReader.h"
 #include "containers/kp/PackageLayout.h"
 #include "containers/lint/Findings.h"
 #include "platform/base/Exceptions.h"
@@ -72,6 +72,11 @@ void takeReport(KernelFacts& facts, const std::string& path) {
     facts.reportDocument = path;
 }
 
+/// The name of a folder as the manifest states it.
+std::string folderOf(const std::string& stated) {
+    return std::string(HUTPathUtils::withoutTrailingSeparators(stated));
+}
+
 /// What the kernels of one package have in common.
 class Package {
 public:
@@ -85,6 +90,9 @@ private:
     void takeIp(KernelFacts& facts, const HKPKernel& entry) const;
     void takeEntry(KernelFacts& facts, const HKPKernel& entry) const;
     void takeStrays(KernelFacts& facts, const std::string& folder) const;
+    std::string read(const std::string& member) const {
+        return readPackageDocument(archive_->path(), member, archive_);
+    }
     bool hasFile(const std::string& name) const { return !archive_->positionsNamed(name).empty(); }
 
     std::shared_ptr<const ArchiveSnapshot> archive_;
@@ -96,13 +104,13 @@ private:
 };
 
 Package::Package(const std::string& path)
-    : archive_(ArchiveSnapshot::open(path)), manifest_(readPackageDocument(path, layout::manifest)) {
-    HKPContainerUtils::parseKPContainerIntoObject_(path, container_);
+    : archive_(ArchiveSnapshot::open(path)), manifest_(read(layout::manifest)) {
+    HKPContainerXMLReader(path, container_, archive_).parseKPContainer();
     for (const lmx60::Element kernel : manifest_.root().child("Kernels").children())
         if (const auto name = kernel.attribute("Name")) lines_.emplace(std::string(*name), kernel.line());
     const auto [first, last] = container_.getKPKernelRange();
     for (auto kernel = first; kernel != last; ++kernel)
-        usersOf_[layout::withoutSlash((*kernel)->getIpDir())].push_back((*kernel)->getName());
+        usersOf_[folderOf((*kernel)->getIpDir())].push_back((*kernel)->getName());
 }
 
 bool needsIp(const HKPKernel& entry) {
@@ -111,7 +119,7 @@ bool needsIp(const HKPKernel& entry) {
 
 void Package::takeIp(KernelFacts& facts, const HKPKernel& entry) const {
     IpFacts& ip = facts.ip;
-    const std::string folder = layout::withoutSlash(entry.getIpDir());
+    const std::string folder = folderOf(entry.getIpDir());
     ip.document = HUTPathUtils::join(folder, layout::ipDefinition);
     if (folder.empty() || !hasFile(ip.document)) {
         ip.state = needsIp(entry) ? IpState::Missing : IpState::NotNeeded;
@@ -120,7 +128,7 @@ void Package::takeIp(KernelFacts& facts, const HKPKernel& entry) const {
     ip.hasFile = [this, folder](const std::string& name) {
         return hasFile(HUTPathUtils::join(folder, name));
     };
-    takeComponent(ip, readPackageDocument(archive_->path(), ip.document));
+    takeComponent(ip, read(ip.document));
     takeStrays(facts, folder);
     facts.sharing = usersOf_.at(folder);
     std::erase(facts.sharing, entry.getName());
@@ -129,10 +137,10 @@ void Package::takeIp(KernelFacts& facts, const HKPKernel& entry) const {
 void Package::takeEntry(KernelFacts& facts, const HKPKernel& entry) const {
     const auto line = lines_.find(entry.getName());
     facts.entry = EntryFacts{layout::manifest, line == lines_.end() ? 0 : line->second, {}};
-    const std::string top = layout::withoutSlash(entry.getTopIpDir());
-    const bool isThere =
-        top.empty() || top == "." || archive_->isDirectory(HUTPathUtils::join(layout::ipRepo, top)) ||
-        archive_->isDirectory(HUTPathUtils::join(layout::withoutSlash(entry.getIpDir()), top));
+    const std::string top = folderOf(entry.getTopIpDir());
+    const bool isThere = top.empty() || top == "." ||
+                         archive_->isDirectory(HUTPathUtils::join(layout::ipRepo, top)) ||
+                         archive_->isDirectory(HUTPathUtils::join(folderOf(entry.getIpDir()), top));
     if (!isThere) facts.entry->topIp = top;
 }
 
@@ -144,12 +152,12 @@ void Package::takeStrays(KernelFacts& facts, const std::string& folder) const {
 }
 
 KernelFacts Package::factsOf(const HKPKernel& entry) const {
-    const std::string folder = layout::withoutSlash(entry.getDirectory());
+    const std::string folder = folderOf(entry.getDirectory());
     KernelFacts facts;
     facts.kernel = entry.getName();
     facts.document = HUTPathUtils::join(folder, layout::kernelXml);
     try {
-        takeDocument(facts, readPackageDocument(archive_->path(), facts.document));
+        takeDocument(facts, read(facts.document));
     } catch (const lmx60::ReadError& error) {
         documents::raiseUnreadable(error, facts.document);
     }
@@ -182,7 +190,6 @@ Outcome lintKernel(const LooseKernel& kernel) {
 
 Outcome lintPackage(const std::string& package, const std::optional<std::string>& kernel) {
     if (package.empty() || !HUTFile::exists(package)) throw HEXFileNotFoundException(package);
-    const ArchiveSnapshot::Hold version(package);
     const Package content(package);
     Outcome outcome;
     if (kernel) {

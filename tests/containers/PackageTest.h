@@ -1,0 +1,41 @@
+#pragma once
+
+#include "containers/kp/PackageVerification.h"
+#include "platform/zip/ArchiveSnapshot.h"
+#include "platform/zip/Iostreams.h"
+#include "tests/support/CapturedMessages.h"
+#include "tests/support/Environment.h"
+#include "tests/support/Failure.h"
+#include "tests/support/Packages.h"
+
+#include <cstdlib>
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+/// A directory in which a package "p.kp" is made, and the messages that are posted.
+class PackageTest : public testing::Test {
+protected:
+    KernelAddition kernel(const std::string& name, const std::string& attributes = "") const {
+        return ipKernel(directory_, name, attributes);
+    }
+    /// The addition that puts the kernel in the place of the one of its name.
+    static KernelAddition again(KernelAddition addition) {
+        addition.replace = addition.update = true;
+        return addition;
+    }
+    std::string file(const std::string& name) const { return inputFile(directory_, name); }
+
+    Texts members() const { return isl::iostreams::zip::get_files(package_); }
+    std::string member(const std::string& name) const { return ArchiveSnapshot::open(package_)->read(name); }
+
+    void verifyClean() const {
+        EXPECT_TRUE(PackageVerification::of(package_).isClean());
+        EXPECT_EQ(std::system(("unzip -tqq '" + package_ + "' >/dev/null").c_str()), 0);
+    }
+
+    TemporaryDirectory directory_;
+    CapturedMessages messages_;
+    const std::string package_ = directory_ / "p.kp";
+};
