@@ -44,8 +44,9 @@ function(kp_shared_library name)
     cmake_parse_arguments(PARSE_ARGV 1 library "" "INCLUDE_ROOT" "ROOMS;LIBRARIES")
     add_library(${name} SHARED)
     add_library(${PROJECT_NAME}::${name} ALIAS ${name})
+    # The libraries find each other, also from the directory beside them where a JVM finds one of them.
     set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION}
-        SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+        SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR} INSTALL_RPATH "$ORIGIN;$ORIGIN/..")
     if(NOT KP_SANITIZE)
         target_link_options(${name} PRIVATE -Wl,--no-undefined)
     endif()

@@ -35,6 +35,13 @@ def check_exports(prefix):
     assert sorted(name.replace("_1", "_") for name in exported) == sorted(java) and len(java) == 10, exported
 
 
+def check_search_paths(*files):
+    """The loader looks for libraries nowhere but where they are: an empty element is the current directory."""
+    for file in files:
+        path, = re.findall(r"\(RUNPATH\).*\[(.*)\]", output("readelf", "-d", file))
+        assert all(part.startswith("$ORIGIN") for part in path.split(":")), f"{file}: {path}"
+
+
 def anchors(document):
     headings = re.findall(r"^#+ (.*)", document.read_text(), re.MULTILINE)
     return [re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-") for heading in headings]
@@ -70,6 +77,7 @@ with tempfile.TemporaryDirectory() as top:
     prefix = Path(top, "prefix")
     output("cmake", "--install", BUILD, "--prefix", prefix)
     check_exports(prefix)
+    check_search_paths(BUILD / "bin/kp", *BUILD.glob("lib/libkp*.so"), prefix / "bin/kp", *prefix.rglob("libkp*.so"))
     installed = prefix / "share/doc/kernelpackage"
     check_links(installed)
     libraries = next(prefix.rglob("pkgconfig")).parent
