@@ -2,12 +2,14 @@
 #include "cli/Command.h"
 #include "cli/InputFiles.h"
 #include "cli/Kernels.h"
+#include "cli/LintOutput.h"
 #include "cli/MessageFilter.h"
 #include "cli/Options.h"
 #include "cli/Output.h"
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/PackageLayout.h"
+#include "containers/lint/Lint.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
@@ -28,6 +30,8 @@ struct Options {
     KernelAddition addition;
     std::string layout;
     bool replaceIp = false, reseal = false, dryRun = false, json = false;
+    bool isStrict = false, isLinted = true, isQuiet = false;
+    bool strict = false, noLint = false;
 };
 
 /// What goes to a kernel that is there only with --replace.
@@ -47,14 +51,56 @@ bool isPresent(const KernelAddition& addition) {
                           "'; to add it, give its KERNEL.XML");
 }
 
-/// An update alone looks at device images and the shim solution: refuses what it would not look at.
-void requireUpdate(const KernelAddition& addition, const CLI::App& given) {
-    if (!isPresent(addition)) return;
+/// Whether the addition is an update alone, which looks at device images and the shim solution: refuses what
+/// it would not look at.
+bool onlyUpdates(const KernelAddition& addition, const CLI::App& given) {
+    if (!addition.update || addition.replace || !isPresent(addition)) return false;
     for (const char* option : ignoredByUpdate)
         if (given.count(option) > 0)
             throw HEXAlgException("Kernel '" + addition.kernelName + "' is in '" + addition.kpPath +
                                   "', and --update brings it --pdi and --shim alone; with " + option +
                                   ", replace it (--replace)");
+    return true;
+}
+
+/// Throws when there is anything, and tells what.
+void requireNoFindings(const KernelAddition& addition) {
+    const auto findings = kfab::lint::lintAddition(addition).findings;
+    for (const kfab::lint::Finding& finding : findings)
+        complain(severityText(finding.rule->severity), lintLine(finding));
+    if (!findings.empty())
+        throw HEXAlgException("Kernel '" + addition.kernelName +
+                              "' is not added: --strict allows no finding of lint");
+}
+
+/// Tells of errors, and why there may be more.
+void warnOfErrors(const KernelAddition& addition) {
+    constexpr std::size_t most = 10;
+    std::size_t count = 0;
+    for (const kfab::lint::Finding& finding : kfab::lint::lintAddition(addition).findings)
+        if (finding.rule->severity == kfab::lint::Severity::Error && count++ < most)
+            complain("warning", lintLine(finding));
+    if (count > most)
+        complain("warning", "... and " + std::to_string(count - most) + " more; 'kp lint' tells all");
+}
+
+/// Returns why the kernel could not be looked at, which its addition may refuse with better words; empty when
+/// it was.
+std::string lint(const KernelAddition& addition, const Options& options) {
+    if (!options.isLinted) return {};
+    if (options.isStrict) {
+        requireNoFindings(addition);
+        return {};
+    }
+    if (options.isQuiet) return {};
+    try {
+        warnOfErrors(addition);
+        return {};
+    } catch (const HEXInterrupted&) {
+        throw;
+    } catch (const std::exception& failure) {
+        return failure.what();
+    }
 }
 
 /// The addition as the options ask for it: nothing is lost unless they say so.
@@ -97,7 +143,7 @@ bool saysNothingNew(const ComMsg& message) {
 
 ExitStatus add(const Options& options, const CLI::App& given) {
     const KernelAddition addition = additionOf(options);
-    if (addition.update && !addition.replace) requireUpdate(addition, given);
+    const std::string unread = onlyUpdates(addition, given) ? "" : lint(addition, options);
     const MessageFilter filter([&](const ComMsg& message, const ComMsgMgr::Sink& pass) {
         if (!addition.replace || !saysNothingNew(message)) pass(message);
     });
@@ -107,6 +153,7 @@ ExitStatus add(const Options& options, const CLI::App& given) {
         else
             HKPContainerUtils::addKernel(addition);
     });
+    if (!unread.empty()) complain("warning", "lint cannot look at the kernel: " + unread);
     return Done;
 }
 
@@ -153,12 +200,16 @@ Run declareAdd(CLI::App& app) {
                  "Replace an IP of the same VLNV that other kernels use as well");
     app.add_flag("--reseal", options->reseal, "Go on, and seal anew, although the digest does not hold");
     app.add_flag("--check-version", addition.checkVersion, "Refuse a package that later software wrote");
+    CLI::Option* strict =
+        app.add_flag("--strict", options->isStrict, "Refuse a kernel that 'kp lint --strict' would");
+    app.add_flag("!--no-lint", options->isLinted, "Tell of no mistakes in the kernel")->excludes(strict);
     CLI::Option* dryRun =
         app.add_flag("--dry-run", options->dryRun, "Print what would be done, and change nothing");
     app.add_flag("--json", options->json, "With --dry-run: as a JSON object")->needs(dryRun);
     app.parse_complete_callback([options] { requireKernelXmlUnlessUpdating(options->addition); });
     return [options, &app, fetch = inputs.fetch()] {
         fetch();
+        options->isQuiet = isQuiet(app);
         return add(*options, app);
     };
 }

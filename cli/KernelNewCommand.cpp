@@ -91,13 +91,6 @@ std::string adviceOn(const KernelRefused& refusal) {
     return {};
 }
 
-bool isQuiet(const CLI::App& app) {
-    const CLI::App* whole = &app;
-    while (whole->get_parent() != nullptr)
-        whole = whole->get_parent();
-    return whole->get_option("--quiet")->count() > 0;
-}
-
 void tellAssumed(const std::vector<kfab::author::AssumedOffset>& assumed) {
     std::ostringstream offsets;
     offsets << std::hex << std::uppercase;

@@ -12,6 +12,13 @@ CLI::Option* check(CLI::Option* option, CLI::Validator validator, const std::str
 
 }  // namespace
 
+bool isQuiet(const CLI::App& command) {
+    const CLI::App* whole = &command;
+    while (whole->get_parent() != nullptr)
+        whole = whole->get_parent();
+    return whole->get_option("--quiet")->count() > 0;
+}
+
 bool takesValue(const CLI::Option& option) {
     return option.get_expected_max() > 0;
 }

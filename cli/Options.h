@@ -10,6 +10,9 @@
 
 namespace cli {
 
+/// Whether only errors are wanted, which is an option of the whole.
+bool isQuiet(const CLI::App& command);
+
 /// Whether it is no flag.
 bool takesValue(const CLI::Option& option);
 

@@ -76,6 +76,8 @@ private:
 /// holds.
 class KP_EXPORT ElementTree {
 public:
+    /// Without a root, until a reader of records takes a document in (Reader.h).
+    ElementTree() = default;
     /// Throws ReadError for what is not well-formed or declares a document type, and for what is larger or
     /// deeper than any document may be.
     explicit ElementTree(std::string document);
@@ -88,9 +90,11 @@ public:
     /// The namespace of the document element; empty for none.
     const std::string& namespaceName() const { return namespace_; }
 
+    /// What takes a document in.
+    class Builder;
+
 private:
     friend class Element;
-    class Builder;
 
     /// A piece of text_. Documents are far smaller than what 32 bits count.
     struct Piece {

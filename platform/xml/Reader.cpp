@@ -4,9 +4,11 @@
 #include "platform/xml/Parser.h"
 #include "platform/xml/Quoted.h"
 #include "platform/xml/StarredNames.h"
+#include "platform/xml/TreeBuilder.h"
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -52,7 +54,8 @@ static_assert(Table::maximumFields <= 32);
 
 class Reader final : private Parser {
 public:
-    Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown);
+    Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown,
+           ElementTree* tree = nullptr);
 
     using Parser::parse;
     using Parser::parseFile;
@@ -64,6 +67,7 @@ private:
     void text(std::string_view text) override;
 
     void startElement(std::string_view name, const char** attributes);
+    void endElement();
     void openRoot(std::string_view name);
     const Field* findChild(const Frame& parent, std::string_view name) const;
     void meet(Frame& parent, const Field& field) const;
@@ -84,6 +88,7 @@ private:
     std::vector<Frame> open_;
     std::string leafText_;
     int skipped_ = 0;  // depth inside an element that is passed over
+    std::optional<ElementTree::Builder> tree_;
 };
 
 void Reader::unknown(ErrorKind kind, const std::string& text) const {
@@ -91,8 +96,11 @@ void Reader::unknown(ErrorKind kind, const std::string& text) const {
     onUnknown_({kind, text, line()});
 }
 
-Reader::Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown)
-    : root_(record), rootTable_(table), rootElement_(element), onUnknown_(onUnknown) {}
+Reader::Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown,
+               ElementTree* tree)
+    : root_(record), rootTable_(table), rootElement_(element), onUnknown_(onUnknown) {
+    if (tree != nullptr) tree_.emplace(*tree);
+}
 
 void Reader::openRoot(std::string_view name) {
     if (name != rootElement_)
@@ -136,6 +144,7 @@ void Reader::meet(Frame& parent, const Field& field) const {
 void Reader::start(const char* name, const char** attributes) {
     const bool isStarred = starredNames_ && starred_names::isReplaced(name);
     isStarred ? startElement(starred_names::original(name), attributes) : startElement(name, attributes);
+    if (tree_) tree_->start(name, attributes, line(), starredNames_);
 }
 
 void Reader::startElement(std::string_view name, const char** attributes) {
@@ -203,6 +212,7 @@ void Reader::tellUnknownAttributes(const Frame& frame, const char** attributes) 
 }
 
 void Reader::text(std::string_view text) {
+    if (tree_) tree_->text(text);
     if (skipped_ > 0) return;
     const Frame& frame = open_.back();
     if (frame.field != nullptr && frame.field->kind == FieldKind::Leaf) {
@@ -221,6 +231,11 @@ void Reader::takeLeaf(const Frame& leaf) {
 }
 
 void Reader::end() {
+    endElement();
+    if (tree_) tree_->end();
+}
+
+void Reader::endElement() {
     if (skipped_ > 0) {
         --skipped_;
         return;
@@ -237,8 +252,8 @@ void Reader::end() {
 }  // namespace
 
 void readInto(void* record, const Table& table, std::string_view element, std::string document,
-              const UnknownListener& onUnknown) {
-    Reader(record, table, element, onUnknown).parse(std::move(document));
+              const UnknownListener& onUnknown, ElementTree* tree) {
+    Reader(record, table, element, onUnknown, tree).parse(std::move(document));
 }
 
 void readFileInto(void* record, const Table& table, std::string_view element, const std::string& path,

@@ -12,6 +12,8 @@
 
 namespace lmx60 {
 
+class ElementTree;
+
 /// Told of each unknown element or attribute that is passed over; it may throw the error in a ReadError to
 /// refuse the document. By then the record has all known attributes of the element at hand. Without a
 /// listener what is unknown is refused.
@@ -21,8 +23,10 @@ using UnknownListener = std::function<void(const Error&)>;
 /// refused; namespace declarations and `xsi:` attributes are passed over. Children are accepted in the order
 /// of the tables, where a table does not say otherwise. Throws ReadError, also for what exceeds the limits of
 /// documents (Limits.h); the record then holds what was read before the error.
+///
+/// @param tree a new one, which takes the document in as well, with its lines; none unless given
 KP_EXPORT void readInto(void* record, const Table& table, std::string_view element, std::string document,
-                        const UnknownListener& onUnknown = {});
+                        const UnknownListener& onUnknown = {}, ElementTree* tree = nullptr);
 
 /// As readInto, but from a file; also throws ReadError of kind Unreadable.
 KP_EXPORT void readFileInto(void* record, const Table& table, std::string_view element,
@@ -30,6 +34,13 @@ KP_EXPORT void readFileInto(void* record, const Table& table, std::string_view e
 
 /// A record from a document with its element at the top, be it the root of a kind of document or not.
 /// @{
+template <class R>
+R parse(std::string document, const UnknownListener& onUnknown, ElementTree* tree) {
+    R record;
+    readInto(&record, R::table, R::element, std::move(document), onUnknown, tree);
+    return record;
+}
+
 template <class R>
 R parse(std::string document, const UnknownListener& onUnknown = {}, std::string_view element = R::element) {
     R record;

@@ -33,7 +33,7 @@ class KpTest(KpCase):
                 "debugDir": False, "hlsDir": False, "pdiDir": False, "shimSolnDir": False, "swEmuDir": False}
         self.expect_json(["list", "p.kp"], {"formatVersion": "6.0", "softwareVersion": "2020.1", "ipCaches": [],
                                             "kernels": [vadd]})
-        self.expect(["add", "p.kp", self.derive("vadd_hw"), "--ip", "vadd/ip", "--pdi", "vadd/vadd.qmr"], 0)
+        self.expect(["add", "p.kp", self.derive("vadd_hw"), "--ip", "vadd/ip", "--pdi", "vadd/vadd.qmr", "--no-lint"], 0)
         self.expect(["list", "p.kp"], 0, "vadd     sw_emu,hw_emu,hw  rtl\nvadd_hw  hw_emu,hw         rtl,pdi\n")
         self.expect(["validate", "p.kp", "--target", "hw"], 0, "vadd\nvadd_hw\n")
         refusal = "The RTL kernel 'vadd_hw' in 'p.kp' is not supported for CPU emulation target"
@@ -71,7 +71,7 @@ class KpTest(KpCase):
         self.expect(["add", "p.kp", same, "--ip", "vadd/ip"], 0)
         shutil.copytree("vadd/ip", "ip")
         Path("ip/hdl/vadd.v").write_text("module vadd; endmodule")
-        third = ["add", "p.kp", self.derive("third", vlnv="vadd"), "--ip", "ip"]
+        third = ["add", "p.kp", self.derive("third", vlnv="vadd"), "--ip", "ip", "--no-lint"]
         self.expect(third, 3, "", "kp: error: The IP of kernel 'third' differs from the one in "
                     "'ip_repo/example_kernels_vadd_1_0' of KP container 'p.kp', the IP of kernels 'vadd', 'same'; "
                     "give each IP a VLNV of its own, or replace it with --replace-ip\n")
@@ -96,28 +96,6 @@ class KpTest(KpCase):
         self.expect(["files", "many.kp", "x"], 3, "", shown + rest +
                     "kp: error: Kernel 'x' was not found inside KP container 'many.kp'\n")
         self.expect(["-q", "list", "many.kp"], 0, "vadd  hw_emu,hw,hw  rtl\n")
-
-    def test_lint(self):
-        whole = ["vadd/kernel.xml", "--ip", "vadd/ip", "--report", "vadd/design.xml"]
-        self.expect(["lint", *whole], 0)
-        self.add("p.kp")
-        self.expect(["lint", "p.kp", "VADD", "--json"], 0, '{\n  "findings": [],\n  "unchecked": []\n}\n')
-        text = Path("vadd/kernel.xml").read_text()
-        Path("vadd/kernel.xml").write_text(text.replace('offset="0x34"', 'offset="0xFFE"'))
-        error = "argument 'length' ends at 0x1002, beyond the 0x1000 bytes of its port 's_control'"
-        status, out, _ = run("lint", "vadd/kernel.xml")
-        self.assertEqual((1, f"vadd/kernel.xml:13: error: {error} [beyond-range]"), (status, out.splitlines()[0]))
-        self.assertEqual("vadd: unchecked: no IP is given; nothing was held against it [ip-missing]",
-                         out.splitlines()[-1])
-        finding = json.loads(run("lint", *whole, "--format", "json")[1])["findings"][0]
-        self.assertEqual(["beyond-range", "error", "vadd", "vadd/kernel.xml", 13, error],
-                         [finding[key] for key in ("code", "severity", "kernel", "document", "line", "text")])
-        Path("vadd/kernel.xml").write_text(text.replace('interrupt="false"', 'interrupt="no"'))
-        self.assertEqual([0, 1], [run("lint", *whole, *strict)[0] for strict in ([], ["--strict"])])
-        self.assertEqual(len(run("lint", "--rules")[1].splitlines()), len(json.loads(run("lint", "--rules", "--json")[1])))
-        self.expect(["lint", "none"], 3, "", "kp: error: File not found: 'none'\n")
-        for wrong in (["lint"], ["lint", "vadd/kernel.xml", "vadd"], ["lint", "p.kp", "--ip", "vadd/ip"]):
-            self.assertEqual(2, run(*wrong)[0], wrong)
 
     def test_info_and_files(self):
         self.add("p.kp", "--shim", "vadd/vadd.qmr", "--hls-dir", "vadd/src", "-q")
@@ -146,7 +124,7 @@ class KpTest(KpCase):
     def test_no_command_shows_a_control_character_raw(self):
         name = "v\u009b2J"
         description = self.derive(name)
-        add = ["add", "p.kp", description, "--ip", "vadd/ip"]
+        add = ["add", "p.kp", description, "--ip", "vadd/ip", "--no-lint"]
         self.expect(add, 0)
         self.expect([*add, "--replace", "--debug-dir", "vadd/src", "-q"], 0)
         shutil.copy("p.kp", "less.kp")
@@ -163,7 +141,7 @@ class KpTest(KpCase):
 
     def test_extract(self):
         self.add("p.kp", "--cpu-source", "vadd/src/vadd.cpp", "--debug-dir", "vadd/src", "-q")
-        self.expect(["add", "p.kp", self.derive("big"), "--ip", "vadd/ip"], 0)
+        self.expect(["add", "p.kp", self.derive("big"), "--ip", "vadd/ip", "--no-lint"], 0)
         self.expect(["extract", "p.kp", "VADD", "-d", "out/deep"], 0, "out/deep/vadd\n")
         Path("out/deep/vadd/kernel.xml").write_text("mine")
         self.expect(["extract", "p.kp", "-d", "out/deep"], 3, "",
@@ -457,7 +435,7 @@ class KpTest(KpCase):
                f"Kernel '{kernel}' cannot be customized: '{package}' holds no packaged IP of it in 'ip_repo'")
               for package, kernel in (("p.kp", "twin"), ("k.kp", "vadd"))],
             (["kernel", "show", "bad.xml"], "[17-132] bad.xml:3: " + below),
-            (["add", "p.kp", self.derive("other"), "--layout", "kernel", "--ip", "vadd/ip"],
+            (["add", "p.kp", self.derive("other"), "--layout", "kernel", "--ip", "vadd/ip", "--no-lint"],
              "'p.kp' has the layout 'repo'; a kernel cannot be added in the layout 'kernel'"),
         ]
         for arguments, text in rows:

@@ -41,13 +41,14 @@ std::string manifestOf(const std::string& path, const std::shared_ptr<const Arch
 }
 
 KPContainer::Root parseManifest(const std::string& path,
-                                const std::shared_ptr<const ArchiveSnapshot>& package) {
+                                const std::shared_ptr<const ArchiveSnapshot>& package,
+                                lmx60::ElementTree* tree = nullptr) {
     DocumentMessages messages(path);
     const auto postUnknown = [&](const lmx60::Error& unknown) {
         messages.post("@17-2005@%s%s%d", {unknown.text, path, std::to_string(unknown.line)});
     };
     auto root = documents::reading(
-        path, [&] { return lmx60::parse<KPContainer::Root>(manifestOf(path, package), postUnknown); });
+        path, [&] { return lmx60::parse<KPContainer::Root>(manifestOf(path, package), postUnknown, tree); });
     messages.finish();
     return root;
 }
@@ -55,8 +56,9 @@ KPContainer::Root parseManifest(const std::string& path,
 }  // namespace
 
 KPContainer::Root HKPContainerXMLReader::readManifest(const std::string& path,
-                                                      const std::shared_ptr<const ArchiveSnapshot>& version) {
-    return parseManifest(path, version ? version : openPackage(path));
+                                                      const std::shared_ptr<const ArchiveSnapshot>& version,
+                                                      lmx60::ElementTree* tree) {
+    return parseManifest(path, version ? version : openPackage(path), tree);
 }
 
 void HKPContainerXMLReader::parseKPContainer() {

@@ -4,6 +4,7 @@
 #include "containers/kp/HKPContainer.h"
 #include "containers/kp/ManifestRecords.h"
 #include "platform/base/Export.h"
+#include "platform/xml/ElementTree.h"
 
 #include <functional>
 #include <memory>
@@ -41,8 +42,10 @@ public:
     /// The manifest alone, as its document has it. Throws what parseKPContainer throws, but looks at no
     /// description.
     /// @param version of the package; none for what is at the path
+    /// @param tree a new one, which takes the document in as well, with its lines; none unless given
     static KPContainer::Root readManifest(const std::string& path,
-                                          const std::shared_ptr<const ArchiveSnapshot>& version = nullptr);
+                                          const std::shared_ptr<const ArchiveSnapshot>& version = nullptr,
+                                          lmx60::ElementTree* tree = nullptr);
 
 private:
     /// What the container keeps of a kernel's description.

@@ -49,6 +49,8 @@ void checkIpRegister(const KernelFacts& kernel, Findings& findings);
 void checkIpClock(const KernelFacts& kernel, Findings& findings);
 void checkIpFile(const KernelFacts& kernel, Findings& findings);
 void checkIpFileOutside(const KernelFacts& kernel, Findings& findings);
+void checkIpTop(const KernelFacts& kernel, Findings& findings);
+void checkIpHdlPort(const KernelFacts& kernel, Findings& findings);
 void checkTopIp(const KernelFacts& kernel, Findings& findings);
 void checkIpShared(const KernelFacts& kernel, Findings& findings);
 void checkStrayFile(const KernelFacts& kernel, Findings& findings);

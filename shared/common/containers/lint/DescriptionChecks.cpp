@@ -1,6 +1,5 @@
 #include "containers/lint/Checks.h"
 #include "containers/lint/ScalarTypes.h"
-#include "platform/base/Spelling.h"
 
 #include <algorithm>
 #include <cctype>
@@ -140,9 +139,8 @@ void checkUnknownPort(const KernelFacts& kernel, Findings& findings) {
         names.push_back(port.name);
     for (const ArgFacts& arg : kernel.args) {
         if (arg.portName.empty() || arg.port != nullptr) continue;
-        const std::string meant = nearestSpelling(arg.portName, names);
         findings.add(arg.line, "the port " + quote(arg.portName) + " of " + named(arg) + " is not there" +
-                                   (meant.empty() ? "" : "; did you mean " + quote(meant) + "?"));
+                                   findings.suggestion(arg.portName, names));
     }
 }
 

@@ -1,17 +1,28 @@
 #include "containers/lint/Findings.h"
 
-#include "platform/files/HUTPathUtils.h"
+#include "platform/base/Spelling.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cstddef>
 #include <utility>
 
 namespace kfab::lint {
 
+void Findings::begin(const Rule& rule) {
+    rule_ = &rule;
+    suggestions_ = 0;
+}
+
 void Findings::addIn(const std::string& document, int line, std::string text) {
     outcome_.findings.push_back({rule_, kernel_.kernel, document, line, std::move(text)});
+}
+
+std::string Findings::suggestion(const std::string& word, const std::vector<std::string>& candidates) {
+    constexpr int mostSuggestions = 100;
+    constexpr std::size_t mostCandidates = 10'000;
+    if (candidates.size() > mostCandidates || suggestions_++ >= mostSuggestions) return {};
+    const std::string meant = nearestSpelling(word, candidates);
+    return meant.empty() ? "" : "; did you mean " + quote(meant) + "?";
 }
 
 void Findings::uncheck(std::string reason) {
@@ -20,20 +31,6 @@ void Findings::uncheck(std::string reason) {
         return told.code == rule_->code && told.reason == reason;
     });
     if (!isTold) outcome_.unchecked.push_back({rule_->code, kernel_.kernel, std::move(reason)});
-}
-
-std::string quote(std::string_view text) {
-    constexpr std::size_t longest = 100;
-    return "'" + HUTPathUtils::shown(text.substr(0, longest)) + (text.size() > longest ? "...'" : "'");
-}
-
-std::string hexadecimal(std::uint64_t number) {
-    std::array<char, 16> digits{};
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
-    std::string text = "0x";
-    for (const char* digit = digits.data(); digit != end; ++digit)
-        text += *digit >= 'a' ? static_cast<char>(*digit - 'a' + 'A') : *digit;
-    return text;
 }
 
 std::string named(const PortFacts& port) {

@@ -2,11 +2,12 @@
 
 #include "containers/lint/KernelFacts.h"
 #include "containers/lint/Outcome.h"
+#include "containers/lint/Text.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kfab::lint {
 
@@ -16,13 +17,16 @@ public:
     Findings(const KernelFacts& kernel, Outcome& outcome)
         : kernel_(kernel), outcome_(outcome), firstUnchecked_(outcome.unchecked.size()) {}
 
-    void begin(const Rule& rule) { rule_ = &rule; }
+    void begin(const Rule& rule);
 
     /// In the description.
     void add(int line, std::string text) { addIn(kernel_.document, line, std::move(text)); }
     /// In the component.
     void addInIp(int line, std::string text) { addIn(kernel_.ip.document, line, std::move(text)); }
     void addIn(const std::string& document, int line, std::string text);
+
+    /// "; did you mean 'x'?", or nothing: only the first findings of a rule are worth the search.
+    std::string suggestion(const std::string& word, const std::vector<std::string>& candidates);
 
     /// A reason that was told of the rule before is not told again.
     void uncheck(std::string reason);
@@ -32,12 +36,9 @@ private:
     Outcome& outcome_;
     std::size_t firstUnchecked_;  // of this kernel
     const Rule* rule_ = nullptr;
+    int suggestions_ = 0;  // of the rule
 };
 
-/// A text of a document in quotes, fit for a terminal.
-std::string quote(std::string_view text);
-/// As "0x10".
-std::string hexadecimal(std::uint64_t number);
 /// As "port 'm_read'".
 std::string named(const PortFacts& port);
 std::string named(const ArgFacts& arg);

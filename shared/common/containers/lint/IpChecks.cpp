@@ -1,10 +1,12 @@
 #include "containers/ip/ComponentFacts.h"
 #include "containers/lint/Checks.h"
 #include "platform/base/HSTStringUtils.h"
-#include "platform/base/Spelling.h"
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
+#include <set>
+#include <unordered_map>
 #include <utility>
 
 namespace kfab::lint {
@@ -22,22 +24,33 @@ bool isMemoryMapped(const BusInterface& bus) {
     return bus.kind == BusKind::MemoryMapped || bus.kind == BusKind::MemoryMappedLite;
 }
 
-/// The interface of a port, whatever the case of its letters.
-const BusInterface* interfaceOf(const KernelFacts& kernel, const PortFacts& port) {
-    if (const BusInterface* same = ip::findBusInterface(kernel.ip.component, port.name)) return same;
-    const auto& all = kernel.ip.component.busInterfaces;
-    const auto found = std::find_if(all.begin(), all.end(), [&](const BusInterface& bus) {
-        return HSTStringUtils::equalsIgnoreCase(bus.name, port.name);
-    });
-    return found == all.end() ? nullptr : &*found;
-}
+/// The interfaces of an IP by their names, whatever the case of their letters.
+class Interfaces {
+public:
+    explicit Interfaces(const ip::IpComponent& component) {
+        for (const BusInterface& bus : component.busInterfaces) {
+            byName_.emplace(bus.name, &bus);
+            byFoldedName_.emplace(HSTStringUtils::foldCase(bus.name), &bus);
+        }
+    }
+
+    const BusInterface* find(const std::string& name) const {
+        if (const auto same = byName_.find(name); same != byName_.end()) return same->second;
+        const auto alike = byFoldedName_.find(HSTStringUtils::foldCase(name));
+        return alike == byFoldedName_.end() ? nullptr : alike->second;
+    }
+
+private:
+    std::unordered_map<std::string, const BusInterface*> byName_, byFoldedName_;
+};
 
 /// Passes on each port that the IP has an interface for.
 template <class Use>
 void forEachInterface(const KernelFacts& kernel, const Use& use) {
     if (!isRead(kernel)) return;
+    const Interfaces interfaces(kernel.ip.component);
     for (const PortFacts& port : kernel.ports)
-        if (const BusInterface* bus = interfaceOf(kernel, port)) use(port, *bus);
+        if (const BusInterface* bus = interfaces.find(port.name)) use(port, *bus);
 }
 
 const char* kindText(BusKind kind) {
@@ -99,27 +112,39 @@ void forEachBlock(const KernelFacts& kernel, Findings& findings, const Use& use)
     });
 }
 
-/// Whether a register, or registers that adjoin, take exactly the bytes of a place. A field at the beginning
-/// of a register stands for one that is smaller than its register.
-bool isDescribed(const Place& place, const ip::AddressBlock& block) {
-    const std::uint64_t base = block.base.value.value_or(0);
-    std::uint64_t at = place.offset;
-    const auto begins = [&](const ip::Register& each) {
-        return each.offset.value && each.size.value && base + *each.offset.value == at;
-    };
-    while (at < place.end()) {
-        const auto found = std::find_if(block.registers.begin(), block.registers.end(), begins);
-        if (found == block.registers.end()) return false;
-        const auto isWhole = [&](const ip::BitField& field) {
-            return field.offset.value == 0 && field.width.value == (place.end() - at) * 8;
-        };
-        if (std::any_of(found->fields.begin(), found->fields.end(), isWhole)) return true;
-        const std::uint64_t bytes = *found->size.value / 8;
-        if (bytes == 0) return false;
-        at += bytes;
+/// Where the registers of an address block lie, in bytes from address 0 of the slave.
+class Registers {
+public:
+    explicit Registers(const ip::AddressBlock& block) {
+        const std::uint64_t base = block.base.value.value_or(0);
+        for (const ip::Register& each : block.registers)
+            if (each.offset.value && each.size.value) byPlace_.emplace(base + *each.offset.value, &each);
     }
-    return at == place.end();
-}
+
+    /// Whether a register, or registers that adjoin, take exactly the bytes of a place. A value of less than
+    /// a word may have a word to itself, and what is smaller than its register a field at its beginning.
+    bool hold(const Place& place) const {
+        constexpr std::uint64_t word = 4;
+        std::uint64_t at = place.offset;
+        while (at < place.end()) {
+            const auto found = byPlace_.find(at);
+            if (found == byPlace_.end()) return false;
+            const auto isWhole = [&](const ip::BitField& field) {
+                return field.offset.value == 0 && field.width.value == (place.end() - at) * 8;
+            };
+            const auto& fields = found->second->fields;
+            if (std::any_of(fields.begin(), fields.end(), isWhole)) return true;
+            const std::uint64_t bytes = *found->second->size.value / 8;
+            if (bytes == 0) return false;
+            if (bytes == word && place.size < word) return true;
+            at += bytes;
+        }
+        return at == place.end();
+    }
+
+private:
+    std::unordered_map<std::uint64_t, const ip::Register*> byPlace_;
+};
 
 /// A file's path below the component's directory, plain; none when it leads out of that.
 std::optional<std::string> pathInIp(const std::string& name) {
@@ -172,14 +197,14 @@ void checkIpVlnv(const KernelFacts& kernel, Findings& findings) {
 
 void checkIpPort(const KernelFacts& kernel, Findings& findings) {
     if (!isRead(kernel)) return;
+    const Interfaces interfaces(kernel.ip.component);
     std::vector<std::string> names;
     for (const BusInterface& bus : kernel.ip.component.busInterfaces)
         names.push_back(bus.name);
     for (const PortFacts& port : kernel.ports) {
-        if (interfaceOf(kernel, port) != nullptr) continue;
-        const std::string meant = nearestSpelling(port.name, names);
-        findings.add(port.line, named(port) + " is no bus interface of the IP" +
-                                    (meant.empty() ? "" : "; did you mean " + quote(meant) + "?"));
+        if (interfaces.find(port.name) != nullptr) continue;
+        findings.add(port.line,
+                     named(port) + " is no bus interface of the IP" + findings.suggestion(port.name, names));
     }
 }
 
@@ -240,11 +265,12 @@ void checkIpAddressWidth(const KernelFacts& kernel, Findings& findings) {
 
 void checkIpUnused(const KernelFacts& kernel, Findings& findings) {
     if (!isRead(kernel)) return;
+    std::set<std::string> used;
+    for (const PortFacts& port : kernel.ports)
+        used.insert(HSTStringUtils::foldCase(port.name));
     for (const BusInterface& bus : kernel.ip.component.busInterfaces) {
         const bool isPort = bus.mode == BusMode::Master || bus.mode == BusMode::Slave;
-        const bool isUsed = std::any_of(kernel.ports.begin(), kernel.ports.end(), [&](const PortFacts& port) {
-            return HSTStringUtils::equalsIgnoreCase(port.name, bus.name);
-        });
+        const bool isUsed = used.contains(HSTStringUtils::foldCase(bus.name));
         if (isPort && !isUsed && (isMemoryMapped(bus) || bus.kind == BusKind::Stream))
             findings.addInIp(bus.line.number, "the interface " + quote(bus.name) + " is " +
                                                   kindText(bus.kind) + ", but no port of the description");
@@ -254,18 +280,21 @@ void checkIpUnused(const KernelFacts& kernel, Findings& findings) {
 void checkIpRange(const KernelFacts& kernel, Findings& findings) {
     forEachBlock(kernel, findings, [&](const PortFacts& port, const ip::AddressBlock& block) {
         if (!block.range.value) return uncheck(port, block.range.unknown, findings);
-        if (port.range.value && *port.range.value > *block.range.value)
+        if (!block.base.value) return uncheck(port, block.base.unknown, findings);
+        const std::uint64_t end = sumOf(*block.base.value, *block.range.value);
+        if (port.range.value && *port.range.value > end)
             findings.add(port.line, named(port) + " has a range of " + hexadecimal(*port.range.value) +
-                                        ", but the IP's address block " + quote(block.name) + " has " +
-                                        hexadecimal(*block.range.value));
+                                        ", but the IP's address block " + quote(block.name) + " ends at " +
+                                        hexadecimal(end));
     });
 }
 
 void checkIpRegister(const KernelFacts& kernel, Findings& findings) {
     forEachBlock(kernel, findings, [&](const PortFacts& port, const ip::AddressBlock& block) {
         if (block.registers.empty()) return;
+        const Registers registers(block);
         for (const Place& place : kernel.places) {
-            if (place.port != &port || isDescribed(place, block)) continue;
+            if (place.port != &port || registers.hold(place)) continue;
             if (!block.incomplete.empty()) {
                 uncheck(port, block.incomplete, findings);
                 continue;
@@ -292,7 +321,7 @@ void checkIpFile(const KernelFacts& kernel, Findings& findings) {
         if (!isPlainName(file.name))
             return findings.uncheck("the file " + quote(file.name) + " is named by an address or a variable");
         const std::optional<std::string> path = pathInIp(file.name);
-        if (path && !kernel.ip.hasFile(*path))
+        if (path && !kernel.ip.files.sizeOf(*path))
             findings.addInIp(file.line.number, "the file " + quote(file.name) + " of the file set " +
                                                    quote(set.name) + " is not there");
     });
@@ -313,10 +342,10 @@ void checkTopIp(const KernelFacts& kernel, Findings& findings) {
 }
 
 void checkIpShared(const KernelFacts& kernel, Findings& findings) {
-    if (kernel.sharing.empty()) return;
-    const std::size_t more = kernel.sharing.size() - 1;
+    if (kernel.sharingCount == 0) return;
+    const std::size_t more = kernel.sharingCount - 1;
     findings.add(kernel.line, "the VLNV " + quote(kernel.vlnv) + ", and so the IP, is that of kernel " +
-                                  quote(kernel.sharing.front()) +
+                                  quote(kernel.sharing) +
                                   (more > 0 ? " and " + std::to_string(more) + " more" : "") + " as well");
 }
 

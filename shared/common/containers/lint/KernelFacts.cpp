@@ -1,12 +1,14 @@
 #include "containers/lint/KernelFacts.h"
 
 #include "containers/ip/ComponentReader.h"
+#include "containers/kernel/KernelRecords.h"
 #include "platform/base/HSTStringUtils.h"
-#include "platform/xml/Errors.h"
+#include "platform/xml/Reader.h"
 
 #include <algorithm>
 #include <charconv>
 #include <limits>
+#include <unordered_map>
 #include <utility>
 
 #include <boost/algorithm/string/classification.hpp>
@@ -35,7 +37,10 @@ Passing passingOf(const ArgFacts& arg) {
     return arg.qualifier <= 2 ? Passing::Pointer : Passing::Unknown;
 }
 
-ArgFacts argOf(lmx60::Element arg, const std::vector<PortFacts>& ports) {
+/// The first port of each name.
+using PortsByName = std::unordered_map<std::string_view, const PortFacts*>;
+
+ArgFacts argOf(lmx60::Element arg, const PortsByName& ports) {
     ArgFacts facts{.name = textOf(arg, "name"),
                    .portName = textOf(arg, "port"),
                    .type = textOf(arg, "type"),
@@ -47,9 +52,7 @@ ArgFacts argOf(lmx60::Element arg, const std::vector<PortFacts>& ports) {
                    .hostSize = numberText(arg.attribute("hostSize")),
                    .line = arg.line()};
     if (facts.id.text.empty()) facts.id = {};
-    const auto port = std::find_if(ports.begin(), ports.end(),
-                                   [&](const PortFacts& each) { return each.name == facts.portName; });
-    if (port != ports.end()) facts.port = &*port;
+    if (const auto port = ports.find(facts.portName); port != ports.end()) facts.port = port->second;
     facts.passing = passingOf(facts);
     return facts;
 }
@@ -95,9 +98,9 @@ bool PortFacts::isSlave() const {
     return HSTStringUtils::equalsIgnoreCase(mode, "slave");
 }
 
-std::uint64_t Place::end() const {
+std::uint64_t sumOf(std::uint64_t a, std::uint64_t b) {
     constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
-    return size > most - offset ? most : offset + size;
+    return b > most - a ? most : a + b;
 }
 
 bool KernelFacts::hasRegisters() const {
@@ -116,13 +119,20 @@ std::vector<std::string> KernelFacts::vlnvFields() const {
     return fields;
 }
 
-void takeDescription(KernelFacts& facts, std::shared_ptr<const lmx60::ElementTree> tree) {
+void takeDescription(KernelFacts& facts, std::string document) {
+    auto tree = std::make_shared<lmx60::ElementTree>();
+    std::optional<lmx60::Error> unknown;
+    const auto passOver = [&](const lmx60::Error& error) {
+        if (!unknown) unknown = error;
+    };
+    lmx60::parse<KernelXML::Root>(std::move(document), passOver, tree.get());
     const lmx60::Element root = tree->root();
     const lmx60::Element kernel = root.child("kernel");
     facts.rootLine = root.line();
     facts.line = kernel ? kernel.line() : 0;
     facts.versionMajor = numberText(root.attribute("versionMajor")).value.value_or(0);
     facts.versionMinor = numberText(root.attribute("versionMinor")).value.value_or(0);
+    if (unknown && !facts.isLater()) throw lmx60::ReadError(*unknown);
     facts.name = textOf(kernel, "name");
     facts.language = textOf(kernel, "language");
     facts.vlnv = textOf(kernel, "vlnv");
@@ -132,8 +142,11 @@ void takeDescription(KernelFacts& facts, std::shared_ptr<const lmx60::ElementTre
 
     for (const lmx60::Element port : kernel.child("ports").children())
         facts.ports.push_back(portOf(port));
+    PortsByName ports;
+    for (const PortFacts& port : facts.ports)
+        ports.emplace(port.name, &port);
     for (const lmx60::Element arg : kernel.child("args").children())
-        facts.args.push_back(argOf(arg, facts.ports));
+        facts.args.push_back(argOf(arg, ports));
     for (const PortFacts& port : facts.ports)
         if (port.isAddressable() && port.isSlave()) facts.slaves.push_back(&port);
     for (const ArgFacts& arg : facts.args)
@@ -148,9 +161,11 @@ void takeDescription(KernelFacts& facts, std::shared_ptr<const lmx60::ElementTre
     facts.trees.push_back(std::move(tree));
 }
 
-void takeComponent(IpFacts& ip, std::string document) {
+void takeComponent(IpFacts& ip, std::string document, IpFiles files) {
+    ip.files = std::move(files);
     try {
         ip.component = ip::parseComponent(std::move(document));
+        ip.top = findTopModule(ip.component, ip.files);
         ip.state = IpState::Read;
     } catch (const lmx60::ReadError& error) {
         ip.state =

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "containers/ip/IpComponent.h"
+#include "containers/lint/TopModule.h"
 #include "platform/xml/ElementTree.h"
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -52,14 +52,17 @@ struct ArgFacts {
     Passing passing = Passing::Unknown;
 };
 
+/// The largest number where the sum is beyond 64 bits.
+std::uint64_t sumOf(std::uint64_t a, std::uint64_t b);
+
 /// The bytes of a slave that an argument's value, or a pointer's address, takes.
 struct Place {
     const ArgFacts* arg;
     const PortFacts* port;
     std::uint64_t offset, size;
 
-    /// Where it ends; the largest number where that is beyond 64 bits.
-    std::uint64_t end() const;
+    /// Where it ends.
+    std::uint64_t end() const { return sumOf(offset, size); }
 };
 
 enum class IpState {
@@ -77,7 +80,8 @@ struct IpFacts {
     std::string problem;   ///< why it could not be read
     int line = 0;          ///< of the problem
     ip::IpComponent component;
-    std::function<bool(const std::string& name)> hasFile;  ///< by its path from the component's directory
+    IpFiles files;
+    TopModule top;  ///< of a component that was read
 };
 
 /// What the manifest of a package says of the kernel.
@@ -101,8 +105,9 @@ struct KernelFacts {
 
     IpFacts ip;
     std::optional<EntryFacts> entry;
-    std::vector<std::string> sharing;  ///< other kernels of the package that have its VLNV
-    std::vector<std::string> strays;   ///< left-overs of editors and the like that are packed
+    std::string sharing;              ///< another kernel of the package that has its VLNV; empty for none
+    std::size_t sharingCount = 0;     ///< how many there are
+    std::vector<std::string> strays;  ///< left-overs of editors and the like that are packed
 
     std::string reportDocument;
     lmx60::Element report;                                         ///< the profile; none when there is none
@@ -116,11 +121,12 @@ struct KernelFacts {
     std::vector<std::string> vlnvFields() const;
 };
 
-/// Takes the facts of a description, whatever it lacks. The tree is kept.
-void takeDescription(KernelFacts& facts, std::shared_ptr<const lmx60::ElementTree> tree);
+/// Takes the facts of a description. Throws lmx60::ReadError for a document that is none; one of a later
+/// version may hold what is not known.
+void takeDescription(KernelFacts& facts, std::string document);
 
-/// Reads a component. What is wrong with it becomes the state.
-void takeComponent(IpFacts& ip, std::string document);
+/// Reads a component, and the sources of its top module. What is wrong with it becomes the state.
+void takeComponent(IpFacts& ip, std::string document, IpFiles files);
 
 /// Whether a file's path says that it is a left-over of an editor, of version control or of a system.
 bool isStray(std::string_view path);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "containers/kp/KernelAddition.h"
+#include "containers/lint/LooseKernel.h"
 #include "containers/lint/Outcome.h"
 #include "platform/base/Export.h"
 
@@ -10,17 +12,13 @@
 /// or printed.
 namespace kfab::lint {
 
-/// A kernel that is not in a package. Empty texts stand for what is not given.
-struct LooseKernel {
-    std::string kernelXml;    ///< the path of the description
-    std::string ipDir;        ///< the directory of its IP
-    std::string report;       ///< a report; the description's own profile unless given
-    bool isComplete = false;  ///< whether there is no IP when none is given; otherwise that is unchecked
-};
-
 /// Throws HEXFileNotFoundException for a description or report that is not there, HEXAll (with the error, the
 /// path and the line) for one that cannot be read. What is wrong with the IP is a finding.
 KP_EXPORT Outcome lintKernel(const LooseKernel& kernel);
+
+/// A kernel before it is added to a package, with what is packed besides its IP, and with those that are in
+/// the package already. Throws as lintKernel, and for a package that cannot be read as lintPackage.
+KP_EXPORT Outcome lintAddition(const KernelAddition& addition);
 
 /// All kernels of a package, or the one of a name without regard to case. Throws HEXFileNotFoundException
 /// when there is no package, HEXAlgException and HEXAll when it, its manifest or a description in it cannot

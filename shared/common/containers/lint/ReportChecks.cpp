@@ -71,16 +71,16 @@ void checkReportTop(const KernelFacts& kernel, Findings& findings) {
 void checkReportPort(const KernelFacts& kernel, Findings& findings) {
     const Element top = topModuleName(kernel);
     if (!top) return;
-    std::vector<std::string_view> names;
+    std::set<std::string_view> names;
     forEachModule(kernel, [&](Element module) {
         if (textOf(module.child("Name")) != top.text()) return;
         for (const Element port : module.child("InterfaceSummary").children())
-            if (const Element name = port.child("name")) names.push_back(name.text());
+            if (const Element name = port.child("name")) names.insert(name.text());
     });
     if (names.empty()) return findings.uncheck("the report lists no ports of its top module");
     for (const PortFacts& port : kernel.ports)
-        if (std::none_of(names.begin(), names.end(),
-                         [&](std::string_view name) { return name.starts_with(port.name); }))
+        if (const auto name = names.lower_bound(port.name);
+            name == names.end() || !name->starts_with(port.name))
             findings.add(port.line, "no port of the report's top module " + quote(top.text()) +
                                         " begins with the name of " + named(port));
 }

@@ -17,6 +17,16 @@ enum class Severity {
 /// "warning" or "error".
 KP_EXPORT const char* severityText(Severity severity);
 
+/// A mistake made in the example kernel, examples/vadd. A " ... " of `right` is any text there, which `wrong`
+/// leaves as it is.
+struct Example {
+    const char* document;  ///< that the texts stand in; empty where they are a command or the name of a file
+    const char* wrong;
+    const char* right;
+    const char* place;    ///< of the finding, such as "kernel.xml:13"
+    const char* finding;  ///< its text
+};
+
 /// One thing that can be wrong with a kernel. A code never changes its meaning.
 struct Rule {
     const char* code;
@@ -24,8 +34,7 @@ struct Rule {
     const char* meaning;      ///< when it is found, as one clause
     const char* explanation;  ///< what goes wrong then
     const char* cure;
-    const char* wrong;  ///< an example of a document
-    const char* right;
+    Example example;
     void (*check)(const KernelFacts& kernel, Findings& findings);
 };
 

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "containers/kp/KernelAddition.h"
+#include "containers/lint/KernelFacts.h"
+#include "containers/lint/LooseKernel.h"
+
+namespace kfab::lint {
+
+/// The facts of a kernel that is not in a package. Throws as lintKernel does.
+KernelFacts factsOf(const LooseKernel& kernel);
+/// Of a kernel that is to be added to a package, the package included. Throws as lintAddition does.
+KernelFacts factsOf(const KernelAddition& addition);
+
+}  // namespace kfab::lint

@@ -1,0 +1,133 @@
+"""Lint as a user and as continuous integration meet it, by itself and when a kernel is added."""
+
+import json
+import os
+import subprocess
+import unittest
+from pathlib import Path
+from urllib.parse import unquote_to_bytes
+
+import jsonschema
+
+from kp_case import KP, KpCase, run
+
+TREE = Path(__file__).resolve().parents[2]
+WHOLE = ["vadd/kernel.xml", "--ip", "vadd/ip", "--report", "vadd/design.xml"]
+
+
+class LintTest(KpCase):
+    def break_kernel(self, *pieces):
+        text = Path("vadd/kernel.xml").read_text()
+        for piece, other in pieces:
+            self.assertIn(piece, text)
+            text = text.replace(piece, other)
+        Path("vadd/kernel.xml").write_text(text)
+
+    def test_text_and_json(self):
+        self.expect(["lint", *WHOLE], 0)
+        self.add("p.kp")
+        self.expect(["lint", "p.kp", "VADD", "--json"], 0, '{\n  "findings": [],\n  "unchecked": []\n}\n')
+        text = Path("vadd/kernel.xml").read_text()
+        Path("vadd/kernel.xml").write_text(text.replace('offset="0x34"', 'offset="0xFFE"'))
+        error = "argument 'length' ends at 0x1002, beyond the 0x1000 bytes of its port 's_control'"
+        status, out, _ = run("lint", "vadd/kernel.xml")
+        self.assertEqual((1, f"vadd/kernel.xml:13: error: {error} [beyond-range]"), (status, out.splitlines()[0]))
+        self.assertEqual("vadd: unchecked: no IP is given; nothing was held against it [ip-missing]",
+                         out.splitlines()[-1])
+        finding = json.loads(run("lint", *WHOLE, "--format", "json")[1])["findings"][0]
+        self.assertEqual(["beyond-range", "error", "vadd", "vadd/kernel.xml", 13, error],
+                         [finding[key] for key in ("code", "severity", "kernel", "document", "line", "text")])
+        Path("vadd/kernel.xml").write_text(text.replace('interrupt="false"', 'interrupt="no"'))
+        self.assertEqual([0, 1], [run("lint", *WHOLE, *strict)[0] for strict in ([], ["--strict"])])
+        self.assertEqual(len(run("lint", "--rules")[1].splitlines()), len(json.loads(run("lint", "--rules", "--json")[1])))
+        self.expect(["lint", "none"], 3, "", "kp: error: File not found: 'none'\n")
+        for wrong in (["lint"], ["lint", "vadd/kernel.xml", "vadd"], ["lint", "p.kp", "--ip", "vadd/ip"]):
+            self.assertEqual(2, run(*wrong)[0], wrong)
+
+    def sarif(self, *arguments):
+        """A run of lint, held against the schema, and its results as lines of text."""
+        status, out, err = run("lint", *arguments, "--format", "sarif")
+        log = json.loads(out)
+        jsonschema.Draft7Validator(json.loads(Path(__file__).with_name("sarif-schema.json").read_text())).validate(log)
+        (self.run,), lines = log["runs"], []
+        rules = self.run["tool"]["driver"]["rules"]
+        for result in self.run["results"]:
+            self.assertEqual(rules[result["ruleIndex"]]["id"], result["ruleId"])
+            place = result["locations"][0]["physicalLocation"]
+            self.assertEqual(self.run["artifacts"][place["artifactLocation"]["index"]]["location"]["uri"],
+                             place["artifactLocation"]["uri"])
+            line = f":{place['region']['startLine']}" if "region" in place else ""
+            lines.append(f"{place['artifactLocation']['uri']}{line}: {result['level']}: {result['message']['text']} [{result['ruleId']}]")
+        return status, err, lines
+
+    def test_sarif(self):
+        self.assertEqual((0, "", []), self.sarif(*WHOLE))
+        self.assertEqual([], self.run["invocations"][0]["toolExecutionNotifications"])
+        self.break_kernel(('offset="0x34"', 'offset="0x1000"'), ("false", "no"))
+        for arguments in (WHOLE, [os.path.abspath("vadd/kernel.xml")], ["p.kp"]):
+            if arguments == ["p.kp"]:
+                self.assertEqual(0, run("add", "p.kp", *WHOLE)[0])
+            text = run("lint", *arguments)[1].splitlines()
+            prefix = "file://" if arguments[0].startswith("/") else ""
+            self.assertEqual((1, "", [prefix + line for line in text if "unchecked:" not in line]), self.sarif(*arguments))
+            notes = self.run["invocations"][0]["toolExecutionNotifications"]
+            self.assertEqual([line for line in text if "unchecked:" in line],
+                             [f"vadd: {note['message']['text']} [{note['associatedRule']['id']}]" for note in notes])
+        self.assertEqual([{"location": {"uri": "p.kp"}}, {"location": {"uri": "vadd/kernel.xml"}, "parentIndex": 0}],
+                         self.run["artifacts"])
+        self.assertEqual(2, run("lint", "--rules", "--format", "sarif")[0])
+
+    def test_hostile_names_are_escaped_in_every_form(self):
+        odd = os.fsencode("vadd/ip") + b"/\xff<b>'\"%41\x1b[31m ~"
+        Path(os.fsdecode(odd)).touch()
+        os.mkdir("vadd/ip/.git")
+        Path("vadd/ip/.git/\u009b31m").touch()
+        hostile = "x&#10;error: &#155;31m&lt;/script>'"
+        self.break_kernel(('name="length"', f'name="{hostile}"'), ('type="uint"', f'type="{hostile}*"'))
+        self.expect(["add", "p.kp", *WHOLE[:3], "--no-lint"], 0)
+        for arguments in (WHOLE, ["p.kp"]):
+            text = run("lint", *arguments)[1]
+            for line in text.splitlines():
+                self.assertRegex(line, r"^[\w./:\\<>'\"%~ \[-]+: (error|warning|unchecked): ")
+                self.assertTrue(line.isprintable(), line)
+            self.assertIn(r"'x\x0aerror: \xc2\x9b31m</script>''", text)
+            self.assertEqual(len(text.splitlines()), len(self.sarif(*arguments)[2]))
+            uris = [artifact["location"]["uri"] for artifact in self.run["artifacts"]]
+            self.assertTrue(any(unquote_to_bytes(uri).endswith(odd[7:]) for uri in uris), uris)
+            self.assertEqual(len(text.splitlines()), len(json.loads(run("lint", *arguments, "--json")[1])["findings"]))
+
+    def test_add_warns_of_errors_and_refuses_when_strict(self):
+        self.break_kernel(('offset="0x34"', 'offset="0x1000"'), ("false", "no"))
+        line = ("vadd/kernel.xml:13: argument 'length' ends at 0x1004, beyond the 0x1000 bytes of its port 's_control' "
+                "[beyond-range]\n")
+        refused = (f"kp: error: {line}kp: warning: vadd/kernel.xml:3: the interrupt 'no' is neither 'true' nor 'false' "
+                   "[interrupt]\nkp: warning: vadd/kernel.xml:13: argument 'length' takes 0x4 bytes at 0x1000, where the IP "
+                   "describes no such register [ip-register]\nkp: error: Kernel 'vadd' is not added: --strict allows no "
+                   "finding of lint\n")
+        for more in ([], ["--dry-run"]):
+            self.expect(["add", "p.kp", *WHOLE, "--strict", *more], 3, "", refused)
+            self.assertFalse(os.path.exists("p.kp"))
+        self.expect(["add", "quiet.kp", *WHOLE, "-q"], 0)
+        self.expect(["add", "p.kp", *WHOLE, "--no-lint"], 0)
+        for more in ([], ["--dry-run"]):
+            replace = ["add", "p.kp", *WHOLE, "--replace", *more]
+            self.expect(replace, 0, run(*replace, "--no-lint")[1], f"kp: warning: {line}")
+        before = Path("p.kp").read_bytes()
+        self.expect(["add", "p.kp", *WHOLE, "--replace", "--strict"], 3, "", refused)
+        self.assertEqual(before, Path("p.kp").read_bytes())
+        self.expect(["add", "p.kp", "vadd/kernel.xml", "--update", "--pdi", "vadd/vadd.qmr", "--strict"], 0)
+        self.assertEqual(2, run("add", "p.kp", *WHOLE, "--no-lint", "--strict")[0])
+
+    def test_add_counts_what_is_more_than_ten(self):
+        Path("vadd/ip/hdl/vadd.v").write_text("module vadd; endmodule")
+        status, _, err = run("add", "p.kp", *WHOLE)
+        self.assertEqual((0, 11), (status, len(err.splitlines())))
+        self.assertTrue(err.endswith("kp: warning: ... and 28 more; 'kp lint' tells all\n"), err)
+
+    def test_the_page_of_rules_is_made_of_the_table(self):
+        page = subprocess.run([TREE / "tools/lint-page.py", KP], stdout=subprocess.PIPE, text=True, check=True).stdout
+        self.assertEqual(Path(TREE, "docs/lint.md").read_text(), page)
+
+
+if __name__ == "__main__":
+    unittest.main()
