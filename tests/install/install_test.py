@@ -9,7 +9,7 @@ from pathlib import Path
 
 BUILD, SOURCE = Path(sys.argv[1]), Path(sys.argv[2])
 FILES = {"c": "vadd.h", "cpp": "tutorial.cpp", "cmake": "CMakeLists.txt", "java": "Tutorial.java", "tcl": "trace.tcl"}
-STEPS = {"tutorial.md": 5, "kernel-xml.md": 7, "profile-report.md": 3}
+STEPS = {"README.md": 2, "docs/tutorial.md": 5, "docs/kernel-xml.md": 7, "docs/profile-report.md": 3}
 
 
 def output(*command, **more):
@@ -85,7 +85,6 @@ with tempfile.TemporaryDirectory() as top:
         **os.environ, "PATH": f"{prefix}/bin:{os.environ['PATH']}", "CMAKE_PREFIX_PATH": str(prefix),
         "PKG_CONFIG_PATH": str(libraries / "pkgconfig"), "LD_LIBRARY_PATH": str(libraries)}
     for name, steps in STEPS.items():
-        work = Path(top, name)
-        work.mkdir()
+        work = Path(tempfile.mkdtemp(dir=top))
         (work / "examples").symlink_to(installed / "examples")
-        work_through(installed / "docs" / name, steps, work, environment)
+        work_through(installed / name, steps, work, environment)
