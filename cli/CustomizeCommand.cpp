@@ -139,11 +139,18 @@ void makePathsOfEnvironmentAbsolute() {
             ::setenv(variable, disk::absolute(path).c_str(), 1);
 }
 
-ExitStatus customize(const Options& options) {
+/// Those that are given, after the kernel's IP was found to take them.
+GivenParams paramsOf(const Options& options) {
     HKPContainer container;
-    HKPContainerUtils::openKPContainer_(options.package, container);
-    const GivenParams params = collectParams(options.paramsFile, options.params);
-    requireParams(params, options.package, kernelWithIp(container, options));
+    const auto package = HKPContainerUtils::openKPContainer_(options.package, container);
+    GivenParams params = collectParams(options.paramsFile, options.params);
+    const HKPKernel& kernel = kernelWithIp(container, options);
+    requireParams(params, *package, kernel);
+    return params;
+}
+
+ExitStatus customize(const Options& options) {
+    const GivenParams params = paramsOf(options);
     makePathsOfEnvironmentAbsolute();
     OneDirectoryCustomizer customizer(options, params);
     customizer.requirePlace();

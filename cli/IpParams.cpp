@@ -30,13 +30,12 @@ void take(const std::string& text, const std::string& place, GivenParams& params
 }
 
 /// The description of the IP; none where the package has none that is understood.
-std::optional<kfab::ip::IpComponent> componentOf(const std::string& package, const HKPKernel& kernel) {
-    const auto archive = ArchiveSnapshot::open(package);
+std::optional<kfab::ip::IpComponent> componentOf(const ArchiveSnapshot& package, const HKPKernel& kernel) {
     const std::string member = HUTPathUtils::join(kernel.getIpDir(), layout::ipDefinition);
-    const ArchiveEntry* entry = archive->find(member);
+    const ArchiveEntry* entry = package.find(member);
     if (entry == nullptr || entry->size > lmx60::maximumDocument) return {};
     try {
-        return kfab::ip::parseComponent(archive->read(*entry));
+        return kfab::ip::parseComponent(package.read(*entry));
     } catch (const lmx60::ReadError& error) {
         if (error.error().kind != lmx60::ErrorKind::OtherFormat)
             ComMsgMgr::post("@17-2009@%s%s%d", {error.what(), member, std::to_string(error.error().line)});
@@ -69,7 +68,7 @@ GivenParams collectParams(const std::string& file, const std::vector<std::string
     return params;
 }
 
-void requireParams(const GivenParams& params, const std::string& package, const HKPKernel& kernel) {
+void requireParams(const GivenParams& params, const ArchiveSnapshot& package, const HKPKernel& kernel) {
     if (params.empty()) return;
     const auto component = componentOf(package, kernel);
     if (!component) return;

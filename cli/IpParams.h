@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+class ArchiveSnapshot;
+
 namespace cli {
 
 /// A parameter's value, and where it was given, for messages.
@@ -22,6 +24,6 @@ GivenParams collectParams(const std::string& file, const std::vector<std::string
 
 /// Throws when the kernel's IP in the package has no parameter of a name or does not take its value. An IP
 /// that is not described as an IEEE 1685 component is not asked.
-void requireParams(const GivenParams& params, const std::string& package, const HKPKernel& kernel);
+void requireParams(const GivenParams& params, const ArchiveSnapshot& package, const HKPKernel& kernel);
 
 }  // namespace cli

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-/// What the digest of an archive tells.
+/// What the digest of an archive tells, by the numbers of HUTZip::checkIntegrity.
 enum class DigestVerdict { Valid, Missing, Mismatch, Unreadable };
 
 /// The digest that seals an archive: a hash over every byte up to the length field of the archive comment,

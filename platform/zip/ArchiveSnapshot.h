@@ -46,7 +46,8 @@ struct MemberBuffers {
 };
 
 /// An immutable view of one version of an archive: its entries in archive order, lookup, and reading members.
-/// One thread at a time uses it. Failures are HEXAlgException and name the archive and the member.
+/// Lookup is for the thread that opened it alone, for it shares that with others of the version. Failures are
+/// HEXAlgException and name the archive and the member.
 class KP_EXPORT ArchiveSnapshot : public std::enable_shared_from_this<ArchiveSnapshot> {
 public:
     /// The archive as it is now; the file stays open for as long as this is used. Its directory is read once

@@ -21,25 +21,20 @@ namespace {
 using kfab::kernel::ExplorerIface;
 using kfab::kernel::FileExplorer;
 
-/// One version of a package, and what its manifest states.
-struct OpenedPackage {
-    std::shared_ptr<const ArchiveSnapshot> version;  ///< none when the path is that of a manifest alone
-    std::shared_ptr<HKPContainer> container = std::make_shared<HKPContainer>();
-};
-
-OpenedPackage openForExtraction(const KernelExtraction& request) {
+/// Reads the manifest of the version that is asked for, and returns that version; none when the path is that
+/// of a manifest alone.
+std::shared_ptr<const ArchiveSnapshot> openForExtraction(const KernelExtraction& request,
+                                                         HKPContainer& container) {
     const std::string& path = request.kpPath;
-    OpenedPackage package;
-    HKPContainer& container = *package.container;
     if (!request.version && !HUTFile::exists(path))
         throw HEXAlgException("Failed to parse KP container '" + path + "'\n");
-    package.version = HKPContainerXMLReader(path, container, request.version).parsePackage();
-    const PackageSeal seal{path, package.version, container.getVersionMajor(), container.getVersionMinor()};
+    auto version = HKPContainerXMLReader(path, container, request.version).parsePackage();
+    const PackageSeal seal{path, version, container.getVersionMajor(), container.getVersionMinor()};
     request.requireSeal ? seal.require() : seal.check();
     if (request.checkVersion)
         HKPContainerUtils::checkKPVersion_(path, container.getSoftwareVersionMajor(),
                                            container.getSoftwareVersionMinor());
-    return package;
+    return version;
 }
 
 bool hasRepository(const HKPContainer& container) {
@@ -131,7 +126,8 @@ std::vector<std::string> linesOf(const std::string& path, const std::string& fil
 
 ExtractedKernel HKPContainerUtils::extractKernel(const KernelExtraction& request) {
     const std::string& path = request.kpPath;
-    const auto [version, container] = openForExtraction(request);
+    const auto container = std::make_shared<HKPContainer>();
+    const auto version = openForExtraction(request, *container);
     const HKPKernel* kernel = container->getKPKernelByName(request.kernelName);
     if (kernel == nullptr)
         throw HEXAlgException("Kernel '" + request.kernelName + "' was not found inside KP container '" +
@@ -167,7 +163,8 @@ std::shared_ptr<ExplorerIface> HKPContainerUtils::extractAllKernelsFromKPContain
 }
 
 std::shared_ptr<ExplorerIface> HKPContainerUtils::extractAllKernels(const KernelExtraction& request) {
-    const auto [version, container] = openForExtraction(request);
+    const auto container = std::make_shared<HKPContainer>();
+    const auto version = openForExtraction(request, *container);
     const bool isRepository = hasRepository(*container);
     const bool hasIpCaches = isRepository && container->getIsIpCacheDir();
     const auto [first, last] = container->getKPKernelRange();

@@ -5,6 +5,7 @@
 #include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/HUTZip.h"
 
+#include <array>
 #include <unordered_set>
 
 namespace {
@@ -14,19 +15,9 @@ std::unordered_set<std::string>& checkedPaths() {
     return paths;
 }
 
-const char* reasonAgainst(DigestVerdict digest) {
-    switch (digest) {
-        case DigestVerdict::Valid:
-            return "holds";
-        case DigestVerdict::Missing:
-            return "is missing";
-        case DigestVerdict::Mismatch:
-            return "does not hold: the package was changed since it was sealed";
-        case DigestVerdict::Unreadable:
-            return "cannot be read";
-    }
-    return "";
-}
+/// By the verdict on a digest that does not hold.
+constexpr std::array reasons = {
+    "", "is missing", "does not hold: the package was changed since it was sealed", "cannot be read"};
 
 bool formatHasDigest(const PackageSeal& seal) {
     return seal.formatMajor > 1 || (seal.formatMajor == 1 && seal.formatMinor >= 1);
@@ -60,7 +51,8 @@ void PackageSeal::check() const {
 void PackageSeal::require() const {
     const DigestVerdict digest = verify();
     if (isBroken(*this, digest))
-        throw HKPSealBroken("The digest of '" + path + "' " + reasonAgainst(digest) + "\n");
+        throw HKPSealBroken("The digest of '" + path + "' " + reasons.at(static_cast<std::size_t>(digest)) +
+                            "\n");
     note(path, digest);
 }
 

@@ -15,32 +15,11 @@
 
 namespace {
 
-std::string codeText(ArchiveFinding::Code code) {
-    using enum ArchiveFinding::Code;
-    switch (code) {
-        case DuplicateName:
-            return "duplicate-name";
-        case FileAndFolder:
-            return "file-and-folder";
-        case OverlappingEntry:
-            return "overlapping-entry";
-        case HeaderMismatch:
-            return "header-mismatch";
-        case BadData:
-            return "bad-data";
-        case UnsafeName:
-            return "unsafe-name";
-        case UnaccountedBytes:
-            return "unaccounted-bytes";
-        case UnknownMethod:
-            return "unknown-method";
-        case Encrypted:
-            return "encrypted";
-        case Unextractable:
-            return "unextractable";
-    }
-    return {};
-}
+/// In the order of the codes.
+constexpr std::array codeTexts = {"duplicate-name", "file-and-folder", "overlapping-entry", "header-mismatch",
+                                  "bad-data",       "unsafe-name",     "unaccounted-bytes", "unknown-method",
+                                  "encrypted",      "unextractable"};
+static_assert(codeTexts.size() == static_cast<std::size_t>(ArchiveFinding::Code::Unextractable) + 1);
 
 std::string withoutLineEnd(std::string text) {
     while (text.ends_with('\n'))
@@ -68,7 +47,8 @@ PackageVerification PackageVerification::of(const std::string& path) {
     }
     const HUTProgress progress([&] { return archive->contentSize() + archive->digestEnd(); });
     for (const ArchiveFinding& flaw : archive->check())
-        verification.findings.push_back({codeText(flaw.code), flaw.member, flaw.text});
+        verification.findings.push_back(
+            {codeTexts.at(static_cast<std::size_t>(flaw.code)), flaw.member, flaw.text});
 
     KPContainer::Root manifest;  // until it is read, one of the version that is written today
     try {
