@@ -217,6 +217,13 @@ class Comparison:
         self.row(f"info --json of {self.scaled(1000)} kernels, {self.scaled(20000)} entries", small, peer, "Python, zipfile, ElementTree", 1 / 5)
         self.row("info --json of ten times the kernels", large, small, "of a tenth", 12)
 
+    def lint(self):
+        thousand, more = self.inputs / "reported-1000.kp", self.inputs / "reported-4000.kp"
+        small, large, info = self.kp("lint", thousand), self.kp("lint", more), self.kp("info", "--json", thousand)
+        self.race(small, large, info, warm=512)
+        self.row(f"lint of {self.scaled(1000)} kernels with components and reports", small, info, "kp info --json", 3)
+        self.row("lint of four times the kernels", large, small, "of a quarter", 4.8)
+
     def bind(self):
         document = self.inputs / "report.xml"
         ours, expat = (Command([self.programs / name, document]) for name in ("bind_report", "bare_expat"))
@@ -253,7 +260,7 @@ def main():
     parser.add_argument("--only", help="the method of one group of rows")
     options = parser.parse_args()
     comparison = Comparison(options.programs, options.work / ("quick" if options.quick else "full"), options.quick)
-    rows = ["add_tree", "extract_tree", "big_package", "look", "report", "bind"]
+    rows = ["add_tree", "extract_tree", "big_package", "look", "report", "lint", "bind"]
     for name in rows:
         if options.only in (None, name):
             getattr(comparison, name)()

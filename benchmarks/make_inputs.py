@@ -121,10 +121,24 @@ def big_tree(directory, size):
             file.write(rng.randbytes(1 << 20))
 
 
-def package_of(path, kernels, entries_each):
-    """A package of many kernels, written directly, since adding one by one seals it every time."""
+def profile(modules):
+    """The example's report as a part of its description, with more modules."""
+    document = (EXAMPLE / "design.xml").read_text()
+    begin, end = document.index("    <Module>\n"), document.rindex("    </Module>\n") + len("    </Module>\n")
+    own = document[begin:end].split("    </Module>\n")[:-1]
+    more = (own[number % len(own)].replace("<Name>", f"<Name>more{number}_") + "    </Module>\n"
+            for number in range(modules - len(own)))
+    return document[document.index("<profile>"):end] + "".join(more) + document[end:]
+
+
+def package_of(path, kernels, entries_each, modules=0):
+    """A package of many kernels, written directly, since adding one by one seals it every time. With modules, each
+    kernel has a report of so many."""
     description = (EXAMPLE / "kernel.xml").read_text()
-    component = (EXAMPLE / "ip/component.xml").read_text()
+    if modules:
+        description = description.replace("</root>", profile(modules) + "</root>")
+    ip_files = {str(path.relative_to(EXAMPLE / "ip")): path.read_text() for path in sorted((EXAMPLE / "ip").rglob("*.*"))}
+    parts = range(entries_each - 1 - len(ip_files))
     manifest = ['<?xml version="1.0" encoding="UTF-8"?>\n'
                 '<Root VersionMajor="6" VersionMinor="0" SoftwareVersionMajor="2020" SoftwareVersionMinor="1" IpCache="no">\n'
                 "  <Kernels>\n"]
@@ -133,9 +147,10 @@ def package_of(path, kernels, entries_each):
             name = f"kernel{number}"
             ip = f"ip_repo/example_kernels_{name}_1_0"
             archive.writestr(f"{name}/kernel.xml", description.replace("vadd", name))
-            for part in range(entries_each - 2):
+            for part in parts:
                 archive.writestr(f"{ip}/hdl/part{part}.v", f"module part{part}; endmodule\n")
-            archive.writestr(f"{ip}/component.xml", component.replace("vadd", name))
+            for file, text in ip_files.items():
+                archive.writestr(f"{ip}/{file}".replace("vadd", name), text.replace("vadd", name))
             manifest.append(f'    <Kernel Name="{name}" Dir="{name}" IP="{ip}" TopIpDir="." Debug="no">\n'
                             "      <SupportedFlows><SupportedFlow>SYSTEM</SupportedFlow></SupportedFlows>\n"
                             "    </Kernel>\n")
@@ -161,6 +176,8 @@ def make(top, scale):
               "kernels-100.kp": (package_of, 100, 20),
               "kernels-1000.kp": (package_of, int(1000 * scale), 20),
               "kernels-10000.kp": (package_of, int(10000 * scale), 20),
+              "reported-1000.kp": (package_of, int(1000 * scale), 20, 20),
+              "reported-4000.kp": (package_of, int(4000 * scale), 20, 20),
               "report.xml": (report, int(50e6 * scale))}
     top.mkdir(parents=True, exist_ok=True)
     for name, (maker, *arguments) in inputs.items():

@@ -40,6 +40,9 @@ class LintTest(KpCase):
         Path("vadd/kernel.xml").write_text(text.replace('interrupt="false"', 'interrupt="no"'))
         self.assertEqual([0, 1], [run("lint", *WHOLE, *strict)[0] for strict in ([], ["--strict"])])
         self.assertEqual(len(run("lint", "--rules")[1].splitlines()), len(json.loads(run("lint", "--rules", "--json")[1])))
+        self.break_kernel(("<ports>", "<prots>"), ("</ports>", "</prots>"))
+        self.expect(["lint", *WHOLE], 3, "",
+                    "kp: error: [17-132] vadd/kernel.xml:4: element 'prots' is not known in 'kernel'\n")
         self.expect(["lint", "none"], 3, "", "kp: error: File not found: 'none'\n")
         for wrong in (["lint"], ["lint", "vadd/kernel.xml", "vadd"], ["lint", "p.kp", "--ip", "vadd/ip"]):
             self.assertEqual(2, run(*wrong)[0], wrong)
@@ -102,7 +105,7 @@ class LintTest(KpCase):
                 "[beyond-range]\n")
         refused = (f"kp: error: {line}kp: warning: vadd/kernel.xml:3: the interrupt 'no' is neither 'true' nor 'false' "
                    "[interrupt]\nkp: warning: vadd/kernel.xml:13: argument 'length' takes 0x4 bytes at 0x1000, where the IP "
-                   "describes no such register [ip-register]\nkp: error: Kernel 'vadd' is not added: --strict allows no "
+                   "describes no such register; that of its name lies at 0x34 [ip-register]\nkp: error: Kernel 'vadd' is not added: --strict allows no "
                    "finding of lint\n")
         for more in ([], ["--dry-run"]):
             self.expect(["add", "p.kp", *WHOLE, "--strict", *more], 3, "", refused)

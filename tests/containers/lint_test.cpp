@@ -110,7 +110,7 @@ TEST(Lint, NamesOtherMistakesOfTheRules) {
         {{"ip/component.xml", "hdl/../../vadd_fifo.v", "hdl/vadd_fifo.v",
           "component.xml:269", "the file 'hdl/../../vadd_fifo.v' of the file set 'synthesis' lies outside the IP"}, "ip-file-outside"},
         {{"ip/component.xml", "<ipxact:baseAddress>0x10<", "<ipxact:baseAddress>0x0<",
-          "kernel.xml:13", "argument 'length' takes 0x4 bytes at 0x34, where the IP describes no such register"}, "ip-register"},
+          "kernel.xml:13", "argument 'length' takes 0x4 bytes at 0x34, where the IP describes no such register; that of its name lies at 0x44"}, "ip-register"},
         {{"ip/component.xml", "<ipxact:name>control</ipxact:name> ... <ipxact:range>0x800<", "<ipxact:name>control</ipxact:name> ... <ipxact:range>0x1000<",
           "kernel.xml:5", "port 's_control' has a range of 0x1000, but the IP's address block 'control' ends at 0x800"}, "ip-range"},
         // clang-format on

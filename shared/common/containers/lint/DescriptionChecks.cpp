@@ -1,10 +1,11 @@
+#include "containers/kernel/CTypes.h"
 #include "containers/lint/Checks.h"
-#include "containers/lint/ScalarTypes.h"
 
 #include <algorithm>
 #include <cctype>
 #include <limits>
 #include <map>
+#include <sstream>
 #include <utility>
 
 namespace kfab::lint {
@@ -56,6 +57,21 @@ void onControlPort(const KernelFacts& kernel, Findings& findings, const Use& use
             findings.uncheck(named(arg) + " has no " + (arg.offset.isGiven ? "size" : "offset"));
     for (const Place& place : kernel.places)
         if (place.port == kernel.controlPort()) use(place);
+}
+
+bool isPointerType(std::string_view type) {
+    return type.find_first_of("*[") != std::string_view::npos;
+}
+
+/// In bytes; none of a type that is not known, or a pointer.
+std::optional<std::uint64_t> sizeOfValue(const std::string& type) {
+    if (isPointerType(type)) return {};
+    std::istringstream words(type);
+    std::string unqualified;
+    for (std::string word; words >> word;)
+        if (word != "const" && word != "volatile" && word != "restrict")
+            unqualified += (unqualified.empty() ? "" : " ") + word;
+    return kernel::sizeOfCType(unqualified);
 }
 
 std::string bitsOf(const NumberText& width) {
@@ -283,7 +299,7 @@ void checkMisaligned(const KernelFacts& kernel, Findings& findings) {
 void checkTypeSize(const KernelFacts& kernel, Findings& findings) {
     for (const ArgFacts& arg : kernel.args) {
         if (arg.passing != Passing::Value || !arg.size.value) continue;
-        const auto size = sizeOfType(arg.type);
+        const auto size = sizeOfValue(arg.type);
         if (size && !arg.size.is(*size))
             findings.add(arg.line, named(arg) + " has " + hexadecimal(*arg.size.value) +
                                        " bytes, but its type " + quote(arg.type) + " has " +

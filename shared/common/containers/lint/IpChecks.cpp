@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <map>
 #include <set>
 #include <unordered_map>
 #include <utility>
@@ -117,8 +116,22 @@ class Registers {
 public:
     explicit Registers(const ip::AddressBlock& block) {
         const std::uint64_t base = block.base.value.value_or(0);
-        for (const ip::Register& each : block.registers)
-            if (each.offset.value && each.size.value) byPlace_.emplace(base + *each.offset.value, &each);
+        for (const ip::Register& each : block.registers) {
+            if (!each.offset.value || !each.size.value) continue;
+            const std::uint64_t place = base + *each.offset.value;
+            byPlace_.emplace(place, &each);
+            for (const std::string& name : {each.name, each.name.substr(0, each.name.find_last_of("_["))})
+                if (const auto [first, isNew] = byName_.emplace(name, place); !isNew)
+                    first->second = std::min(first->second, place);
+        }
+    }
+
+    /// What is known of the register of an argument's name, or of the lowest one of "name_low" and the like.
+    std::string suggestion(const Place& place) const {
+        const auto found = byName_.find(place.arg->name);
+        if (found == byName_.end()) return {};
+        if (found->second == place.offset) return "; that of its name has another size";
+        return "; that of its name lies at " + hexadecimal(found->second);
     }
 
     /// Whether a register, or registers that adjoin, take exactly the bytes of a place. A value of less than
@@ -144,6 +157,7 @@ public:
 
 private:
     std::unordered_map<std::uint64_t, const ip::Register*> byPlace_;
+    std::unordered_map<std::string, std::uint64_t> byName_;
 };
 
 /// A file's path below the component's directory, plain; none when it leads out of that.
@@ -301,7 +315,8 @@ void checkIpRegister(const KernelFacts& kernel, Findings& findings) {
             }
             findings.add(place.arg->line, named(*place.arg) + " takes " + hexadecimal(place.size) +
                                               " bytes at " + hexadecimal(place.offset) +
-                                              ", where the IP describes no such register");
+                                              ", where the IP describes no such register" +
+                                              registers.suggestion(place));
         }
     });
 }

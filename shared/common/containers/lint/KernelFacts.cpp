@@ -121,18 +121,21 @@ std::vector<std::string> KernelFacts::vlnvFields() const {
 
 void takeDescription(KernelFacts& facts, std::string document) {
     auto tree = std::make_shared<lmx60::ElementTree>();
-    std::optional<lmx60::Error> unknown;
-    const auto passOver = [&](const lmx60::Error& error) {
-        if (!unknown) unknown = error;
+    KernelXML::Root record;
+    const auto takeVersion = [&] {
+        facts.versionMajor = record.versionMajor.get();
+        facts.versionMinor = record.versionMinor.get();
     };
-    lmx60::parse<KernelXML::Root>(std::move(document), passOver, tree.get());
+    const auto passOver = [&](const lmx60::Error& unknown) {
+        takeVersion();
+        if (!facts.isLater()) throw lmx60::ReadError(unknown);
+    };
+    lmx60::readInto(&record, record.table, record.element, std::move(document), passOver, tree.get());
+    takeVersion();
     const lmx60::Element root = tree->root();
     const lmx60::Element kernel = root.child("kernel");
     facts.rootLine = root.line();
     facts.line = kernel ? kernel.line() : 0;
-    facts.versionMajor = numberText(root.attribute("versionMajor")).value.value_or(0);
-    facts.versionMinor = numberText(root.attribute("versionMinor")).value.value_or(0);
-    if (unknown && !facts.isLater()) throw lmx60::ReadError(*unknown);
     facts.name = textOf(kernel, "name");
     facts.language = textOf(kernel, "language");
     facts.vlnv = textOf(kernel, "vlnv");

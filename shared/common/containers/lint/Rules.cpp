@@ -231,7 +231,8 @@ constexpr Rule table[] = {
      "Correct the offset and the size by the IP's registers, or describe the register there.",
      {"kernel.xml", R"(<arg name="length" ... offset="0x38")", R"(<arg name="length" ... offset="0x34")",
       "kernel.xml:13",
-      "argument 'length' takes 0x4 bytes at 0x38, where the IP describes no such register"}, checkIpRegister},
+      "argument 'length' takes 0x4 bytes at 0x38, where the IP describes no such register; "
+      "that of its name lies at 0x34"}, checkIpRegister},
     {"ip-clock", warning, "no port or interface of the IP is a clock",
      "The link has nothing to drive the kernel with.",
      "Give the IP a clock interface, with a port map for CLK.",
