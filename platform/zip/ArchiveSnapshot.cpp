@@ -62,8 +62,9 @@ std::shared_ptr<ArchiveSnapshot::Listing> ArchiveSnapshot::listingOf(const disk:
     });
     if (at == recent.end()) {
         const auto size = static_cast<std::uint64_t>(version.st_size);
-        *--at = std::make_shared<Listing>(
+        recent.back() = std::make_shared<Listing>(
             Listing{version, isSettled(version), readArchiveDirectory(file, size), {}, {}, {}, {}});
+        at = recent.end() - 1;
     }
     std::rotate(recent.begin(), at, at + 1);
     return recent.front();
