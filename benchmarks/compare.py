@@ -224,6 +224,16 @@ class Comparison:
         self.row(f"lint of {self.scaled(1000)} kernels with components and reports", small, info, "kp info --json", 3)
         self.row("lint of four times the kernels", large, small, "of a quarter", 4.8)
 
+    def diff(self):
+        kp, old, new = self.programs / "kp", self.inputs / "kernels-1000.kp", self.inputs / "kernels-1000-edited.kp"
+        told = json.loads(subprocess.run([kp, "diff", "--json", old, new], stdout=subprocess.PIPE).stdout)["differences"]
+        if {difference["field"] for difference in told} != {"attributes"} or len(told) != 10:
+            sys.exit("compare: kp diff does not tell the ten differences")
+        both = Command(["sh", "-c", '"$1" info --json "$2" && "$1" info --json "$3"', "sh", kp, old, new])
+        # Nothing breaks, so that its status is 0.
+        self.compare(f"diff of two packages of {self.scaled(1000)} kernels, {self.scaled(20000)} entries, but for ten the same",
+                     self.kp("diff", "--breaking", old, new), both, "info --json of both", 2, rounds=2)
+
     def bind(self):
         document = self.inputs / "report.xml"
         ours, expat = (Command([self.programs / name, document]) for name in ("bind_report", "bare_expat"))
@@ -260,7 +270,7 @@ def main():
     parser.add_argument("--only", help="the method of one group of rows")
     options = parser.parse_args()
     comparison = Comparison(options.programs, options.work / ("quick" if options.quick else "full"), options.quick)
-    rows = ["add_tree", "extract_tree", "big_package", "look", "report", "lint", "bind"]
+    rows = ["add_tree", "extract_tree", "big_package", "look", "report", "lint", "diff", "bind"]
     for name in rows:
         if options.only in (None, name):
             getattr(comparison, name)()

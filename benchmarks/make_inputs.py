@@ -131,9 +131,10 @@ def profile(modules):
     return document[document.index("<profile>"):end] + "".join(more) + document[end:]
 
 
-def package_of(path, kernels, entries_each, modules=0):
+def package_of(path, kernels, entries_each, modules=0, edited=0):
     """A package of many kernels, written directly, since adding one by one seals it every time. With modules, each
-    kernel has a report of so many."""
+    kernel has a report of so many. Of `edited` kernels, all over the package, the description has another text that
+    nobody calls by."""
     description = (EXAMPLE / "kernel.xml").read_text()
     if modules:
         description = description.replace("</root>", profile(modules) + "</root>")
@@ -146,7 +147,10 @@ def package_of(path, kernels, entries_each, modules=0):
         for number in range(kernels):
             name = f"kernel{number}"
             ip = f"ip_repo/example_kernels_{name}_1_0"
-            archive.writestr(f"{name}/kernel.xml", description.replace("vadd", name))
+            own = description.replace("vadd", name)
+            if edited and number % (kernels // edited) == 0:
+                own = own.replace('attributes=""', 'attributes="edited"')
+            archive.writestr(f"{name}/kernel.xml", own)
             for part in parts:
                 archive.writestr(f"{ip}/hdl/part{part}.v", f"module part{part}; endmodule\n")
             for file, text in ip_files.items():
@@ -175,6 +179,7 @@ def make(top, scale):
               "big-ip": (big_tree, int((1 << 30) * scale)),
               "kernels-100.kp": (package_of, 100, 20),
               "kernels-1000.kp": (package_of, int(1000 * scale), 20),
+              "kernels-1000-edited.kp": (package_of, int(1000 * scale), 20, 0, 10),
               "kernels-10000.kp": (package_of, int(10000 * scale), 20),
               "reported-1000.kp": (package_of, int(1000 * scale), 20, 20),
               "reported-4000.kp": (package_of, int(4000 * scale), 20, 20),

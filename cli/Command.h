@@ -39,6 +39,7 @@ Run declareList(CLI::App& app);
 Run declareValidate(CLI::App& app);
 Run declareVerify(CLI::App& app);
 Run declareLint(CLI::App& app);
+Run declareDiff(CLI::App& app);
 Run declareInfo(CLI::App& app);
 Run declareFiles(CLI::App& app);
 Run declareExtract(CLI::App& app);

@@ -12,6 +12,8 @@ constexpr Command table[] = {
     {"verify", "Check a package's digest, structure and contents", "kp verify vadd.kp", declareVerify, true},
     {"lint", "Hold kernels' descriptions, IPs and reports against each other", "kp lint vadd.kp --strict",
      declareLint, true},
+    {"diff", "Tell what differs between two packages, and what that means for their users",
+     "kp diff old.kp new.kp --breaking", declareDiff, true},
     {"info", "Report what a package holds", "kp info vadd.kp --json", declareInfo},
     {"files", "Show where each part of a kernel lies", "kp files vadd.kp vadd", declareFiles},
     {"extract", "Extract a kernel, or all, to a directory", "kp extract vadd.kp vadd -d out", declareExtract},

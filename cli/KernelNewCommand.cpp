@@ -4,12 +4,12 @@
 #include "cli/Output.h"
 #include "containers/author/KernelAuthor.h"
 #include "containers/ip/ComponentReader.h"
+#include "containers/kernel/NumberText.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/xml/Writer.h"
 
-#include <charconv>
 #include <cstdint>
 #include <iostream>
 #include <map>
@@ -34,20 +34,6 @@ struct Options {
     KernelRequest request;
 };
 
-/// Decimal, or with 0x before it; not one that could be octal.
-std::optional<std::uint64_t> numberOf(std::string_view text) {
-    const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
-    if (isHexadecimal)
-        text.remove_prefix(2);
-    else if (text.starts_with('0') && text.size() > 1)
-        return {};
-    std::uint64_t value = 0;
-    const auto [end, error] =
-        std::from_chars(text.data(), text.data() + text.size(), value, isHexadecimal ? 16 : 10);
-    if (error != std::errc() || end != text.data() + text.size()) return {};
-    return value;
-}
-
 /// An option "ARG=VALUE" that may be repeated, for different arguments; `take` is false for a value that is
 /// none. All is put where it belongs as it is parsed.
 template <class Take>
@@ -70,7 +56,7 @@ void addByArgument(CLI::App& app, const std::string& name, const std::string& ty
 auto intoNumbers(const std::shared_ptr<Options>& options,
                  std::map<std::string, std::uint64_t> KernelRequest::*numbers) {
     return [options, numbers](const std::string& argument, const std::string& text) {
-        const auto number = numberOf(text);
+        const auto number = kfab::kernel::numberOf(text);
         return number && (options->request.*numbers).emplace(argument, *number).second;
     };
 }

@@ -26,6 +26,55 @@ bool isCopy(const std::string& path, const ArchiveSnapshot& archive, const Archi
     }
 }
 
+namespace {
+
+/// Whether the same bytes are stored the same way.
+bool isStoredAlike(const ArchiveSnapshot& archive, const ArchiveEntry& entry, const ArchiveSnapshot& other,
+                   const ArchiveEntry& otherEntry) {
+    if (entry.method != otherEntry.method || entry.storedSize != otherEntry.storedSize) return false;
+    constexpr std::uint64_t pieceSize = std::uint64_t{1} << 18;
+    const std::uint64_t begin = archive.localRecord(entry).data;
+    const std::uint64_t otherBegin = other.localRecord(otherEntry).data;
+    Buffer piece, otherPiece;
+    for (std::uint64_t done = 0; done < entry.storedSize;) {
+        HUTInterrupt::check();
+        const std::uint64_t size = std::min(pieceSize, entry.storedSize - done);
+        disk::readExactly(archive.file(), begin + done, piece.ofSize(size), size);
+        disk::readExactly(other.file(), otherBegin + done, otherPiece.ofSize(size), size);
+        if (!std::equal(piece.data(), piece.data() + size, otherPiece.data())) return false;
+        done += size;
+    }
+    return true;
+}
+
+/// Fills the buffer, unless the member ends before.
+std::size_t readFully(MemberStream& member, char* buffer, std::size_t size) {
+    std::size_t done = 0;
+    while (const std::size_t got = done < size ? member.read(buffer + done, size - done) : 0)
+        done += got;
+    return done;
+}
+
+}  // namespace
+
+bool isCopy(const ArchiveSnapshot& archive, const ArchiveEntry& entry, const ArchiveSnapshot& other,
+            const ArchiveEntry& otherEntry) {
+    if (entry.size != otherEntry.size || entry.crc != otherEntry.crc) return false;
+    if (isStoredAlike(archive, entry, other, otherEntry)) return true;
+    constexpr std::size_t pieceSize = std::size_t{1} << 18;
+    Buffer piece, otherPiece;
+    const auto member = archive.stream(entry);
+    const auto otherMember = other.stream(otherEntry);
+    for (;;) {
+        HUTInterrupt::check();
+        const std::size_t size = readFully(*member, piece.ofSize(pieceSize), pieceSize);
+        const std::size_t otherSize = readFully(*otherMember, otherPiece.ofSize(pieceSize), pieceSize);
+        if (size != otherSize || !std::equal(piece.data(), piece.data() + size, otherPiece.data()))
+            return false;
+        if (size == 0) return true;
+    }
+}
+
 bool isCopy(const std::string& directory, const ArchiveSnapshot& archive, std::string_view folder) {
     std::size_t files = 0;
     for (const TreeItem& item : DirectoryTree::walk(directory)) {

@@ -97,6 +97,46 @@ class KpTest(KpCase):
                     "kp: error: Kernel 'x' was not found inside KP container 'many.kp'\n")
         self.expect(["-q", "list", "many.kp"], 0, "vadd  hw_emu,hw,hw  rtl\n")
 
+    def test_diff(self):
+        self.add("a.kp", "--report", "vadd/design.xml")
+        self.expect(["diff", "a.kp", "a.kp"], 0, "verdict: same\n")
+        xml = Path("vadd/kernel.xml")
+        xml.write_text(xml.read_text().replace('dataWidth="32"', 'dataWidth="64"', 1))
+        self.add("wider.kp", "--report", "vadd/design.xml", "--no-lint")
+        wider = "vadd: compatible: port 's_control': dataWidth 32 -> 64\n"
+        self.expect(["diff", "a.kp", "wider.kp"], 1, wider + "verdict: minor\n")
+        self.expect(["diff", "a.kp", "wider.kp", "--breaking"], 0, "verdict: minor\n")
+        xml.write_text(xml.read_text().replace('offset="0x34"', 'offset="0x38"'))
+        report = Path("vadd/design.xml")
+        report.write_text(report.read_text().replace("<LUT>655", "<LUT>1310"))
+        odd = "\x7f\n" + "x" * 200
+        self.add("b.kp", "--report", "vadd/design.xml", "--project", odd, "--no-lint")
+        with zipfile.ZipFile("b.kp", "a") as package:
+            package.writestr("new\x1b", "")
+        note = "The digest of 'b.kp' does not hold: the package was changed since it was sealed"
+        moved, figure = "argument 'length'", "report: module 'vadd'"
+        self.expect(["diff", "a.kp", "b.kp"], 1,
+                    f"vadd: inside: ProjectID '' -> '\\x7f\\x0a{'x' * 198}...'\n" + wider +
+                    f"vadd: breaking: {moved}: offset 0x34 -> 0x38\n"
+                    f"vadd: inside: {figure}: LUT 655 -> 1310 (+100%)\n"
+                    f"package: inside: file 'new\\x1b' added\nnote: {note}\nverdict: major\n")
+        offset = {"kernel": "vadd", "kind": "breaking", "change": "changed", "path": moved, "field": "offset",
+                  "old": 52, "new": 56}
+        answer = {"verdict": "major", "oldDigest": "valid", "newDigest": "mismatch", "differences": [offset],
+                  "notes": [note]}
+        self.expect_json(["diff", "a.kp", "b.kp", "VADD", "--breaking"], answer, 1)
+        differences = json.loads(run("diff", "a.kp", "b.kp", "--json")[1])["differences"]
+        self.assertEqual([odd, None, 100.0, "new\x1b"], [differences[0]["new"], differences[-1]["old"],
+                                                       differences[3]["percent"], differences[-1]["new"]])
+        self.expect(["diff", "a.kp", "b.kp", "x"], 3, "", "kp: error: Kernel 'x' was not found inside KP container "
+                    "'a.kp', nor inside 'b.kp'\n")
+        self.expect(["diff", "a.kp", "none"], 3, "", "kp: error: File not found: 'none'\n")
+        with zipfile.ZipFile("a.kp") as package, zipfile.ZipFile("stored.kp", "w") as stored:
+            for name in sorted(package.namelist()):
+                stored.writestr(name, package.read(name))
+        self.expect(["diff", "a.kp", "stored.kp"], 0, "note: The digest of 'stored.kp' is missing\nverdict: same\n")
+        self.assertEqual([2, 2], [run("diff", *wrong)[0] for wrong in ([], ["a.kp"])])
+
     def test_info_and_files(self):
         self.add("p.kp", "--shim", "vadd/vadd.qmr", "--hls-dir", "vadd/src", "-q")
         odd, shown = "v\x1b\nPdiFile: forged.cpp", "v\\x1b\\x0aPdiFile: forged.cpp"

@@ -174,6 +174,7 @@ class TerminalTest(KpCase):
         drawn, erased, ready = "left\x1b[K", "\r\x1b[K", "ready\r\r\n"
         # What is worked at, what the screen shows before the signal, the signal, and the end of the screen.
         rows = [(update, drawn, signal.SIGINT, erased), (["verify", "large.kp"], drawn, signal.SIGTERM, erased),
+                (["diff", "large.kp", "large.kp"], drawn, signal.SIGINT, erased),
                 (["extract", "large.kp", "-d", "out"], drawn, signal.SIGHUP, erased),
                 (customize, ready, signal.SIGINT, ready), (customize_in_shell, ready, signal.SIGTERM, ready),
                 ([*update, "-q"], None, signal.SIGINT, ""), (["kernel", "show", "-"], None, signal.SIGTERM, ""),

@@ -44,15 +44,18 @@ DigestVerdict PackageSeal::verify() const {
     return static_cast<DigestVerdict>((isFirst ? HUTZip::checkIntegrity : HUTZip::checkIntegrityEn)(path));
 }
 
+std::string PackageSeal::flaw(DigestVerdict digest) const {
+    if (!isBroken(*this, digest)) return "";
+    return "The digest of '" + path + "' " + reasons.at(static_cast<std::size_t>(digest));
+}
+
 void PackageSeal::check() const {
     if (!checkedPaths().contains(path)) note(path, verify());
 }
 
 void PackageSeal::require() const {
     const DigestVerdict digest = verify();
-    if (isBroken(*this, digest))
-        throw HKPSealBroken("The digest of '" + path + "' " + reasons.at(static_cast<std::size_t>(digest)) +
-                            "\n");
+    if (const std::string flaw = this->flaw(digest); !flaw.empty()) throw HKPSealBroken(flaw + "\n");
     note(path, digest);
 }
 

@@ -20,6 +20,9 @@ struct PackageSeal {
     /// is one of its own.
     DigestVerdict verify() const;
 
+    /// What is wrong with a package whose digest tells this, as a sentence; empty for nothing.
+    std::string flaw(DigestVerdict digest) const;
+
     /// Verifies the digest and posts 17-1396 unless it holds; both once for each path and process.
     void check() const;
 

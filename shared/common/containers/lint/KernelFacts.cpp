@@ -2,11 +2,11 @@
 
 #include "containers/ip/ComponentReader.h"
 #include "containers/kernel/KernelRecords.h"
+#include "containers/kernel/NumberText.h"
 #include "platform/base/HSTStringUtils.h"
 #include "platform/xml/Reader.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 #include <unordered_map>
 #include <utility>
@@ -68,18 +68,7 @@ const PortFacts* slaveOf(const ArgFacts& arg, const KernelFacts& facts) {
 
 NumberText numberText(std::optional<std::string_view> text) {
     if (!text) return {};
-    NumberText number{std::string(*text), true, {}};
-    std::string_view digits = *text;
-    const bool isHexadecimal = digits.starts_with("0x") || digits.starts_with("0X");
-    if (isHexadecimal)
-        digits.remove_prefix(2);
-    else if (digits.size() > 1 && digits.front() == '0')
-        return number;
-    std::uint64_t value = 0;
-    const auto [end, error] =
-        std::from_chars(digits.data(), digits.data() + digits.size(), value, isHexadecimal ? 16 : 10);
-    if (error == std::errc() && end == digits.data() + digits.size()) number.value = value;
-    return number;
+    return {std::string(*text), true, kernel::numberOf(*text)};
 }
 
 bool PortFacts::isAddressable() const {

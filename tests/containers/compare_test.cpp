@@ -1,0 +1,405 @@
+#include "containers/compare/Comparison.h"
+#include "containers/compare/Meaning.h"
+#include "containers/compare/RecordComparison.h"
+#include "containers/kernel/KernelRecords.h"
+#include "containers/kp/ManifestRecords.h"
+#include "platform/base/Exceptions.h"
+#include "tests/support/Packages.h"
+#include "tests/support/RandomRecord.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <tuple>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace kfab::compare;
+using lmx60::Field;
+using lmx60::FieldKind;
+using lmx60::Table;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+Texts linesOf(const Comparison& comparison) {
+    Texts lines;
+    for (const Difference& difference : comparison.differences)
+        lines.push_back(lineOf(difference));
+    for (const std::string& note : comparison.notes)
+        lines.push_back("note: " + note);
+    return lines;
+}
+
+// The example as two packages
+
+/// One piece of one of its inputs in another way.
+struct Edit {
+    std::string file, piece, other;
+};
+
+/// The example's inputs, with a description that has a bit of everything.
+class Inputs {
+public:
+    Inputs() {
+        std::filesystem::copy(KP_EXAMPLES_DIR "/vadd", directory_.path(),
+                              std::filesystem::copy_options::recursive);
+        directory_.file("debug/trace.txt", "old");
+        edit({"kernel.xml", "</ports>",
+              "<port name='s_in' mode='slave' dataWidth='64' portType='stream'/></ports>"});
+        edit({"kernel.xml", "</kernel>",
+              "<string_table><format_string id='1' value='n: %d'/></string_table></kernel>"
+              "<memory name='shared' size='4096' linkage='external'/>"
+              "<pipe name='p' width='32' depth='16' linkage='external'/>"
+              "<connection srcInst='vadd' srcPort='m_read' dstInst='mem' dstPort='s' srcType='kernel'/>"});
+    }
+
+    void edit(const Edit& edit) {
+        std::string text = TemporaryDirectory::read(directory_ / edit.file);
+        const std::size_t at = text.find(edit.piece);
+        EXPECT_NE(at, std::string::npos) << edit.piece;
+        directory_.file(edit.file, text.replace(at, edit.piece.size(), edit.other));
+    }
+
+    KernelAddition addition(const std::string& package) const {
+        return {.kpPath = directory_ / package,
+                .kernelName = "vadd",
+                .kernelXmlPath = directory_ / "kernel.xml",
+                .ipDir = directory_ / "ip",
+                .cpuFiles = {directory_ / "src/vadd.cpp"},
+                .designXmlPath = directory_ / "design.xml",
+                .projectID = "lab 7",
+                .debugDir = directory_ / "debug"};
+    }
+
+private:
+    TemporaryDirectory directory_;
+};
+
+/// The lines of the example before and after edits of its inputs and of what is added; then the verdict.
+Texts changed(const std::vector<Edit>& edits, const std::function<void(KernelAddition&)>& change = {}) {
+    Inputs inputs;
+    const KernelAddition old = inputs.addition("old.kp");
+    add(old);
+    for (const Edit& edit : edits)
+        inputs.edit(edit);
+    KernelAddition addition = inputs.addition("new.kp");
+    if (change) change(addition);
+    add(addition);
+    const Comparison comparison = comparePackages(old.kpPath, addition.kpPath);
+    Texts lines = linesOf(comparison);
+    for (std::string& line : lines)
+        line.erase(0, std::string_view("vadd: ").size());
+    lines.emplace_back(textOf(comparison.verdict()));
+    return lines;
+}
+
+/// An edit of the description.
+Edit xml(const std::string& piece, const std::string& other) {
+    return {"kernel.xml", piece, other};
+}
+
+TEST(Compare, TellsEachKindOfDifference) {
+    const std::string length = "id=\"3\" port=\"s_control\" size=\"0x4\"";
+    const std::string b =
+        R"(<arg name="b" addressQualifier="1" id="1" port="m_read" size="0x8" offset="0x1C" hostOffset="0x0" hostSize="0x8" type="uint*"/>)";
+    const std::string source = "ip_repo/example_kernels_vadd_1_0/hdl/vadd.v";
+    struct Row {
+        std::vector<Edit> edits;
+        Texts lines;
+    };
+    // clang-format off
+    const Row rows[] = {
+        {{}, {"same"}},
+        {{xml("offset=\"0x34\"", "offset=\"0x38\"")}, {"breaking: argument 'length': offset 0x34 -> 0x38", "major"}},
+        {{xml("offset=\"0x34\"", "offset=\"52\"")}, {"inside: argument 'length': offset 0x34 -> 52", "patch"}},
+        {{xml(length, "id=\"3\" port=\"s_control\" size=\"0x8\"")}, {"breaking: argument 'length': size 0x4 -> 0x8", "major"}},
+        {{xml("type=\"uint\"", "type=\"unsigned int\"")}, {"breaking: argument 'length': type uint -> 'unsigned int'", "major"}},
+        {{xml("port=\"m_read\"", "port=\"m_write\"")}, {"breaking: argument 'a': port m_read -> m_write", "major"}},
+        {{xml("addressQualifier=\"1\"", "addressQualifier=\"2\"")}, {"breaking: argument 'a': addressQualifier 1 -> 2", "major"}},
+        {{xml(" addressQualifier=\"0\"", "")}, {"inside: argument 'length': addressQualifier 0 -> none", "patch"}},
+        {{xml("hostSize=\"0x4\"", "")}, {"breaking: argument 'length': hostSize 0x4 -> none", "major"}},
+        {{xml("type=\"uint\"", "type=\"uint\" memSize=\"8\" origName=\"n\"")},
+         {"breaking: argument 'length': memSize none -> 8", "inside: argument 'length': origName none -> n", "major"}},
+        {{xml("name=\"length\"", "name=\"count\"")}, {"breaking: argument 'length': name length -> count", "major"}},
+        {{xml("id=\"0\"", "id=\"1\""), xml("\"b\" addressQualifier=\"1\" id=\"1\"", "\"b\" addressQualifier=\"1\" id=\"0\"")},
+         {"breaking: argument 'a': id 0 -> 1", "major"}},
+        {{xml("id=\"0\"", "id=\"9\""), xml("id=\"1\"", "id=\"0\""), xml("id=\"2\"", "id=\"1\""), xml("id=\"3\"", "id=\"2\""), xml("id=\"9\"", "id=\"3\"")},
+         {"breaking: argument 'a': id 0 -> 3", "major"}},
+        {{xml("id=\"3\"", "id=\"7\"")}, {"breaking: argument 'length': id 3 -> 7", "major"}},
+        {{xml(b, ""), xml("id=\"2\"", "id=\"1\""), xml("id=\"3\"", "id=\"2\"")}, {"breaking: argument 'b' removed", "major"}},
+        {{xml("</args>", "<arg name='x' id='4'/></args>")}, {"breaking: argument 'x' added", "major"}},
+        {{xml(b, ""), xml("<args>", "<args>" + b)}, {"inside: file 'vadd/kernel.xml': checksum", "patch"}},
+        {{xml("dataWidth=\"32\"", "dataWidth=\"64\"")}, {"compatible: port 's_control': dataWidth 32 -> 64", "minor"}},
+        {{xml("dataWidth=\"32\"", "dataWidth=\"16\"")}, {"breaking: port 's_control': dataWidth 32 -> 16", "major"}},
+        {{xml("range=\"0x1000\"", "range=\"0x2000\"")}, {"compatible: port 's_control': range 0x1000 -> 0x2000", "minor"}},
+        {{xml("range=\"0x1000\"", "range=\"0x800\"")}, {"breaking: port 's_control': range 0x1000 -> 0x800", "major"}},
+        {{xml("range=\"0x1000\"", "range=\"4K\"")}, {"breaking: port 's_control': range 0x1000 -> 4K", "major"}},
+        {{xml("mode=\"slave\"", "mode=\"Slave\"")}, {"inside: port 's_control': mode slave -> Slave", "patch"}},
+        {{xml("mode=\"slave\"", "mode=\"master\"")}, {"breaking: port 's_control': mode slave -> master", "major"}},
+        {{xml("portType=\"addressable\"", "portType=\"stream\"")}, {"breaking: port 's_control': portType addressable -> stream", "major"}},
+        {{xml("base=\"0x0\"", "base=\"0x10\"")}, {"breaking: port 's_control': base 0x0 -> 0x10", "major"}},
+        {{xml("name='s_in'", "name='s_on'")}, {"breaking: port 's_in' removed", "breaking: port 's_on' added", "major"}},
+        {{xml("</ports>", "<port name='m_more' mode='master' portType='addressable'/></ports>")}, {"compatible: port 'm_more' added", "minor"}},
+        {{xml("start_done", "pipelined")}, {"breaking: hwControlProtocol start_done -> pipelined", "major"}},
+        {{xml("interrupt=\"false\"", "interrupt=\"true\"")}, {"compatible: interrupt false -> true", "minor"}},
+        {{xml("interrupt=\"false\"", "")}, {"inside: interrupt false -> none", "patch"}},
+        {{xml("attributes=\"\"", "attributes=\"a &#10;\x7F b\" compileOptions=\"none\" hash=\"\" debug=\"true\"")},
+         {"inside: attributes '' -> 'a \\x0a\\x7f b'", "inside: hash none -> ''", "inside: debug none -> true", "inside: compileOptions none -> 'none'", "patch"}},
+        {{xml("workGroupSize=\"1\"", "workGroupSize=\"64\"")}, {"compatible: workGroupSize 1 -> 64", "minor"}},
+        {{xml("<compileWorkGroupSize x=\"1\" y=\"1\" z=\"1\"/>", "")}, {"compatible: compileWorkGroupSize removed", "minor"}},
+        {{xml("<compileWorkGroupSize x=\"1\"", "<compileWorkGroupSize x=\"2\"")}, {"breaking: compileWorkGroupSize: x 1 -> 2", "major"}},
+        {{xml("<maxWorkGroupSize x=\"1\" y=\"1\"", "<maxWorkGroupSize x=\"2\" y=\"0\"")},
+         {"compatible: maxWorkGroupSize: x 1 -> 2", "breaking: maxWorkGroupSize: y 1 -> 0", "major"}},
+        {{xml("n: %d", "m: %d"), xml("</string_table>", "<format_string id='2'/></string_table>")},
+         {"inside: format string '1': value 'n: %d' -> 'm: %d'", "inside: format string '2' added", "patch"}},
+        {{xml("size='4096'", "size='8192'"), xml("depth='16'", "depth='8'")},
+         {"compatible: memory 'shared': size 4096 -> 8192", "breaking: pipe 'p': depth 16 -> 8", "major"}},
+        {{xml("srcType='kernel'", "srcType='core'")}, {"breaking: connection 'vadd m_read mem s': srcType kernel -> core", "major"}},
+        {{xml(":vadd:1.0", ":vadd:1.1")},
+         {"inside: IP ip_repo/example_kernels_vadd_1_0 -> ip_repo/example_kernels_vadd_1_1", "inside: vlnv example:kernels:vadd:1.0 -> example:kernels:vadd:1.1", "patch"}},
+        {{{"design.xml", "<LUT>655", "<LUT>983"}}, {"inside: report: module 'vadd': LUT 655 -> 983 (+50.1%)", "patch"}},
+        {{{"design.xml", "<EstimatedClockPeriod>2.920", "<EstimatedClockPeriod>1.46"}},
+         {"inside: report: module 'vadd': EstimatedClockPeriod 2.92 -> 1.46 (-50%)", "patch"}},
+        {{{"ip/hdl/vadd.v", "module vadd", "module vaxx"}}, {"inside: file '" + source + "': checksum", "patch"}},
+        {{{"ip/hdl/vadd.v", "module vadd", "module vad"}}, {"inside: file '" + source + "': size 3825 -> 3824", "patch"}},
+        {{{"debug/trace.txt", "old", "older"}}, {"inside: file 'vadd/debug/trace.txt': size 3 -> 5", "patch"}},
+    };
+    // clang-format on
+    for (const Row& row : rows) {
+        Texts lines = changed(row.edits);
+        for (std::string& line : lines)  // of inputs that may change
+            if (const std::size_t at = line.find(": checksum 0x"); at != std::string::npos)
+                line.resize(at + std::string_view(": checksum").size());
+        EXPECT_THAT(lines, ElementsAreArray(row.lines)) << (row.edits.empty() ? "" : row.edits.front().other);
+    }
+}
+
+TEST(Compare, TellsWhatElseAKernelHasAndLacks) {
+    const TemporaryDirectory more;
+    const std::string image = inputFile(more, "x.pdi");
+    // clang-format off
+    const std::pair<std::function<void(KernelAddition&)>, Texts> rows[] = {
+        {[](KernelAddition& kernel) { kernel.cpuFiles = {}; },
+         {"breaking: flow 'sw_emu' removed", "inside: file 'vadd/cpu_sources/vadd.cpp' removed", "major"}},
+        {[](KernelAddition& kernel) { kernel.projectID = "lab 8"; }, {"inside: ProjectID 'lab 7' -> 'lab 8'", "patch"}},
+        {[](KernelAddition& kernel) { kernel.debugDir = ""; },
+         {"inside: Debug yes -> no", "inside: file 'vadd/debug/trace.txt' removed", "patch"}},
+        {[&](KernelAddition& kernel) { kernel.pdiFiles = {image}; },
+         {"compatible: Pdi no -> yes", "inside: file 'vadd/pdi/x.pdi' added", "minor"}},
+        {[](KernelAddition& kernel) { kernel.designXmlPath = ""; }, {"inside: report removed", "patch"}},
+        {[](KernelAddition& kernel) { kernel.ipDir = ""; },
+         {"inside: IP ip_repo/example_kernels_vadd_1_0 -> ''", "breaking: flow 'hw' removed", "breaking: flow 'hw_emu' removed",
+          "inside: IP 'ip_repo/example_kernels_vadd_1_0' removed", "major"}},
+    };
+    // clang-format on
+    for (const auto& [change, lines] : rows)
+        EXPECT_THAT(changed({}, change), ElementsAreArray(lines));
+}
+
+// Whole packages
+
+TEST(Compare, FindsKernelsByTheirNames) {
+    const TemporaryDirectory directory;
+    const std::string shared = "language='ip' vlnv='v:l:shared:1.0'";
+    const auto package = [&](const std::string& name, const Texts& kernels, bool repo = true) {
+        for (const std::string& kernel : kernels) {
+            KernelAddition addition = ipKernel(directory, kernel, shared);
+            addition.kpPath = directory / name;
+            addition.ipDir = directory / "a/ip";
+            addition.ipRepoLayout = repo;
+            add(addition);
+        }
+        return directory / name;
+    };
+    const std::string old = package("old.kp", {"a", "b", "c"});
+    EXPECT_THAT(linesOf(comparePackages(old, package("order.kp", {"c", "a", "b"}))), IsEmpty());
+    EXPECT_THAT(linesOf(comparePackages(old, package("less.kp", {"c", "d"}))),
+                ElementsAre("a: breaking: kernel removed", "b: breaking: kernel removed",
+                            "d: compatible: kernel added"));
+    EXPECT_THAT(linesOf(comparePackages(old, directory / "less.kp", "C")), IsEmpty());
+    EXPECT_THAT(linesOf(comparePackages(old, directory / "less.kp", "D")),
+                ElementsAre("d: compatible: kernel added"));
+    EXPECT_THAT(linesOf(comparePackages(old, package("case.kp", {"A", "b", "c"}), "a")),
+                ElementsAre("A: breaking: Name a -> A", "A: inside: Dir a -> A", "A: breaking: name a -> A"));
+    EXPECT_THROW(comparePackages(old, directory / "less.kp", "e"), HEXAlgException);
+    EXPECT_THAT(
+        linesOf(comparePackages(old, package("layout.kp", {"a", "b", "c"}, false))),
+        ElementsAre("a: inside: IP ip_repo/v_l_shared_1_0 -> a/ip",
+                    "b: inside: IP ip_repo/v_l_shared_1_0 -> b/ip",
+                    "c: inside: IP ip_repo/v_l_shared_1_0 -> c/ip", "package: inside: VersionMajor 6 -> 2"));
+    inputFile(directory, "a/ip/hdl/more.v");
+    const std::string sharedToo =
+        ": inside: IP 'ip_repo/v_l_shared_1_0', that of kernel 'a' as well: files differ";
+    EXPECT_THAT(linesOf(comparePackages(old, package("more.kp", {"b", "a", "c"}))),
+                ElementsAre("a: inside: file 'ip_repo/v_l_shared_1_0/hdl/more.v' added", "b" + sharedToo,
+                            "c" + sharedToo));
+    EXPECT_THAT(
+        linesOf(comparePackages(old, package("grown.kp", {"a", "b"}, false))),
+        ElementsAre("a: inside: IP ip_repo/v_l_shared_1_0 -> a/ip", "a: inside: file 'a/ip/hdl/more.v' added",
+                    "b: inside: IP ip_repo/v_l_shared_1_0 -> b/ip", "b: inside: IP 'b/ip': files differ",
+                    "c: breaking: kernel removed", "package: inside: VersionMajor 6 -> 2"));
+}
+
+const std::string manifestHead = "<Root VersionMajor='6' VersionMinor='0'>";
+
+/// A package as others may have made it: a manifest with these kernels, and these members.
+std::string written(const TemporaryDirectory& directory, const std::string& name, const std::string& manifest,
+                    Members members) {
+    members.emplace_back("kp.xml", manifestHead + manifest + "</Root>");
+    pack(directory / name, members);
+    return directory / name;
+}
+
+TEST(Compare, LooksAtAllMembersAndTellsWhatIsNotSure) {
+    const TemporaryDirectory directory;
+    const std::string kernels = "<Kernels><Kernel Name='k' Dir='k'/></Kernels>";
+    const std::string later =
+        "<root versionMajor='1' versionMinor='11' new=''><kernel name='k'><ports/><args/></kernel></root>";
+    const std::string old = written(
+        directory, "old.kp", "<IpCaches><Cache CacheDir='x'/></IpCaches>" + kernels,
+        {{"k/kernel.xml", kernelXml("name='k'")}, {"ip_cache/x/x.qmr", "x"}, {"lone", "1"}, {"k/e/", ""}});
+    const std::string now = written(directory, "new.kp", kernels, {{"k/kernel.xml", later}, {"lone", "2"}});
+    EXPECT_THAT(linesOf(comparePackages(old, now)),
+                ElementsAre("k: inside: versionMinor 10 -> 11", "package: inside: IP cache 'x' removed",
+                            "package: inside: file 'lone': checksum 0x83dcefb7 -> 0x1ad5be0d",
+                            "note: The digest of '" + old + "' is missing",
+                            "note: The digest of '" + now + "' is missing",
+                            "note: The description of kernel 'k' in '" + now +
+                                "' holds what is not known; that was not compared"));
+    const Comparison none = comparePackages(written(directory, "none.kp", "<Kernels/>", {}), now, "K");
+    EXPECT_EQ(none.verdict(), Verdict::Minor);
+}
+
+TEST(Compare, NamesWhatCannotBeCompared) {
+    const TemporaryDirectory directory;
+    const std::string kernels = "<Kernels><Kernel Name='k' Dir='k'/></Kernels>";
+    const std::string good =
+        written(directory, "good.kp", kernels, {{"k/kernel.xml", kernelXml("name='k'")}});
+    const auto reason = [&](const std::string& package) -> std::string {
+        try {
+            comparePackages(good, package);
+        } catch (const std::exception& failure) {
+            return failure.what();
+        }
+        return "";
+    };
+    const auto expectReason = [&](const std::string& package, const std::string& expected) {
+        EXPECT_THAT(reason(package), testing::HasSubstr(expected));
+    };
+    expectReason(directory / "none.kp", "none.kp");
+    expectReason(directory.file("empty.kp", ""), "is not a readable archive");
+    expectReason(written(directory, "bare.kp", kernels, {}),
+                 "bare.kp' has no description: 'k/kernel.xml' is not in the package");
+    expectReason(written(directory, "bad.kp", kernels, {{"k/kernel.xml", "<root/>"}}), "bad.kp");
+    // The same name twice, as no writer here would.
+    std::string bytes = TemporaryDirectory::read(written(
+        directory, "x.kp", kernels, {{"k/kernel.xml", kernelXml("name='k'")}, {"k/e1", "1"}, {"k/e2", "2"}}));
+    for (std::size_t at = 0; (at = bytes.find("k/e2", at)) != std::string::npos;)
+        bytes[at + 3] = '1';
+    expectReason(directory.file("twice.kp", bytes), "twice.kp' holds two entries named 'k/e1'");
+}
+
+// The table
+
+template <class Use>
+void forEachTable(const Table& table, std::set<const Table*>& met, const Use& use) {
+    if (!met.insert(&table).second || &table == &KernelXML::Profile::table) return;
+    for (const Field& field : table) {
+        use(field);
+        if (field.kind == FieldKind::Record) forEachTable(field.childTable(), met, use);
+    }
+}
+
+TEST(Compare, KnowsWhatEveryFieldMeans) {
+    std::set<const Table*> met;
+    for (const Table* table : {&KPContainer::Root::table, &KernelXML::Root::table})
+        forEachTable(*table, met, [](const Field& field) {
+            const Meaning* meaning = meaningOf(field);
+            ASSERT_NE(meaning, nullptr) << field.name;
+            const bool isThere = field.kind == FieldKind::Record && meaning->noun.empty();
+            EXPECT_NE(meaning->judge == nullptr, !isThere) << field.name;
+        });
+}
+
+/// Fills a record with one of everything, but for one value, which is another one, or one child, which is
+/// missing.
+class OneOdd {
+public:
+    explicit OneOdd(std::size_t odd) : left_(odd) {}
+
+    void fill(void* record, const Table& table, int level = 0) {
+        constexpr int deepest = 8;
+        for (const Field& field : table) {
+            if (field.name == KernelXML::InstListType::element && level > deepest) continue;
+            const bool isOdd = left_-- == 0;
+            if (isOdd) name_ = field.name;
+            if (field.parse != nullptr) {
+                if (field.parse(record, isOdd ? "SYSTEM" : "HW_EMU") != lmx60::ErrorKind::None)
+                    field.parse(record, isOdd ? "1" : "2");
+            } else if (!isOdd || field.occurs == lmx60::Occurs::Required) {
+                if (isOdd) isRequired_ = true;
+                void* const child = field.append(record);
+                if (child != nullptr) fill(child, field.childTable(), level + 1);
+            }
+        }
+    }
+
+    /// The field that is odd; empty when there are no more.
+    std::string name() const { return name_; }
+    bool isRequired() const { return isRequired_; }
+
+private:
+    std::size_t left_;
+    std::string name_;
+    bool isRequired_ = false;
+};
+
+template <class R>
+std::size_t expectEachFieldTold() {
+    R plain;
+    OneOdd(static_cast<std::size_t>(-1)).fill(&plain, R::table);
+    for (std::size_t odd = 0;; ++odd) {
+        R other;
+        OneOdd filling(odd);
+        filling.fill(&other, R::table);
+        if (filling.name().empty()) return odd;
+        std::vector<Difference> differences;
+        RecordComparison("k", differences).compare(plain, other);
+        EXPECT_EQ(differences.empty(), filling.isRequired()) << filling.name();
+    }
+}
+
+TEST(Compare, TellsAChangeOfEveryField) {
+    EXPECT_GT(expectEachFieldTold<KPContainer::Root>(), 20U);
+    EXPECT_GT(expectEachFieldTold<KernelXML::Root>(), 100U);
+}
+
+/// What is told of two documents, whatever its order and meaning.
+std::multiset<std::tuple<std::string, std::string, std::string>> told(const KernelXML::Root& before,
+                                                                      const KernelXML::Root& now,
+                                                                      bool isSwapped) {
+    std::vector<Difference> differences;
+    RecordComparison("k", differences).compare(before, now);
+    std::multiset<std::tuple<std::string, std::string, std::string>> texts;
+    for (Difference& each : differences) {
+        if (isSwapped) std::swap(each.oldText, each.newText);
+        texts.emplace(each.field, each.oldText.value_or("none"), each.newText.value_or("none"));
+    }
+    return texts;
+}
+
+TEST(Compare, TellsTheSameWithOldAndNewSwapped) {
+    for (unsigned seed = 0; seed < 40; ++seed) {
+        const auto first = RandomRecord(seed).make<KernelXML::Root>();
+        const auto second = RandomRecord(seed + 1000).make<KernelXML::Root>();
+        EXPECT_EQ(told(first, second, false), told(second, first, true)) << seed;
+        EXPECT_THAT(told(first, first, false), IsEmpty()) << seed;
+    }
+}
+
+}  // namespace
