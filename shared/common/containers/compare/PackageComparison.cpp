@@ -201,14 +201,17 @@ void PackageComparison::compareIps(const std::string& kernel, const std::string&
 }
 
 /// Each file is compared but a few times, however many kernels share IPs in one package and not in the other.
+/// A folder is held against the one of its name in any case.
 void PackageComparison::compareIpFolders(const std::string& kernel, const std::string& before,
                                          const std::string& now) {
     const auto [old, isOldNew] = oldIpSizes_.try_emplace(before);
     const auto [current, isCurrentNew] = newIpSizes_.try_emplace(now);
-    if (!isOldNew && !isCurrentNew) return;  // the kernel took another one of these: the manifest says so
+    const bool isMoved = before != now;
+    if (isMoved && !isOldNew && !isCurrentNew) return;  // the manifest says which of these it took
     if (isOldNew) old->second = before_.members.takeAgain(before).size();
     if (isCurrentNew) current->second = now_.members.takeAgain(now).size();
-    if (isOldNew != isCurrentNew && old->second != current->second) return tellIpFiles(kernel, now, {});
+    if (isMoved && isOldNew != isCurrentNew && old->second != current->second)
+        return tellIpFiles(kernel, now, {});
     files_.compare(kernel, before_.members.takeAgain(before), now_.members.takeAgain(now));
 }
 
