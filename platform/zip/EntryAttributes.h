@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/base/Export.h"
+
 #include <cstdint>
 #include <ctime>
 
@@ -16,4 +18,4 @@ std::uint32_t entryTime(std::time_t modified);
 mode_t entryMode(mode_t mode);
 
 /// The time in UTC that an entry's date and time tell.
-std::time_t modifiedTime(std::uint32_t dosTime);
+KP_EXPORT std::time_t modifiedTime(std::uint32_t dosTime);

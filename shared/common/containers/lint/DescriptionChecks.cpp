@@ -229,8 +229,7 @@ void checkBeyondRange(const KernelFacts& kernel, Findings& findings) {
 }
 
 void checkInControlBlock(const KernelFacts& kernel, Findings& findings) {
-    constexpr std::uint64_t firstFree = 0x10;
-    if (kernel.protocol != "start_done") {
+    if (!kernel.hasControlBlock()) {
         if (kernel.hasRegisters())
             findings.uncheck(kernel.protocol.empty()
                                  ? "it has no control protocol"
@@ -238,10 +237,10 @@ void checkInControlBlock(const KernelFacts& kernel, Findings& findings) {
         return;
     }
     onControlPort(kernel, findings, [&](const Place& place) {
-        if (place.offset < firstFree)
+        if (place.offset < controlBlockSize)
             findings.add(place.arg->line, named(*place.arg) + " begins at " + hexadecimal(place.offset) +
                                               ", within the control registers below " +
-                                              hexadecimal(firstFree));
+                                              hexadecimal(controlBlockSize));
     });
 }
 

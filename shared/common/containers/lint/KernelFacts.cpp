@@ -2,8 +2,6 @@
 
 #include "containers/ip/ComponentReader.h"
 #include "containers/kernel/KernelRecords.h"
-#include "containers/kernel/NumberText.h"
-#include "platform/base/HSTStringUtils.h"
 #include "platform/xml/Reader.h"
 
 #include <algorithm>
@@ -66,27 +64,6 @@ const PortFacts* slaveOf(const ArgFacts& arg, const KernelFacts& facts) {
 
 }  // namespace
 
-NumberText numberText(std::optional<std::string_view> text) {
-    if (!text) return {};
-    return {std::string(*text), true, kernel::numberOf(*text)};
-}
-
-bool PortFacts::isAddressable() const {
-    return HSTStringUtils::equalsIgnoreCase(type, "addressable");
-}
-
-bool PortFacts::isStream() const {
-    return HSTStringUtils::equalsIgnoreCase(type, "stream");
-}
-
-bool PortFacts::isMaster() const {
-    return HSTStringUtils::equalsIgnoreCase(mode, "master");
-}
-
-bool PortFacts::isSlave() const {
-    return HSTStringUtils::equalsIgnoreCase(mode, "slave");
-}
-
 std::uint64_t sumOf(std::uint64_t a, std::uint64_t b) {
     constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
     return b > most - a ? most : a + b;
@@ -130,6 +107,7 @@ void takeDescription(KernelFacts& facts, std::string document) {
     facts.vlnv = textOf(kernel, "vlnv");
     facts.interrupt = textOf(kernel, "interrupt");
     facts.protocol = textOf(kernel, "hwControlProtocol");
+    facts.debug = textOf(kernel, "debug");
     if (facts.kernel.empty()) facts.kernel = facts.name;
 
     for (const lmx60::Element port : kernel.child("ports").children())

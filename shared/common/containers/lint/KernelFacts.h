@@ -1,6 +1,7 @@
 #pragma once
 
 #include "containers/ip/IpComponent.h"
+#include "containers/lint/PortFacts.h"
 #include "containers/lint/TopModule.h"
 #include "platform/xml/ElementTree.h"
 
@@ -12,36 +13,6 @@
 #include <vector>
 
 namespace kfab::lint {
-
-/// A number of a description, which is text there: decimal, or beginning with 0x.
-struct NumberText {
-    std::string text;
-    bool isGiven = false;
-    std::optional<std::uint64_t> value;
-
-    bool isWrong() const { return isGiven && !value; }
-    bool is(std::uint64_t number) const { return value == number; }
-};
-
-NumberText numberText(std::optional<std::string_view> text);
-
-struct PortFacts {
-    std::string name, mode, type;
-    NumberText range, base, dataWidth;
-    int line = 0;
-
-    bool isAddressable() const;
-    bool isStream() const;
-    bool isMaster() const;
-    bool isSlave() const;
-};
-
-enum class Passing {
-    Value,
-    Pointer,  ///< to global or constant memory
-    Stream,
-    Unknown,
-};
 
 struct ArgFacts {
     std::string name, portName, type;
@@ -91,13 +62,16 @@ struct EntryFacts {
     std::string topIp;  ///< the top IP directory, where the package lacks it
 };
 
+/// How many bytes the control registers take.
+inline constexpr std::uint64_t controlBlockSize = 0x10;
+
 /// Everything about one kernel, numbers parsed once, each thing with its line.
 struct KernelFacts {
     std::string kernel;  ///< what findings call it
     std::string document;
     int line = 0, rootLine = 0;
     std::uint64_t versionMajor = 0, versionMinor = 0;
-    std::string name, language, vlnv, interrupt, protocol;
+    std::string name, language, vlnv, interrupt, protocol, debug;
     std::vector<PortFacts> ports;
     std::vector<ArgFacts> args;
     std::vector<const PortFacts*> slaves;  ///< the addressable ones
@@ -116,6 +90,8 @@ struct KernelFacts {
     /// The only addressable slave; none when there are several or none.
     const PortFacts* controlPort() const { return slaves.size() == 1 ? slaves.front() : nullptr; }
     bool hasRegisters() const;
+    /// Whether the control registers are known to take the first bytes of the control port.
+    bool hasControlBlock() const { return protocol == "start_done"; }
     bool isLater() const;
     /// Its fields; fewer or more than four when it is none.
     std::vector<std::string> vlnvFields() const;

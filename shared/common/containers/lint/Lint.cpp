@@ -1,5 +1,6 @@
 #include "containers/lint/Lint.h"
 
+#include "containers/lint/Examination.h"
 #include "containers/lint/Findings.h"
 #include "containers/lint/LooseFacts.h"
 #include "containers/lint/PackageFacts.h"
@@ -18,32 +19,26 @@ void check(const KernelFacts& facts, Outcome& outcome) {
     }
 }
 
-Outcome outcomeOf(const KernelFacts& facts) {
+}  // namespace
+
+Outcome examine(const KernelFacts& facts) {
     Outcome outcome;
     check(facts, outcome);
     return outcome;
 }
 
-}  // namespace
-
 Outcome lintKernel(const LooseKernel& kernel) {
-    return outcomeOf(factsOf(kernel));
+    return examine(factsOf(kernel));
 }
 
 Outcome lintAddition(const KernelAddition& addition) {
-    return outcomeOf(factsOf(addition));
+    return examine(factsOf(addition));
 }
 
 Outcome lintPackage(const std::string& package, const std::optional<std::string>& kernel) {
     if (package.empty() || !HUTFile::exists(package)) throw HEXFileNotFoundException(package);
     const PackageFacts content(package);
-    if (kernel) {
-        const std::optional<std::size_t> place = content.find(*kernel);
-        if (!place)
-            throw HEXAlgException("Kernel '" + *kernel + "' was not found inside KP container '" + package +
-                                  "'\n");
-        return outcomeOf(content.factsOf(*place));
-    }
+    if (kernel) return examine(content.factsOf(content.require(*kernel)));
     Outcome outcome;
     for (std::size_t place = 0; place < content.kernelCount(); ++place) {
         HUTInterrupt::check();

@@ -31,8 +31,8 @@ bool needsIp(const KPContainer::Kernel& kernel) {
 
 PackageFacts::PackageFacts(const std::string& path) : archive_(ArchiveSnapshot::open(path)) {
     lmx60::ElementTree tree;
-    const KPContainer::Root manifest = HKPContainerXMLReader::readManifest(path, archive_, &tree);
-    for (const KPContainer::Kernel& kernel : manifest.Kernels.Kernel)
+    manifest_ = HKPContainerXMLReader::readManifest(path, archive_, &tree);
+    for (const KPContainer::Kernel& kernel : manifest_.Kernels.Kernel)
         entries_.push_back(entryOf(kernel));
     std::size_t at = 0;
     for (const lmx60::Element kernel : tree.root().child("Kernels").children())
@@ -58,11 +58,13 @@ std::string PackageFacts::read(const std::string& member) const {
     return readPackageDocument(archive_->path(), member, archive_);
 }
 
-std::optional<std::size_t> PackageFacts::find(const std::string& name) const {
+std::size_t PackageFacts::require(const std::string& name) const {
     const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) {
         return HSTStringUtils::equalsIgnoreCase(entry.name, name);
     });
-    if (found == entries_.end()) return {};
+    if (found == entries_.end())
+        throw HEXAlgException("Kernel '" + name + "' was not found inside KP container '" + archive_->path() +
+                              "'\n");
     return static_cast<std::size_t>(found - entries_.begin());
 }
 

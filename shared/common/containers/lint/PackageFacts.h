@@ -20,9 +20,13 @@ public:
     /// Throws HEXAlgException and HEXAll for what is no package.
     explicit PackageFacts(const std::string& path);
 
+    const std::shared_ptr<const ArchiveSnapshot>& archive() const { return archive_; }
+    const KPContainer::Root& manifest() const { return manifest_; }
+
     std::size_t kernelCount() const { return entries_.size(); }
-    /// By its name without regard to case; none when there is none.
-    std::optional<std::size_t> find(const std::string& name) const;
+    /// The place in the manifest of the kernel of a name without regard to case. Throws HEXAlgException when
+    /// there is none.
+    std::size_t require(const std::string& name) const;
 
     /// Of the kernel of a place in the manifest. Throws HEXAll when its description is not valid,
     /// std::ios_base::failure when it is not there.
@@ -48,6 +52,7 @@ private:
     IpFiles filesIn(const std::string& folder) const;
 
     std::shared_ptr<const ArchiveSnapshot> archive_;
+    KPContainer::Root manifest_;
     std::vector<Entry> entries_;
     std::unordered_map<std::string, std::vector<std::size_t>> usersOf_;  // entries, by the folded ipFolder
 };

@@ -1,7 +1,7 @@
 #include "containers/lint/Checks.h"
+#include "containers/lint/Timing.h"
 
 #include <algorithm>
-#include <charconv>
 #include <set>
 
 namespace kfab::lint {
@@ -42,15 +42,6 @@ void forEachInstance(Element parent, const Use& use) {
     }
 }
 
-std::optional<double> numberIn(Element element) {
-    if (!element) return {};
-    const std::string_view text = element.text();
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) return {};
-    return value;
-}
-
 }  // namespace
 
 void checkReportTop(const KernelFacts& kernel, Findings& findings) {
@@ -86,19 +77,17 @@ void checkReportPort(const KernelFacts& kernel, Findings& findings) {
 }
 
 void checkReportTiming(const KernelFacts& kernel, Findings& findings) {
-    constexpr double tolerance = 0.005;
     forEachModule(kernel, [&](Element module) {
         const Element timing = module.child("PerformanceEstimates").child("SummaryOfTimingAnalysis");
-        const auto target = numberIn(timing.child("TargetClockPeriod"));
-        const auto uncertainty = numberIn(timing.child("ClockUncertainty"));
         const Element estimated = timing.child("EstimatedClockPeriod");
-        const auto estimate = numberIn(estimated);
-        if (!target || !estimate || *estimate <= *target - uncertainty.value_or(0) + tolerance) return;
-        findings.addIn(kernel.reportDocument, estimated.line(),
-                       "the module " + quote(textOf(module.child("Name"))) + " needs a clock period of " +
-                           std::string(estimated.text()) + ", more than the target " +
-                           std::string(textOf(timing.child("TargetClockPeriod"))) + " less the uncertainty " +
-                           (uncertainty ? std::string(textOf(timing.child("ClockUncertainty"))) : "0"));
+        const Timing periods = timingOf(module);
+        if (periods.isMet().value_or(true)) return;
+        findings.addIn(
+            kernel.reportDocument, estimated.line(),
+            "the module " + quote(textOf(module.child("Name"))) + " needs a clock period of " +
+                std::string(estimated.text()) + ", more than the target " +
+                std::string(textOf(timing.child("TargetClockPeriod"))) + " less the uncertainty " +
+                (periods.uncertainty ? std::string(textOf(timing.child("ClockUncertainty"))) : "0"));
     });
 }
 

@@ -1,0 +1,147 @@
+#include "containers/overview/Overview.h"
+
+#include "containers/explorer/KernelLayout.h"
+#include "containers/kp/HKPContainerXMLReader.h"
+#include "containers/kp/PackageLayout.h"
+#include "containers/kp/PackageSeal.h"
+#include "containers/lint/Examination.h"
+#include "containers/lint/LooseFacts.h"
+#include "containers/lint/PackageFacts.h"
+#include "containers/overview/Parts.h"
+#include "platform/base/Exceptions.h"
+#include "platform/base/HI18N.h"
+#include "platform/base/HUTInterrupt.h"
+#include "platform/files/HUTFile.h"
+#include "platform/files/HUTPathUtils.h"
+#include "platform/zip/ArchiveSnapshot.h"
+#include "platform/zip/EntryAttributes.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace kfab::overview {
+namespace {
+
+std::string textIn(const KPContainer::Text& text) {
+    return HI18N::convert(text.get());
+}
+
+std::string folderIn(const KPContainer::Text& text) {
+    return std::string(HUTPathUtils::withoutTrailingSeparators(textIn(text)));
+}
+
+std::uint32_t presentOrZero(const KPContainer::Number& number) {
+    return number.isPresent() ? number.get() : 0;
+}
+
+Package packageOf(const lint::PackageFacts& facts) {
+    const ArchiveSnapshot& archive = *facts.archive();
+    const KPContainer::Root& manifest = facts.manifest();
+    Package package;
+    package.path = archive.path();
+    package.size = archive.digestEnd() + sizeof(std::uint16_t) + archive.comment().size();
+    package.contentSize = archive.contentSize();
+    package.formatMajor = manifest.VersionMajor.get();
+    package.formatMinor = manifest.VersionMinor.get();
+    package.softwareMajor = presentOrZero(manifest.SoftwareVersionMajor);
+    package.softwareMinor = presentOrZero(manifest.SoftwareVersionMinor);
+    package.seal = archive.comment();
+    package.fileCount = static_cast<std::size_t>(
+        std::count_if(archive.entries().begin(), archive.entries().end(),
+                      [](const ArchiveEntry& entry) { return !entry.isDirectory(); }));
+    if (const ArchiveEntry* entry = archive.find(layout::manifest))
+        package.written = modifiedTime(entry->dosTime);
+    package.digest =
+        PackageSeal{archive.path(), facts.archive(), package.formatMajor, package.formatMinor}.verify();
+    if (manifest.IpCaches)
+        for (const KPContainer::Cache& cache : manifest.IpCaches->Cache)
+            package.ipCaches.push_back(textIn(cache.CacheDir));
+    return package;
+}
+
+Entry entryOf(const KPContainer::Kernel& kernel) {
+    Entry entry{
+        folderIn(kernel.Dir), folderIn(kernel.IP), folderIn(kernel.TopIpDir), textIn(kernel.ProjectID), {}};
+    if (kernel.SupportedFlows)
+        for (const KPContainer::SupportedFlow flow : kernel.SupportedFlows->SupportedFlow)
+            if (const auto type = static_cast<HKPKernel::SupportedFlowType>(flow.ordinal - 1);
+                !HKPKernel::getFlowAsStr(type).empty())
+                entry.flows.push_back(HKPKernel::getFlowAsStr(type));
+    return entry;
+}
+
+Argument argumentOf(const lint::ArgFacts& arg) {
+    return {.name = arg.name,
+            .type = arg.type,
+            .port = arg.portName,
+            .passing = arg.passing,
+            .id = arg.id,
+            .size = arg.size,
+            .offset = arg.offset,
+            .hostOffset = arg.hostOffset,
+            .hostSize = arg.hostSize};
+}
+
+void takeFacts(Kernel& kernel, const lint::KernelFacts& facts) {
+    kernel.name = facts.kernel;
+    kernel.versionMajor = facts.versionMajor;
+    kernel.versionMinor = facts.versionMinor;
+    kernel.language = facts.language;
+    kernel.vlnv = facts.vlnv;
+    kernel.protocol = facts.protocol;
+    kernel.interrupt = facts.interrupt;
+    kernel.debug = facts.debug;
+    kernel.ports = facts.ports;
+    std::transform(facts.args.begin(), facts.args.end(), std::back_inserter(kernel.arguments), argumentOf);
+    kernel.maps = addressMapsOf(facts);
+    kernel.report = reportOf(facts.report);
+    kernel.findings = lint::examine(facts);
+}
+
+Kernel kernelOf(const lint::PackageFacts& package, std::size_t place) {
+    const KPContainer::Kernel& described = package.manifest().Kernels.Kernel.get(place);
+    Kernel kernel;
+    kernel.name = textIn(described.Name);
+    kernel.entry = entryOf(described);
+    kernel.document = HUTPathUtils::join(kernel.entry->folder, layout::kernelXml);
+    kernel.files = filesOf(*kernel.entry, *package.archive());
+    try {
+        takeFacts(kernel, package.factsOf(place));
+    } catch (const HEXInterrupted&) {
+        throw;
+    } catch (const std::exception& unreadable) {
+        kernel.problem = unreadable.what();
+        while (kernel.problem.ends_with('\n'))
+            kernel.problem.pop_back();
+    }
+    return kernel;
+}
+
+}  // namespace
+
+Overview ofPackage(const std::string& path, const std::optional<std::string>& kernel) {
+    if (path.empty() || !HUTFile::exists(path)) throw HEXFileNotFoundException(path);
+    const lint::PackageFacts facts(path);
+    Overview overview;
+    overview.package = packageOf(facts);
+    if (kernel) {
+        overview.kernels.push_back(kernelOf(facts, facts.require(*kernel)));
+        return overview;
+    }
+    for (std::size_t place = 0; place < facts.kernelCount(); ++place) {
+        HUTInterrupt::check();
+        overview.kernels.push_back(kernelOf(facts, place));
+    }
+    return overview;
+}
+
+Overview ofDescription(const std::string& kernelXml) {
+    Kernel kernel;
+    kernel.document = kernelXml;
+    takeFacts(kernel, lint::factsOf(lint::LooseKernel{.kernelXml = kernelXml}));
+    Overview overview;
+    overview.kernels.push_back(std::move(kernel));
+    return overview;
+}
+
+}  // namespace kfab::overview

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "containers/overview/Records.h"
+#include "platform/base/Export.h"
+
+#include <optional>
+#include <string>
+
+/// What there is to show of packages and kernels, gathered. Nothing is extracted, changed or printed.
+namespace kfab::overview {
+
+/// All kernels of a package, or the one of a name without regard to case. A description that cannot be read
+/// is its kernel's problem. Throws HEXFileNotFoundException when there is no package, HEXAlgException and
+/// HEXAll when it or its manifest cannot be read, or when it lacks the kernel.
+KP_EXPORT Overview ofPackage(const std::string& package, const std::optional<std::string>& kernel = {});
+
+/// The kernel of a description that is not in a package. Throws HEXFileNotFoundException when it is not
+/// there, HEXAll (with the error, the path and the line) when it cannot be read.
+KP_EXPORT Overview ofDescription(const std::string& kernelXml);
+
+}  // namespace kfab::overview
