@@ -40,6 +40,7 @@ Run declareValidate(CLI::App& app);
 Run declareVerify(CLI::App& app);
 Run declareLint(CLI::App& app);
 Run declareDiff(CLI::App& app);
+Run declareShow(CLI::App& app);
 Run declareInfo(CLI::App& app);
 Run declareFiles(CLI::App& app);
 Run declareExtract(CLI::App& app);

@@ -2,6 +2,7 @@
 
 #include "containers/kp/HKPContainer.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,10 +18,15 @@ using Kernels = std::vector<const HKPKernel*>;
 Kernels chosenKernels(const HKPContainer& container, const std::string& package,
                       const std::optional<std::string>& name);
 
+/// As "6.0".
+std::string versionText(std::uint64_t major, std::uint64_t minor);
+
 /// A kernel as its manifest entry states it.
 nlohmann::ordered_json describeKernel(const HKPKernel& kernel);
 
 /// Writes a line for each kernel to standard output: its name, flows and flags.
 void printKernels(const Kernels& kernels);
+/// The same for eyes: with a header, and no wider than the terminal.
+void showKernels(const Kernels& kernels);
 
 }  // namespace cli

@@ -30,7 +30,7 @@ void printLintText(const Outcome& outcome) {
                   << unchecked.code << "]\n";
 }
 
-void printLintJson(const Outcome& outcome) {
+ordered_json lintJson(const Outcome& outcome) {
     auto findings = ordered_json::array();
     for (const Finding& finding : outcome.findings)
         findings.push_back({{"code", finding.rule->code},
@@ -44,7 +44,11 @@ void printLintJson(const Outcome& outcome) {
     for (const Unchecked& each : outcome.unchecked)
         unchecked.push_back(
             {{"code", each.code}, {"kernel", jsonText(each.kernel)}, {"reason", jsonText(each.reason)}});
-    print({{"findings", std::move(findings)}, {"unchecked", std::move(unchecked)}});
+    return {{"findings", std::move(findings)}, {"unchecked", std::move(unchecked)}};
+}
+
+void printLintJson(const Outcome& outcome) {
+    print(lintJson(outcome));
 }
 
 void printRulesText() {

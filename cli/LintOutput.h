@@ -4,12 +4,16 @@
 
 #include <string>
 
+#include <nlohmann/json_fwd.hpp>
+
 // Forms of what lint found.
 
 namespace cli {
 
 /// As compilers print it, but for the severity: "vadd/kernel.xml:14: argument ... [overlap]".
 std::string lintLine(const kfab::lint::Finding& finding, const std::string& severity = {});
+
+nlohmann::ordered_json lintJson(const kfab::lint::Outcome& outcome);
 
 void printLintText(const kfab::lint::Outcome& outcome);
 void printLintJson(const kfab::lint::Outcome& outcome);

@@ -1,6 +1,7 @@
 #include "cli/Command.h"
 #include "cli/Kernels.h"
 #include "cli/Output.h"
+#include "cli/Terminal.h"
 #include "containers/kp/HKPContainerUtils.h"
 
 #include <memory>
@@ -12,18 +13,14 @@
 namespace cli {
 namespace {
 
-std::string version(std::uint32_t major, std::uint32_t minor) {
-    return std::to_string(major) + "." + std::to_string(minor);
-}
-
 void printJson(const HKPContainer& container, const Kernels& kernels) {
     auto described = nlohmann::ordered_json::array();
     for (const HKPKernel* kernel : kernels)
         described.push_back(describeKernel(*kernel));
     const auto [firstCache, lastCache] = container.getIpCachesRange();
-    print({{"formatVersion", version(container.getVersionMajor(), container.getVersionMinor())},
+    print({{"formatVersion", versionText(container.getVersionMajor(), container.getVersionMinor())},
            {"softwareVersion",
-            version(container.getSoftwareVersionMajor(), container.getSoftwareVersionMinor())},
+            versionText(container.getSoftwareVersionMajor(), container.getSoftwareVersionMinor())},
            {"ipCaches", std::vector<std::string>(firstCache, lastCache)},
            {"kernels", std::move(described)}});
 }
@@ -39,7 +36,11 @@ Run declareList(CLI::App& app) {
         HKPContainer container;
         HKPContainerUtils::openKPContainer_(*package, container);
         const auto kernels = chosenKernels(container, *package, std::nullopt);
-        *json ? printJson(container, kernels) : printKernels(kernels);
+        if (*json) {
+            printJson(container, kernels);
+        } else {
+            isOnTerminal(STDOUT_FILENO) ? showKernels(kernels) : printKernels(kernels);
+        }
         return Done;
     };
 }

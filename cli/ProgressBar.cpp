@@ -9,9 +9,6 @@
 #include <iostream>
 #include <string>
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 namespace cli {
 namespace {
 
@@ -19,12 +16,6 @@ using namespace std::chrono_literals;
 using Seconds = std::chrono::duration<double>;
 
 constexpr std::chrono::milliseconds longestPause = 100ms;
-
-std::size_t terminalWidth() {
-    constexpr std::size_t usualWidth = 80;
-    struct winsize size {};
-    return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : usualWidth;
-}
 
 template <class... Values>
 std::string formatted(const char* format, Values... values) {
@@ -101,7 +92,8 @@ void ProgressBar::advance(std::uint64_t done) {
     const double share = static_cast<double>(done) / static_cast<double>(total_);
     const double secondsLeft = static_cast<double>(total_ - done) / rate;
     // The last column stays free: many terminals wrap the line there.
-    std::cerr << "\r" + lineOf(share, rate, secondsLeft, terminalWidth() - 1, hasColour_) + "\x1b[K";
+    const std::size_t width = terminalWidth(STDERR_FILENO) - 1;
+    std::cerr << "\r" + lineOf(share, rate, secondsLeft, width, hasColour_) + "\x1b[K";
 }
 
 void ProgressBar::end() {

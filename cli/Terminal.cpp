@@ -1,9 +1,14 @@
 #include "cli/Terminal.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstdlib>
+#include <optional>
 #include <string_view>
 
-#include <unistd.h>
+#include <langinfo.h>
+#include <locale.h>
+#include <sys/ioctl.h>
 
 namespace cli {
 namespace {
@@ -13,14 +18,43 @@ std::string_view variable(const char* name) {
     return value == nullptr ? "" : value;
 }
 
-}  // namespace
-
-bool isOnTerminal() {
-    return ::isatty(STDERR_FILENO) != 0 && variable("TERM") != "dumb";
+/// None unless it is a positive number.
+std::optional<std::size_t> statedWidth() {
+    const std::string_view text = variable("COLUMNS");
+    std::size_t width = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), width);
+    if (error != std::errc() || end != text.data() + text.size() || width == 0) return {};
+    return width;
 }
 
-bool hasColour() {
-    return isOnTerminal() && variable("NO_COLOR").empty();
+}  // namespace
+
+bool isOnTerminal(int descriptor) {
+    return ::isatty(descriptor) != 0 && variable("TERM") != "dumb";
+}
+
+bool hasColour(int descriptor) {
+    return isOnTerminal(descriptor) && variable("NO_COLOR").empty();
+}
+
+std::size_t terminalWidth(int descriptor) {
+    constexpr std::size_t usualWidth = 80;
+    struct winsize size {};
+    return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : usualWidth;
+}
+
+std::size_t outputWidth() {
+    constexpr std::size_t narrowest = 20;
+    constexpr std::size_t widest = 1000;
+    return std::clamp(statedWidth().value_or(terminalWidth(STDOUT_FILENO)), narrowest, widest);
+}
+
+bool isUtf8Locale() {
+    const locale_t locale = ::newlocale(LC_CTYPE_MASK, "", nullptr);
+    if (locale == nullptr) return false;
+    const bool isUtf8 = std::string_view(::nl_langinfo_l(CODESET, locale)) == "UTF-8";
+    ::freelocale(locale);
+    return isUtf8;
 }
 
 }  // namespace cli

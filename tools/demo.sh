@@ -49,6 +49,7 @@ step 0 'ip_repo/example_kernels_vadd_hw_1_0/component.xml' 'unzip -l vadd.kp'
 
 printf '\nWhat is in the package, and what comes out of it.\n'
 step 0 'example:kernels:vadd_hw:1.0' 'kp info vadd.kp'
+step 0 'Most LUT' 'kp show vadd.kp vadd'
 step 0 'out/vadd' 'kp extract vadd.kp vadd -d out'
 step 0 '' 'diff -r examples/vadd/ip out/ip_repo/example_kernels_vadd_1_0 && diff -r vadd_hw/ip out/ip_repo/example_kernels_vadd_hw_1_0'
 step 0 'module vadd' 'kp cat vadd.kp ip_repo/example_kernels_vadd_1_0/hdl/vadd.v'

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "cli/Style.h"
+#include "cli/TextTable.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+namespace cli {
+
+/// Headings, labelled texts and tables for eyes, on standard output and as wide as that. Texts are displayed
+/// ones.
+class TextPage {
+public:
+    TextPage();
+
+    const Style& style() const { return style_; }
+
+    /// What the page, or a part of it, is about.
+    void title(std::string_view kind, const std::string& name);
+    void heading(const std::string& text);
+    /// A label, and a text of as many lines as it takes; nothing for no text.
+    void field(std::string_view label, const std::string& text, Colour colour = Colour::None);
+    /// A label, and a name or path in one line.
+    void name(std::string_view label, const std::string& text);
+    void paragraph(const std::string& text, Colour colour = Colour::None);
+    void table(const TextTable& table, std::size_t most = longestTable);
+
+private:
+    static constexpr std::size_t longestTable = 100;
+
+    void lines(const std::string& lead, const std::string& text, Colour colour);
+
+    std::ostream& out_;
+    Style style_;
+    std::size_t width_;
+    bool isFirst_ = true;
+};
+
+/// As "12.3 KiB".
+std::string sizeText(std::uint64_t bytes);
+/// As "0x10".
+std::string hexText(std::uint64_t number);
+/// As "2.92".
+std::string decimalText(double number);
+/// As "1 file" or "2 files".
+std::string countText(std::uint64_t count, std::string_view noun);
+
+}  // namespace cli

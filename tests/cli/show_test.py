@@ -1,0 +1,197 @@
+"""What kp shows to people: the pages of show, the table of list, and what programs get instead."""
+
+import fcntl
+import json
+import os
+import pty
+import re
+import struct
+import subprocess
+import termios
+import unicodedata
+import unittest
+import zipfile
+from pathlib import Path
+
+import jsonschema
+
+from kp_case import KP, KpCase, run
+
+HERE = Path(__file__).resolve().parent
+SCHEMA = jsonschema.Draft202012Validator(json.loads((HERE.parents[1] / "docs/show.schema.json").read_text()))
+UTF8 = {"LC_ALL": "C.UTF-8"}
+
+
+def columns(line):
+    """How many a terminal takes for a line."""
+    return sum(0 if unicodedata.combining(c) else 2 if unicodedata.east_asian_width(c) in "WF" else 1 for c in line)
+
+
+def on_screen(width, *arguments, **environment):
+    """What kp writes to a terminal of a width."""
+    screen, terminal = pty.openpty()
+    fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, width, 0, 0))
+    done = subprocess.Popen([KP, *arguments], stdout=terminal, stderr=terminal,
+                            env={**os.environ, "TERM": "xterm", "NO_COLOR": "", **UTF8, **environment})
+    os.close(terminal)
+    shown = b""
+    try:
+        while piece := os.read(screen, 1 << 16):
+            shown += piece
+    except OSError:  # the other end is closed
+        pass
+    os.close(screen)
+    return done.wait(), shown.decode().replace("\r\n", "\n")
+
+
+class ShowTest(KpCase):
+    def rewrite(self, package, changes):
+        """A package like another one, some members of which are changed by functions."""
+        with zipfile.ZipFile(package) as before, zipfile.ZipFile("changed.kp", "w") as after:
+            for name in before.namelist():
+                after.writestr(name, changes.get(name, lambda data: data)(before.read(name)))
+        return "changed.kp"
+
+    def change(self, *pieces):
+        """A description like the example's, with pieces of it replaced."""
+        text = Path("vadd/kernel.xml").read_text()
+        for piece, other in pieces:
+            self.assertIn(piece, text)
+            text = text.replace(piece, other)
+        Path("k.xml").write_text(text)
+        return "k.xml"
+
+    def shown(self, *arguments, width=80, **environment):
+        """The page, whose lines fit the width and are fit for a terminal."""
+        status, out, err = run("show", *arguments, **{**UTF8, "COLUMNS": str(width), **environment})
+        self.assertEqual((0, ""), (status, err), arguments)
+        for line in out.splitlines():
+            self.assertLessEqual(columns(line), width, line)
+            self.assertFalse([c for c in line if unicodedata.category(c) in ("Cc", "Cf", "Zl", "Zp")], line)
+        return out
+
+    def described(self, *arguments):
+        """The JSON, which the schema describes."""
+        status, out, err = run("show", *arguments, "--json")
+        self.assertEqual((0, ""), (status, err), arguments)
+        SCHEMA.validate(json.loads(out))
+        return json.loads(out)
+
+    def test_the_example_at_80_and_40_columns(self):
+        self.add("vadd.kp", "--report", "vadd/design.xml", "--cpu-source", "vadd/src/vadd.cpp")
+        for width in (80, 40):
+            page = self.shown("vadd.kp", width=width)
+            page = re.sub(r"(Size +)[\d.]+ KiB,", r"\g<1>9.9 KiB,", page)  # as deflated here
+            page = re.sub(r"(Written +)[-\d]+ [\d:]+", r"\g<1>2020-02-02 20:20", page)
+            page = re.sub(r"(sha256:|:s)[\da-f…]+", r"\1...", page)
+            self.assertEqual((HERE / f"show-{width}.txt").read_text(), page)
+        plain = self.shown("vadd.kp", LC_ALL="C")
+        self.assertTrue(plain.isascii())
+        self.assertIn("  | `-requests_u  vadd_walker    72  #            64     24  met 1.64/3.5\n", plain)
+        of_kernel = self.shown("vadd.kp", "VADD")
+        self.assertEqual(of_kernel, self.shown("vadd.kp"))
+        alone = self.shown("vadd/kernel.xml")
+        self.assertIn(alone[alone.index("\nPorts\n"):alone.index("\nFigures")], of_kernel)
+        self.assertTrue(alone.endswith("none: the description carries no report\n\nLint\n  unchecked: no IP is given; "
+                                       "nothing was held against it [ip-missing]\n"), alone)
+
+        kernel = self.described("vadd.kp")["kernels"][0]
+        description, report = kernel["description"], kernel["description"]["report"]
+        self.assertEqual({"id": 3, "name": "length", "type": "uint", "passing": "value", "port": "s_control",
+                          "offset": 0x34, "size": 4, "hostOffset": 0, "hostSize": 4}, description["arguments"][3])
+        self.assertEqual([2**64 - 1, 32], [description["ports"][1][key] for key in ("range", "dataWidth")])
+        self.assertEqual({"target": 4, "uncertainty": 0.5, "estimated": 2.92, "isMet": True}, {
+            key: round(value, 3) for key, value in report["modules"][0]["timing"].items()})
+        self.assertEqual({"cycles": "undef", "time": "undef"}, report["modules"][0]["latency"]["worst"])
+        self.assertEqual([(0, None), (1, "control_u"), (1, "reader_u"), (2, "requests_u")],
+                         [(each["level"], each["name"]) for each in report["instances"][:4]])
+        self.assertEqual({"part": "cpu-source", "name": "vadd/cpu_sources/vadd.cpp", "size": 319},
+                         {key: kernel["files"][0][key] for key in ("part", "name", "size")})
+        description["arguments"][3]["offset"] = -1
+        self.assertFalse(SCHEMA.is_valid({"package": None, "kernels": [kernel]}))
+
+    def test_many_kernels_are_a_table_whatever_their_names(self):
+        names = ["x" * 200, "計算" * 20, "e\u0301" * 40, "re\u202everse", "two\nlines\x9b2J", "ünï"]
+        self.add("p.kp", "--report", "vadd/design.xml")
+        for name in names:
+            self.change(('name="vadd"', 'name="' + name.replace("\n", "&#10;") + '"'))
+            self.expect(["add", "p.kp", "k.xml", "--cpu-source", "vadd/src/vadd.cpp", "--no-lint"], 0)
+        table = """
+7 kernels
+  Name                    LUT  Timing        Lint
+  vadd                    655  met 2.92/3.5  clean
+  xxxxxxxxxxx…xxxxxxxxxx    -  -             clean
+  計算計算計…算計算計算     -  -             1 error
+  E…E    -  -             1 error
+  re\\u202everse             -  -             1 error
+  two\\x0alines\\xc2\\x9b2J    -  -             1 error
+  ünï                       -  -             1 error
+""".replace("E…E", "e\u0301" * 11 + "…" + "e\u0301" * 10)
+        self.assertEqual(table, self.shown("p.kp", width=52)[-len(table):])
+        for width in (20, 33, 80, 130):
+            self.assertEqual(len(names) + 3, len(self.shown("p.kp", width=width).split("\n\n")[1].splitlines()))
+        kernels = self.described("p.kp")["kernels"]
+        self.assertEqual(["vadd", *names], [kernel["name"] for kernel in kernels])
+        for name in names:
+            self.shown("p.kp", name, width=40)
+
+        status, screen = on_screen(36, "list", "p.kp", NO_COLOR="1")
+        self.assertEqual((0, ["Name                  Flows      Has", "vadd                  hw_emu,hw  rtl"]),
+                         (status, screen.splitlines()[:2]))
+        self.assertEqual({True}, {columns(line) <= 36 for line in screen.splitlines()})
+        self.assertIn("\x1b[", on_screen(36, "list", "p.kp")[1])
+        self.assertNotIn("\x1b", on_screen(36, "list", "p.kp", TERM="dumb")[1])
+        coloured = on_screen(50, "show", "p.kp", "vadd")[1]
+        self.assertEqual(self.shown("p.kp", "vadd", width=50), re.sub("\x1b\\[[0-9]*m", "", coloured))
+        self.assertIn("\x1b[32mmet: ", coloured)
+
+    def test_what_is_wrong_is_told_where_it_is(self):
+        self.change(('offset="0x34"', 'offset="0x2C"'), ('size="0x8" offset="0x10"', 'size="0x8" offset="0xFFC"'),
+                    ('name="b"', 'name="b&#10;  0x99   4 B"'),
+                    ('name="m_write" mode="master" range="0xFFFFFFFFFFFFFFFF"', 'name="m_write" mode="master" range="many"'))
+        Path("slow.xml").write_text(Path("vadd/design.xml").read_text().replace(">2.920<", ">3.92<").replace(
+            ">requests_u<", "><![CDATA[</x>]]>" + "r" * 300 + "<"))
+        self.expect(["add", "p.kp", "k.xml", "--ip", "vadd/ip", "--report", "slow.xml", "--no-lint"], 0)
+        page = self.shown("p.kp")
+        for text in ("""Address map of s_control, 4 KiB
+  Offset     Size  Argument           Holds    Data via  Wrong
+     0x0     16 B                     control
+    0x10     12 B                     free
+    0x1C      8 B  b\\x0a  0x99   4 B  address  m_read
+    0x24      4 B                     free
+    0x28      8 B  out                address  m_write
+    0x2C      4 B  length             value              OVERLAPS 4 B
+    0x30  3.9 KiB                     free
+   0xFFC      8 B  a                  address  m_read    BEYOND RANGE
+""", "  m_write    master  addressable    32    many   0x0\n", "\n  Timing     MISSED: needs 3.92 of 3.5, target 4 less uncertainty 0.5\n",
+                     "\n  error: argument 'length' begins at 0x2C, before argument 'out' ends at 0x30\n  [overlap]\n"):
+            self.assertIn(text, page)
+        self.assertRegex(page, r"\n  │ └ </x>r+…r+  vadd_")
+        description = self.described("p.kp", "VADD")["kernels"][0]["description"]
+        self.assertEqual("many", description["ports"][2]["range"])
+        self.assertEqual([("gap", 0, False), ("value", 4, False), ("pointer", 0, True)],
+                         [(each["use"], each["shared"], each["isBeyond"]) for each in
+                          (description["addressMaps"][0]["stretches"][at] for at in (1, 5, 7))])
+
+    def test_of_what_is_damaged_the_rest_is_shown(self):
+        self.add("p.kp")
+        self.expect(["add", "p.kp", self.derive("other"), "--cpu-source", "vadd/src/vadd.cpp", "-q"], 0)
+        package = self.rewrite("p.kp", {"other/kernel.xml": lambda data: data.replace(b"<args>", b"<arg>")})
+        page = self.shown(package)
+        self.assertIn("\n  Digest     missing: the package was never sealed\n", page)
+        self.assertRegex(page, r"\n  vadd   hw_emu,hw  example:kernels:vadd:1.0 .* clean\n  other  sw_emu .* UNREADABLE\n")
+        problem = "element 'arg' is not known in 'kernel'"
+        self.assertIn("319 B  other/cpu_sources/vadd.cpp\n", self.shown(package, "other"))
+        self.assertRegex(self.shown(package, "other"), r"\n  UNREADABLE .*" + problem)
+        kernel = self.described(package, "other")["kernels"][0]
+        self.assertEqual((None, True), (kernel["description"], problem in kernel["problem"]))
+        self.rewrite("p.kp", {"kp.xml": lambda data: data[:-9]})
+        Path("broken.xml").write_text("<root")
+        for status, *arguments in ((3, package), (3, "none.kp"), (3, "broken.xml"), (3, "vadd"), (3, "p.kp", "none"),
+                                   (2, "vadd/kernel.xml", "vadd")):
+            done = run("show", *arguments)
+            self.assertEqual((status, "", True), (done[0], done[1], done[2].startswith("kp: error: ")), arguments)
+
+
+if __name__ == "__main__":
+    unittest.main()
