@@ -31,7 +31,6 @@ struct Options {
     std::string layout;
     bool replaceIp = false, reseal = false, dryRun = false, json = false;
     bool isStrict = false, isLinted = true, isQuiet = false;
-    bool strict = false, noLint = false;
 };
 
 /// What goes to a kernel that is there only with --replace.
@@ -73,7 +72,7 @@ void requireNoFindings(const KernelAddition& addition) {
                               "' is not added: --strict allows no finding of lint");
 }
 
-/// Tells of errors, and why there may be more.
+/// Tells of the first errors, and how many more there are.
 void warnOfErrors(const KernelAddition& addition) {
     constexpr std::size_t most = 10;
     std::size_t count = 0;
@@ -88,6 +87,7 @@ void warnOfErrors(const KernelAddition& addition) {
 /// it was.
 std::string lint(const KernelAddition& addition, const Options& options) {
     if (!options.isLinted) return {};
+    const MessageFilter silence([](const ComMsg&, const ComMsgMgr::Sink&) {});  // the addition posts them
     if (options.isStrict) {
         requireNoFindings(addition);
         return {};

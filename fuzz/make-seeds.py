@@ -74,6 +74,13 @@ def archives():
     yield archive([])
 
 
+ENTITY = b"""library ieee; -- as tools write them
+entity top is generic (w : natural := f(8)); port (a, b : in bit_vector(w - 1 downto 0) := (others => '0');
+signal \\c.d\\ : out bit); end entity top;
+architecture rtl of top is begin u : entity work.other port map (x => y); end rtl;
+"""
+
+
 def components():
     """The example's component in words of each edition, and the values of one number in many notations."""
     component = (VADD / "ip/component.xml").read_bytes()
@@ -106,6 +113,7 @@ def seeds():
     inner = profile[profile.index(b"<profile"):]
     yield "archive", archives()
     yield "edit", (path.read_bytes()[:128] for path in sorted(EXAMPLES.rglob("*.*")) if path.is_file())
+    yield "hdl", [ENTITY, *(path.read_bytes()[:4096] for path in sorted(VADD.rglob("*.v")))]
     yield "ip", components()
     yield "kernel", [kernel, kernel.replace(b"</root>", inner + b"</root>")]
     yield "manifest", [MANIFEST.encode()]

@@ -4,6 +4,7 @@ import json
 import os
 import subprocess
 import unittest
+import zipfile
 from pathlib import Path
 from urllib.parse import unquote_to_bytes
 
@@ -126,6 +127,12 @@ class LintTest(KpCase):
         status, _, err = run("add", "p.kp", *WHOLE)
         self.assertEqual((0, 11), (status, len(err.splitlines())))
         self.assertTrue(err.endswith("kp: warning: ... and 28 more; 'kp lint' tells all\n"), err)
+
+    def test_add_tells_of_the_package_once(self):
+        with zipfile.ZipFile("m.kp", "w") as package:
+            package.writestr("kp.xml", '<Root VersionMajor="6" VersionMinor="0" New="x" IpCache="no"><Kernels/></Root>')
+        status, _, err = run("add", "m.kp", *WHOLE, "--reseal")
+        self.assertEqual((0, 1), (status, err.count("'New'")), err)
 
     def test_the_page_of_rules_is_made_of_the_table(self):
         page = subprocess.run([TREE / "tools/lint-page.py", KP], stdout=subprocess.PIPE, text=True, check=True).stdout

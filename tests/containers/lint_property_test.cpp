@@ -117,6 +117,20 @@ TEST(LintProperties, WhatIsMadeOfAnIpHasNoErrorAndWithItsRegistersNoFinding) {
     }
 }
 
+TEST(LintProperties, RegistersThatFillAllAddressesHaveAnEnd) {
+    const TemporaryDirectory directory;
+    const std::string fills = named("register", "r", tag("dim", "16"), tag("addressOffset", "0"),
+                                    tag("size", "'h8000000000000000"));
+    directory.file("ip/component.xml", componentWith(fills));
+    const std::string xml = kernelXml("name='k' language='ip' vlnv='v:l:n:1.0'",
+                                      "<ports><port name='s' mode='slave' range='0x1000' dataWidth='32' "
+                                      "portType='addressable'/></ports><args><arg name='x' id='0' port='s' "
+                                      "addressQualifier='0' offset='0' size='0xFFFFFFFFFFFFFFFF'/></args>");
+    const Outcome outcome =
+        kfab::lint::lintKernel({.kernelXml = directory.file("kernel.xml", xml), .ipDir = directory / "ip"});
+    EXPECT_THAT(linesOf(outcome), testing::Contains(testing::EndsWith("[ip-register]")));
+}
+
 /// The rule that must tell when a number of the example's description is another one.
 struct Guarded {
     std::string line, attribute, code;

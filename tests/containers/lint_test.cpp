@@ -70,10 +70,16 @@ std::string lineOf(const std::string& code, const Example& mistake) {
            mistake.finding + " [" + code + "]";
 }
 
+/// Nor of the example customized, with the report of the original.
 TEST(Lint, HasNothingToSayOfTheExample) {
-    const Outcome outcome = lintChanged("kernel.xml", [](std::string text) { return text; });
-    EXPECT_THAT(linesOf(outcome), IsEmpty());
-    EXPECT_THAT(outcome.unchecked, IsEmpty());
+    for (const char* name : {"vadd", "vadd_deep"}) {
+        const Outcome outcome = lintChanged("kernel.xml", [&](std::string text) {
+            return withMistake(std::move(text), R"(<kernel name="vadd")",
+                               "<kernel name=\"" + std::string(name) + '"');
+        });
+        EXPECT_THAT(linesOf(outcome), IsEmpty());
+        EXPECT_THAT(outcome.unchecked, IsEmpty());
+    }
 }
 
 /// One mistake may break several rules.

@@ -2,8 +2,6 @@
 
 #include "platform/base/Spelling.h"
 
-#include <algorithm>
-#include <cstddef>
 #include <utility>
 
 namespace kfab::lint {
@@ -11,6 +9,7 @@ namespace kfab::lint {
 void Findings::begin(const Rule& rule) {
     rule_ = &rule;
     suggestions_ = 0;
+    told_.clear();
 }
 
 void Findings::addIn(const std::string& document, int line, std::string text) {
@@ -26,11 +25,8 @@ std::string Findings::suggestion(const std::string& word, const std::vector<std:
 }
 
 void Findings::uncheck(std::string reason) {
-    const auto first = outcome_.unchecked.begin() + static_cast<std::ptrdiff_t>(firstUnchecked_);
-    const bool isTold = std::any_of(first, outcome_.unchecked.end(), [&](const Unchecked& told) {
-        return told.code == rule_->code && told.reason == reason;
-    });
-    if (!isTold) outcome_.unchecked.push_back({rule_->code, kernel_.kernel, std::move(reason)});
+    if (told_.insert(reason).second)
+        outcome_.unchecked.push_back({rule_->code, kernel_.kernel, std::move(reason)});
 }
 
 std::string named(const PortFacts& port) {

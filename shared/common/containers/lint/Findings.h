@@ -4,7 +4,7 @@
 #include "containers/lint/Outcome.h"
 #include "containers/lint/Text.h"
 
-#include <cstddef>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,8 +14,7 @@ namespace kfab::lint {
 /// What the checks of one kernel find, in the name of the rule that is being checked.
 class Findings {
 public:
-    Findings(const KernelFacts& kernel, Outcome& outcome)
-        : kernel_(kernel), outcome_(outcome), firstUnchecked_(outcome.unchecked.size()) {}
+    Findings(const KernelFacts& kernel, Outcome& outcome) : kernel_(kernel), outcome_(outcome) {}
 
     void begin(const Rule& rule);
 
@@ -34,9 +33,9 @@ public:
 private:
     const KernelFacts& kernel_;
     Outcome& outcome_;
-    std::size_t firstUnchecked_;  // of this kernel
     const Rule* rule_ = nullptr;
-    int suggestions_ = 0;  // of the rule
+    int suggestions_ = 0;         // of the rule
+    std::set<std::string> told_;  // its reasons
 };
 
 /// As "port 'm_read'".

@@ -114,8 +114,9 @@ void forEachBlock(const KernelFacts& kernel, Findings& findings, const Use& use)
 /// Where the registers of an address block lie, in bytes from address 0 of the slave.
 class Registers {
 public:
+    /// Of a block whose base is known.
     explicit Registers(const ip::AddressBlock& block) {
-        const std::uint64_t base = block.base.value.value_or(0);
+        const std::uint64_t base = *block.base.value;
         for (const ip::Register& each : block.registers) {
             if (!each.offset.value || !each.size.value) continue;
             const std::uint64_t place = base + *each.offset.value;
@@ -148,8 +149,8 @@ public:
             const auto& fields = found->second->fields;
             if (std::any_of(fields.begin(), fields.end(), isWhole)) return true;
             const std::uint64_t bytes = *found->second->size.value / 8;
-            if (bytes == 0) return false;
             if (bytes == word && place.size < word) return true;
+            if (bytes == 0 || bytes > place.end() - at) return false;
             at += bytes;
         }
         return at == place.end();
@@ -304,19 +305,24 @@ void checkIpRange(const KernelFacts& kernel, Findings& findings) {
 }
 
 void checkIpRegister(const KernelFacts& kernel, Findings& findings) {
+    std::unordered_map<const PortFacts*, std::vector<const Place*>> placesOn;
+    for (const Place& place : kernel.places)
+        placesOn[place.port].push_back(&place);
+    std::unordered_map<const ip::AddressBlock*, Registers> described;
     forEachBlock(kernel, findings, [&](const PortFacts& port, const ip::AddressBlock& block) {
-        if (block.registers.empty()) return;
-        const Registers registers(block);
-        for (const Place& place : kernel.places) {
-            if (place.port != &port || registers.hold(place)) continue;
+        if (block.registers.empty() || !placesOn.contains(&port)) return;
+        if (!block.base.value) return uncheck(port, block.base.unknown, findings);
+        const Registers& registers = described.try_emplace(&block, block).first->second;
+        for (const Place* place : placesOn[&port]) {
+            if (registers.hold(*place)) continue;
             if (!block.incomplete.empty()) {
                 uncheck(port, block.incomplete, findings);
                 continue;
             }
-            findings.add(place.arg->line, named(*place.arg) + " takes " + hexadecimal(place.size) +
-                                              " bytes at " + hexadecimal(place.offset) +
-                                              ", where the IP describes no such register" +
-                                              registers.suggestion(place));
+            findings.add(place->arg->line, named(*place->arg) + " takes " + hexadecimal(place->size) +
+                                               " bytes at " + hexadecimal(place->offset) +
+                                               ", where the IP describes no such register" +
+                                               registers.suggestion(*place));
         }
     });
 }
