@@ -51,7 +51,7 @@ Widths TextTable::widths(std::size_t room, std::size_t rows) const {
         for (std::size_t row = 0; row < rows; ++row)
             width = std::max(width, displayWidth(rows_[row][at].lead) + displayWidth(rows_[row][at].text));
         natural.push_back(std::min(width, room));
-        least.push_back(columns_[at].least > 0 ? std::min(columns_[at].least, natural[at]) : natural[at]);
+        least.push_back(std::min(columns_[at].least, natural[at]));
     }
     while (lineWidth(least) > room) {
         const auto last = std::max_element(

@@ -12,10 +12,9 @@ namespace cli {
 
 struct TableColumn {
     std::string title;
-    bool isNumber = false;  ///< aligned to the right
-    std::size_t least =
-        0;         ///< to which longer texts are shortened before columns are left out; 0: not at all
-    int rank = 0;  ///< where room is lacking, those of the highest rank are left out; 0: never
+    bool isNumber = false;   ///< aligned to the right
+    std::size_t least = 18;  ///< to which longer texts are shortened before columns are left out
+    int rank = 0;            ///< where room is lacking, those of the highest rank are left out; 0: never
 };
 
 /// Texts are displayed ones.
