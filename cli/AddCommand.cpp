@@ -6,16 +6,14 @@
 #include "cli/MessageFilter.h"
 #include "cli/Options.h"
 #include "cli/Output.h"
+#include "cli/Plan.h"
 #include "containers/kernel/HCOKernelXMLReader.h"
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/PackageLayout.h"
 #include "containers/lint/Lint.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
-#include "platform/files/HUTPathUtils.h"
 
-#include <algorithm>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -116,26 +114,6 @@ KernelAddition additionOf(const Options& options) {
     return addition;
 }
 
-nlohmann::ordered_json jsonTexts(const std::vector<std::string>& texts) {
-    auto all = nlohmann::ordered_json::array();
-    std::transform(texts.begin(), texts.end(), std::back_inserter(all), jsonText);
-    return all;
-}
-
-void printPlan(const PlannedAddition& plan, bool json) {
-    const auto& [added, replaced, removed] = plan.members;
-    if (json)
-        return print({{"kernel", describeKernel(*plan.kernel)},
-                      {"added", jsonTexts(added)},
-                      {"replaced", jsonTexts(replaced)},
-                      {"removed", jsonTexts(removed)}});
-    printKernels({plan.kernel.get()});
-    for (const auto& [mark, names] :
-         {std::pair{'+', &added}, std::pair{'~', &replaced}, std::pair{'-', &removed}})
-        for (const std::string& name : *names)
-            std::cout << mark << ' ' << HUTPathUtils::shown(name) << '\n';
-}
-
 /// What is posted of every replacement: that it is one, and that it brings no device image.
 bool saysNothingNew(const ComMsg& message) {
     return message.number() == "17-1864" || message.number() == "17-1868";
@@ -148,10 +126,10 @@ ExitStatus add(const Options& options, const CLI::App& given) {
         if (!addition.replace || !saysNothingNew(message)) pass(message);
     });
     withAdvice([&] {
-        if (options.dryRun)
-            printPlan(HKPContainerUtils::planKernelAddition(addition), options.json);
-        else
-            HKPContainerUtils::addKernel(addition);
+        if (!options.dryRun) return HKPContainerUtils::addKernel(addition);
+        const PlannedAddition plan = HKPContainerUtils::planKernelAddition(addition);
+        if (options.json) return printPlan({{"kernel", describeKernel(*plan.kernel)}}, plan.members);
+        printPlan({plan.kernel.get()}, plan.members);
     });
     if (!unread.empty()) complain("warning", "lint cannot look at the kernel: " + unread);
     return Done;

@@ -46,6 +46,8 @@ Run declareFiles(CLI::App& app);
 Run declareExtract(CLI::App& app);
 Run declareCat(CLI::App& app);
 Run declareAddCache(CLI::App& app);
+Run declareRemove(CLI::App& app);
+Run declareMerge(CLI::App& app);
 Run declareCustomize(CLI::App& app);
 Run declareKernelShow(CLI::App& app);
 Run declareKernelNew(CLI::App& app);

@@ -20,6 +20,8 @@ constexpr Command table[] = {
     {"extract", "Extract a kernel, or all, to a directory", "kp extract vadd.kp vadd -d out", declareExtract},
     {"cat", "Write a member to standard output", "kp cat vadd.kp vadd/kernel.xml", declareCat},
     {"add-cache", "Add the IP caches below a directory", "kp add-cache vadd.kp caches", declareAddCache},
+    {"remove", "Remove kernels from a package", "kp remove vadd.kp vadd --dry-run", declareRemove},
+    {"merge", "Make one package of several", "kp merge -o all.kp vadd.kp vmul.kp --sort", declareMerge},
     {"customize", "Make a package with a customized RTL kernel",
      "kp customize vadd.kp vadd --name vadd_big -o big.kp --param DEPTH=64 --host-script host.tcl",
      declareCustomize},

@@ -86,6 +86,13 @@ nlohmann::ordered_json describeKernel(const HKPKernel& kernel) {
     return described;
 }
 
+nlohmann::ordered_json describeKernels(const Kernels& kernels) {
+    auto described = nlohmann::ordered_json::array();
+    for (const HKPKernel* kernel : kernels)
+        described.push_back(describeKernel(*kernel));
+    return described;
+}
+
 void printKernels(const Kernels& kernels) {
     struct Line {
         std::string name, flows, flags;

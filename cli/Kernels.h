@@ -21,8 +21,9 @@ Kernels chosenKernels(const HKPContainer& container, const std::string& package,
 /// As "6.0".
 std::string versionText(std::uint64_t major, std::uint64_t minor);
 
-/// A kernel as its manifest entry states it.
+/// A kernel as its manifest entry states it, and a list of them.
 nlohmann::ordered_json describeKernel(const HKPKernel& kernel);
+nlohmann::ordered_json describeKernels(const Kernels& kernels);
 
 /// Writes a line for each kernel to standard output: its name, flows and flags.
 void printKernels(const Kernels& kernels);

@@ -14,15 +14,12 @@ namespace cli {
 namespace {
 
 void printJson(const HKPContainer& container, const Kernels& kernels) {
-    auto described = nlohmann::ordered_json::array();
-    for (const HKPKernel* kernel : kernels)
-        described.push_back(describeKernel(*kernel));
     const auto [firstCache, lastCache] = container.getIpCachesRange();
     print({{"formatVersion", versionText(container.getVersionMajor(), container.getVersionMinor())},
            {"softwareVersion",
             versionText(container.getSoftwareVersionMajor(), container.getSoftwareVersionMinor())},
            {"ipCaches", std::vector<std::string>(firstCache, lastCache)},
-           {"kernels", std::move(described)}});
+           {"kernels", describeKernels(kernels)}});
 }
 
 }  // namespace

@@ -53,6 +53,7 @@ inline constexpr CatalogEntry catalog[] = {
      "'%1' gets the format of the layout '%2', in which the IP of %3 is not found"},
     {"@17-2009@%s%s%d", Warning, "%2:%3: %1; no parameter is checked"},
     {"@17-2010@%s", Error, "%1"},
+    {"@17-2011@%s%s", Warning, "'%1' in '%2' belongs to no kernel and is left out"},
 };
 
 consteval const CatalogEntry& find(std::string_view id) {

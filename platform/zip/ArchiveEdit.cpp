@@ -10,7 +10,9 @@
 #include "platform/zip/ArchiveComparison.h"
 #include "platform/zip/ArchiveLock.h"
 #include "platform/zip/ArchiveWriter.h"
+#include "platform/zip/EntryAttributes.h"
 #include "platform/zip/EntryCopier.h"
+#include "platform/zip/ExtractionPlan.h"
 #include "platform/zip/Packer.h"
 
 #include <algorithm>
@@ -107,6 +109,21 @@ void ArchiveEdit::addTree(const std::string& folder, const std::string& director
     }
 }
 
+void ArchiveEdit::addMember(const std::shared_ptr<const ArchiveSnapshot>& archive,
+                            const ArchiveEntry& member) {
+    const std::string_view reason = ExtractionPlan::unfitKind(member);
+    if (!reason.empty())
+        throw HEXAlgException(HUTPathUtils::quoted(member.name) + " of the archive " +
+                              HUTPathUtils::quoted(archive->path()) +
+                              " cannot be copied: " + std::string(reason));
+    archive->requireReadable(member);
+    add({.kind = Addition::Kind::Member,
+         .name = std::string(member.name),
+         .source = archive->path(),
+         .archive = archive,
+         .member = &member});
+}
+
 /// An archive in a tree that is packed into it would take in its former self each time.
 void ArchiveEdit::requireOutside(const std::string& directory) const {
     const std::string tree = HUTPathUtils::join(HUTFile::getCanonicalName(directory), "/");
@@ -120,7 +137,8 @@ void ArchiveEdit::add(Addition addition) {
     requireNoClash(addition.name);
     const auto [first, isNew] = added_.try_emplace(addition.name, additions_.size());
     const auto origin = [](const Addition& added) {
-        return added.kind == Addition::Kind::Bytes ? "generated content" : HUTPathUtils::quoted(added.source);
+        if (added.kind == Addition::Kind::Bytes) return std::string("generated content");
+        return (added.kind == Addition::Kind::Member ? "that of " : "") + HUTPathUtils::quoted(added.source);
     };
     if (!isNew)
         throw HEXAlgException("Two files are given for " + HUTPathUtils::quoted(addition.name) + " in " +
@@ -202,6 +220,8 @@ bool ArchiveEdit::isThere(const Addition& addition, std::span<const std::uint32_
     const ArchiveEntry& entry = snapshot_->entries()[positions.front()];
     try {
         if (addition.kind == Addition::Kind::File) return isCopy(addition.source, *snapshot_, entry);
+        if (addition.kind == Addition::Kind::Member)
+            return isCopy(*addition.archive, *addition.member, *snapshot_, entry);
         return addition.kind == Addition::Kind::Directory ||
                (addition.source.size() == entry.size && snapshot_->read(entry) == addition.source);
     } catch (const HEXAlgException&) {
@@ -213,6 +233,7 @@ ArchiveChanges ArchiveEdit::rehearse() const {
     if (changesAnything()) {
         disk::requireWritable(HUTPathUtils::parent(target_));
         if (exists()) EntryCopier::requireCopyable(*snapshot_, keptPositions());
+        requireMembersCopyable();
     }
     ArchiveChanges changes;
     for (const Addition* addition : additionsInOrder()) {
@@ -231,6 +252,26 @@ ArchiveChanges ArchiveEdit::rehearse() const {
     return changes;
 }
 
+std::map<const ArchiveSnapshot*, std::vector<std::uint32_t>> ArchiveEdit::membersAdded() const {
+    std::map<const ArchiveSnapshot*, std::vector<std::uint32_t>> added;
+    for (const Addition* addition : additionsInOrder())
+        if (addition->kind == Addition::Kind::Member)
+            added[addition->archive.get()].push_back(
+                static_cast<std::uint32_t>(addition->member - addition->archive->entries().data()));
+    return added;
+}
+
+/// Entries that share bytes could become any number of times as large.
+void ArchiveEdit::requireMembersCopyable() const {
+    for (const auto& [archive, positions] : membersAdded())
+        EntryCopier::requireCopyable(*archive, positions);
+}
+
+void ArchiveEdit::requireMembersUntouched() const {
+    for (const auto& [archive, positions] : membersAdded())
+        archive->requireUntouched();
+}
+
 void ArchiveEdit::commit() {
     if (changesAnything()) {
         PendingFile pending(target_, exists() ? std::optional(lock_->status()) : std::nullopt);
@@ -244,6 +285,7 @@ void ArchiveEdit::commit() {
 
 void ArchiveEdit::write(const disk::FileDescriptor& file) {
     const HUTProgress progress([this] { return contentSize() * (seal_ ? 2 : 1); });  // packed, then hashed
+    requireMembersCopyable();
     ArchiveWriter writer(file);
     const std::uint64_t keptPrefix = exists() ? EntryCopier(*snapshot_, writer).copy(keptPositions()) : 0;
     pack(writer);
@@ -258,6 +300,8 @@ std::uint64_t ArchiveEdit::contentSize() const {
     for (const Addition* addition : additionsInOrder()) {
         if (addition->kind == Addition::Kind::Bytes) {
             size += addition->source.size();
+        } else if (addition->kind == Addition::Kind::Member) {
+            size += addition->member->storedSize;
         } else if (addition->kind == Addition::Kind::File) {
             const auto status = disk::statusIfThere(addition->source);
             size += status ? static_cast<std::uint64_t>(status->st_size) : 0;
@@ -273,12 +317,22 @@ std::vector<std::uint32_t> ArchiveEdit::keptPositions() const {
     return positions;
 }
 
+std::time_t ArchiveEdit::timeOfBytes() const {
+    if (!datesBytesByMembers_) return std::time(nullptr);
+    std::uint32_t youngest = 0;
+    for (const Addition* addition : additionsInOrder())
+        if (addition->kind == Addition::Kind::Member)
+            youngest = std::max(youngest, addition->member->dosTime);
+    return modifiedTime(youngest);
+}
+
 void ArchiveEdit::pack(ArchiveWriter& writer) {
     Packer packer(writer);
+    const std::time_t now = timeOfBytes();
     for (const Addition* addition : additionsInOrder()) {
         switch (addition->kind) {
             case Addition::Kind::Bytes:
-                packer.addBytes(addition->name, addition->source);
+                packer.addBytes(addition->name, addition->source, now);
                 break;
             case Addition::Kind::File:
                 packer.addFile(addition->name, addition->source);
@@ -286,8 +340,12 @@ void ArchiveEdit::pack(ArchiveWriter& writer) {
             case Addition::Kind::Directory:
                 packer.addDirectory(addition->name, addition->source);
                 break;
+            case Addition::Kind::Member:
+                packer.addMember(*addition->archive, *addition->member);
+                break;
         }
     }
+    requireMembersUntouched();
 }
 
 void ArchiveEdit::writeComment(ArchiveWriter& writer, const disk::FileDescriptor& file,

@@ -6,6 +6,7 @@
 #include "platform/zip/ArchiveDigest.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
+#include <ctime>
 #include <functional>
 #include <map>
 #include <memory>
@@ -62,6 +63,11 @@ public:
     void addFiles(const std::string& folder, const std::vector<std::string>& paths);
     /// Adds all that lies below the directory (see DirectoryTree), empty directories included.
     void addTree(const std::string& folder, const std::string& directory);
+    /// Adds an entry of another archive under its name, as the bytes that are stored there. Refused for one
+    /// that no extraction takes, and at the commit for one that overlaps another that is added.
+    void addMember(const std::shared_ptr<const ArchiveSnapshot>& archive, const ArchiveEntry& member);
+    /// Gives what addBytes and addLast add the time of the youngest member instead of the current one.
+    void dateBytesByMembers() { datesBytesByMembers_ = true; }
 
     /// @}
     /// @name Deleting
@@ -87,13 +93,15 @@ public:
 
 private:
     struct Addition {
-        enum class Kind { Bytes, File, Directory };
+        enum class Kind { Bytes, File, Directory, Member };
 
         Kind kind = Kind::Bytes;
         std::string name;
-        std::string source;  ///< the bytes, or the path of the file or directory
+        std::string source;  ///< the bytes, or the path of the file, directory or archive
         bool isLast = false;
         bool isDeleted = false;
+        std::shared_ptr<const ArchiveSnapshot> archive = {};  ///< of a member
+        const ArchiveEntry* member = nullptr;
     };
     using Positions = std::map<std::string, std::size_t>;
 
@@ -103,10 +111,14 @@ private:
     void deleteAdded(Positions::iterator begin, Positions::iterator end);
     std::vector<const Addition*> additionsInOrder() const;
     bool changesAnything() const;
+    void requireMembersCopyable() const;
+    void requireMembersUntouched() const;
+    std::map<const ArchiveSnapshot*, std::vector<std::uint32_t>> membersAdded() const;
     bool isThere(const Addition& addition, std::span<const std::uint32_t> positions) const;
     void write(const disk::FileDescriptor& file);
     std::uint64_t contentSize() const;
     std::vector<std::uint32_t> keptPositions() const;
+    std::time_t timeOfBytes() const;
     void pack(ArchiveWriter& writer);
     void writeComment(ArchiveWriter& writer, const disk::FileDescriptor& file, std::uint64_t keptPrefix,
                       const HUTProgress& progress);
@@ -119,4 +131,5 @@ private:
     std::vector<Addition> additions_;
     Positions added_;  ///< of what was added and not deleted, in the list of additions
     std::optional<ArchiveDigest::Label> seal_;
+    bool datesBytesByMembers_ = false;
 };

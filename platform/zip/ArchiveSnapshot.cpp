@@ -84,6 +84,13 @@ bool ArchiveSnapshot::isCurrent() const {
     return now && isSame(listing_->version, *now);
 }
 
+void ArchiveSnapshot::requireUntouched() const {
+    const struct stat now = disk::status(file_);
+    const struct stat& then = listing_->version;
+    if (now.st_size != then.st_size || count(now.st_mtim) != count(then.st_mtim))
+        throw HEXAlgException(HUTPathUtils::quoted(path()) + " changed while it was copied");
+}
+
 const std::vector<std::uint32_t>& ArchiveSnapshot::byName() const {
     std::vector<std::uint32_t>& sorted = listing_->byName;
     if (sorted.size() != entries().size()) {

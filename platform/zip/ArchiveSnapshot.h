@@ -116,6 +116,8 @@ public:
     std::uint64_t digestEnd() const { return listing_->directory.digestEnd; }
     /// Whether the path still leads to this version of the file.
     bool isCurrent() const;
+    /// Throws when this version was written over. That another one took its place does not matter.
+    void requireUntouched() const;
 
     /// Looks whether the archive's comment is the digest of this label, and verifies it.
     DigestVerdict checkDigest(ArchiveDigest::Label label) const;

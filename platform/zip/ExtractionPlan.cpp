@@ -53,9 +53,8 @@ std::string_view ExtractionPlan::unfitForDirectory(std::string_view name) {
 }
 
 void ExtractionPlan::add(const ArchiveEntry& entry) {
-    const std::string_view reason = unextractableNameReason(entry.name);
-    if (!reason.empty()) refuse(entry.name, std::string(reason));
-    requireKind(entry);
+    for (const std::string_view reason : {unextractableNameReason(entry.name), unfitKind(entry)})
+        if (!reason.empty()) refuse(entry.name, std::string(reason));
     std::vector<std::string_view> components = componentsOf(entry.name);
     if (entry.isDirectory()) {
         PlannedDirectory& directory = enter(entry.name, components);
@@ -92,14 +91,13 @@ PlannedDirectory& ExtractionPlan::enter(std::string_view name,
     return *directory;
 }
 
-void ExtractionPlan::requireKind(const ArchiveEntry& entry) const {
+std::string_view ExtractionPlan::unfitKind(const ArchiveEntry& entry) {
     const std::uint32_t type = entry.mode() & S_IFMT;
-    const std::uint32_t expected = entry.isDirectory() ? S_IFDIR : S_IFREG;
-    if (type == S_IFLNK) refuse(entry.name, "it is a symbolic link");
-    if (type != 0 && type != expected)
-        refuse(entry.name,
-               std::string("its type is not that of a ") + (entry.isDirectory() ? "directory" : "file"));
-    if (entry.isDirectory() && entry.size > 0) refuse(entry.name, "it is a directory with data");
+    if (type == S_IFLNK) return "it is a symbolic link";
+    if (type != 0 && type != (entry.isDirectory() ? S_IFDIR : S_IFREG))
+        return entry.isDirectory() ? "its type is not that of a directory" : "its type is not that of a file";
+    if (entry.isDirectory() && entry.size > 0) return "it is a directory with data";
+    return {};
 }
 
 LocalRecord ExtractionPlan::recordOf(const ArchiveEntry& entry, Buffer* along) const {

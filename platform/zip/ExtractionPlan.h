@@ -38,6 +38,9 @@ public:
     /// Why the name cannot be that of a directory below the destination (such as "it contains '..'"); empty
     /// when it can.
     static std::string_view unfitForDirectory(std::string_view name);
+    /// Why no entry of this type is extracted (such as "it is a symbolic link"); empty for files and
+    /// directories.
+    static std::string_view unfitKind(const ArchiveEntry& entry);
 
     const PlannedDirectory& top() const { return top_; }
     const ArchiveSnapshot& archive() const { return *archive_; }
@@ -49,7 +52,6 @@ public:
 private:
     void addFile(const ArchiveEntry& entry, PlannedDirectory& directory, std::string_view name);
     PlannedDirectory& enter(std::string_view name, const std::vector<std::string_view>& components);
-    void requireKind(const ArchiveEntry& entry) const;
 
     std::shared_ptr<const ArchiveSnapshot> archive_;
     std::vector<std::uint64_t> offsets_;  ///< of all entries of the archive, ascending

@@ -102,8 +102,8 @@ Packer::Packer(ArchiveWriter& writer)
 
 Packer::~Packer() = default;
 
-void Packer::addBytes(std::string_view name, std::string_view bytes) {
-    addWhole(entryOf(name, generatedMode, std::time(nullptr)), bytes);
+void Packer::addBytes(std::string_view name, std::string_view bytes, std::time_t modified) {
+    addWhole(entryOf(name, generatedMode, modified), bytes);
 }
 
 Packer::SourceFile Packer::open(const std::string& path) {
@@ -132,6 +132,25 @@ void Packer::addFile(std::string_view name, const std::string& path) {
 void Packer::addDirectory(std::string_view name, const std::string& path) {
     const disk::FileDescriptor directory = disk::open(path, O_RDONLY | O_DIRECTORY);
     addWhole(entryOf(name, disk::status(directory)), {});
+}
+
+void Packer::addMember(const ArchiveSnapshot& archive, const ArchiveEntry& member) {
+    const mode_t usual = member.isDirectory() ? S_IFDIR | 0755 : generatedMode;
+    const mode_t mode = member.mode() == 0 ? usual : entryMode(member.mode());
+    ArchiveEntry entry = entryOf(member.name, mode, modifiedTime(member.dosTime));
+    entry.method = member.method;
+    entry.crc = member.crc;
+    entry.storedSize = member.storedSize;
+    entry.size = member.size;
+    const LocalRecord record = archive.localRecord(member, &input_);
+    writer_.putHeader(entry);
+    if (record.stored == nullptr) {
+        writer_.copy(archive.file(), record.data, entry.storedSize);
+    } else {
+        writer_.put({record.stored, entry.storedSize});
+        HUTProgress::advance(entry.storedSize);
+    }
+    writer_.list(entry);
 }
 
 void Packer::addWhole(ArchiveEntry entry, std::string_view bytes) {

@@ -2,10 +2,12 @@
 
 #include "platform/files/Disk.h"
 #include "platform/zip/ArchiveEntry.h"
+#include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/ArchiveWriter.h"
 #include "platform/zip/Buffer.h"
 
 #include <cstdint>
+#include <ctime>
 #include <map>
 #include <memory>
 #include <string>
@@ -31,10 +33,13 @@ public:
     /// Opens what addFile can read; throws when it is no file.
     static SourceFile open(const std::string& path);
 
-    void addBytes(std::string_view name, std::string_view bytes);
+    void addBytes(std::string_view name, std::string_view bytes, std::time_t modified);
     /// Throws when the file is none, or changes while it is read.
     void addFile(std::string_view name, const std::string& path);
     void addDirectory(std::string_view name, const std::string& path);
+    /// Copies the stored bytes of another archive's member, with its name, time and permissions and nothing
+    /// else that its entry holds.
+    void addMember(const ArchiveSnapshot& archive, const ArchiveEntry& member);
 
 private:
     struct Stored {

@@ -29,7 +29,7 @@ HKPKernel* HKPContainer::getKPKernelByName(const std::string& name) const {
     return found == kernels_.end() ? nullptr : found->get();
 }
 
-HKPKernel* HKPContainer::append_(std::unique_ptr<HKPKernel> kernel) {
+HKPKernel* HKPContainer::appendKPKernel(std::unique_ptr<HKPKernel> kernel) {
     kernel->namesAreCurrent_ = &indexIsCurrent_;
     const auto place = kernels_.insert(kernels_.end(), std::move(kernel));
     if (indexIsCurrent_) index_.emplace(HSTStringUtils::foldCase((*place)->getName()), place);
@@ -79,7 +79,7 @@ HKPKernel* HKPContainer::addKPKernel(const std::string& name, const std::string&
     if (existing && !replace) {
         existing->setIsPdiDir(isPdiDir || existing->getIsPdiDir());
         existing->setIsShimSolnDir(isShimSolnDir || existing->getIsShimSolnDir());
-        return append_(std::move(existing));
+        return appendKPKernel(std::move(existing));
     }
-    return append_(std::move(added));
+    return appendKPKernel(std::move(added));
 }

@@ -53,6 +53,9 @@ public:
                            bool isHlsDir, bool isPdiDir, bool isShimSolnDir, bool isDebug, bool isRtlKernel,
                            bool isSwEmuDir, bool replace);
 
+    /// Appends an entry that another container had, and returns it.
+    HKPKernel* appendKPKernel(std::unique_ptr<HKPKernel> kernel);
+
     /// Takes this very entry off the list and hands it to the caller; none when the list lacks it, which may
     /// be so because it is no more.
     [[nodiscard]] std::unique_ptr<HKPKernel> removeKPKernel(HKPKernel* kernel);
@@ -60,7 +63,6 @@ public:
 private:
     KernelList::const_iterator find_(const std::string& name) const;
     std::unique_ptr<HKPKernel> unlink_(KernelList::const_iterator place);
-    HKPKernel* append_(std::unique_ptr<HKPKernel> kernel);
     void rebuildIndex_() const;
 
     std::vector<std::string> ipCaches_;

@@ -5,8 +5,10 @@
 #include "containers/kp/HKPContainer.h"
 #include "containers/kp/KernelAddition.h"
 #include "containers/kp/KernelExtraction.h"
+#include "containers/kp/KernelRemoval.h"
+#include "containers/kp/PackageJoin.h"
 #include "containers/kp/PackageRefusals.h"
-#include "containers/kp/PlannedAddition.h"
+#include "containers/kp/PlannedChange.h"
 #include "platform/base/Export.h"
 
 #include <cstdint>
@@ -45,7 +47,7 @@ public:
     static void validateKPAndGetKernelNames(const std::string& path, HKPKernel::SupportedFlowType flow,
                                             std::vector<std::string>& names);
 
-    /// Deliberately does nothing.
+    /// Deliberately does nothing; joinPackages makes one package of several.
     static void mergeKPs(const std::vector<std::string>& paths, const std::string& outputPath);
 
     /// Verifies the digest of a package of this format version, once for each path and process. Posts 17-1396
@@ -82,6 +84,25 @@ public:
         const std::string& shimSolnFile, const std::string& designXmlPath, const std::string& ipInstanceFile,
         const std::string& projectID, const std::string& topIpDir, const std::string& debugDir,
         const std::string& hlsDir, bool ipRepoLayout, bool replace, bool update, bool checkVersion);
+
+    /// Removes kernels from a package with all that is theirs alone: their folders, and each one's IP unless
+    /// another kernel uses it. All are removed and the manifest written, or none is. Throws where other
+    /// kernels have files among theirs, and HKPSealBroken as the request wants it.
+    static void removeKernels(const KernelRemoval& removal);
+    /// What removeKernels would do; nothing is changed. Throws and posts what that would, but for what only
+    /// writing can tell.
+    static PlannedChange planKernelRemoval(const KernelRemoval& removal);
+
+    /// Makes a package of all kernels, IPs and IP caches of others, whose stored bytes are copied. The bytes
+    /// that result follow from what the inputs hold, from the order of the kernels and from nothing else.
+    ///
+    /// Throws where kernels of one name meet, or IPs or IP caches of one place that differ; those that do not
+    /// are packaged once. Throws as well for inputs of different layouts, where something is at the path, even
+    /// when it appears meanwhile, and HKPSealBroken as the request wants it. Then nothing is made. Posts which
+    /// files are left out because they belong to no kernel.
+    static void joinPackages(const PackageJoin& join);
+    /// What joinPackages would do; nothing is made. Throws and posts as planKernelRemoval does.
+    static PlannedChange planPackageJoin(const PackageJoin& join);
 
     /// @name Extracting
     /// To a directory that is created where missing. Names from inside the package are checked
