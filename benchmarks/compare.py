@@ -196,6 +196,23 @@ class Comparison:
         for name in ("big.kp", "copy.kp"):
             self.fresh(name)
 
+    def merge(self):
+        packages, merged = [], self.out / "merged.kp"
+        for number in range(int(100 * self.scale)):
+            description = self.out / "kernel.xml"
+            description.write_text((self.example / "kernel.xml").read_text().replace("vadd", f"kernel{number}"))
+            packages.append(self.out / f"kernel{number}.kp")
+            self.kp("add", packages[-1], description, "--ip", self.inputs / "kernel-ip").run(self.measure)
+        size = sum(package.stat().st_size for package in packages) / len(packages) / MIB
+        ready = lambda: self.fresh("merged.kp")
+        ours = self.kp("merge", "-o", merged, *packages, ready=ready)
+        hash_and_cat = Command(["sh", "-c", 'openssl dgst -sha256 "$@" >/dev/null && cat "$@" >"$0" && sync "$0"',
+                                merged, *packages], ready=ready)
+        self.compare(f"merge {self.scaled(100)} packages of {size:.0f} MiB", ours, hash_and_cat, "SHA-256, cat and sync",
+                     1.5, warm=2560)
+        for package in (*packages, merged):
+            package.unlink()
+
     def look(self):
         package = self.packed_tree()
         self.compare(f"list a package of {self.scaled(3000)} entries", self.kp("list", package), Command(["unzip", "-l", package]),
@@ -270,7 +287,7 @@ def main():
     parser.add_argument("--only", help="the method of one group of rows")
     options = parser.parse_args()
     comparison = Comparison(options.programs, options.work / ("quick" if options.quick else "full"), options.quick)
-    rows = ["add_tree", "extract_tree", "big_package", "look", "report", "lint", "diff", "bind"]
+    rows = ["add_tree", "extract_tree", "big_package", "merge", "look", "report", "lint", "diff", "bind"]
     for name in rows:
         if options.only in (None, name):
             getattr(comparison, name)()

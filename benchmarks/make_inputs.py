@@ -176,6 +176,7 @@ def report(path, size):
 def make(top, scale):
     """All inputs below `top`, where they are missing. `scale` is 1, or less for smaller ones."""
     inputs = {"ip": (ip_tree, int(3000 * scale), int(42e6 * scale)),
+              "kernel-ip": (ip_tree, 200, int(31e6)),
               "big-ip": (big_tree, int((1 << 30) * scale)),
               "kernels-100.kp": (package_of, 100, 20),
               "kernels-1000.kp": (package_of, int(1000 * scale), 20),

@@ -21,7 +21,8 @@ void requireFree(const std::string& path) {
 std::uint64_t workOf(const PackageJoin& join) {
     std::uint64_t size = 0;
     for (const std::string& path : join.inputs)
-        if (const auto status = disk::statusIfThere(path)) size += static_cast<std::uint64_t>(status->st_size);
+        if (const auto status = disk::statusIfThere(path))
+            size += static_cast<std::uint64_t>(status->st_size);
     return 3 * size;
 }
 

@@ -97,9 +97,9 @@ public:
     /// that result follow from what the inputs hold, from the order of the kernels and from nothing else.
     ///
     /// Throws where kernels of one name meet, or IPs or IP caches of one place that differ; those that do not
-    /// are packaged once. Throws as well for inputs of different layouts, where something is at the path, even
-    /// when it appears meanwhile, and HKPSealBroken as the request wants it. Then nothing is made. Posts which
-    /// files are left out because they belong to no kernel.
+    /// are packaged once. Throws as well for inputs of different layouts, where something is at the path,
+    /// even when it appears meanwhile, and HKPSealBroken as the request wants it. Then nothing is made. Posts
+    /// which files are left out because they belong to no kernel.
     static void joinPackages(const PackageJoin& join);
     /// What joinPackages would do; nothing is made. Throws and posts as planKernelRemoval does.
     static PlannedChange planPackageJoin(const PackageJoin& join);

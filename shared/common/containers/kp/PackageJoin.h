@@ -9,7 +9,7 @@
 struct PackageJoin {
     std::string kpPath;               ///< the package to make; nothing may be there yet
     std::vector<std::string> inputs;  ///< the packages to join
-    bool sorts = false;               ///< kernels by name, byte by byte, instead of in the order of the inputs
-    bool checkVersion = false;        ///< refuse inputs that later software wrote
+    bool sorts = false;         ///< kernels by name, byte by byte, instead of in the order of the inputs
+    bool checkVersion = false;  ///< refuse inputs that later software wrote
     BrokenSeal brokenSeal = BrokenSeal::Refuse;  ///< of the inputs
 };

@@ -54,18 +54,21 @@ void PackageJoining::stage() {
     if (request_.sorts)
         std::stable_sort(inputs_.begin(), inputs_.end(),
                          [](const auto& a, const auto& b) { return isBefore(a->container, b->container); });
-    SharedFolders shared(std::any_of(inputs_.begin(), inputs_.end(), [](const auto& input) {
-        return hasRepositoryAsIp(input->container);
-    }));
+    SharedFolders shared(std::any_of(inputs_.begin(), inputs_.end(),
+                                     [](const auto& input) { return hasRepositoryAsIp(input->container); }));
     for (const auto& input : inputs_) {
         collectShared(*input, shared);
         collectKernels(*input);
         tellWhatIsLeft(*input);
     }
-    if (request_.sorts)
+    if (request_.sorts) {
+        std::sort(ipCaches_.begin(), ipCaches_.end());
         std::sort(kernels_.begin(), kernels_.end(),
                   [](const Kernel& a, const Kernel& b) { return a.entry->getName() < b.entry->getName(); });
+    }
     if (isSealed_) edit_.seal();
+    for (const std::string& cache : ipCaches_)
+        container_.addIpCacheIfUnique(cache);
     stageKernels();
     for (const auto& [name, folder] : shared.all())
         for (const std::uint32_t position : folder.members)
@@ -127,8 +130,7 @@ void PackageJoining::collectShared(Input& input, SharedFolders& shared) {
             input.isTaken[position] = true;
     }
     const auto [firstCache, lastCache] = input.container.getIpCachesRange();
-    for (auto cache = firstCache; cache != lastCache; ++cache)
-        container_.addIpCacheIfUnique(*cache);
+    ipCaches_.insert(ipCaches_.end(), firstCache, lastCache);
     if (input.container.getIsIpCacheDir()) container_.setIsIpCacheDir(true);
 }
 

@@ -64,5 +64,6 @@ private:
     std::vector<Kernel> kernels_;
     std::unordered_map<std::string, const Input*> inputOfName_;  ///< by the name of a kernel in lower case
     TakenFolders folders_;
+    std::vector<std::string> ipCaches_;
     HKPContainer container_;
 };

@@ -23,8 +23,8 @@ public:
 
     /// The IPs and IP caches of a package.
     std::vector<PackageFolder> foldersOf(const std::shared_ptr<const ArchiveSnapshot>& archive) const;
-    /// Adds a folder unless one of its name is there, IPs without regard to case. Returns the name that it has
-    /// from now on, which is that of the first. Throws when that one holds other files.
+    /// Adds a folder unless one of its name is there, IPs without regard to case. Returns the name that it
+    /// has from now on, which is that of the first. Throws when that one holds other files.
     const std::string& add(const PackageFolder& folder);
     /// All that were added.
     const std::map<std::string, PackageFolder>& all() const { return folders_; }
