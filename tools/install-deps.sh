@@ -14,7 +14,7 @@ build=(
 # For the tests, the benchmarks, the format check and the demo.
 tests=(
     libgtest-dev libgmock-dev libbenchmark-dev clang-format
-    zip unzip 7zip libarchive-tools openssl python3 python3-jsonschema strace tcl tdom
+    zip unzip 7zip libarchive-tools make openssl python3 python3-jsonschema strace tcl tdom
 )
 declare -A more=(
     [fuzz]="clang libclang-rt-14-dev" [lint]="clang-tidy" [package]="debootstrap dpkg-dev file" [reference]="doxygen"

@@ -153,8 +153,11 @@ class DisasterTest(KpCase):
         update = ["add", "p.kp", "../vadd/kernel.xml", "--update", "--pdi", "../vadd/vadd.qmr"]
         extract = ["extract", "p.kp", "-d", "out", "--force"]
         write = ["kernel", "edit", "../vadd/kernel.xml", "-o", "doc"]
+        part = ["add", "a.kp", "../vadd/kernel.xml", "--ip", "../vadd/ip"]
+        merge = ["merge", "-o", "p.kp", "a.kp", "b.kp"]
         for *prepared, operation in ([ADD], [ADD, second], [ADD, second, replace], [ADD, update], [ADD, second, extract],
-                                     [ADD, ["add-cache", "p.kp", "../caches"]], [ADD, extract, replace, extract],
+                                     [ADD, ["add-cache", "p.kp", "../caches"]], [ADD, second, ["remove", "p.kp", "second"]],
+                                     [part, ["add", "b.kp", *second[2:]], merge], [ADD, extract, replace, extract],
                                      [write, [*write, "--debug=true"]]):
             self.restore({"scratch": None})
             for arguments in prepared:

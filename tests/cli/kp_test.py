@@ -299,6 +299,71 @@ class KpTest(KpCase):
         self.expect(["add-cache", "k.kp", "caches"], 3, "",
                     "kp: error: 'k.kp' has the layout 'kernel', which has no IP caches\n")
 
+    def test_remove_and_merge_do_what_a_dry_run_tells(self):
+        def members():
+            return {info.filename: info.CRC for info in zipfile.ZipFile("p.kp").infolist()} if os.path.exists("p.kp") else {}
+
+        for name in "cab":
+            self.expect(["add", name + ".kp", self.derive(name), "--ip", "vadd/ip"], 0)
+        rows = [(["merge", "--output=p.kp", "c.kp", "a.kp", "b.kp", "--sort"], "abc", "abc"),
+                (["remove", "p.kp", "B", "a"], "ba", "c"), (["remove", "p.kp", "c"], "c", "")]
+        for arguments, named, left in rows:
+            before = members()
+            plan, lines = json.loads(run(*arguments, "--dry-run", "--json")[1]), run(*arguments, "--dry-run")[1].splitlines()
+            self.assertEqual(before, members())
+            self.expect(arguments, 0)
+            after = members()
+            self.assertEqual((named, sorted(after.keys() - before.keys()), sorted(before.keys() - after.keys())),
+                             ("".join(kernel["name"] for kernel in plan["kernels"]), plan["added"], plan["removed"]))
+            self.assertEqual(["kp.xml"] * bool(before), plan["replaced"])
+            self.assertEqual([f"{name}  hw_emu,hw  rtl" for name in named] + [
+                mark + " " + name for mark, key in zip("+~-", ("added", "replaced", "removed")) for name in plan[key]], lines)
+            self.expect(["list", "p.kp"], 0, "".join(f"{name}  hw_emu,hw  rtl\n" for name in left))
+            self.expect(["verify", "p.kp"], 0, "digest: valid\n")
+        self.assertEqual(["kp.xml"], [*after])
+
+        merge, refused = ["merge", "-o", "m.kp", "a.kp", "b.kp"], "kp: error: 'm.kp' is there already; a merge replaces no file\n"
+        subprocess.run(["zip", "-q", "b.kp", "vadd/design.xml"], check=True)
+        unsealed = ("kp: error: The digest of 'b.kp' does not hold: the package was changed since it was sealed; "
+                    "'kp verify' tells more, and --reseal goes on and seals the package anew\n")
+        left = "kp: warning: [17-1396] The integrity of the package 'b.kp' could not be verified\n" \
+            "kp: warning: [17-2011] 'vadd/design.xml' in 'b.kp' belongs to no kernel and is left out\n"
+        for arguments in merge, ["remove", "b.kp", "b"]:
+            self.expect(arguments, 3, "", unsealed)
+        self.expect([*merge, "--reseal"], 0, "", left)
+        self.expect(merge, 3, "", refused)
+        self.expect(["verify", "m.kp"], 0, "digest: valid\n")
+        self.expect(["-q", "remove", "b.kp", "b", "--reseal"], 0)
+        self.expect(["verify", "b.kp"], 0, "digest: valid\n")
+        self.expect(["remove", "m.kp", "a", "bb"], 3, "", "kp: error: Kernel 'bb' was not found inside KP container 'm.kp'; "
+                    "did you mean 'b'?\n")
+        self.expect(["merge", "-o", "n.kp", "m.kp", "--check-version"], 3, "", "kp: error: The KP file 'm.kp' was created in version "
+                    "2020.1, which is later than the software version you are currently running: 2019.9. "
+                    "Forward compatibility is not supported\n", KP_SOFTWARE_VERSION="2019.9")
+
+    def test_a_build_of_many_kernels_at_once_gives_the_same_bytes_every_time(self):
+        """The makefile of the handbook, with other orders and numbers of processes."""
+        section = Path(os.environ["KP_HANDBOOK"]).read_text().split("\n## In a build\n")[1]
+        makefile = "".join(line[4:] + "\n" for line in section.split("\n## ")[0].splitlines() if line.startswith("    ") or not line)
+        names, built = [f"k{number}" for number in range(20)], []
+        for jobs, kernels in (("-j8", names), ("-j1", names[::-1]), ("-j3", names[7:] + names[:7])):
+            os.makedirs(jobs)
+            Path(jobs, "Makefile").write_text(makefile.split("kp diff")[0])
+            for name in names:
+                os.makedirs(f"{jobs}/{name}")
+                shutil.copytree("vadd/ip", f"{jobs}/{name}/ip")
+                os.rename(self.derive(f"{jobs}/{name}"), f"{jobs}/{name}/kernel.xml")
+            made = subprocess.run(["make", "-s", jobs, "KERNELS=" + " ".join(kernels), "SOURCE_DATE_EPOCH=1600000000"], cwd=jobs,
+                                  capture_output=True, text=True, env={**os.environ, "PATH": f"{Path(KP).parent}:{os.environ['PATH']}"})
+            self.assertEqual((0, ""), (made.returncode, made.stdout), made.stderr)
+            built.append(Path(jobs, "all.kp").read_bytes())
+        self.assertEqual([True] * 3, [package == built[0] for package in built])
+        self.expect(["verify", "./-j8/all.kp"], 0, "digest: valid\n")
+        self.assertEqual(sorted(names), [line.split()[0] for line in run("list", "./-j8/all.kp")[1].splitlines()])
+        self.expect(["remove", "./-j8/all.kp", *names[1:]], 0)
+        self.expect(["merge", "-o", "again.kp", "--sort", *(f"./-j1/{name}.kp" for name in names[1:]), "./-j8/all.kp"], 0)
+        self.assertTrue(Path("again.kp").read_bytes() == built[0])
+
     def test_kernel_show_edit_and_report(self):
         document = ElementTree.parse("vadd/kernel.xml")
         kernel = document.find("kernel")

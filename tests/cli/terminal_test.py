@@ -65,7 +65,7 @@ class TerminalTest(KpCase):
                 (["cat", '"p q.kp"', '"' + debug + "a "], ""), (["cat", "p\\ q.kp", debug + "a", ":", "b"], "b=c.txt"),
                 (["cat", "--", "p\\ q.kp", "vadd/k"], "vadd/kernel.xml"), (["cat", "p\\ q.kp", "vadd/kernel.xml", ""], ""),
                 (["extract", "$(touch\\ hit)", ""], ""), (["files", "none.kp", "v"], ""), (["extract", "p\\ q.kp", "-d", "v"], "vadd"),
-                (["help", "ker"], "kernel"), (["help", "kernel", "r"], "report")]
+                (["remove", "p\\ q.kp", "--dry-run", "v"], "vadd"), (["help", "ker"], "kernel"), (["help", "kernel", "r"], "report")]
         for words, expected in rows:
             completed = subprocess.run(["bash", "-c", script, SHARE + "/bash-completion/completions/kp", "kp", *words],
                                        capture_output=True, text=True, env={**os.environ, "PATH": f"{Path(KP).parent}:{os.environ['PATH']}"})

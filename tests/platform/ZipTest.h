@@ -47,6 +47,14 @@ protected:
     void edit(const std::function<void(ArchiveEdit&)>& operation) const {
         ArchiveEdit::run(archive, operation);
     }
+    /// Makes another archive of all its members.
+    void copyTo(const std::string& path) const {
+        const auto from = ArchiveSnapshot::open(archive);
+        ArchiveEdit::run(path, [&](ArchiveEdit& edit) {
+            for (const ArchiveEntry& entry : from->entries())
+                edit.addMember(from, entry);
+        });
+    }
     std::string bytesOfArchive() const { return HUTFile::readFile(archive); }
 
     std::vector<std::string> names() const {

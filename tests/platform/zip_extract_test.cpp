@@ -120,7 +120,8 @@ TEST_F(ZipExtract, OddNamesAndModesDoNoHarm) {
     EXPECT_EQ(modeOf("x"), fs::perms(0711));
 }
 
-// Every archive begins with a sound member. None may leave anything of itself anywhere.
+// Every archive begins with a sound member. None may leave anything of itself anywhere, or get into another
+// archive.
 TEST_F(ZipExtract, HostileArchivesAreRefusedAndTouchNothing) {
     const std::string longName = "k/" + std::string(4096, 'n');
     std::string deepName = "k";
@@ -169,6 +170,8 @@ TEST_F(ZipExtract, HostileArchivesAreRefusedAndTouchNothing) {
                   "Failed to extract '" + name + "' of the archive '" + archive + "': " + reason);
         EXPECT_EQ(treeOf(directory.path()), before) << name << ": " << reason;
         EXPECT_EQ(ArchiveSnapshot::open(archive)->check().empty(), !there.empty()) << name << ": " << reason;
+        EXPECT_EQ(failureOf([&] { copyTo(at("copy")); }) == "nothing thrown", !there.empty()) << name;
+        EXPECT_EQ(fs::remove(at("copy")), !there.empty()) << name;
     }
 }
 

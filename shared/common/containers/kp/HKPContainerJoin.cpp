@@ -5,6 +5,7 @@
 #include "platform/base/Exceptions.h"
 #include "platform/base/HUTProgress.h"
 #include "platform/files/Disk.h"
+#include "platform/files/HUTPathUtils.h"
 
 namespace {
 
@@ -12,9 +13,11 @@ namespace {
     throw HEXAlgException("'" + path + "' is there already; a merge replaces no file\n");
 }
 
-/// A link that leads nowhere counts as well: the package would be made somewhere else.
+/// Tells before all inputs are read. A link that leads nowhere is something as well: the package would be
+/// made somewhere else.
 void requireFree(const std::string& path) {
     if (disk::statusIfThere(path) || !disk::linkTarget(path).empty()) refuseTaken(path);
+    disk::requireWritable(HUTPathUtils::parent(path));
 }
 
 /// The bytes whose digests are looked at, that are copied, and that are hashed.

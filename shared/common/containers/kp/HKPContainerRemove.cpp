@@ -9,15 +9,18 @@
 #include "platform/base/Exceptions.h"
 #include "platform/base/HSTStringUtils.h"
 #include "platform/base/Spelling.h"
+#include "platform/files/HUTPathUtils.h"
 #include "platform/zip/ArchiveEdit.h"
 
 #include <unordered_set>
 
-using layout::withoutSlash;
-
 namespace {
 
 using Kernels = std::vector<std::unique_ptr<HKPKernel>>;
+
+std::string folderOf(const std::string& directory) {
+    return std::string(HUTPathUtils::withoutTrailingSeparators(directory));
+}
 
 /// Stages one removal into an edit of the package.
 class Removal {
@@ -25,9 +28,10 @@ public:
     Removal(const KernelRemoval& request, ArchiveEdit& edit) : request_(request), edit_(edit) {}
 
     Kernels stage() {
-        HKPContainerXMLReader(request_.kpPath, container_).parseKPContainer();
+        HKPContainerXMLReader(request_.kpPath, container_, edit_.snapshot()).parseKPContainer();
         const std::uint32_t major = container_.getVersionMajor(), minor = container_.getVersionMinor();
-        if (sealsAnew(request_.kpPath, major, minor, request_.brokenSeal)) edit_.seal();
+        const PackageSeal seal{request_.kpPath, edit_.snapshot(), major, minor};
+        if (seal.isRenewed(request_.brokenSeal)) edit_.seal();
         for (const std::string& name : request_.kernelNames)
             take(name);
         notePlacesOfOthers();
@@ -60,14 +64,14 @@ private:
             for (const std::string& folder :
                  {kernel.getDirectory(), kernel.getName(), std::string(kernel.getIpDir())})
                 others_.add(folder, kernel.getName());
-            ipsOfOthers_.insert(HSTStringUtils::foldCase(withoutSlash(kernel.getIpDir())));
+            ipsOfOthers_.insert(HSTStringUtils::foldCase(folderOf(kernel.getIpDir())));
         }
     }
 
     void removeFilesOf(const HKPKernel& kernel) {
         for (const std::string& directory : {kernel.getDirectory(), kernel.getName()})
-            removeDirectory(kernel, withoutSlash(directory));
-        const std::string ip = withoutSlash(kernel.getIpDir());
+            removeDirectory(kernel, folderOf(directory));
+        const std::string ip = folderOf(kernel.getIpDir());
         const bool isItsOwn = layout::isInRepository(ip) || layout::unfitToChange(ip).empty();
         if (isItsOwn && !ipsOfOthers_.contains(HSTStringUtils::foldCase(ip))) removeFolder(kernel, "IP", ip);
     }

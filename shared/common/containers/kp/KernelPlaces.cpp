@@ -21,12 +21,12 @@ const HKPKernel* otherKernelIn(const HKPContainer& container, const std::string&
 }
 
 void TakenFolders::add(const std::string& folder, const std::string& owner) {
-    const std::string place = layout::withoutSlash(folder);
+    const std::string_view place = HUTPathUtils::withoutTrailingSeparators(folder);
     if (!place.empty()) owners_.emplace(HSTStringUtils::foldCase(place), owner);
 }
 
 const std::string* TakenFolders::ownerNear(const std::string& folder, const std::string& own) const {
-    const std::string place = HSTStringUtils::foldCase(layout::withoutSlash(folder));
+    const std::string place = HSTStringUtils::foldCase(HUTPathUtils::withoutTrailingSeparators(folder));
     const auto another = [&](auto first, auto last) -> const std::string* {
         const auto found = std::find_if(first, last, [&](const auto& entry) { return entry.second != own; });
         return found == last ? nullptr : &found->second;

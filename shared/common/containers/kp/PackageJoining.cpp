@@ -13,8 +13,6 @@
 
 #include <algorithm>
 
-using layout::withoutSlash;
-
 namespace {
 
 bool hasRepository(const HKPContainer& container) {
@@ -36,7 +34,7 @@ bool isBefore(const HKPContainer& a, const HKPContainer& b) {
 bool hasRepositoryAsIp(const HKPContainer& container) {
     const auto [first, last] = container.getKPKernelRange();
     return std::any_of(first, last, [](const auto& kernel) {
-        return HSTStringUtils::equalsIgnoreCase(withoutSlash(kernel->getIpDir()), layout::ipRepo);
+        return HSTStringUtils::equalsIgnoreCase(HUTPathUtils::withoutTrailingSeparators(kernel->getIpDir()), layout::ipRepo);
     });
 }
 
@@ -88,15 +86,13 @@ std::vector<std::unique_ptr<HKPKernel>> PackageJoining::takeKernels() {
 void PackageJoining::open(const std::string& path) {
     HUTInterrupt::check();
     HKPContainerUtils::requireKPContainer_(path);
-    const ArchiveSnapshot::Hold version(path);
     auto input = std::make_unique<Input>(path);
     HKPContainer& container = input->container;
-    HKPContainerXMLReader(path, container).parseKPContainer();
-    input->archive = ArchiveSnapshot::open(path);
+    HKPContainerXMLReader(path, container, input->archive).parseKPContainer();
     input->isTaken.resize(input->archive->entries().size());
     requireFitting(*input);
-    if (!sealsAnew(path, container.getVersionMajor(), container.getVersionMinor(), request_.brokenSeal))
-        isSealed_ = false;
+    const PackageSeal seal{path, input->archive, container.getVersionMajor(), container.getVersionMinor()};
+    if (!seal.isRenewed(request_.brokenSeal)) isSealed_ = false;
     if (request_.checkVersion)
         HKPContainerUtils::checkKPVersion_(path, container.getSoftwareVersionMajor(),
                                            container.getSoftwareVersionMinor());
@@ -155,14 +151,14 @@ void PackageJoining::requireNewName(const Kernel& kernel) {
 void PackageJoining::takeFolders(Kernel& kernel, Input& input) {
     const HKPKernel& entry = *kernel.entry;
     for (const std::string& directory : {entry.getDirectory(), entry.getName()}) {
-        const std::string folder = withoutSlash(directory);
+        const std::string folder(HUTPathUtils::withoutTrailingSeparators(directory));
         const std::string reason = layout::unfitToChange(folder);
         if (!reason.empty())
             throw HEXAlgException("The directory '" + folder + "' of kernel '" + entry.getName() + "' in '" +
                                   input.path + "' cannot be merged: " + reason + "\n");
         takeFolder(kernel, input, folder);
     }
-    const std::string ip = withoutSlash(entry.getIpDir());
+    const std::string ip(HUTPathUtils::withoutTrailingSeparators(entry.getIpDir()));
     if (layout::unfitToChange(ip).empty()) takeFolder(kernel, input, ip);
 }
 

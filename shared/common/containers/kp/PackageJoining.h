@@ -33,7 +33,7 @@ public:
 private:
     /// One version of a package that is joined.
     struct Input {
-        explicit Input(const std::string& path) : path(path) {}
+        explicit Input(const std::string& path) : path(path), archive(ArchiveSnapshot::open(path)) {}
 
         std::string path;
         std::shared_ptr<const ArchiveSnapshot> archive;
