@@ -108,7 +108,8 @@ TEST_F(MergeTest, AKernelGoesWithAllThatIsItsAlone) {
     EXPECT_THAT(kernelsOf(package), ElementsAre(listed[0]));
 
     const std::string plain = directory_ / "plain.kp";
-    for (const auto& [name, path] : {std::pair{"k1", plain}, {"k2", plain}, {"k3", directory_ / "other.kp"}}) {
+    for (const auto& [name, path] :
+         {std::pair{"k1", plain}, {"k2", plain}, {"k3", directory_ / "other.kp"}}) {
         KernelAddition addition = ipKernel(directory_, name);
         addition.kpPath = path;
         addition.ipRepoLayout = false;
@@ -118,7 +119,8 @@ TEST_F(MergeTest, AKernelGoesWithAllThatIsItsAlone) {
                 ElementsAre("k1|k1|k1/ip|top|p7|hw_emu,hw,|rtl", "k2|k2|k2/ip|top|p7|hw_emu,hw,|rtl",
                             "k3|k3|k3/ip|top|p7|hw_emu,hw,|rtl"));
     remove(plain, {"k2"});
-    EXPECT_THAT(members(plain), ElementsAre("k1/kernel.xml", "k1/ip/component.xml", "k1/ip/hdl/top.v", "kp.xml"));
+    EXPECT_THAT(members(plain),
+                ElementsAre("k1/kernel.xml", "k1/ip/component.xml", "k1/ip/hdl/top.v", "kp.xml"));
     EXPECT_EQ(HKPContainerUtils::getKPContainerMajorVersion(plain), 2U);
 }
 
@@ -134,7 +136,8 @@ TEST_F(MergeTest, WhatOthersHaveOrNobodyCanTellIsNotRemoved) {
     const std::string kept = "Kernel 'k1' cannot be removed from KP container '" + package +
                              "' because kernel 'k2' has files in its ";
     const auto unfit = [&](const std::string& place, const std::string& reason) {
-        return "The directory '" + place + "' of kernel 'k1' in '" + package + "' cannot be removed: " + reason + "\n";
+        return "The directory '" + place + "' of kernel 'k1' in '" + package +
+               "' cannot be removed: " + reason + "\n";
     };
     const Row rows[] = {
         {"k2", &HKPKernel::setDirectory, "k1", kept + "directory 'k1'\n"},
@@ -155,9 +158,8 @@ TEST_F(MergeTest, WhatOthersHaveOrNobodyCanTellIsNotRemoved) {
     for (const Row& row : rows) {
         copyOf(whole, "p.kp");
         ArchiveEdit::run(package, [](ArchiveEdit& edit) { edit.addBytes("odd/top.v", "odd"); });
-        changeManifest(package, [&](HKPContainer& all) {
-            (all.getKPKernelByName(row.kernel)->*row.set)(row.place);
-        });
+        changeManifest(package,
+                       [&](HKPContainer& all) { (all.getKPKernelByName(row.kernel)->*row.set)(row.place); });
         HUTZip::attachDigestEn(package);
         const std::string before = HUTFile::readFile(package);
         const Texts kept = kernelsOf(package);
@@ -173,7 +175,9 @@ TEST_F(MergeTest, WhatOthersHaveOrNobodyCanTellIsNotRemoved) {
     copyOf(whole, "p.kp");
     const auto failureOfRemoving = [&](const Texts& names, BrokenSeal brokenSeal = BrokenSeal::Refuse) {
         const std::string before = HUTFile::readFile(package);
-        const std::string text = failureOf([&] { HKPContainerUtils::removeKernels({package, names, brokenSeal}); });
+        const std::string text = failureOf([&] {
+            HKPContainerUtils::removeKernels({package, names, brokenSeal});
+        });
         EXPECT_EQ(HUTFile::readFile(package) == before, text != "nothing thrown") << text;
         return text;
     };
@@ -184,7 +188,9 @@ TEST_F(MergeTest, WhatOthersHaveOrNobodyCanTellIsNotRemoved) {
               "The digest of '" + package + "' does not hold: the package was changed since it was sealed\n");
     EXPECT_EQ(failureOfRemoving({"k1"}, BrokenSeal::Renew), "nothing thrown");
     verifyClean(package);
-    EXPECT_EQ(failureOf([&] { HKPContainerUtils::removeKernels({directory_ / "no.kp", {"k1"}}); }),
+    EXPECT_EQ(failureOf([&] {
+                  HKPContainerUtils::removeKernels({directory_ / "no.kp", {"k1"}});
+              }),
               "The specified KP container does not exist: '" + (directory_ / "no.kp") + "'\n");
 }
 
@@ -209,7 +215,8 @@ TEST_F(MergeTest, TheBytesFollowFromTheKernelsAndTheirOrderAlone) {
     const std::string merged = merge({a, b, c});
     HKPContainer container;
     HKPContainerUtils::parseKPContainerIntoObject_(merged, container);
-    EXPECT_THAT(Texts(container.getIpCachesRange().first, container.getIpCachesRange().second), ElementsAre("c1", "c2"));
+    EXPECT_THAT(Texts(container.getIpCachesRange().first, container.getIpCachesRange().second),
+                ElementsAre("c1", "c2"));
     Texts expected;
     std::map<std::string, std::string> files;
     for (const std::string& part : {a, b, c}) {
@@ -253,20 +260,23 @@ TEST_F(MergeTest, WhatIsSharedComesOnceHoweverItIsStored) {
     };
     const std::string spelled = "V_l_k1_1_0";
     change("mkdir x && cd x && unzip -q ../b.kp && mv ip_repo/v_l_k1_1_0 ip_repo/" + spelled +
-               " && echo stray > ip_repo.txt && mkdir -p k3 && echo stray > k3/kernel.xml && rm ../b.kp && zip -0qr ../b.kp .",
+               " && echo stray > ip_repo.txt && mkdir -p k3 && echo stray > k3/kernel.xml && rm ../b.kp && "
+               "zip -0qr ../b.kp .",
            [&](HKPContainer& all) { all.getKPKernelByName("k2")->setIpDir("ip_repo/" + spelled + "/"); });
     messages_.clear();
     const std::string merged = merge({a, b});
     EXPECT_THAT(messages_.texts(),
-                testing::UnorderedElementsAre("17-2011: 'ip_repo.txt' in '" + b + "' belongs to no kernel and is left out",
-                            "17-2011: 'k3/kernel.xml' in '" + b + "' belongs to no kernel and is left out"));
+                testing::UnorderedElementsAre(
+                    "17-2011: 'ip_repo.txt' in '" + b + "' belongs to no kernel and is left out",
+                    "17-2011: 'k3/kernel.xml' in '" + b + "' belongs to no kernel and is left out"));
     EXPECT_THAT(kernelsOf(merged)[1], HasSubstr("k2|k2|ip_repo/v_l_k1_1_0/|"));
     EXPECT_THAT(members(merged), Not(testing::Contains(HasSubstr(spelled))));
 }
 
 // Each row makes b.kp, of a kernel k2 unless it says otherwise, unfit to go with a.kp.
 TEST_F(MergeTest, ClashesAreRefusedWithBothPackagesAndNothingIsMade) {
-    const std::string a = packageOf("a.kp", {"k1"}), b = directory_ / "b.kp", merged = directory_ / "merged.kp";
+    const std::string a = packageOf("a.kp", {"k1"}), b = directory_ / "b.kp",
+                      merged = directory_ / "merged.kp";
     addCache(a, "c1");
     const auto kernel = [&](const std::string& name, const std::string& attributes = "") {
         KernelAddition addition = ipKernel(directory_, name, attributes);
@@ -281,11 +291,12 @@ TEST_F(MergeTest, ClashesAreRefusedWithBothPackagesAndNothingIsMade) {
         };
     };
     const auto notOwn = [&](const std::string& folder) {
-        return "The folder '" + folder + "' of kernel 'k2' of '" + b + "' is not its own: kernel 'k1' of '" + a +
-               "' has files there as well\n";
+        return "The folder '" + folder + "' of kernel 'k2' of '" + b + "' is not its own: kernel 'k1' of '" +
+               a + "' has files there as well\n";
     };
     const auto unfit = [&](const std::string& folder, const std::string& reason) {
-        return "The directory '" + folder + "' of kernel 'k2' in '" + b + "' cannot be merged: " + reason + "\n";
+        return "The directory '" + folder + "' of kernel 'k2' in '" + b + "' cannot be merged: " + reason +
+               "\n";
     };
     const auto differs = [&](const std::string& folder, const std::string& member) {
         return "'" + folder + "' of '" + b + "' is not that of '" + a + "': they differ in '" + member + "'";
@@ -295,31 +306,36 @@ TEST_F(MergeTest, ClashesAreRefusedWithBothPackagesAndNothingIsMade) {
         return [=, this] {
             Members all = {{"k2/kernel.xml", kernelXml("name='k2'")}};
             all.insert(all.end(), more.begin(), more.end());
-            all.emplace_back("kp.xml", "<Root VersionMajor='6' VersionMinor='0'><Kernels><Kernel Name='k2' "
-                                       "Dir='k2'/></Kernels></Root>");
+            all.emplace_back("kp.xml",
+                             "<Root VersionMajor='6' VersionMinor='0'><Kernels><Kernel Name='k2' "
+                             "Dir='k2'/></Kernels></Root>");
             pack(b, all);
             HUTZip::attachDigestEn(b);
         };
     };
     const std::pair<std::function<void()>, std::string> rows[] = {
-        {[&] { add(kernel("K1", "vlnv='v:l:other:1'")); }, "Kernel 'K1' is in both '" + a + "' and '" + b + "'\n"},
-        {[&] {
-             add(kernel("k2", "vlnv='V:l:k1:1.0'"));
-         }, differs("ip_repo/V_l_k1_1_0", "component.xml") + advice},
+        {[&] { add(kernel("K1", "vlnv='v:l:other:1'")); },
+         "Kernel 'K1' is in both '" + a + "' and '" + b + "'\n"},
+        {[&] { add(kernel("k2", "vlnv='V:l:k1:1.0'")); },
+         differs("ip_repo/V_l_k1_1_0", "component.xml") + advice},
         {[&] {
              KernelAddition more = kernel("k2", "vlnv='v:l:k1:1.0'");
              more.ipDir = directory_ / "more";
-             std::filesystem::copy(directory_ / "k1/ip", more.ipDir, std::filesystem::copy_options::recursive);
+             std::filesystem::copy(directory_ / "k1/ip", more.ipDir,
+                                   std::filesystem::copy_options::recursive);
              directory_.file("more/hdl/more.v", "more");
              add(more);
-         }, differs("ip_repo/v_l_k1_1_0", "hdl/more.v") + advice},
+         },
+         differs("ip_repo/v_l_k1_1_0", "hdl/more.v") + advice},
         {[&] { add(kernel("k2", "language='ip'")); }, differs("ip_repo", "component.xml") + advice},
         {forge({{"ip_cache/c1/one.qmr", "another"}}), differs("ip_cache/c1", "one.qmr") + "\n"},
         {[&] {
              KernelAddition own = kernel("k2");
              own.ipRepoLayout = false;
              add(own);
-         }, "'" + a + "' has the layout 'repo' and '" + b + "' the layout 'kernel'; only packages of one layout can be merged\n"},
+         },
+         "'" + a + "' has the layout 'repo' and '" + b +
+             "' the layout 'kernel'; only packages of one layout can be merged\n"},
         {changed(&HKPKernel::setDirectory, "k1"), notOwn("k1")},
         {changed(&HKPKernel::setDirectory, "K1/sub"), notOwn("K1/sub")},
         {changed(&HKPKernel::setIpDir, "K1"), notOwn("K1")},
@@ -330,11 +346,13 @@ TEST_F(MergeTest, ClashesAreRefusedWithBothPackagesAndNothingIsMade) {
         {[&] {
              add(kernel("k2"));
              ArchiveEdit::run(b, [](ArchiveEdit& edit) { edit.addBytes("k2/foreign", "x"); });
-         }, "The digest of '" + b + "' does not hold: the package was changed since it was sealed\n"},
+         },
+         "The digest of '" + b + "' does not hold: the package was changed since it was sealed\n"},
         {[&] { directory_.file("b.kp", "PK"); },
          "'" + b + "' is not a readable archive: it has no end of directory record"},
         {[] {}, "The specified KP container does not exist: '" + b + "'\n"},
-        {[&] { std::filesystem::create_hard_link(a, b); }, "'" + a + "' is given twice, also as '" + b + "'\n"},
+        {[&] { std::filesystem::create_hard_link(a, b); },
+         "'" + a + "' is given twice, also as '" + b + "'\n"},
     };
     for (const auto& [make, error] : rows) {
         std::filesystem::remove(b);
@@ -348,19 +366,28 @@ TEST_F(MergeTest, ClashesAreRefusedWithBothPackagesAndNothingIsMade) {
     std::filesystem::remove(b);
     std::filesystem::create_symlink("nowhere.kp", b);
     for (const std::string& taken : {a, b, directory_.path()})
-        EXPECT_EQ(failureOf([&] { HKPContainerUtils::joinPackages({taken, {a}}); }),
+        EXPECT_EQ(failureOf([&] {
+                      HKPContainerUtils::joinPackages({taken, {a}});
+                  }),
                   "'" + taken + "' is there already; a merge replaces no file\n");
     const Environment later("KP_SOFTWARE_VERSION", "2019.2");
-    EXPECT_THAT(failureOf([&] { HKPContainerUtils::joinPackages({.kpPath = merged, .inputs = {a}, .checkVersion = true}); }),
+    EXPECT_THAT(failureOf([&] {
+                    HKPContainerUtils::joinPackages({.kpPath = merged, .inputs = {a}, .checkVersion = true});
+                }),
                 HasSubstr("later than the software version"));
 }
 
 TEST_F(MergeTest, WhatFailsOrIsCalledOffLeavesAllAsItWas) {
     const std::string a = packageOf("a.kp", {"k1"}), b = packageOf("b.kp", {"k2", "k3"});
-    const std::string merged = directory_ / "merged.kp", onceMerged = bytesOfMerge({a, b}), old = HUTFile::readFile(b);
+    const std::string merged = directory_ / "merged.kp", onceMerged = bytesOfMerge({a, b}),
+                      old = HUTFile::readFile(b);
     const std::function<void()> operations[] = {
-        [&] { HKPContainerUtils::joinPackages({merged, {a, b}}); },
-        [&] { HKPContainerUtils::removeKernels({b, {"k2"}}); },
+        [&] {
+            HKPContainerUtils::joinPackages({merged, {a, b}});
+        },
+        [&] {
+            HKPContainerUtils::removeKernels({b, {"k2"}});
+        },
     };
     operations[1]();
     const std::string removed = HUTFile::readFile(b);
@@ -393,7 +420,8 @@ TEST_F(MergeTest, WhatFailsOrIsCalledOffLeavesAllAsItWas) {
                 } else if (&operation == operations) {
                     EXPECT_FALSE(isDone) << n;
                 }
-                EXPECT_TRUE(HUTFile::readFile(b) == (isDone && &operation != operations ? removed : old)) << n;
+                EXPECT_TRUE(HUTFile::readFile(b) == (isDone && &operation != operations ? removed : old))
+                    << n;
                 EXPECT_EQ(namesHere(), before) << n;
             }
         }

@@ -34,7 +34,8 @@ bool isBefore(const HKPContainer& a, const HKPContainer& b) {
 bool hasRepositoryAsIp(const HKPContainer& container) {
     const auto [first, last] = container.getKPKernelRange();
     return std::any_of(first, last, [](const auto& kernel) {
-        return HSTStringUtils::equalsIgnoreCase(HUTPathUtils::withoutTrailingSeparators(kernel->getIpDir()), layout::ipRepo);
+        return HSTStringUtils::equalsIgnoreCase(HUTPathUtils::withoutTrailingSeparators(kernel->getIpDir()),
+                                                layout::ipRepo);
     });
 }
 
