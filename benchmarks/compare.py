@@ -202,7 +202,7 @@ class Comparison:
             description = self.out / "kernel.xml"
             description.write_text((self.example / "kernel.xml").read_text().replace("vadd", f"kernel{number}"))
             packages.append(self.out / f"kernel{number}.kp")
-            self.kp("add", packages[-1], description, "--ip", self.inputs / "kernel-ip").run(self.measure)
+            self.kp("add", packages[-1], description, "--ip", self.inputs / "kernel-ip", "--no-lint").run(self.measure)
         size = sum(package.stat().st_size for package in packages) / len(packages) / MIB
         ready = lambda: self.fresh("merged.kp")
         ours = self.kp("merge", "-o", merged, *packages, ready=ready)
