@@ -15,7 +15,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -78,12 +77,11 @@ std::string adviceOn(const KernelRefused& refusal) {
 }
 
 void tellAssumed(const std::vector<kfab::author::AssumedOffset>& assumed) {
-    std::ostringstream offsets;
-    offsets << std::hex << std::uppercase;
+    std::string offsets;
     for (const auto& [argument, offset] : assumed)
-        offsets << (offsets.tellp() > 0 ? ", " : "") << argument << " 0x" << offset;
-    complain("info", "the IP describes no registers of these arguments, and their offsets are assumed: " +
-                         offsets.str());
+        offsets += (offsets.empty() ? "" : ", ") + argument + " " + kfab::kernel::hexadecimal(offset);
+    complain("info",
+             "the IP describes no registers of these arguments, and their offsets are assumed: " + offsets);
 }
 
 void requireNew(const std::string& path) {

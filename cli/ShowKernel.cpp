@@ -1,6 +1,7 @@
 #include "cli/DisplayText.h"
 #include "cli/ShowOutput.h"
 #include "cli/TextPage.h"
+#include "containers/kernel/NumberText.h"
 
 #include <algorithm>
 #include <numeric>
@@ -67,7 +68,7 @@ void showPorts(TextPage& page, const Kernel& kernel) {
                    {displayed(port.type)},
                    {plainText(port.dataWidth)},
                    {numberText(port.range, sizeText)},
-                   {numberText(port.base, hexText)}});
+                   {numberText(port.base, kfab::kernel::hexadecimal)}});
     page.table(table);
 }
 
@@ -104,7 +105,7 @@ void showMap(TextPage& page, const AddressMap& map) {
                      {.title = isWrong ? "Wrong" : ""}});
     for (const Stretch& stretch : map.stretches) {
         const Colour colour = stretch.use == Stretch::Use::Gap ? Colour::Quiet : Colour::None;
-        table.add({{hexText(stretch.offset), colour},
+        table.add({{kfab::kernel::hexadecimal(stretch.offset), colour},
                    {sizeText(stretch.size), colour},
                    {displayed(stretch.argument)},
                    {useText(stretch.use), colour},
@@ -144,7 +145,7 @@ void showArguments(TextPage& page, const Kernel& kernel) {
                    {displayed(argument.type)},
                    {passingText(argument.passing)},
                    {displayed(argument.port)},
-                   {numberText(argument.offset, hexText)},
+                   {numberText(argument.offset, kfab::kernel::hexadecimal)},
                    {numberText(argument.size, sizeText)}});
     page.table(table);
 }

@@ -82,10 +82,6 @@ std::string sizeText(std::uint64_t bytes) {
     return number + " " + units.at(unit);
 }
 
-std::string hexText(std::uint64_t number) {
-    return formatted("0x%llX", static_cast<unsigned long long>(number));
-}
-
 std::string decimalText(double number) {
     return formatted("%g", number);
 }

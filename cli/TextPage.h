@@ -42,8 +42,6 @@ private:
 
 /// As "12.3 KiB".
 std::string sizeText(std::uint64_t bytes);
-/// As "0x10".
-std::string hexText(std::uint64_t number);
 /// As "2.92".
 std::string decimalText(double number);
 /// As "1 file" or "2 files".

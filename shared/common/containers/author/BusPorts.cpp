@@ -2,8 +2,8 @@
 
 #include "containers/author/KernelRefused.h"
 #include "containers/author/Prototype.h"
-#include "containers/author/Text.h"
 #include "containers/ip/ComponentFacts.h"
+#include "platform/files/HUTPathUtils.h"
 
 #include <algorithm>
 #include <bit>
@@ -28,13 +28,14 @@ std::uint64_t valueOf(const ip::Number& number, const std::string& what) {
 }
 
 std::uint32_t dataWidthOf(const ip::BusInterface& bus) {
-    const std::uint64_t width = valueOf(ip::dataWidth(bus), "the data width of " + quoted(bus.name));
+    const std::uint64_t width =
+        valueOf(ip::dataWidth(bus), "the data width of " + HUTPathUtils::quoted(bus.name));
     const bool isStream = bus.kind == ip::BusKind::Stream;
     const bool isUsual = isStream ? width > 0 && width % 8 == 0 && width <= all >> 32
                                   : width >= 8 && width <= 4096 && std::has_single_bit(width);
     if (!isUsual)
-        throw KernelRefused("The bus interface " + quoted(bus.name) + " has " + std::to_string(width) +
-                            " bits of data, which is no " +
+        throw KernelRefused("The bus interface " + HUTPathUtils::quoted(bus.name) + " has " +
+                            std::to_string(width) + " bits of data, which is no " +
                             (isStream ? "multiple of 8" : "power of two from 8 to 4096"));
     return static_cast<std::uint32_t>(width);
 }
@@ -50,11 +51,12 @@ std::uint64_t rangeOfSlave(const ip::IpComponent& component, const ip::BusInterf
     const ip::Number width = ip::addressWidth(bus);
     std::uint64_t range = all;
     if (width.value || block == nullptr) {
-        const std::uint64_t last = lastAddress(valueOf(width, "the address width of " + quoted(bus.name)));
+        const std::uint64_t last =
+            lastAddress(valueOf(width, "the address width of " + HUTPathUtils::quoted(bus.name)));
         range = last == all ? all : last + 1;
     }
     if (block == nullptr) return range;
-    const std::string named = "of the address block " + quoted(block->name);
+    const std::string named = "of the address block " + HUTPathUtils::quoted(block->name);
     const std::uint64_t base = valueOf(block->base, "the base " + named);
     const std::uint64_t size = valueOf(block->range, "the range " + named);
     return std::min(range, size > all - base ? all : base + size);
@@ -62,13 +64,14 @@ std::uint64_t rangeOfSlave(const ip::IpComponent& component, const ip::BusInterf
 
 BusPort describe(const ip::IpComponent& component, const ip::BusInterface& bus) {
     if (!isIdentifier(bus.name))
-        throw KernelRefused("The name of the bus interface " + quoted(bus.name) +
+        throw KernelRefused("The name of the bus interface " + HUTPathUtils::quoted(bus.name) +
                             " is no C identifier, so no port can have it");
     BusPort port{.bus = &bus, .isMaster = bus.mode == ip::BusMode::Master};
     port.isStream = bus.kind == ip::BusKind::Stream;
     port.dataWidth = dataWidthOf(bus);
     if (port.isMappedMaster())
-        port.range = lastAddress(valueOf(ip::addressWidth(bus), "the address width of " + quoted(bus.name)));
+        port.range = lastAddress(
+            valueOf(ip::addressWidth(bus), "the address width of " + HUTPathUtils::quoted(bus.name)));
     if (port.isMappedSlave()) port.range = rangeOfSlave(component, bus);
     return port;
 }
@@ -80,7 +83,7 @@ std::vector<BusPort> busPortsOf(const ip::IpComponent& component) {
     for (const ip::BusInterface& bus : component.busInterfaces) {
         if (!isPort(bus)) continue;
         if (findPort(ports, bus.name) != nullptr)
-            throw KernelRefused("The component has two bus interfaces " + quoted(bus.name));
+            throw KernelRefused("The component has two bus interfaces " + HUTPathUtils::quoted(bus.name));
         ports.push_back(describe(component, bus));
     }
     return ports;

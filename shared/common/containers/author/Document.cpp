@@ -1,5 +1,5 @@
 #include "containers/author/Arguments.h"
-#include "containers/author/Text.h"
+#include "containers/kernel/NumberText.h"
 
 namespace kfab::author {
 namespace {
@@ -13,7 +13,7 @@ void append(KernelXML::Ports& ports, const BusPort& described) {
     port.dataWidth.set(described.dataWidth);
     port.portType.set(described.isStream ? "stream" : "addressable");
     if (described.isStream) return;
-    port.range.set(hexadecimal(described.range));
+    port.range.set(kernel::hexadecimal(described.range));
     port.base.set("0x0");
 }
 
@@ -25,10 +25,10 @@ void append(KernelXML::Args& args, const Argument& argument) {
     arg.addressQualifier.set(!parameter.isPointer ? Value : parameter.isConstant ? Constant : Global);
     arg.id.set(id);
     arg.port.set(argument.port->bus->name);
-    arg.size.set(hexadecimal(argument.size));
-    arg.offset.set(hexadecimal(argument.offset.value_or(0)));
+    arg.size.set(kernel::hexadecimal(argument.size));
+    arg.offset.set(kernel::hexadecimal(argument.offset.value_or(0)));
     arg.hostOffset.set("0x0");
-    arg.hostSize.set(hexadecimal(argument.size));
+    arg.hostSize.set(kernel::hexadecimal(argument.size));
     arg.type.set(parameter.type);
 }
 

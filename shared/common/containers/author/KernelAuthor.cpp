@@ -1,9 +1,9 @@
 #include "containers/author/KernelAuthor.h"
 
 #include "containers/author/Arguments.h"
-#include "containers/author/Text.h"
 #include "containers/kernel/CTypes.h"
 #include "platform/base/Spelling.h"
+#include "platform/files/HUTPathUtils.h"
 
 #include <algorithm>
 #include <limits>
@@ -24,8 +24,8 @@ void requireArguments(const Prototype& prototype, const ByArgument& byArgument) 
     for (const auto& [name, value] : byArgument) {
         if (std::find(names.begin(), names.end(), name) != names.end()) continue;
         const std::string near = nearestSpelling(name, names);
-        throw KernelRefused("The prototype has no argument " + quoted(name) +
-                            (near.empty() ? "" : "; did you mean " + quoted(near) + "?"));
+        throw KernelRefused("The prototype has no argument " + HUTPathUtils::quoted(name) +
+                            (near.empty() ? "" : "; did you mean " + HUTPathUtils::quoted(near) + "?"));
     }
 }
 
@@ -41,8 +41,9 @@ const BusPort* givenPort(const std::vector<BusPort>& ports, const Parameter& par
     const char* reason = port == nullptr  ? "no memory-mapped interface or stream of the IP"
                          : port->isMaster ? "a master, and it is a value"
                                           : "a slave, and it is a pointer";
-    throw KernelRefused("The argument " + quoted(parameter.name) + " cannot go through " + quoted(name) +
-                        ", which is " + reason + (wanted.empty() ? "" : "; it could go through " + wanted));
+    throw KernelRefused("The argument " + HUTPathUtils::quoted(parameter.name) + " cannot go through " +
+                        HUTPathUtils::quoted(name) + ", which is " + reason +
+                        (wanted.empty() ? "" : "; it could go through " + wanted));
 }
 
 const BusPort* onlyMaster(const std::vector<BusPort>& ports, const Parameter& pointer) {
@@ -50,10 +51,11 @@ const BusPort* onlyMaster(const std::vector<BusPort>& ports, const Parameter& po
     if (const BusPort* only = onlyPort(ports, isMaster)) return only;
     const std::string masters = namesOf(ports, isMaster);
     if (masters.empty())
-        throw KernelRefused("The argument " + quoted(pointer.name) +
+        throw KernelRefused("The argument " + HUTPathUtils::quoted(pointer.name) +
                             " is a pointer, but the IP has no memory-mapped master that it could go through");
-    throw KernelRefused("The argument " + quoted(pointer.name) + " may go through any of " + masters,
-                        Lacking::Port, pointer.name);
+    throw KernelRefused(
+        "The argument " + HUTPathUtils::quoted(pointer.name) + " may go through any of " + masters,
+        Lacking::Port, pointer.name);
 }
 
 /// None for a value, whose port is the control port.
@@ -71,15 +73,16 @@ std::uint64_t sizeOf(const Parameter& parameter, const KernelRequest& request) {
     if (given == request.sizes.end()) {
         if (const auto known = kernel::sizeOfCType(parameter.type)) return *known;
         throw PrototypeRefused(request.prototype, parameter.at,
-                               "the size of " + quoted(parameter.type) + ", the type of " +
-                                   quoted(parameter.name) + ", is not known",
+                               "the size of " + HUTPathUtils::quoted(parameter.type) + ", the type of " +
+                                   HUTPathUtils::quoted(parameter.name) + ", is not known",
                                Lacking::Size, parameter.name);
     }
     const std::uint64_t size = given->second;
     if (parameter.isPointer && size != pointerBytes)
-        throw KernelRefused("The argument " + quoted(parameter.name) + " is a pointer, which has 8 bytes");
+        throw KernelRefused("The argument " + HUTPathUtils::quoted(parameter.name) +
+                            " is a pointer, which has 8 bytes");
     if (size == 0 || size > std::numeric_limits<std::uint32_t>::max())
-        throw KernelRefused("The argument " + quoted(parameter.name) + " cannot have " +
+        throw KernelRefused("The argument " + HUTPathUtils::quoted(parameter.name) + " cannot have " +
                             std::to_string(size) + " bytes");
     return size;
 }
@@ -93,7 +96,8 @@ Argument describe(const Parameter& parameter, const KernelRequest& request,
     const auto given = request.offsets.find(parameter.name);
     if (given == request.offsets.end()) return argument;
     if (argument.isStream())
-        throw KernelRefused("The argument " + quoted(parameter.name) + " is a stream's and has no offset");
+        throw KernelRefused("The argument " + HUTPathUtils::quoted(parameter.name) +
+                            " is a stream's and has no offset");
     argument.offset = given->second;
     return argument;
 }
@@ -101,7 +105,8 @@ Argument describe(const Parameter& parameter, const KernelRequest& request,
 std::string vlnvOf(const ip::IpComponent& component) {
     const std::string vlnv = component.vlnv.text();
     if (std::count(vlnv.begin(), vlnv.end(), ':') == 3) return vlnv;
-    throw KernelRefused("The component's VLNV " + quoted(vlnv) + " has a ':' in one of its four fields");
+    throw KernelRefused("The component's VLNV " + HUTPathUtils::quoted(vlnv) +
+                        " has a ':' in one of its four fields");
 }
 
 }  // namespace
@@ -109,7 +114,8 @@ std::string vlnvOf(const ip::IpComponent& component) {
 NewKernel describeKernel(const ip::IpComponent& component, const KernelRequest& request) {
     const Prototype prototype = readPrototype(request.prototype);
     const std::string& name = request.name.empty() ? prototype.function : request.name;
-    if (!isIdentifier(name)) throw KernelRefused("The kernel's name " + quoted(name) + " is no C identifier");
+    if (!isIdentifier(name))
+        throw KernelRefused("The kernel's name " + HUTPathUtils::quoted(name) + " is no C identifier");
     requireArguments(prototype, request.ports);
     requireArguments(prototype, request.offsets);
     requireArguments(prototype, request.sizes);

@@ -1,7 +1,8 @@
 #include "containers/author/Arguments.h"
 #include "containers/author/KernelRefused.h"
 #include "containers/author/Registers.h"
-#include "containers/author/Text.h"
+#include "containers/kernel/NumberText.h"
+#include "platform/files/HUTPathUtils.h"
 
 #include <algorithm>
 #include <numeric>
@@ -64,17 +65,18 @@ public:
 
     void requireAlone(const Argument& argument) const {
         if (const Argument* other = otherAt(argument, *argument.offset))
-            throw KernelRefused("The arguments " + quoted(argument.name()) + " at " +
-                                hexadecimal(*argument.offset) + " and " + quoted(other->name()) + " at " +
-                                hexadecimal(*other->offset) + " overlap");
+            throw KernelRefused("The arguments " + HUTPathUtils::quoted(argument.name()) + " at " +
+                                kernel::hexadecimal(*argument.offset) + " and " +
+                                HUTPathUtils::quoted(other->name()) + " at " +
+                                kernel::hexadecimal(*other->offset) + " overlap");
     }
 
 private:
     [[noreturn]] void refuse(const Argument& argument, std::uint64_t offset) const {
-        throw KernelRefused("The argument " + quoted(argument.name()) + " of " +
-                                std::to_string(argument.size) + " bytes at " + hexadecimal(offset) +
-                                " ends beyond the " + hexadecimal(control_.range) + " bytes of " +
-                                quoted(control_.bus->name),
+        throw KernelRefused("The argument " + HUTPathUtils::quoted(argument.name()) + " of " +
+                                std::to_string(argument.size) + " bytes at " + kernel::hexadecimal(offset) +
+                                " ends beyond the " + kernel::hexadecimal(control_.range) + " bytes of " +
+                                HUTPathUtils::quoted(control_.bus->name),
                             Lacking::Offset, argument.name());
     }
 
@@ -100,9 +102,9 @@ void placeKnown(const BusPort& control, const Registers& registers, std::vector<
     for (Argument& argument : arguments) {
         if (argument.port == nullptr) argument.port = &control;
         if (argument.port->isMappedSlave() && argument.port != &control)
-            throw KernelRefused("The argument " + quoted(argument.name()) + " lies on " +
-                                quoted(argument.port->bus->name) + " and others on " +
-                                quoted(control.bus->name));
+            throw KernelRefused("The argument " + HUTPathUtils::quoted(argument.name()) + " lies on " +
+                                HUTPathUtils::quoted(argument.port->bus->name) + " and others on " +
+                                HUTPathUtils::quoted(control.bus->name));
         if (!argument.isStream() && !argument.offset)
             argument.offset = registers.offsetOf(argument.name(), argument.size, names);
     }
@@ -110,8 +112,8 @@ void placeKnown(const BusPort& control, const Registers& registers, std::vector<
 
 void requireOutsideControlBlock(const Argument& argument, const std::string& protocol) {
     if (protocol == "start_done" && *argument.offset < controlBlockEnd)
-        throw KernelRefused("The argument " + quoted(argument.name()) + " at " +
-                            hexadecimal(*argument.offset) +
+        throw KernelRefused("The argument " + HUTPathUtils::quoted(argument.name()) + " at " +
+                            kernel::hexadecimal(*argument.offset) +
                             " lies in the registers of the protocol 'start_done', below 0x10");
 }
 

@@ -1,7 +1,7 @@
 #include "containers/author/Prototype.h"
 
 #include "containers/author/KernelRefused.h"
-#include "containers/author/Text.h"
+#include "platform/files/HUTPathUtils.h"
 
 #include <algorithm>
 #include <iterator>
@@ -76,12 +76,12 @@ private:
 
     /// What is wrong with the token.
     [[noreturn]] void fail(const std::string& reason) const {
-        const std::string found = token_.empty() ? "the end" : quoted(token_);
+        const std::string found = token_.empty() ? "the end" : HUTPathUtils::quoted(token_);
         refuse(tokenAt_, reason + ", but " + found + " is found");
     }
 
     void take(std::string_view token) {
-        if (token_ != token) fail(quoted(token) + " is expected");
+        if (token_ != token) fail(HUTPathUtils::quoted(token) + " is expected");
         advance();
     }
 
@@ -97,7 +97,7 @@ private:
         const std::size_t begin = tokenAt_;
         int depth = 0;
         do {
-            if (token_.empty()) refuse(begin, quoted(open) + " is never closed");
+            if (token_.empty()) refuse(begin, HUTPathUtils::quoted(open) + " is never closed");
             depth += (token_ == open ? 1 : 0) - (token_ == close ? 1 : 0);
             advance();
         } while (depth > 0);
@@ -143,7 +143,7 @@ private:
             const Parameter& added = parameters.emplace_back(readParameter());
             const auto isSame = [&](const Parameter& other) { return other.name == added.name; };
             if (std::find_if(parameters.begin(), parameters.end() - 1, isSame) != parameters.end() - 1)
-                refuse(added.at, "there are two arguments " + quoted(added.name));
+                refuse(added.at, "there are two arguments " + HUTPathUtils::quoted(added.name));
             if (token_ != ",") break;
             advance();
         }
@@ -166,7 +166,8 @@ private:
             parameter.name = words.back();
             words.pop_back();
         }
-        if (!isIdentifier(parameter.name)) refuse(parameter.at, quoted(parameter.name) + " is no name");
+        if (!isIdentifier(parameter.name))
+            refuse(parameter.at, HUTPathUtils::quoted(parameter.name) + " is no name");
         stars += token_ == "[" ? 1 : 0;
         while (token_ == "[")
             skipBracket("[", "]");
@@ -201,10 +202,10 @@ private:
         for (const std::string_view word : words)
             parameter.type.append(parameter.type.empty() ? "" : " ").append(word);
         if (stars == 0 && parameter.type == "void")
-            refuse(parameter.at, quoted(parameter.name) + " has the type 'void'");
+            refuse(parameter.at, HUTPathUtils::quoted(parameter.name) + " has the type 'void'");
         if (stars > 0 && !memory_.empty())
-            refuse(parameter.at, quoted(parameter.name) + " points to " + quoted(memory_) +
-                                     " memory, which no port leads to");
+            refuse(parameter.at, HUTPathUtils::quoted(parameter.name) + " points to " +
+                                     HUTPathUtils::quoted(memory_) + " memory, which no port leads to");
         parameter.type.append(static_cast<std::size_t>(stars), '*');
         parameter.isPointer = stars > 0;
     }

@@ -1,8 +1,8 @@
 #include "containers/author/Registers.h"
 
 #include "containers/author/KernelRefused.h"
-#include "containers/author/Text.h"
 #include "platform/base/HSTStringUtils.h"
+#include "platform/files/HUTPathUtils.h"
 
 #include <algorithm>
 #include <limits>
@@ -34,7 +34,8 @@ Registers::Registers(const ip::IpComponent& component, const ip::BusInterface& s
 }
 
 void Registers::refuse(const std::string& reason, const std::string& argument) const {
-    throw KernelRefused("Where the argument " + quoted(argument) + " lies on " + quoted(slave_.name) +
+    throw KernelRefused("Where the argument " + HUTPathUtils::quoted(argument) + " lies on " +
+                            HUTPathUtils::quoted(slave_.name) +
                             " cannot be told: " + HUTPathUtils::shown(reason),
                         KernelRefused::Lacking::Offset, argument);
 }

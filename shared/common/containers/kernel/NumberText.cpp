@@ -1,6 +1,9 @@
 #include "containers/kernel/NumberText.h"
 
+#include <array>
 #include <charconv>
+#include <cinttypes>
+#include <cstdio>
 
 namespace kfab::kernel {
 
@@ -15,6 +18,12 @@ std::optional<std::uint64_t> numberOf(std::string_view text) {
         std::from_chars(text.data(), text.data() + text.size(), value, isHexadecimal ? 16 : 10);
     if (error != std::errc() || end != text.data() + text.size()) return {};
     return value;
+}
+
+std::string hexadecimal(std::uint64_t number) {
+    std::array<char, 2 + 16 + 1> text{};
+    std::snprintf(text.data(), text.size(), "0x%" PRIX64, number);
+    return text.data();
 }
 
 }  // namespace kfab::kernel

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <cstdint>
+#include "containers/kernel/NumberText.h"
+
 #include <string>
 #include <string_view>
 
@@ -8,7 +9,7 @@ namespace kfab::lint {
 
 /// A text of a document in quotes, cut when long, fit for a terminal.
 std::string quote(std::string_view text);
-/// As "0x10".
-std::string hexadecimal(std::uint64_t number);
+
+using kernel::hexadecimal;
 
 }  // namespace kfab::lint
