@@ -1,10 +1,10 @@
 #include "cli/Kernels.h"
 
-#include "cli/DisplayText.h"
 #include "cli/Terminal.h"
 #include "cli/TextTable.h"
 #include "containers/kp/KernelParts.h"
 #include "platform/base/Exceptions.h"
+#include "platform/files/DisplayText.h"
 #include "platform/files/HUTPathUtils.h"
 
 #include <algorithm>
@@ -73,10 +73,6 @@ Kernels chosenKernels(const HKPContainer& container, const std::string& package,
     return kernels;
 }
 
-std::string versionText(std::uint64_t major, std::uint64_t minor) {
-    return std::to_string(major) + "." + std::to_string(minor);
-}
-
 nlohmann::ordered_json describeKernel(const HKPKernel& kernel) {
     nlohmann::ordered_json described{
         {"name", kernel.getName()},         {"directory", kernel.getDirectory()}, {"ip", kernel.getIpDir()},
@@ -118,7 +114,9 @@ void showKernels(const Kernels& kernels) {
     TextTable table(
         {{.title = "Name", .least = 12}, {.title = "Flows", .rank = 1}, {.title = "Has", .least = 8}});
     for (const HKPKernel* kernel : kernels)
-        table.add({{displayed(kernel->getName())}, {joined(flowsOf(*kernel))}, {joined(flagsOf(*kernel))}});
+        table.add({{display::displayed(kernel->getName())},
+                   {joined(flowsOf(*kernel))},
+                   {joined(flagsOf(*kernel))}});
     table.print(std::cout, Style::ofOutput(), outputWidth(), 0);
 }
 

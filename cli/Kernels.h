@@ -2,7 +2,6 @@
 
 #include "containers/kp/HKPContainer.h"
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,9 +16,6 @@ using Kernels = std::vector<const HKPKernel*>;
 /// by the container. Throws when the package lacks that one.
 Kernels chosenKernels(const HKPContainer& container, const std::string& package,
                       const std::optional<std::string>& name);
-
-/// As "6.0".
-std::string versionText(std::uint64_t major, std::uint64_t minor);
 
 /// A kernel as its manifest entry states it, and a list of them.
 nlohmann::ordered_json describeKernel(const HKPKernel& kernel);

@@ -3,6 +3,7 @@
 #include "cli/Output.h"
 #include "cli/Terminal.h"
 #include "containers/kp/HKPContainerUtils.h"
+#include "containers/overview/Wording.h"
 
 #include <memory>
 #include <string>
@@ -15,6 +16,7 @@ namespace {
 
 void printJson(const HKPContainer& container, const Kernels& kernels) {
     const auto [firstCache, lastCache] = container.getIpCachesRange();
+    using kfab::overview::versionText;
     print({{"formatVersion", versionText(container.getVersionMajor(), container.getVersionMinor())},
            {"softwareVersion",
             versionText(container.getSoftwareVersionMajor(), container.getSoftwareVersionMinor())},

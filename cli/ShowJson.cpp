@@ -1,4 +1,3 @@
-#include "cli/Kernels.h"
 #include "cli/LintOutput.h"
 #include "cli/Output.h"
 #include "cli/ShowOutput.h"

@@ -1,39 +1,15 @@
-#include "cli/DisplayText.h"
 #include "cli/ShowOutput.h"
 #include "cli/TextPage.h"
 #include "containers/kernel/NumberText.h"
+#include "platform/files/DisplayText.h"
 
 #include <algorithm>
-#include <numeric>
 
 namespace cli {
 namespace {
 
 using namespace kfab::overview;
-
-std::string joined(const std::vector<std::string>& texts) {
-    std::string all;
-    for (const std::string& text : texts)
-        all += (all.empty() ? "" : ", ") + displayed(text);
-    return all;
-}
-
-/// A number in a form, or the text that is none.
-template <class Form>
-std::string numberText(const NumberText& number, const Form& form) {
-    return number.value ? form(*number.value) : displayed(number.text);
-}
-
-std::string plainText(const NumberText& number) {
-    return numberText(number, [](std::uint64_t value) { return std::to_string(value); });
-}
-
-std::string controlText(const Kernel& kernel) {
-    std::string text = kernel.protocol.empty() ? "protocol not stated" : displayed(kernel.protocol);
-    if (kernel.interrupt == "true") return text + ", interrupt";
-    if (kernel.interrupt == "false") return text + ", no interrupt";
-    return kernel.interrupt.empty() ? text : text + ", interrupt '" + displayed(kernel.interrupt) + "'";
-}
+using display::displayed;
 
 void showIdentity(TextPage& page, const Kernel& kernel) {
     page.title("Kernel", displayed(kernel.name));
@@ -44,7 +20,7 @@ void showIdentity(TextPage& page, const Kernel& kernel) {
         page.field("Debug", displayed(kernel.debug));
     }
     if (kernel.entry) {
-        page.field("Flows", joined(kernel.entry->flows));
+        page.field("Flows", listText(kernel.entry->flows));
         page.name("IP", kernel.entry->ip.empty() ? "none" : displayed(kernel.entry->ip));
         if (kernel.entry->topIp != ".") page.name("Top IP", displayed(kernel.entry->topIp));
         page.field("Project", displayed(kernel.entry->project));
@@ -67,30 +43,9 @@ void showPorts(TextPage& page, const Kernel& kernel) {
                    {displayed(port.mode)},
                    {displayed(port.type)},
                    {plainText(port.dataWidth)},
-                   {numberText(port.range, sizeText)},
-                   {numberText(port.base, kfab::kernel::hexadecimal)}});
+                   {sizeText(port.range)},
+                   {addressText(port.base)}});
     page.table(table);
-}
-
-const char* useText(Stretch::Use use) {
-    switch (use) {
-        case Stretch::Use::Control:
-            return "control";
-        case Stretch::Use::Value:
-            return "value";
-        case Stretch::Use::Pointer:
-            return "address";
-        case Stretch::Use::Gap:
-            break;
-    }
-    return "free";
-}
-
-/// What is wrong with a stretch; empty for nothing.
-std::string wrongText(const Stretch& stretch) {
-    std::string text = stretch.shared > 0 ? "OVERLAPS " + sizeText(stretch.shared) : "";
-    if (stretch.isBeyond) text += std::string(text.empty() ? "" : ", ") + "BEYOND RANGE";
-    return text;
 }
 
 void showMap(TextPage& page, const AddressMap& map) {
@@ -115,20 +70,6 @@ void showMap(TextPage& page, const AddressMap& map) {
     page.table(table);
 }
 
-const char* passingText(Passing passing) {
-    switch (passing) {
-        case Passing::Value:
-            return "value";
-        case Passing::Pointer:
-            return "pointer";
-        case Passing::Stream:
-            return "stream";
-        case Passing::Unknown:
-            break;
-    }
-    return "?";
-}
-
 void showArguments(TextPage& page, const Kernel& kernel) {
     page.heading("Arguments");
     if (kernel.arguments.empty()) return page.paragraph("none");
@@ -145,17 +86,14 @@ void showArguments(TextPage& page, const Kernel& kernel) {
                    {displayed(argument.type)},
                    {passingText(argument.passing)},
                    {displayed(argument.port)},
-                   {numberText(argument.offset, kfab::kernel::hexadecimal)},
-                   {numberText(argument.size, sizeText)}});
+                   {addressText(argument.offset)},
+                   {sizeText(argument.size)}});
     page.table(table);
 }
 
 void showFiles(TextPage& page, const Kernel& kernel) {
     if (kernel.files.empty()) return;
-    const std::uint64_t size =
-        std::accumulate(kernel.files.begin(), kernel.files.end(), std::uint64_t{0},
-                        [](std::uint64_t sum, const File& file) { return sum + file.size; });
-    page.heading("Files: " + std::to_string(kernel.files.size()) + " of " + sizeText(size));
+    page.heading("Files: " + filesText(kernel.files));
     TextTable table(
         {{.title = "Part", .rank = 1}, {.title = "Size", .isNumber = true}, {.title = "Name", .least = 20}});
     for (const File& file : kernel.files)

@@ -1,40 +1,20 @@
-#include "cli/DisplayText.h"
 #include "cli/ShowOutput.h"
 #include "cli/TextPage.h"
+#include "platform/files/DisplayText.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace cli {
 namespace {
 
 using namespace kfab::overview;
+using display::displayed;
 
 constexpr std::size_t barWidth = 10;
 
-std::string percentText(double share) {
-    return std::to_string(std::lround(share * 100)) + "%";
-}
-
-double share(const Resources::Count& part, const Resources::Count& whole) {
-    return whole.value_or(0) == 0 ? 0 : static_cast<double>(part.value_or(0)) / static_cast<double>(*whole);
-}
-
 void showTiming(TextPage& page, const Timing& timing) {
-    const std::optional<bool> isMet = timing.isMet();
-    if (!isMet) return page.field("Timing", "not told");
-    std::string text = (*isMet ? "met: needs " : "MISSED: needs ") + decimalText(*timing.estimated) + " of " +
-                       decimalText(timing.available());
-    if (timing.uncertainty)
-        text += ", target " + decimalText(*timing.target) + " less uncertainty " +
-                decimalText(*timing.uncertainty);
-    page.field("Timing", text, *isMet ? Colour::Good : Colour::Bad);
-}
-
-/// A number of cycles, or the text that is none.
-std::string cyclesText(const std::string& text) {
-    const bool isNumber = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-    return isNumber ? text + (text == "1" ? " cycle" : " cycles") : displayed(text);
+    const Statement statement = timingStatement(timing);
+    page.field("Timing", statement.text, colourOf(statement.tone));
 }
 
 std::string caseText(const char* name, const Latency::Case& latency) {
@@ -50,34 +30,14 @@ void showLatency(TextPage& page, const Latency& latency) {
                                     caseText("worst", latency.worst)})
         if (!text.empty()) cases += (cases.empty() ? "" : "; ") + text;
     page.field("Latency", cases);
-    std::string pipeline;
-    if (!latency.interval.empty()) pipeline = "next run after " + cyclesText(latency.interval);
-    if (!latency.pipeline.empty())
-        pipeline += (pipeline.empty() ? "type " : "; type ") + displayed(latency.pipeline);
-    page.field("Pipeline", pipeline);
-}
-
-std::string takenText(const Resources& resources) {
-    std::string text;
-    for (const ResourceKind& kind : resourceKinds)
-        if (const Resources::Count& count = resources.*kind.count)
-            text += (text.empty() ? "" : ", ") + std::to_string(*count) + " " + kind.name;
-    return text;
+    page.field("Pipeline", pipelineText(latency));
 }
 
 /// Which module takes most of what is taken.
-void showLargest(TextPage& page, const Report& report, const Resources& whole) {
-    for (const ResourceKind& kind : resourceKinds) {
-        const Module* largest = report.largest(kind.count);
-        if (largest == nullptr) continue;
-        const Resources::Count& count = largest->resources.*kind.count;
-        std::string text = displayed(largest->name) + ", " + std::to_string(*count);
-        if ((whole.*kind.count).value_or(0) > 0)
-            text += " of " + std::to_string(*(whole.*kind.count)) + " (" +
-                    percentText(share(count, whole.*kind.count)) + ")";
-        page.field(std::string("Most ") + kind.name, text);
-        return;
-    }
+void showLargest(TextPage& page, const Report& report) {
+    for (const ResourceKind& kind : resourceKinds)
+        if (const std::string largest = largestText(report, kind); !largest.empty())
+            return page.field(std::string("Most ") + kind.name, largest);
 }
 
 /// What stands before the name of each instance to make it a tree.
@@ -139,12 +99,12 @@ void showInstances(TextPage& page, const Report& report) {
         for (std::size_t kind = 0; kind < resources.size(); ++kind) {
             const Resources::Count none;
             const Resources::Count& count = module ? module->resources.*resources[kind].count : none;
-            row.push_back(countCell(count));
+            row.push_back({countText(count)});
             if (kind == 0)
                 row.push_back({page.style().bar(
-                    share(count, top ? top->resources.*resources[kind].count : none), barWidth)});
+                    shareOf(count, top ? top->resources.*resources[kind].count : none), barWidth)});
         }
-        row.push_back(module ? timingCell(module->timing) : TableCell{"-"});
+        row.push_back(module ? cellOf(timingHeadline(module->timing)) : TableCell{"-"});
         table.add(std::move(row));
     }
     page.table(table);
@@ -159,14 +119,11 @@ void showFifos(TextPage& page, const Report& report) {
                      {.title = "Running", .isNumber = true, .least = 7, .rank = 2},
                      {.title = "Between", .least = 14}});
     for (const Fifo& fifo : report.fifos) {
-        std::string ends;
-        for (const std::string& end : fifo.ends)
-            ends += (ends.empty() ? "" : ", ") + displayed(end);
         table.add({{displayed(fifo.name)},
                    {displayed(fifo.parent)},
                    {displayed(fifo.staticDepth)},
                    {displayed(fifo.runtimeDepth)},
-                   {ends}});
+                   {listText(fifo.ends)}});
     }
     page.table(table);
 }
@@ -185,7 +142,7 @@ void showReport(TextPage& page, const std::optional<Report>& told) {
     } else {
         page.paragraph("The report says nothing of the module at the top.");
     }
-    showLargest(page, report, top == nullptr ? Resources() : top->resources);
+    showLargest(page, report);
     showInstances(page, report);
     showFifos(page, report);
 }

@@ -1,62 +1,25 @@
-#include "cli/DisplayText.h"
-#include "cli/Kernels.h"
 #include "cli/ShowOutput.h"
 #include "cli/TextPage.h"
-#include "containers/explorer/KernelLayout.h"
-#include "containers/kp/PackageLayout.h"
+#include "platform/files/DisplayText.h"
 
 #include <algorithm>
 #include <array>
-#include <ctime>
 
 namespace cli {
 namespace {
 
 using namespace kfab::overview;
-
-void showDigest(TextPage& page, const Package& package) {
-    switch (package.digest) {
-        case DigestVerdict::Valid:
-            return page.field("Digest", "valid", Colour::Good);
-        case DigestVerdict::Missing:
-            return page.field("Digest", "missing: the package was never sealed", Colour::Doubtful);
-        case DigestVerdict::Mismatch:
-            return page.field("Digest", "MISMATCH: the package was changed since it was sealed", Colour::Bad);
-        case DigestVerdict::Unreadable:
-            return page.field("Digest", "unreadable", Colour::Bad);
-    }
-}
+using display::displayed;
 
 void showPackage(TextPage& page, const Package& package) {
     page.title("Package", displayed(package.path));
-    page.field("Size", sizeText(package.size) + ", " + countText(package.fileCount, "file") + " of " +
-                           sizeText(package.contentSize));
-    page.field("Format", versionText(package.formatMajor, package.formatMinor) + ", layout " +
-                             layout::name(layout::hasRepository(package.formatMajor)));
-    const bool isKnown = package.softwareMajor > 0 || package.softwareMinor > 0;
-    page.field("Written",
-               timeText(package.written, "%Y-%m-%d %H:%M UTC") +
-                   (isKnown ? " by software " + versionText(package.softwareMajor, package.softwareMinor)
-                            : ", it does not say by what"));
-    showDigest(page, package);
+    page.field("Size", sizeText(package));
+    page.field("Format", formatText(package));
+    page.field("Written", writtenText(package));
+    const Statement digest = digestStatement(package);
+    page.field("Digest", digest.text, colourOf(digest.tone));
     page.name("Seal", displayed(package.seal));
-    std::string caches;
-    for (const std::string& cache : package.ipCaches)
-        caches += (caches.empty() ? "" : ", ") + displayed(cache);
-    page.field("IP caches", caches);
-}
-
-std::string flowsText(const Kernel& kernel) {
-    std::string flows;
-    if (kernel.entry)
-        for (const std::string& flow : kernel.entry->flows)
-            flows += (flows.empty() ? "" : ",") + flow;
-    return flows.empty() ? "-" : flows;
-}
-
-/// Where its figures are known.
-const Module* topOf(const Kernel& kernel) {
-    return kernel.report ? kernel.report->top() : nullptr;
+    page.field("IP caches", listText(package.ipCaches));
 }
 
 void showKernels(TextPage& page, const std::vector<Kernel>& kernels) {
@@ -79,10 +42,9 @@ void showKernels(TextPage& page, const std::vector<Kernel>& kernels) {
         const Module* top = topOf(kernel);
         std::vector<TableCell> row{{displayed(kernel.name)}, {flowsText(kernel)}, {displayed(kernel.vlnv)}};
         for (const ResourceKind& kind : resources)
-            row.push_back(top == nullptr ? TableCell{"-"} : countCell(top->resources.*kind.count));
-        row.push_back(top == nullptr ? TableCell{"-"} : timingCell(top->timing));
-        row.push_back(kernel.problem.empty() ? findingsCell(kernel.findings)
-                                             : TableCell{"UNREADABLE", Colour::Bad});
+            row.push_back(top == nullptr ? TableCell{"-"} : TableCell{countText(top->resources.*kind.count)});
+        row.push_back(top == nullptr ? TableCell{"-"} : cellOf(timingHeadline(top->timing)));
+        row.push_back(cellOf(findingsStatement(kernel)));
         table.add(std::move(row));
     }
     page.table(table, TextTable::all);
@@ -90,44 +52,13 @@ void showKernels(TextPage& page, const std::vector<Kernel>& kernels) {
 
 }  // namespace
 
-std::string timeText(std::time_t time, const char* format) {
-    std::tm utc{};
-    ::gmtime_r(&time, &utc);
-    std::array<char, 64> text{};
-    return {text.data(), std::strftime(text.data(), text.size(), format, &utc)};
+Colour colourOf(Tone tone) {
+    constexpr std::array colours = {Colour::None, Colour::Good, Colour::Doubtful, Colour::Bad};
+    return colours.at(static_cast<std::size_t>(tone));
 }
 
-std::vector<ResourceKind> takenResources(const std::vector<const Module*>& modules) {
-    std::vector<ResourceKind> taken;
-    std::copy_if(std::begin(resourceKinds), std::end(resourceKinds), std::back_inserter(taken),
-                 [&](const ResourceKind& kind) {
-                     return std::any_of(modules.begin(), modules.end(), [&](const Module* module) {
-                         return module != nullptr && (module->resources.*kind.count).value_or(0) > 0;
-                     });
-                 });
-    return taken;
-}
-
-TableCell countCell(const std::optional<std::uint64_t>& count) {
-    return {count ? std::to_string(*count) : "-"};
-}
-
-TableCell timingCell(const Timing& timing) {
-    const std::optional<bool> isMet = timing.isMet();
-    if (!isMet) return {"-"};
-    const std::string periods = decimalText(*timing.estimated) + "/" + decimalText(timing.available());
-    return *isMet ? TableCell{"met " + periods, Colour::Good} : TableCell{"MISSED " + periods, Colour::Bad};
-}
-
-TableCell findingsCell(const kfab::lint::Outcome& outcome) {
-    using kfab::lint::Severity;
-    const auto errors = static_cast<std::uint64_t>(
-        std::count_if(outcome.findings.begin(), outcome.findings.end(),
-                      [](const auto& finding) { return finding.rule->severity == Severity::Error; }));
-    if (errors > 0) return {countText(errors, "error"), Colour::Bad};
-    if (!outcome.findings.empty()) return {countText(outcome.findings.size(), "warning"), Colour::Doubtful};
-    if (!outcome.unchecked.empty()) return {std::to_string(outcome.unchecked.size()) + " unchecked"};
-    return {"clean", Colour::Good};
+TableCell cellOf(const Statement& statement) {
+    return {statement.text, colourOf(statement.tone)};
 }
 
 void printOverviewText(const Overview& overview) {

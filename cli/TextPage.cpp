@@ -1,24 +1,18 @@
 #include "cli/TextPage.h"
 
-#include "cli/DisplayText.h"
 #include "cli/Terminal.h"
+#include "platform/files/DisplayText.h"
 
-#include <array>
-#include <cstdio>
 #include <iostream>
 
 namespace cli {
 namespace {
 
+using display::displayWidth;
+using display::shortened;
+
 constexpr std::size_t indent = 2;
 constexpr std::size_t labelWidth = 11;
-
-template <class... Values>
-std::string formatted(const char* format, Values... values) {
-    std::array<char, 64> text{};
-    (void)std::snprintf(text.data(), text.size(), format, values...);
-    return text.data();
-}
 
 std::string leadOf(std::string_view label) {
     std::string lead = std::string(indent, ' ').append(label);
@@ -59,7 +53,7 @@ void TextPage::paragraph(const std::string& text, Colour colour) {
 
 void TextPage::lines(const std::string& lead, const std::string& text, Colour colour) {
     std::string before = lead;
-    for (const std::string& line : wrapped(text, width_ - lead.size())) {
+    for (const std::string& line : display::wrapped(text, width_ - lead.size())) {
         out_ << before << style_.coloured(line, colour) << '\n';
         before.assign(lead.size(), ' ');
     }
@@ -67,27 +61,6 @@ void TextPage::lines(const std::string& lead, const std::string& text, Colour co
 
 void TextPage::table(const TextTable& table, std::size_t most) {
     table.print(out_, style_, width_, indent, most);
-}
-
-std::string sizeText(std::uint64_t bytes) {
-    constexpr std::array units = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
-    constexpr double step = 1024;
-    if (bytes < 1024) return std::to_string(bytes) + " B";
-    auto size = static_cast<double>(bytes) / step;
-    std::size_t unit = 0;
-    for (; size >= step - 0.05 && unit + 1 < units.size(); ++unit)
-        size /= step;
-    std::string number = formatted("%.1f", size);
-    if (number.ends_with(".0")) number.resize(number.size() - 2);
-    return number + " " + units.at(unit);
-}
-
-std::string decimalText(double number) {
-    return formatted("%g", number);
-}
-
-std::string countText(std::uint64_t count, std::string_view noun) {
-    return std::to_string(count).append(" ").append(noun).append(count == 1 ? "" : "s");
 }
 
 }  // namespace cli

@@ -4,7 +4,6 @@
 #include "cli/TextTable.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <iosfwd>
 #include <string>
 #include <string_view>
@@ -39,12 +38,5 @@ private:
     std::size_t width_;
     bool isFirst_ = true;
 };
-
-/// As "12.3 KiB".
-std::string sizeText(std::uint64_t bytes);
-/// As "2.92".
-std::string decimalText(double number);
-/// As "1 file" or "2 files".
-std::string countText(std::uint64_t count, std::string_view noun);
 
 }  // namespace cli

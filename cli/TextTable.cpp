@@ -1,6 +1,6 @@
 #include "cli/TextTable.h"
 
-#include "cli/DisplayText.h"
+#include "platform/files/DisplayText.h"
 
 #include <algorithm>
 #include <numeric>
@@ -8,6 +8,9 @@
 
 namespace cli {
 namespace {
+
+using display::displayWidth;
+using display::shortened;
 
 constexpr std::size_t gap = 2;
 

@@ -1,4 +1,4 @@
-#include "cli/DisplayText.h"
+#include "platform/files/DisplayText.h"
 
 #include "platform/base/HI18N.h"
 #include "platform/files/HUTPathUtils.h"
@@ -10,7 +10,7 @@
 
 #include <locale.h>
 
-namespace cli {
+namespace display {
 namespace {
 
 /// While it lives, the thread's characters are those of Unicode.
@@ -118,4 +118,4 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t width) {
     return lines;
 }
 
-}  // namespace cli
+}  // namespace display
