@@ -219,7 +219,8 @@ class Comparison:
                      "unzip -l", 1, times=20)
         member = "ip_repo/example_kernels_vadd_1_0/component.xml"
         self.compare("cat of one member", self.kp("cat", package, member), Command(["unzip", "-p", package, member]),
-                     "unzip -p", 3, times=20)
+                     "unzip -p", 1.5, times=40)
+        self.compare("start and end", self.kp("--version"), Command(["unzip", "-v"]), "unzip -v", 1.5, times=40)
 
     def report(self):
         thousand, ten_thousand = self.inputs / "kernels-1000.kp", self.inputs / "kernels-10000.kp"

@@ -68,7 +68,13 @@ ExitStatus answer(const CLI::App& app, const CLI::ParseError& ended) {
 
 }  // namespace
 
-CommandLine::CommandLine() : app_("Packages of compute kernels for FPGA platforms", "kp") {
+CommandLine::CommandLine() : CommandLine([](std::string_view) { return true; }) {}
+
+CommandLine::CommandLine(std::span<const char* const> words)
+    : CommandLine([&](std::string_view word) { return std::ranges::find(words, word) != words.end(); }) {}
+
+CommandLine::CommandLine(const std::function<bool(std::string_view word)>& isMeant)
+    : app_("Packages of compute kernels for FPGA platforms", "kp") {
     app_.set_version_flag("--version", std::string("kp ") + KP_VERSION);
     app_.set_help_flag("-h,--help", "Print this help and exit");
     app_.get_option("--version")->description("Print the version and exit");
@@ -79,6 +85,8 @@ CommandLine::CommandLine() : app_("Packages of compute kernels for FPGA platform
 
     for (const Command& command : commands()) {
         CLI::App& parser = addParser(command);
+        const std::string_view name = command.name;
+        if (!isMeant(name.substr(0, name.find(' ')))) continue;
         parser.footer(footer({command.example}, command.checks));
         parser.final_callback([this, run = command.declare(parser)] { chosen_ = run; });
         subcommands_.push_back({command, parser});

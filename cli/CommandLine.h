@@ -2,8 +2,11 @@
 
 #include "cli/Command.h"
 
+#include <functional>
 #include <map>
+#include <span>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -16,6 +19,8 @@ namespace cli {
 class CommandLine {
 public:
     CommandLine();
+    /// For these words alone: subcommands that none of them names have no options.
+    explicit CommandLine(std::span<const char* const> words);
     CommandLine(const CommandLine&) = delete;
     CommandLine& operator=(const CommandLine&) = delete;
 
@@ -32,6 +37,8 @@ public:
     const std::vector<Subcommand>& subcommands() const { return subcommands_; }
 
 private:
+    explicit CommandLine(const std::function<bool(std::string_view word)>& isMeant);
+
     CLI::App& addParser(const Command& command);
     CLI::App& group(const std::string& name);
     bool isOptionWithValue(const std::string& name) const;

@@ -11,6 +11,7 @@
 #include <iostream>
 #include <memory>
 #include <new>
+#include <span>
 #include <string>
 #include <system_error>
 
@@ -46,7 +47,7 @@ cli::ExitStatus runGuarded(const cli::Run& run, const cli::StandardOutput& outpu
 int main(int argc, char** argv) {
     cli::handleSignals();
     const cli::StandardOutput output;
-    cli::CommandLine commandLine;
+    cli::CommandLine commandLine(std::span(argv, static_cast<std::size_t>(argc)));
     const auto parsed = commandLine.parse(argc, argv);
     const auto* ended = std::get_if<cli::ExitStatus>(&parsed);
     const cli::Run run = ended != nullptr ? [&] { return *ended; } : std::get<cli::Run>(parsed);

@@ -44,9 +44,12 @@ function(kp_shared_library name)
     cmake_parse_arguments(PARSE_ARGV 1 library "" "INCLUDE_ROOT" "ROOMS;LIBRARIES")
     add_library(${name} SHARED)
     add_library(${PROJECT_NAME}::${name} ALIAS ${name})
-    # The libraries find each other, also from the directory beside them where a JVM finds one of them.
+    # The libraries find each other, also from the directory beside them where a JVM finds one of them. One path for the
+    # build and for what is installed: where they differ, CMake fills the shorter one up with empty elements, for which
+    # the loader takes the current directory.
     set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION}
-        SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR} INSTALL_RPATH "$ORIGIN;$ORIGIN/..")
+        SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
+        INSTALL_RPATH "$ORIGIN;$ORIGIN/.." BUILD_WITH_INSTALL_RPATH ON)
     if(NOT KP_SANITIZE)
         target_link_options(${name} PRIVATE -Wl,--no-undefined)
     endif()

@@ -7,8 +7,9 @@ struct Tcl_Obj;
 
 namespace tkq::tcltasks {
 
-/// Readies Tcl for this process; to be called before anything else of Tcl. Finalizing it is the host's to do:
-/// other code of the process may use Tcl to the end.
+/// Loads Tcl into this process, where that has not been done, and readies it; to be called before anything
+/// else of Tcl. Throws HEXError when it cannot be loaded. Finalizing it is the host's to do: other code of
+/// the process may use Tcl to the end.
 void ready_tcl();
 
 /// UTF-8 in Tcl's own form, which differs for NUL and beyond the 16-bit characters, and back.

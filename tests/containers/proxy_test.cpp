@@ -111,7 +111,7 @@ TEST(KernelDefProxy, DiesQuietlyWhenThereAreNoCaches) {
     EXPECT_EXIT((proxyNamed("vadd").reset(), std::exit(Cache::observers())), done, "^$");
     EXPECT_EXIT(dieAfterTcl(), done, "^observed 10 messages 0$");
     EXPECT_EXIT(dieAfterTheCaches(&std::exit), done, "^vadd$");
-    EXPECT_EXIT(dieAfterTheCaches(&Tcl_Exit), done, "^vadd$");
+    EXPECT_EXIT(dieAfterTheCaches([](int status) { Tcl_Exit(status); }), done, "^vadd$");
 }
 
 }  // namespace

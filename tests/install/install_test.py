@@ -42,6 +42,12 @@ def check_search_paths(*files):
         assert all(part.startswith("$ORIGIN") for part in path.split(":")), f"{file}: {path}"
 
 
+def check_command(kp):
+    """The command starts with few libraries: its own objects and those of C++ are linked in, Tcl is loaded by scripts."""
+    needed = re.findall(r"\(NEEDED\).*\[lib(\w+)", output("readelf", "-d", kp))
+    assert set(needed) <= {"deflate", "nettle", "z", "expat", "m", "c"}, needed
+
+
 def anchors(document):
     headings = re.findall(r"^#+ (.*)", document.read_text(), re.MULTILINE)
     return [re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-") for heading in headings]
@@ -77,7 +83,8 @@ with tempfile.TemporaryDirectory() as top:
     prefix = Path(top, "prefix")
     output("cmake", "--install", BUILD, "--prefix", prefix)
     check_exports(prefix)
-    check_search_paths(BUILD / "bin/kp", *BUILD.glob("lib/libkp*.so"), prefix / "bin/kp", *prefix.rglob("libkp*.so"))
+    check_search_paths(*BUILD.glob("lib/libkp*.so"), *prefix.rglob("libkp*.so"))
+    check_command(prefix / "bin/kp")
     installed = prefix / "share/doc/kernelpackage"
     check_links(installed)
     libraries = next(prefix.rglob("pkgconfig")).parent
