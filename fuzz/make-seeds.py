@@ -117,6 +117,7 @@ def seeds():
     yield "ip", components()
     yield "kernel", [kernel, kernel.replace(b"</root>", inner + b"</root>")]
     yield "manifest", [MANIFEST.encode()]
+    yield "pieces", (bytes([step]) + 16 * profile + bytes(range(256)) * 64 for step in (0, 20, 80, 140, 200, 255))
     yield "profile", [profile]
     yield "explorer", ["\n".join(["vadd", file] + names).encode() for file in ("component.xml", "kernel.xml")]
     yield "words", {word for line in lines(EXAMPLES / "host/host.tcl") for word in [line, *line.split()]}

@@ -11,10 +11,10 @@ shift
 # Each program with the largest input that it tries, how many inputs a short run has, and its dictionary.
 declare -A settings=(
     [archive]="32768 1000 archive" [edit]="256 150" [explorer]="1024 500 explorer" [words]="128 50000 words"
-    [hdl]="4096 20000 hdl" [ip]="30000 5000 component" [kernel]="20000 10000 documents" [manifest]="4096 20000 documents" [profile]="16384 10000 documents"
+    [hdl]="4096 20000 hdl" [ip]="30000 5000 component" [kernel]="20000 10000 documents" [manifest]="4096 20000 documents" [profile]="16384 10000 documents" [pieces]="65536 3000"
 )
 programs=("$@")
-(($#)) || programs=(archive edit hdl ip kernel manifest profile explorer words)
+(($#)) || programs=(archive edit hdl ip kernel manifest pieces profile explorer words)
 
 tools/install-deps.sh fuzz
 cmake --preset fuzz --log-level=WARNING >/dev/null

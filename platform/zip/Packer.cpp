@@ -17,10 +17,6 @@
 
 namespace {
 
-constexpr int level = 6;
-constexpr std::uint64_t maximumAtOnce = std::uint64_t{64} << 20;
-constexpr std::size_t chunkSize = std::size_t{1} << 18;
-
 constexpr mode_t generatedMode = S_IFREG | 0644;
 
 ArchiveEntry entryOf(std::string_view name, mode_t mode, std::time_t modified) {
@@ -43,67 +39,31 @@ ArchiveEntry entryOf(std::string_view name, const struct stat& status) {
     return entryOf(name, entryMode(status.st_mode), status.st_mtim.tv_sec);
 }
 
-void requireUnchanged(const disk::FileDescriptor& file, const struct stat& before, std::uint64_t bytesRead) {
-    const struct stat after = disk::status(file);
-    if (bytesRead != static_cast<std::uint64_t>(before.st_size) || after.st_size != before.st_size ||
-        after.st_mtim.tv_sec != before.st_mtim.tv_sec || after.st_mtim.tv_nsec != before.st_mtim.tv_nsec)
-        throw HEXAlgException(HUTPathUtils::quoted(file.path()) + " changed while it was packed");
+[[noreturn]] void failChanged(const disk::FileDescriptor& file) {
+    throw HEXAlgException(HUTPathUtils::quoted(file.path()) + " changed while it was packed");
 }
 
-/// Takes bytes piece by piece and puts them, deflated or as they are, into an archive.
-class ContentWriter {
-public:
-    ContentWriter(ArchiveWriter& writer, bool deflates, char* buffer, std::size_t bufferSize)
-        : writer_(writer), deflates_(deflates), buffer_(buffer), bufferSize_(bufferSize) {
-        constexpr int rawDeflate = -15;
-        constexpr int memoryLevel = 8;
-        if (deflates &&
-            deflateInit2(&stream_, level, Z_DEFLATED, rawDeflate, memoryLevel, Z_DEFAULT_STRATEGY) != Z_OK)
-            throw std::bad_alloc();
-    }
-    ContentWriter(const ContentWriter&) = delete;
-    ContentWriter& operator=(const ContentWriter&) = delete;
-    ~ContentWriter() {
-        if (deflates_) deflateEnd(&stream_);
-    }
-
-    void put(std::string_view bytes) { deflates_ ? deflateAll(bytes, Z_NO_FLUSH) : writer_.put(bytes); }
-    void finish() {
-        if (deflates_) deflateAll({}, Z_FINISH);
-    }
-
-private:
-    void deflateAll(std::string_view bytes, int flush) {
-        stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
-        stream_.avail_in = static_cast<uInt>(bytes.size());
-        do {
-            stream_.next_out = reinterpret_cast<Bytef*>(buffer_);
-            stream_.avail_out = static_cast<uInt>(bufferSize_);
-            deflate(&stream_, flush);
-            writer_.put({buffer_, bufferSize_ - stream_.avail_out});
-        } while (stream_.avail_out == 0);
-    }
-
-    ArchiveWriter& writer_;
-    bool deflates_;
-    char* buffer_;
-    std::size_t bufferSize_;
-    z_stream stream_{};
-};
+void requireUnchanged(const disk::FileDescriptor& file, const struct stat& before) {
+    const struct stat after = disk::status(file);
+    if (after.st_size != before.st_size || after.st_mtim.tv_sec != before.st_mtim.tv_sec ||
+        after.st_mtim.tv_nsec != before.st_mtim.tv_nsec)
+        failChanged(file);
+}
 
 }  // namespace
 
 Packer::Packer(ArchiveWriter& writer)
-    : writer_(writer),
-      compressor_(libdeflate_alloc_compressor(level), &libdeflate_free_compressor),
-      decompressor_(libdeflate_alloc_decompressor(), &libdeflate_free_decompressor) {
-    if (!compressor_ || !decompressor_) throw std::bad_alloc();
+    : writer_(writer), decompressor_(libdeflate_alloc_decompressor(), &libdeflate_free_decompressor) {
+    if (!decompressor_) throw std::bad_alloc();
 }
 
 Packer::~Packer() = default;
 
 void Packer::addBytes(std::string_view name, std::string_view bytes, std::time_t modified) {
-    addWhole(entryOf(name, generatedMode, modified), bytes);
+    ArchiveEntry entry = entryOf(name, generatedMode, modified);
+    entry.size = bytes.size();
+    if (bytes.size() <= DeflatePieces::pieceSize) return addWhole(entry, bytes);
+    addLarge(entry, [&](std::uint64_t offset, std::size_t size) { return bytes.substr(offset, size); });
 }
 
 Packer::SourceFile Packer::open(const std::string& path) {
@@ -115,17 +75,20 @@ Packer::SourceFile Packer::open(const std::string& path) {
 
 void Packer::addFile(std::string_view name, const std::string& path) {
     const auto [file, status] = open(path);
-    const auto size = static_cast<std::uint64_t>(status.st_size);
     ArchiveEntry entry = entryOf(name, status);
-    entry.size = size;
-    if (size > maximumAtOnce) {
-        addLarge(entry, file);
-        requireUnchanged(file, status, size);
-    } else {
+    entry.size = static_cast<std::uint64_t>(status.st_size);
+    const Read read = [&, &file = file](std::uint64_t offset, std::size_t size) {
         char* bytes = input_.ofSize(size);
-        const std::size_t got = disk::readAt(file, 0, bytes, size);
-        requireUnchanged(file, status, got);
-        addWhole(entry, {bytes, got});
+        if (disk::readAt(file, offset, bytes, size) != size) failChanged(file);
+        return std::string_view(bytes, size);
+    };
+    if (entry.size <= DeflatePieces::pieceSize) {
+        const std::string_view bytes = read(0, entry.size);
+        requireUnchanged(file, status);
+        addWhole(entry, bytes);
+    } else {
+        addLarge(entry, read);
+        requireUnchanged(file, status);
     }
 }
 
@@ -154,7 +117,6 @@ void Packer::addMember(const ArchiveSnapshot& archive, const ArchiveEntry& membe
 }
 
 void Packer::addWhole(ArchiveEntry entry, std::string_view bytes) {
-    entry.size = bytes.size();
     entry.crc = libdeflate_crc32(0, bytes.data(), bytes.size());
     std::string_view content = compressedBefore(entry, bytes);
     if (content.empty()) content = compress(entry, bytes);
@@ -168,12 +130,9 @@ void Packer::addWhole(ArchiveEntry entry, std::string_view bytes) {
 }
 
 std::string_view Packer::compress(ArchiveEntry& entry, std::string_view bytes) {
-    // Deflated data that does not fit where the bytes themselves would is not wanted.
-    const std::size_t room = bytes.empty() ? 0 : bytes.size() - 1;
-    const std::size_t deflatedSize = libdeflate_deflate_compress(compressor_.get(), bytes.data(),
-                                                                 bytes.size(), output_.ofSize(room), room);
-    entry.method = deflatedSize == 0 ? ArchiveEntry::Stored : ArchiveEntry::Deflated;
-    return deflatedSize == 0 ? bytes : std::string_view(output_.data(), deflatedSize);
+    const std::string_view deflated = pieces_.whole(bytes, output_);
+    entry.method = deflated.empty() ? ArchiveEntry::Stored : ArchiveEntry::Deflated;
+    return deflated.empty() ? bytes : deflated;
 }
 
 std::string_view Packer::compressedBefore(ArchiveEntry& entry, std::string_view bytes) {
@@ -197,36 +156,45 @@ bool Packer::inflatesTo(std::string_view bytes, std::string_view stored, Archive
     return result == LIBDEFLATE_SUCCESS && std::string_view(inflated, size) == bytes;
 }
 
-void Packer::addLarge(ArchiveEntry entry, const disk::FileDescriptor& file) {
+void Packer::addLarge(ArchiveEntry entry, const Read& read) {
     const std::uint64_t begin = writer_.position();
-    for (const auto method : {ArchiveEntry::Deflated, ArchiveEntry::Stored}) {
+    writer_.putHeader(entry);
+    putDeflated(entry, read);
+    if (entry.storedSize >= entry.size) {
         writer_.rewind(begin);
-        entry.method = method;
         writer_.putHeader(entry);
-        putContent(entry, file);
-        if (entry.storedSize < entry.size) break;
+        putStored(entry, read);
     }
     writer_.overwrite(begin, zip_format::localHeader(entry));
     writer_.list(entry);
 }
 
-void Packer::putContent(ArchiveEntry& entry, const disk::FileDescriptor& file) {
+void Packer::putDeflated(ArchiveEntry& entry, const Read& read) {
+    entry.method = ArchiveEntry::Deflated;
     const std::uint64_t begin = writer_.position();
-    char* input = input_.ofSize(chunkSize);
-    ContentWriter content(writer_, entry.method == ArchiveEntry::Deflated, output_.ofSize(chunkSize),
-                          chunkSize);
+    for (std::uint64_t done = 0; done < entry.size;) {
+        const std::string_view bytes =
+            read(done, std::min<std::uint64_t>(DeflatePieces::pieceSize, entry.size - done));
+        done += bytes.size();
+        const auto crc = static_cast<std::uint32_t>(libdeflate_crc32(0, bytes.data(), bytes.size()));
+        entry.crc =
+            static_cast<std::uint32_t>(crc32_combine(entry.crc, crc, static_cast<z_off_t>(bytes.size())));
+        writer_.put(pieces_.piece(bytes, done == entry.size, output_));
+        HUTProgress::advance(bytes.size());
+    }
+    entry.storedSize = writer_.position() - begin;
+}
+
+/// This is far faster than deflating, and no more work that was announced.
+void Packer::putStored(ArchiveEntry& entry, const Read& read) {
+    entry.method = ArchiveEntry::Stored;
+    entry.storedSize = entry.size;
     entry.crc = 0;
     for (std::uint64_t done = 0; done < entry.size;) {
-        const std::size_t got =
-            disk::readAt(file, done, input, std::min<std::uint64_t>(chunkSize, entry.size - done));
-        if (got == 0)
-            throw HEXAlgException(HUTPathUtils::quoted(file.path()) + " changed while it was packed");
-        entry.crc = libdeflate_crc32(entry.crc, input, got);
-        content.put({input, got});
-        done += got;
-        // The second attempt is far faster than the first and no more work that was announced.
-        if (entry.method == ArchiveEntry::Deflated) HUTProgress::advance(got);
+        const std::string_view bytes =
+            read(done, std::min<std::uint64_t>(DeflatePieces::pieceSize, entry.size - done));
+        entry.crc = libdeflate_crc32(entry.crc, bytes.data(), bytes.size());
+        writer_.put(bytes);
+        done += bytes.size();
     }
-    content.finish();
-    entry.storedSize = writer_.position() - begin;
 }

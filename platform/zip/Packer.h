@@ -5,9 +5,11 @@
 #include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/ArchiveWriter.h"
 #include "platform/zip/Buffer.h"
+#include "platform/zip/DeflatePieces.h"
 
 #include <cstdint>
 #include <ctime>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -16,11 +18,11 @@
 
 #include <sys/stat.h>
 
-struct libdeflate_compressor;
 struct libdeflate_decompressor;
 
 /// Compresses bytes, files and directories into an archive, one at a time, with one compressor and three
-/// buffers. Content that was compressed before is copied: trees of IP hold many files more than once.
+/// buffers of a piece (see DeflatePieces). Content that was compressed before is copied, if it is no larger:
+/// trees of IP hold many files more than once.
 class Packer {
 public:
     explicit Packer(ArchiveWriter& writer);
@@ -48,18 +50,21 @@ private:
         ArchiveEntry::Method method;
     };
 
+    /// Up to `size` bytes of content from an offset on, in memory that holds until the next call.
+    using Read = std::function<std::string_view(std::uint64_t offset, std::size_t size)>;
+
     void addWhole(ArchiveEntry entry, std::string_view bytes);
     /// The bytes as they are to be stored; sets the entry's method.
     std::string_view compress(ArchiveEntry& entry, std::string_view bytes);
     /// What the archive holds already of the same bytes; empty when it holds none.
     std::string_view compressedBefore(ArchiveEntry& entry, std::string_view bytes);
     bool inflatesTo(std::string_view bytes, std::string_view stored, ArchiveEntry::Method method);
-    void addLarge(ArchiveEntry entry, const disk::FileDescriptor& file);
-    /// Puts the file's bytes by the entry's method and fills in the checksum and the stored size.
-    void putContent(ArchiveEntry& entry, const disk::FileDescriptor& file);
+    void addLarge(ArchiveEntry entry, const Read& read);
+    void putDeflated(ArchiveEntry& entry, const Read& read);
+    void putStored(ArchiveEntry& entry, const Read& read);
 
     ArchiveWriter& writer_;
-    std::unique_ptr<libdeflate_compressor, void (*)(libdeflate_compressor*)> compressor_;
+    DeflatePieces pieces_;
     std::unique_ptr<libdeflate_decompressor, void (*)(libdeflate_decompressor*)> decompressor_;
     std::map<std::pair<std::uint64_t, std::uint32_t>, Stored> stored_;  ///< by size and checksum
     Buffer input_;

@@ -17,11 +17,12 @@ protected:
 };
 
 TEST_F(ZipEdit, WhatIsAddedReadsBackEqual) {
-    constexpr std::size_t streamed = (std::size_t{64} << 20) + 3;
-    const Contents large = {{"random", noise(streamed)}, {"zeros", std::string(streamed, '\0')}};
+    constexpr std::size_t inPieces = (std::size_t{8} << 20) + 3;
+    const Contents large = {{"random", noise(inPieces)}, {"zeros", std::string(inPieces, '\0')}};
     const Contents tree = {
         {"src/a.v", std::string(100'000, 't')}, {"\xc3\xa4", "utf-8"}, {"\xff", "no utf-8"}, {"none", ""}};
-    Contents expected = {{"k/ip/empty/deep/", ""}, {"k/renamed", tree.at("src/a.v")}, {"kp.xml", "<kp/>"}};
+    const std::string document = large.at("zeros") + large.at("random");
+    Contents expected = {{"k/ip/empty/deep/", ""}, {"k/renamed", tree.at("src/a.v")}, {"kp.xml", document}};
     for (const auto& [name, bytes] : tree)
         write("tree/" + name, expected["k/ip/" + name] = bytes);
     for (const auto& [name, bytes] : large)
@@ -30,7 +31,7 @@ TEST_F(ZipEdit, WhatIsAddedReadsBackEqual) {
     fs::create_symlink(".", at("tree/loop"));
     const CapturedMessages messages;
     edit([&](ArchiveEdit& edit) {
-        edit.addLast("kp.xml", "<kp/>");
+        edit.addLast("kp.xml", document);
         edit.addTree("k/ip/", at("tree"));
         edit.addFile("k/renamed", at("tree/src/a.v"));
         edit.addFiles("", {at("zeros"), at("random")});
