@@ -6,7 +6,6 @@ import json
 import os
 import random
 import re
-import shutil
 import signal
 import subprocess
 import time
@@ -16,86 +15,21 @@ from collections import Counter, namedtuple
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-from kp_case import KP, KpCase
+from disaster_case import ADD, CAN_TRACE, LITTER, SANITIZED, DisasterCase, contents, litter, succeeds, trace
+from kp_case import KP
 
 LONG = os.environ.get("KP_LONG_TESTS") == "1"
-SANITIZED = bool(os.environ.get("KP_SANITIZE"))
-
 READ = "p?read(64)?|getdents64|(new)?fstat(at)?|statx|readlink|faccessat2?"
 CHANGE = ("openat|p?write(64)?|ftruncate|fallocate|copy_file_range|sendfile|fsync|fdatasync|rename(at2?)?|link(at)?|"
           "symlink(at)?|unlink(at)?|mkdir(at)?|rmdir|f?chmod(at)?|f?chown(at)?|utimensat|flock")
 SYSTEM = r"(\d<|\")/(etc|usr|proc|sys|dev|lib)\b|write\([12]<|<(pipe|anon)"
-# What a killed process may leave. The next one removes it, but for the temporary directory, and never minds it.
-LITTER = r"(doc/)?\.(p\.kp|kernel\.xml)\.kp-[0-9a-f]{12}|out/[0-9a-f]{12}\.kp-incomplete|scratch/"
-ADD = ["add", "p.kp", "../vadd/kernel.xml", "--ip", "../vadd/ip"]
 NOBODY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"] if os.geteuid() == 0 else ["env"]
 
 # `removes`: it strikes what removes litter, which may stay then.
 Disaster = namedtuple("Disaster", "call fault removes")
 
 
-def trace(calls, log, *more):
-    return ["strace", "-qq", "-y", "-o", log, "-e", "trace=" + calls, *more]
-
-
-def succeeds(*command):
-    return shutil.which(command[0]) and subprocess.run(command, capture_output=True).returncode == 0
-
-
-def contents():
-    """All below the working directory: a file by its bytes, a directory by None."""
-    return {str(path): None if path.is_dir() else path.read_bytes() for path in Path(".").rglob("*")}
-
-
-def litter(present):
-    return [path for path in present if re.match(LITTER, path)]
-
-
-class DisasterTest(KpCase):
-    """Each works in a directory below the one with the example, so that only what it makes is there."""
-
-    def setUp(self):
-        super().setUp()
-        os.chmod(self.directory, 0o755)
-        os.makedirs("at/scratch")
-        os.makedirs("caches/c1")
-        shutil.copy("vadd/vadd.qmr", "caches/c1")
-        os.chdir("at")
-        self.environment = {**os.environ, "SOURCE_DATE_EPOCH": "1600000000", "TMPDIR": "scratch"}
-        if SANITIZED:
-            self.environment["ASAN_OPTIONS"] = "detect_leaks=0"  # for which a process would have to trace itself
-
-    def run_kp(self, *arguments, before=(), dies_after=None):
-        """Exit status, answer and complaint."""
-        process = subprocess.Popen([*before, KP, "-q", *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                   text=True, env=self.environment)
-        if dies_after is not None:
-            time.sleep(dies_after)
-            process.kill()
-        answer, complaint = process.communicate()
-        return process.returncode, answer, complaint
-
-    def do(self, *arguments):
-        status, answer, complaint = self.run_kp(*arguments)
-        self.assertEqual((0, ""), (status, complaint), arguments)
-        return answer
-
-    def expect_refusal(self, done, reason, what=None):
-        """One clear line that names the thing; of an extraction one for each kernel."""
-        self.assertEqual(3, done[0], (what, done))
-        self.assertRegex(done[2], rf"\A(kp: error: [^\n]*'[^\n]+'[^\n]*{reason}[^\n]*\n)+\Z", what)
-
-    def restore(self, state):
-        present = contents()
-        for path in sorted(present.keys() - state.keys(), reverse=True):
-            os.rmdir(path) if present[path] is None else os.remove(path)
-        for path, content in sorted(state.items()):
-            if content is None:
-                os.makedirs(path, exist_ok=True)
-            elif present.get(path) != content:
-                Path(path).write_bytes(content)
-                time.sleep(0.1)  # a package that has just changed is looked at more often
-
+class DisasterTest(DisasterCase):
     def disasters(self, arguments):
         """Each call of a run that changes the disk is killed, refused and starved, each that reads is refused.
 
@@ -146,23 +80,13 @@ class DisasterTest(KpCase):
             self.assertTrue(done[0] == 0 or "p.kp" in new and present["p.kp"] == new["p.kp"], done)
             self.assertEqual(new, {path: content for path, content in contents().items() if "scratch/" not in path})
 
-    @unittest.skipUnless(succeeds(*trace("read", "/dev/null", "true")), "no process can be traced here")
+    @unittest.skipUnless(CAN_TRACE, "no process can be traced here")
     def test_at_every_call(self):
-        second = ["add", "p.kp", self.derive("../second"), "--ip", "../vadd/ip"]
-        replace = [*ADD, "--replace", "--update", "--cpu-source", "../vadd/src/vadd.cpp", "--debug-dir", "../vadd/src"]
-        update = ["add", "p.kp", "../vadd/kernel.xml", "--update", "--pdi", "../vadd/vadd.qmr"]
         extract = ["extract", "p.kp", "-d", "out", "--force"]
-        write = ["kernel", "edit", "../vadd/kernel.xml", "-o", "doc"]
-        part = ["add", "a.kp", "../vadd/kernel.xml", "--ip", "../vadd/ip"]
-        merge = ["merge", "-o", "p.kp", "a.kp", "b.kp"]
-        for *prepared, operation in ([ADD], [ADD, second], [ADD, second, replace], [ADD, update], [ADD, second, extract],
-                                     [ADD, ["add-cache", "p.kp", "../caches"]], [ADD, second, ["remove", "p.kp", "second"]],
-                                     [part, ["add", "b.kp", *second[2:]], merge], [ADD, extract, replace, extract],
-                                     [write, [*write, "--debug=true"]]):
-            self.restore({"scratch": None})
-            for arguments in prepared:
-                self.do(*arguments)
-            old = contents()
+        changes = self.changes()
+        second, replace = changes[1][-1], changes[2][-1]
+        for *prepared, operation in (*changes, [ADD, second, extract], [ADD, extract, replace, extract]):
+            old = self.prepare(prepared)
             time.sleep(0.1)
             every = list(self.disasters(operation))
             new = contents()
