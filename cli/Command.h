@@ -41,6 +41,7 @@ Run declareVerify(CLI::App& app);
 Run declareLint(CLI::App& app);
 Run declareDiff(CLI::App& app);
 Run declareShow(CLI::App& app);
+Run declarePage(CLI::App& app);
 Run declareInfo(CLI::App& app);
 Run declareFiles(CLI::App& app);
 Run declareExtract(CLI::App& app);

@@ -15,6 +15,8 @@ constexpr Command table[] = {
     {"diff", "Tell what differs between two packages, and what that means for their users",
      "kp diff old.kp new.kp --breaking", declareDiff, true},
     {"show", "Show what a package or a kernel is, for eyes", "kp show vadd.kp vadd", declareShow},
+    {"page", "Write what a package or a kernel is as a page for browsers", "kp page vadd.kp -o vadd.html",
+     declarePage},
     {"info", "Report what a package holds", "kp info vadd.kp --json", declareInfo},
     {"files", "Show where each part of a kernel lies", "kp files vadd.kp vadd", declareFiles},
     {"extract", "Extract a kernel, or all, to a directory", "kp extract vadd.kp vadd -d out", declareExtract},

@@ -57,7 +57,9 @@ void spoolStandardInput() {
 
 }  // namespace
 
-bool isPackage(const std::string& path) {
+namespace {
+
+bool holdsPackage(const std::string& path) {
     constexpr std::string_view signature = "PK\3\4";
     std::array<char, signature.size()> begin{};
     if (!HUTFile::isFile(path)) return false;
@@ -70,10 +72,8 @@ bool isPackage(const std::string& path) {
     }
 }
 
-namespace {
-
 void requireDocument(const std::string& path) {
-    if (isPackage(path))
+    if (holdsPackage(path))
         throw HEXAlgException(
             "'" + path +
             "' is a package and no XML document; 'kp info' shows what it holds, 'kp cat' its files");
@@ -81,8 +81,16 @@ void requireDocument(const std::string& path) {
 
 }  // namespace
 
+bool isPackage(const std::string& path) {
+    return path != standardInput && holdsPackage(path);
+}
+
 CLI::Option* InputFiles::add(const std::string& names, std::string& path, const std::string& help) {
-    paths_.push_back(&path);
+    documents_.push_back(&path);
+    return addOrPackage(names, path, help);
+}
+
+CLI::Option* InputFiles::addOrPackage(const std::string& names, std::string& path, const std::string& help) {
     const auto understand = [isUsed = usesStandardInput_](std::string& value) -> std::string {
         if (value != "-") return {};
         if (*isUsed) return "standard input can be only one of the files";
@@ -96,9 +104,12 @@ CLI::Option* InputFiles::add(const std::string& names, std::string& path, const 
 }
 
 std::function<void()> InputFiles::fetch() const {
-    return [isUsed = usesStandardInput_, paths = paths_] {
-        if (*isUsed) spoolStandardInput();
-        for (const std::string* path : paths)
+    return [isUsed = usesStandardInput_, documents = documents_] {
+        if (*isUsed) {
+            spoolStandardInput();
+            requireDocument(standardInput);
+        }
+        for (const std::string* path : documents)
             requireDocument(*path);
     };
 }

@@ -62,17 +62,21 @@ ExitStatus lint(const Options& options) {
 
 Run declareLint(CLI::App& app) {
     auto options = std::make_shared<Options>();
-    app.add_option("PACKAGE", options->file, "The package, or a kernel.xml")->type_name("FILE");
+    InputFiles inputs(app);
+    inputs.addOrPackage("PACKAGE", options->file, "The package, or a kernel.xml");
     app.add_option("KERNEL", options->kernel, "Name of a kernel of the package; all unless given");
     takesDirectory(app.add_option("--ip", options->ipDir, "Directory of the IP of a kernel.xml"));
-    takesFile(app.add_option("--report", options->report, "Synthesis report of a kernel.xml"));
+    inputs.add("--report", options->report, "Synthesis report of a kernel.xml");
     app.add_flag("--strict", options->strict, "Warnings count as well");
     app.add_flag("--rules", options->rules, "Print what is looked for, and nothing else");
     takesOneOf(app.add_option("--format", options->format, "How to print"), {"text", "json", "sarif"})
         ->capture_default_str();
     app.add_flag("--json", options->json, "As --format json");
     app.parse_complete_callback([options] { understand(*options); });
-    return [options] { return lint(*options); };
+    return [options, fetch = inputs.fetch()] {
+        fetch();
+        return lint(*options);
+    };
 }
 
 }  // namespace cli

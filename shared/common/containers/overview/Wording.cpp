@@ -6,8 +6,8 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <numeric>
 
 namespace kfab::overview {
@@ -15,11 +15,10 @@ namespace {
 
 using display::displayed;
 
-template <class... Values>
-std::string formatted(const char* format, Values... values) {
+/// With so many digits at most, whatever the locale.
+std::string decimal(double number, std::chars_format format, int digits) {
     std::array<char, 64> text{};
-    (void)std::snprintf(text.data(), text.size(), format, values...);
-    return text.data();
+    return {text.data(), std::to_chars(text.begin(), text.end(), number, format, digits).ptr};
 }
 
 }  // namespace
@@ -36,13 +35,13 @@ std::string sizeText(std::uint64_t bytes) {
     std::size_t unit = 0;
     for (; size >= step - 0.05 && unit + 1 < units.size(); ++unit)
         size /= step;
-    std::string number = formatted("%.1f", size);
+    std::string number = decimal(size, std::chars_format::fixed, 1);
     if (number.ends_with(".0")) number.resize(number.size() - 2);
     return number + " " + units.at(unit);
 }
 
 std::string decimalText(double number) {
-    return formatted("%g", number);
+    return decimal(number, std::chars_format::general, 6);
 }
 
 std::string countText(std::uint64_t count, std::string_view noun) {

@@ -1,0 +1,183 @@
+"""What kp page writes, as a real browser shows it."""
+
+import html.parser
+import re
+import sys
+import unittest
+from pathlib import Path
+from xml.sax.saxutils import escape
+
+sys.path[:0] = [str(Path(__file__).resolve().parents[1] / "cli"), str(Path(__file__).resolve().parents[2] / "benchmarks")]
+
+import make_inputs
+from browser import Browser
+from kp_case import KpCase, run
+
+ASK = Path(__file__).with_name("page.js").read_text()
+WIDTHS = (400, 700, 1000, 1600)
+# As they stand in documents, and as people see them.
+HOSTILE = {"<script>alert(1)": None, "\"'><img src=x onerror=alert(1)>": None, "--></style><b>]]>": None,
+           "\u202eabc\u2066\u05d0\u05d1": "\\u202eabc\\u2066\u05d0\u05d1", "計算" * 20: None, "x" * 300: None, "&lt;&#60;": None}
+
+
+class Nesting(html.parser.HTMLParser):
+    """Holds that every element ends where it should, and that the document asks for nothing."""
+
+    def __init__(self, test, text):
+        super().__init__()
+        self.test, self.open = test, []
+        self.feed(text)
+        test.assertEqual([], self.open)
+
+    def handle_starttag(self, tag, attributes):
+        self.open.append(tag)
+        for name, value in attributes:
+            self.test.assertNotIn(name, ("src", "style", "srcset", "data", "action", "background"))
+            self.test.assertFalse(name.startswith("on"), name)
+            self.test.assertTrue(name != "href" or value.startswith("#"), value)
+        self.test.assertNotIn(tag, ("script", "link", "iframe", "object", "embed", "img", "base", "form"))
+
+    def handle_startendtag(self, tag, attributes):
+        self.handle_starttag(tag, attributes)
+        self.open.pop()
+
+    def handle_endtag(self, tag):
+        self.test.assertEqual(tag, self.open.pop())
+
+
+class PageTest(KpCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.browser = Browser()
+        cls.addClassCleanup(cls.browser.close)
+
+    def ask(self, expression, *arguments):
+        return self.browser.run(f"{ASK}; return {expression};", *arguments)
+
+    def show(self, name, *of):
+        """The page of a package in the browser, which has nothing to say and asks for nothing."""
+        self.expect(["page", *of, "-o", name], 0)
+        text = Path(name).read_text()
+        Nesting(self, text)
+        self.assertEqual(([], [Path(name).resolve().as_uri()]), self.browser.load(Path(name)))
+        return text
+
+    def expect_laid_out(self, widths=WIDTHS, scrolls_too=True):
+        for width in widths:
+            self.browser.resize(width)
+            self.assertEqual(([], []), (self.ask("overflows(arguments[0])", scrolls_too), self.ask("collisions()")), width)
+        self.assertEqual([], self.ask("barriers()"))
+
+    def pack(self, name, texts, **more):
+        """A package with the texts as names of the kernel, of ports, arguments, instances and so on."""
+        kernel, vlnv, port, argument, instance, module, kind = (escape(text, {'"': "&quot;"}) for text in texts)
+        description = Path("vadd/kernel.xml").read_text()
+        for old, new in (('name="vadd"', f'name="{kernel}"'), ("example:kernels:vadd:1.0", vlnv), ('"m_read"', f'"{port}"'),
+                         ('name="a"', f'name="{argument}"'), ('type="uint*"', f'type="{kind}"'), ("</ports>", "".join(
+                             f'<port name="s{at}{port}" mode="{mode}" range="0x0" dataWidth="512" portType="stream" base="0x0"/>'
+                             for at, mode in enumerate(("slave", "master", "neither"))) + "</ports>"),
+                         ('offset="0x34"', 'offset="0x2C"'), ('size="0x8" offset="0x28"', 'size="0x8" offset="0xFFC"')):
+            self.assertIn(old, description)
+            description = description.replace(old, new)
+        Path("named.xml").write_text(description)
+        report = Path("vadd/design.xml").read_text().replace(">reader_u<", f">{instance}<").replace(
+            ">vadd_reader<", f">{module}<").replace(">sums_u<", f">{instance}<").replace(">2.920<", ">3.92<")
+        Path("named-report.xml").write_text(report)
+        self.expect(["add", name, "named.xml", "--cpu-source", "vadd/src/vadd.cpp", "--report", "named-report.xml", "--no-lint"], 0)
+        return name
+
+    def test_the_example(self):
+        self.add("vadd.kp", "--report", "vadd/design.xml", "--cpu-source", "vadd/src/vadd.cpp")
+        page = self.show("vadd.html", "vadd.kp")
+        self.expect_laid_out()
+        tables = self.ask("tables()")
+        arguments = next(rows for caption, rows in tables.items() if caption.startswith("Of a pointer"))
+        self.assertEqual([["Name", "Id", "Type", "Passed", "Port", "Offset", "Size"],
+                          ["a", "0", "uint*", "pointer", "m_read", "0x10", "8 B"],
+                          ["b", "1", "uint*", "pointer", "m_read", "0x1C", "8 B"],
+                          ["out", "2", "uint*", "pointer", "m_write", "0x28", "8 B"],
+                          ["length", "3", "uint", "value", "s_control", "0x34", "4 B"]], arguments)
+        self.assertEqual(["LUT", "655", "vadd_reader", "271", "41%"],
+                         next(rows for caption, rows in tables.items() if "most of it" in caption)[1])
+        self.assertEqual(["met 2.92/3.5", "12 cycles", "655", "vadd_reader", "clean"],
+                         self.ask("all('.tiles dd').map((each) => each.textContent)"))
+        self.assertEqual(["0x0: control, 16 B", "0x10: a, address, 8 B", "0x18: free, 4 B"],
+                         self.ask("all('text').map((each) => each.textContent).filter((text) => text.includes(': ')).slice(0, 3)"))
+        # To scale: the pointer takes as many pixels a byte as the control registers do.
+        heights = self.ask("['.control', '.pointer', '.value'].map((kind) => boxOf(document.querySelector(kind)).height)")
+        self.assertEqual([4.0, 2.0, 1.0], [round(height / heights[2], 1) for height in heights])
+        rows = self.ask("all('.tree .row').map((each) => each.innerText.split(/\\s+/).slice(0, 4).join(' '))")
+        self.assertEqual(["vadd 655 LUT 612", "control_u vadd_control 142 LUT", "reader_u vadd_reader 271 LUT"], rows[:3])
+
+        # The same again, to standard output, of one kernel and of its name; without what only a package has.
+        self.assertEqual((0, page, ""), run("page", "vadd.kp", "VADD", "-o", "-"))
+        self.show("alone.html", "vadd/kernel.xml")
+        self.expect_laid_out()
+        self.assertEqual(run("page", "-", "-o", "-", stdin=Path("vadd/kernel.xml").read_text())[1].replace("stdin", "kernel.xml").replace(
+            "/dev/kernel.xml", "vadd/kernel.xml"), Path("alone.html").read_text())
+        # What a style attribute would do to a page: the policy lets only its own style be.
+        Path("styled.html").write_text(page.replace('<main', '<main style="color: red"'))
+        complaints, _ = self.browser.load(Path("styled.html"))
+        self.assertRegex("".join(complaints), "Content Security Policy")
+
+    def test_it_is_legible_in_both_schemes_and_on_paper(self):
+        self.show("named.html", self.pack("named.kp", ["k", "v", "p", "a", "i", "m", "t"]))
+        for scheme, media in (("light", "screen"), ("dark", "screen"), ("dark", "print")):
+            self.browser.prefer(scheme, media)
+            text, bar, paper = self.ask("contrasts()")
+            self.assertGreaterEqual(text, 4.5, (scheme, media))
+            self.assertGreaterEqual(bar, 3, (scheme, media))
+            self.assertEqual(scheme == "dark" and media == "screen", sum(map(int, re.findall(r"\d+", paper))) < 384)
+        # What is folded is printed.
+        folded = "(all('details').forEach((each) => each.open = false), document.querySelector('.leaf').checkVisibility())"
+        self.assertTrue(self.ask(folded))
+        self.browser.prefer("light")
+        self.assertFalse(self.ask(folded))
+        # By keyboard: the first stop shows itself, and leads to the kernels.
+        self.browser.resize(700)
+        for key in ("keyDown", "keyUp"):
+            self.browser.tell("Input.dispatchKeyEvent", type=key, key="Tab", code="Tab", windowsVirtualKeyCode=9)
+        self.assertEqual(["#content", True, "3px"], self.ask(
+            "[document.activeElement.getAttribute('href'), boxOf(document.activeElement).left >= 0, getComputedStyle(document.activeElement).outlineWidth]"))
+
+    def test_hostile_names_are_texts(self):
+        self.show("tame.html", self.pack("tame.kp", [f"{letter} {letter}" for letter in "kvpaimt"]))  # no identifiers either
+        tame = self.ask("structure()")
+        names = list(HOSTILE)
+        for turn in range(len(names)):
+            texts = names[turn:] + names[:turn]
+            if "/" in texts[0] or len(texts[0]) > 100:
+                continue  # no name of a directory
+            text = self.show("hostile.html", self.pack(f"{turn}.kp", texts))
+            self.assertNotRegex(text, "[\u200e\u200f\u202a-\u202e\u2066-\u2069\x00-\x08]")
+            self.assertEqual("\n".join(tame), "\n".join(self.ask("structure()")))
+            self.expect_laid_out(scrolls_too=False)
+            shown = self.ask("all('*').filter((each) => each.tagName !== 'STYLE').map((each) => [each.getAttribute('title'), each.textContent]).flat()")
+            for name in texts:
+                self.assertIn(HOSTILE[name] or name, shown, texts)
+
+    def test_a_hundred_kernels(self):
+        make_inputs.package_of("many.kp", 100, 20, 20)
+        page = self.show("many.html", "many.kp")
+        self.assertLess(len(page), 4 << 20)
+        self.expect_laid_out(widths=(400, 1600))
+        self.assertEqual([100, 101, "kernel99"], self.ask(
+            "[all('nav tbody tr').length, all('h2').length, document.querySelector(all('nav a').at(-1).getAttribute('href') + ' bdi').textContent]"))
+
+    def test_what_it_replaces(self):
+        self.add("vadd.kp")
+        before = Path("vadd.kp").read_bytes()
+        for path in ("vadd.kp", "vadd/kernel.xml"):
+            self.expect(["page", "vadd.kp", "-o", path], 3, "",
+                        f"kp: error: '{path}' is there already and no HTML page; a page replaces only pages\n")
+        self.expect(["page", "vadd.kp", "-o", "p.html"], 0)
+        page = Path("p.html").read_bytes()
+        self.expect(["page", "vadd.kp", "-o", "p.html"], 0)
+        self.assertEqual((before, page), (Path("vadd.kp").read_bytes(), Path("p.html").read_bytes()))
+        for status, *arguments in ((3, "none.kp"), (3, "vadd.kp", "none"), (2, "vadd/kernel.xml", "vadd")):
+            self.assertEqual(status, run("page", *arguments, "-o", "p.html")[0])
+        self.assertEqual(page, Path("p.html").read_bytes())
+
+
+if __name__ == "__main__":
+    unittest.main()
