@@ -15,6 +15,7 @@ build=(
 tests=(
     libgtest-dev libgmock-dev libbenchmark-dev clang-format
     zip unzip 7zip libarchive-tools make openssl python3 python3-jsonschema strace tcl tdom
+    chromium chromium-driver fonts-dejavu-core
 )
 declare -A more=(
     [fuzz]="clang libclang-rt-14-dev" [lint]="clang-tidy" [package]="debootstrap dpkg-dev file" [reference]="doxygen"

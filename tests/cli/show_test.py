@@ -92,6 +92,12 @@ class ShowTest(KpCase):
         self.assertEqual(of_kernel, self.shown("vadd.kp"))
         alone = self.shown("vadd/kernel.xml")
         self.assertIn(alone[alone.index("\nPorts\n"):alone.index("\nFigures")], of_kernel)
+        piped = Path("vadd/kernel.xml").read_text()
+        self.assertEqual((0, alone.replace("vadd/kernel.xml", "/dev/stdin"), ""),
+                         run("show", "-", stdin=piped, COLUMNS="80", **UTF8))
+        self.assertEqual((0, "vadd: unchecked: no IP is given; nothing was held against it [ip-missing]\n", ""),
+                         run("lint", "-", stdin=piped))
+        self.assertEqual((3, 2, 2), (run("show", "-")[0], run("show", "-", "vadd")[0], run("lint", "-", "--report", "-")[0]))
         self.assertTrue(alone.endswith("none: the description carries no report\n\nLint\n  unchecked: no IP is given; "
                                        "nothing was held against it [ip-missing]\n"), alone)
 
