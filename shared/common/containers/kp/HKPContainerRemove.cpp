@@ -12,6 +12,8 @@
 #include "platform/files/HUTPathUtils.h"
 #include "platform/zip/ArchiveEdit.h"
 
+#include <algorithm>
+#include <iterator>
 #include <unordered_set>
 
 namespace {
@@ -45,13 +47,16 @@ public:
 private:
     void take(const std::string& name) {
         if (!taken_.insert(HSTStringUtils::foldCase(name)).second) return;
-        removed_.push_back(container_.removeKPKernel(container_.getKPKernelByName(name)));
-        if (removed_.back() == nullptr) refuseUnknown(name);
+        HKPKernel* const kernel = container_.getKPKernelByName(name);
+        if (kernel == nullptr) refuseUnknown(name);
+        removed_.push_back(container_.removeKPKernel(kernel));
     }
 
     [[noreturn]] void refuseUnknown(const std::string& name) const {
         std::vector<std::string> names;
-        HKPContainerUtils::getKernelNamesInKPContainer(request_.kpPath, names);
+        const auto [first, last] = container_.getKPKernelRange();
+        std::transform(first, last, std::back_inserter(names),
+                       [](const auto& kernel) { return kernel->getName(); });
         const std::string meant = nearestSpelling(name, names);
         throw HEXAlgException("Kernel '" + name + "' was not found inside KP container '" + request_.kpPath +
                               "'" + (meant.empty() ? "" : "; did you mean '" + meant + "'?") + "\n");
