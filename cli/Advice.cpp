@@ -8,6 +8,7 @@ namespace {
 std::string adviceOn(const std::exception& failure) {
     if (dynamic_cast<const HKPSealBroken*>(&failure) != nullptr) return resealAdvice();
     if (dynamic_cast<const HKPIpTaken*>(&failure) != nullptr) return replaceIpAdvice();
+    if (dynamic_cast<const HKPFilesThere*>(&failure) != nullptr) return "; --force replaces its files";
     return {};
 }
 
@@ -32,9 +33,7 @@ std::string textWithAdvice(const std::exception& failure) {
 void withAdvice(const std::function<void()>& operation) {
     try {
         operation();
-    } catch (const HKPSealBroken& refusal) {
-        throw HEXAlgException(textWithAdvice(refusal));
-    } catch (const HKPIpTaken& refusal) {
+    } catch (const HKPRefused& refusal) {
         throw HEXAlgException(textWithAdvice(refusal));
     }
 }

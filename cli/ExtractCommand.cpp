@@ -1,3 +1,4 @@
+#include "cli/Advice.h"
 #include "cli/Command.h"
 #include "cli/Kernels.h"
 #include "cli/Options.h"
@@ -7,18 +8,14 @@
 #include "containers/kp/PackageLayout.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HUTInterrupt.h"
-#include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/params/HPAParamMgr.h"
-#include "platform/zip/ArchiveComparison.h"
-#include "platform/zip/ExtractionPlan.h"
 
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -36,41 +33,10 @@ struct Options {
     bool ownIp = false, checkVersion = false, force = false, json = false;
 };
 
-[[noreturn]] void refuse(const std::string& path, const std::string& reason) {
-    throw HEXAlgException("'" + path + "' exists already" + reason + "; --force replaces its files");
-}
-
-/// Whether something of the name is there. A name that would lead elsewhere is the extraction's to refuse.
-bool isTaken(const Options& options, std::string_view name) {
-    return ExtractionPlan::unfitForDirectory(name).empty() &&
-           HUTFile::exists(HUTPathUtils::join(options.directory, name));
-}
-
-/// The repository, or an IP of it, comes with each kernel: what another one brought of it is no obstacle
-/// while it is the same.
-void requireSameIp(const Options& options, const ArchiveSnapshot& archive, const std::string& folder) {
-    if (!isTaken(options, folder)) return;
-    for (const std::uint32_t position : archive.positionsInFolder(folder)) {
-        HUTInterrupt::check();
-        const ArchiveEntry& entry = archive.entries()[position];
-        const std::string path = HUTPathUtils::join(options.directory, entry.name);
-        if (!entry.isDirectory() && isTaken(options, entry.name) && !isCopy(path, archive, entry))
-            refuse(path, " and is not what the package holds");
-    }
-}
-
-std::vector<std::string> namesToExtract(const Options& options, const HKPContainer& container,
-                                        const Version& version) {
+std::vector<std::string> namesToExtract(const Options& options, const HKPContainer& container) {
     std::vector<std::string> names;
-    std::string ipFolder = layout::ipRepo;
-    for (const HKPKernel* kernel : chosenKernels(container, options.package, options.kernel)) {
-        const std::string& root = kernel->getDirectory();
-        if (!options.force && isTaken(options, root)) refuse(HUTPathUtils::join(options.directory, root), "");
+    for (const HKPKernel* kernel : chosenKernels(container, options.package, options.kernel))
         names.push_back(kernel->getName());
-        if (options.ownIp) ipFolder = HUTPathUtils::withoutTrailingSeparators(kernel->getIpDir());
-    }
-    if (version && !options.force && layout::hasRepository(container.getVersionMajor()))
-        requireSameIp(options, *version, ipFolder);
     return names;
 }
 
@@ -80,6 +46,7 @@ std::shared_ptr<ExplorerIface> extractKernels(const Options& options, const Vers
         .kernelName = options.kernel.value_or(""),
         .destination = options.directory,
         .checkVersion = options.checkVersion || HPAParamMgr::getBool("kp.enableVersionCheck", false),
+        .replacesFiles = options.force,
         .ownIp = options.ownIp,
         .version = version};
     return options.kernel ? HKPContainerUtils::extractKernel(request).explorer
@@ -123,9 +90,10 @@ private:
 std::optional<Json> extractAndDescribe(const Options& options) {
     HKPContainer container;
     const Version version = HKPContainerUtils::openKPContainer_(options.package, container);
-    const std::vector<std::string> names = namesToExtract(options, container, version);
+    const std::vector<std::string> names = namesToExtract(options, container);
     KeptWords words;
-    const auto explorer = extractKernels(options, version);
+    std::shared_ptr<ExplorerIface> explorer;
+    withAdvice([&] { explorer = extractKernels(options, version); });
     HUTInterrupt::check();  // the explorer takes work that is called off for a description it cannot read
     std::optional<Json> kernels = Json::array();
     for (const std::string& name : names) {

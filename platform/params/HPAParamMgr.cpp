@@ -7,8 +7,10 @@
 #include <array>
 #include <cstdlib>
 #include <map>
+#include <mutex>
 #include <optional>
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -17,10 +19,31 @@ struct Setting {
     std::string place;
 };
 
-std::map<std::string, Setting, std::less<>>& programSettings() {
-    static std::map<std::string, Setting, std::less<>> settings;
-    return settings;
-}
+/// Those that the program has set, for all threads.
+class ProgramSettings {
+public:
+    static ProgramSettings& ofProcess() {
+        static ProgramSettings settings;
+        return settings;
+    }
+    std::optional<Setting> find(std::string_view name) const {
+        const std::lock_guard guard(mutex_);
+        const auto setting = settings_.find(name);
+        return setting == settings_.end() ? std::nullopt : std::optional(setting->second);
+    }
+    void set(const std::string& name, Setting setting) {
+        const std::lock_guard guard(mutex_);
+        settings_[name] = std::move(setting);
+    }
+    void unset(const std::string& name) {
+        const std::lock_guard guard(mutex_);
+        settings_.erase(name);
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::map<std::string, Setting, std::less<>> settings_;
+};
 
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view blanks = " \t\r";
@@ -55,8 +78,7 @@ std::optional<Setting> findInFile(const std::string& path, std::string_view name
 }
 
 std::optional<Setting> find(std::string_view name) {
-    const auto& settings = programSettings();
-    if (const auto set = settings.find(name); set != settings.end()) return set->second;
+    if (auto set = ProgramSettings::ofProcess().find(name)) return set;
     const char* path = std::getenv("KP_PARAM_FILE");
     if (path == nullptr || *path == '\0') return std::nullopt;
     return findInFile(path, name);
@@ -76,9 +98,9 @@ bool HPAParamMgr::getBool(std::string_view name, bool defaultValue) {
 }
 
 void HPAParamMgr::setBool(const std::string& name, bool value) {
-    programSettings()[name] = {value ? "true" : "false", "the program"};
+    ProgramSettings::ofProcess().set(name, {value ? "true" : "false", "the program"});
 }
 
 void HPAParamMgr::unset(const std::string& name) {
-    programSettings().erase(name);
+    ProgramSettings::ofProcess().unset(name);
 }

@@ -6,7 +6,8 @@
 #include <string_view>
 
 /// Host parameters by name. A value set by the program comes first, then the file that the environment
-/// variable KP_PARAM_FILE names (lines `name = value`, "#" begins a comment), then the caller's default.
+/// variable KP_PARAM_FILE names (lines `name = value`, "#" begins a comment), then the caller's default. May
+/// be used from any thread.
 class KP_EXPORT HPAParamMgr {
 public:
     /// "true", "yes" and "1" are true, "false", "no" and "0" are false, in any case of letters.

@@ -7,6 +7,7 @@
 #include "containers/kernel/HCOContainerKernelXMLReader.h"
 #include "containers/kp/HKPContainerXMLReader.h"
 #include "containers/kp/PackageLayout.h"
+#include "containers/kp/PackageRefusals.h"
 #include "containers/kp/PackageSeal.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HI18N.h"
@@ -281,8 +282,8 @@ Comparison comparePackages(const std::string& oldPackage, const std::string& new
         old.keepKernel(*kernel);
         current.keepKernel(*kernel);
         if (old.kernels.empty() && current.kernels.empty())
-            throw HEXAlgException("Kernel '" + *kernel + "' was not found inside KP container '" +
-                                  oldPackage + "', nor inside '" + newPackage + "'\n");
+            throw HKPKernelNotFound("Kernel '" + *kernel + "' was not found inside KP container '" +
+                                    oldPackage + "', nor inside '" + newPackage + "'\n");
     }
     packages.compareKernels();
     if (!kernel) packages.compareWhole();

@@ -1,6 +1,7 @@
 // Extracting kernels from packages, and reading a member.
 
 #include "containers/explorer/FileExplorer.h"
+#include "containers/kp/ExtractionPlace.h"
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/HKPContainerXMLReader.h"
 #include "containers/kp/KernelParts.h"
@@ -103,10 +104,9 @@ private:
                           const std::string& text) const {
         const std::string_view reason = ExtractionPlan::unfitForDirectory(text);
         if (!reason.empty())
-            throw HEXAlgException("Failed to extract " + what + " of KP container '" +
-                                  plan_.archive().path() + "': " + attribute + " in the manifest, '" +
-                                  HUTPathUtils::shown(text) +
-                                  "', cannot be a directory: " + std::string(reason) + "\n");
+            throw HKPRefused("Failed to extract " + what + " of KP container '" + plan_.archive().path() +
+                             "': " + attribute + " in the manifest, '" + HUTPathUtils::shown(text) +
+                             "', cannot be a directory: " + std::string(reason) + "\n");
     }
 
     std::string destination_;
@@ -130,9 +130,10 @@ ExtractedKernel HKPContainerUtils::extractKernel(const KernelExtraction& request
     const auto version = openForExtraction(request, *container);
     const HKPKernel* kernel = container->getKPKernelByName(request.kernelName);
     if (kernel == nullptr)
-        throw HEXAlgException("Kernel '" + request.kernelName + "' was not found inside KP container '" +
-                              path + "'\n");
+        throw HKPKernelNotFound("Kernel '" + request.kernelName + "' was not found inside KP container '" +
+                                path + "'\n");
     const bool isRepository = hasRepository(*container);
+    requireFreePlace(request, {kernel}, isRepository, version.get());
     PackageExtraction extraction(path, version, request.destination);
     extraction.planKernel(*kernel);
     if (isRepository) {
@@ -168,6 +169,10 @@ std::shared_ptr<ExplorerIface> HKPContainerUtils::extractAllKernels(const Kernel
     const bool isRepository = hasRepository(*container);
     const bool hasIpCaches = isRepository && container->getIsIpCacheDir();
     const auto [first, last] = container->getKPKernelRange();
+    std::vector<const HKPKernel*> kernels;
+    for (auto kernel = first; kernel != last; ++kernel)
+        kernels.push_back(kernel->get());
+    requireFreePlace(request, kernels, isRepository, version.get());
     PackageExtraction extraction(request.kpPath, version, request.destination);
     if (isRepository) extraction.planFolder(layout::ipRepo);
     if (hasIpCaches) extraction.planIpCaches(*container);

@@ -62,8 +62,8 @@ void stageIpCaches(const std::string& directory, HKPContainer& container, Archiv
             added.insert(name);
             const std::string folder = HUTPathUtils::join(layout::ipCache, name);
             if (const HKPKernel* other = otherKernelIn(container, folder, nullptr))
-                throw HEXAlgException("The IP cache '" + cache + "' cannot be packed because kernel '" +
-                                      other->getName() + "' has files in '" + folder + "'\n");
+                throw HKPRefused("The IP cache '" + cache + "' cannot be packed because kernel '" +
+                                 other->getName() + "' has files in '" + folder + "'\n");
             edit.deleteFolder(folder);  // what nothing records would mix with the cache
             edit.addTree(folder, cache);
         }
@@ -88,7 +88,7 @@ void HKPContainerUtils::appendIPCacheDir(const IpCacheAddition& addition) {
     HKPContainer container;
     HKPContainerXMLReader(path, container, edit.snapshot()).parseKPContainer();
     if (!layout::hasRepository(container.getVersionMajor()) && addition.otherLayout != OtherLayout::Restamp)
-        throw HEXAlgException("'" + path + "' has the layout 'kernel', which has no IP caches");
+        throw HKPRefused("'" + path + "' has the layout 'kernel', which has no IP caches");
     const PackageSeal seal{path, edit.snapshot(), container.getVersionMajor(), container.getVersionMinor()};
     if (seal.isRenewed(addition.brokenSeal)) edit.seal();
     stageIpCaches(addition.directory, container, edit);

@@ -10,7 +10,7 @@
 namespace {
 
 [[noreturn]] void refuseTaken(const std::string& path) {
-    throw HEXAlgException("'" + path + "' is there already; a merge replaces no file\n");
+    throw HKPRefused("'" + path + "' is there already; a merge replaces no file\n");
 }
 
 /// Tells before all inputs are read. A link that leads nowhere is something as well: the package would be

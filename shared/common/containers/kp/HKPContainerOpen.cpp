@@ -36,8 +36,11 @@ void requireFlow(const HKPKernel& kernel, HKPKernel::SupportedFlowType flow, con
 
 }  // namespace
 
+HKPRefused::~HKPRefused() = default;
+HKPKernelNotFound::~HKPKernelNotFound() = default;
 HKPKernelRefused::~HKPKernelRefused() = default;
 HKPSealBroken::~HKPSealBroken() = default;
+HKPFilesThere::~HKPFilesThere() = default;
 HKPIpTaken::~HKPIpTaken() = default;
 
 bool HKPContainerUtils::parseKPContainerIntoObject_(const std::string& path, HKPContainer& container) {
@@ -106,7 +109,7 @@ void HKPContainerUtils::checkKPVersion_(const std::string& path, std::uint32_t s
     const std::uint32_t minor = running.minor();
     if (softwareVersionMajor < major || (softwareVersionMajor == major && softwareVersionMinor <= minor))
         return;
-    throw HEXAlgException(
+    throw HKPRefused(
         "The KP file '" + path + "' was created in version " + std::to_string(softwareVersionMajor) + "." +
         std::to_string(softwareVersionMinor) +
         ", which is later than the software version you are currently running: " + running.majorText + "." +

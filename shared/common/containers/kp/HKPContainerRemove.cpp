@@ -58,8 +58,9 @@ private:
         std::transform(first, last, std::back_inserter(names),
                        [](const auto& kernel) { return kernel->getName(); });
         const std::string meant = nearestSpelling(name, names);
-        throw HEXAlgException("Kernel '" + name + "' was not found inside KP container '" + request_.kpPath +
-                              "'" + (meant.empty() ? "" : "; did you mean '" + meant + "'?") + "\n");
+        throw HKPKernelNotFound("Kernel '" + name + "' was not found inside KP container '" +
+                                request_.kpPath + "'" +
+                                (meant.empty() ? "" : "; did you mean '" + meant + "'?") + "\n");
     }
 
     void notePlacesOfOthers() {
@@ -85,16 +86,16 @@ private:
         if (!edit_.snapshot()->isDirectory(directory)) return;
         const std::string reason = layout::unfitToChange(directory);
         if (!reason.empty())
-            throw HEXAlgException("The directory '" + directory + "' of kernel '" + kernel.getName() +
-                                  "' in '" + request_.kpPath + "' cannot be removed: " + reason + "\n");
+            throw HKPRefused("The directory '" + directory + "' of kernel '" + kernel.getName() + "' in '" +
+                             request_.kpPath + "' cannot be removed: " + reason + "\n");
         removeFolder(kernel, "directory", directory);
     }
 
     void removeFolder(const HKPKernel& kernel, const std::string& what, const std::string& folder) {
         if (const std::string* other = others_.ownerNear(folder))
-            throw HEXAlgException("Kernel '" + kernel.getName() + "' cannot be removed from KP container '" +
-                                  request_.kpPath + "' because kernel '" + *other + "' has files in its " +
-                                  what + " '" + folder + "'\n");
+            throw HKPRefused("Kernel '" + kernel.getName() + "' cannot be removed from KP container '" +
+                             request_.kpPath + "' because kernel '" + *other + "' has files in its " + what +
+                             " '" + folder + "'\n");
         edit_.deleteFolder(folder);
     }
 

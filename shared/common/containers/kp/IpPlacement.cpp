@@ -80,8 +80,8 @@ std::string IpPlacement::folderOf(const std::string& vlnv, const std::string& vl
     if (vlnv.empty()) return layout::ipRepo;
     const std::string reason = layout::unfitForComponent(vlnvAsFolder);
     if (!reason.empty())
-        throw HEXAlgException("The VLNV '" + vlnv + "' of kernel '" + request_.kernelName +
-                              "' cannot be a directory: " + reason + ".\n");
+        throw HKPRefused("The VLNV '" + vlnv + "' of kernel '" + request_.kernelName +
+                         "' cannot be a directory: " + reason + ".\n");
     return HUTPathUtils::join(layout::ipRepo, vlnvAsFolder);
 }
 
@@ -92,16 +92,15 @@ void IpPlacement::requireNoNesting(const std::string& folder) const {
         const std::string present = ipFolderOf(**entry);
         if (present.empty() || isOwn(**entry) || HSTStringUtils::equalsIgnoreCase(present, folder)) continue;
         if (isSameOrBelow(present, folder) || isSameOrBelow(folder, present))
-            throw HEXAlgException("The IP of kernel '" + request_.kernelName + "' cannot be placed in '" +
-                                  folder + "' of KP container '" + request_.kpPath +
-                                  "' because the IP of kernel '" + (*entry)->getName() + "' is in '" +
-                                  present + "'; give each kernel a VLNV.\n");
+            throw HKPRefused("The IP of kernel '" + request_.kernelName + "' cannot be placed in '" + folder +
+                             "' of KP container '" + request_.kpPath + "' because the IP of kernel '" +
+                             (*entry)->getName() + "' is in '" + present + "'; give each kernel a VLNV.\n");
     }
     const HKPKernel* own = container_.getKPKernelByName(request_.kernelName);
     if (const HKPKernel* other = otherKernelIn(container_, folder, own, false))
-        throw HEXAlgException("The IP of kernel '" + request_.kernelName + "' cannot be placed in '" +
-                              folder + "' of KP container '" + request_.kpPath + "' because kernel '" +
-                              other->getName() + "' has its directory there.\n");
+        throw HKPRefused("The IP of kernel '" + request_.kernelName + "' cannot be placed in '" + folder +
+                         "' of KP container '" + request_.kpPath + "' because kernel '" + other->getName() +
+                         "' has its directory there.\n");
 }
 
 void IpPlacement::refuseToChange(const std::string& folder, const std::vector<std::string>& kernels) const {

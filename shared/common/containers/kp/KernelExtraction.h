@@ -15,6 +15,8 @@ struct KernelExtraction {
     bool checkVersion = false;  ///< refuse a package that later software wrote
     bool requireSeal = false;   ///< HKPSealBroken where the package's digest does not hold, or is missing
                                 ///< although its format has one
+    bool replacesFiles = true;  ///< false: HKPFilesThere where the destination holds the kernel, or a file of
+                                ///< the IP repository whose bytes are not those in the package
     bool ownIp = false;         ///< true: of the IP repository only the IP that the kernel's entry names
     std::shared_ptr<const ArchiveSnapshot> version = nullptr;  ///< of the package; none for the present one
 };

@@ -20,8 +20,8 @@
 void KernelStaging::examine(const KernelAddition& request) {
     const std::string reason = layout::unfitForKernelFolder(request.kernelName);
     if (!reason.empty())
-        throw HEXAlgException("Kernel '" + request.kernelName + "' cannot be added to KP container '" +
-                              request.kpPath + "': " + reason + ".\n");
+        throw HKPRefused("Kernel '" + request.kernelName + "' cannot be added to KP container '" +
+                         request.kpPath + "': " + reason + ".\n");
     if (request.replace && request.update) ComMsgMgr::post("@17-1864@");
     if (request.update && request.pdiFiles.empty() && request.shimSolnFile.empty())
         ComMsgMgr::post("@17-1868@");
@@ -35,8 +35,8 @@ void KernelStaging::stage() {
     const bool onlyUpdates = present != nullptr && !request_.replace;
     const HKPKernel* staged = onlyUpdates ? stageUpdate(*present) : stageWhole();
     if (staged->isEmpty())
-        throw HEXAlgException("Failed to add kernel '" + request_.kernelName +
-                              "' to KP container because the kernel is empty.\n");
+        throw HKPRefused("Failed to add kernel '" + request_.kernelName +
+                         "' to KP container because the kernel is empty.\n");
     tellWhoseIpIsLost(container_, request_.kpPath, ipRepoLayout_);
     HKPContainerXMLWriter(container_, request_.kpPath).writeKPContainer(ipRepoLayout_, edit_);
 }
@@ -55,8 +55,8 @@ void KernelStaging::requireFreePlace() const {
     const HKPKernel* present = present_();
     if (present == nullptr) return requireOwnFolder(request_.kernelName);
     if (!request_.update)
-        throw HEXAlgException("Kernel '" + request_.kernelName + "' already exists inside KP container '" +
-                              request_.kpPath + "'\n");
+        throw HKPRefused("Kernel '" + request_.kernelName + "' already exists inside KP container '" +
+                         request_.kpPath + "'\n");
     requireChangeable(*present);
 }
 
@@ -84,8 +84,8 @@ void KernelStaging::chooseLayout() {
     if (request_.otherLayout == OtherLayout::Follow) {
         ipRepoLayout_ = isRepo;
     } else if (request_.otherLayout == OtherLayout::Refuse && first != last) {
-        throw HEXAlgException("'" + request_.kpPath + "' has the layout '" + layout::name(isRepo) +
-                              "'; a kernel cannot be added in the layout '" + layout::name(!isRepo) + "'");
+        throw HKPRefused("'" + request_.kpPath + "' has the layout '" + layout::name(isRepo) +
+                         "'; a kernel cannot be added in the layout '" + layout::name(!isRepo) + "'");
     }
 }
 
@@ -93,17 +93,17 @@ void KernelStaging::requireChangeable(const HKPKernel& kernel) const {
     const std::string folder(HUTPathUtils::withoutTrailingSeparators(kernel.getDirectory()));
     const std::string reason = layout::unfitToChange(folder);
     if (!reason.empty())
-        throw HEXAlgException("The directory '" + kernel.getDirectory() + "' of kernel '" + kernel.getName() +
-                              "' in '" + request_.kpPath + "' cannot be changed: " + reason + "\n");
+        throw HKPRefused("The directory '" + kernel.getDirectory() + "' of kernel '" + kernel.getName() +
+                         "' in '" + request_.kpPath + "' cannot be changed: " + reason + "\n");
     requireOwnFolder(folder);
 }
 
 /// What lies in another kernel's folder, or holds it, must not be touched.
 void KernelStaging::requireOwnFolder(const std::string& folder) const {
     if (const HKPKernel* other = otherKernelIn(container_, folder, present_()))
-        throw HEXAlgException("Kernel '" + request_.kernelName + "' cannot be added to KP container '" +
-                              request_.kpPath + "' because kernel '" + other->getName() +
-                              "' uses its directory.\n");
+        throw HKPRefused("Kernel '" + request_.kernelName + "' cannot be added to KP container '" +
+                         request_.kpPath + "' because kernel '" + other->getName() +
+                         "' uses its directory.\n");
 }
 
 HKPKernel* KernelStaging::stageUpdate(const HKPKernel& present) {
@@ -132,9 +132,9 @@ HKPKernel* KernelStaging::stageWhole() {
     HCOKernelXMLReader description(request_.kernelXmlPath);
     const std::string nameInFile = description.getKernelName();
     if (nameInFile != request_.kernelName)
-        throw HEXAlgException("Failed to add kernel '" + request_.kernelName +
-                              "' to KP container because the kernel name '" + nameInFile +
-                              "' defined in kernel.xml does not match.\n");
+        throw HKPRefused("Failed to add kernel '" + request_.kernelName +
+                         "' to KP container because the kernel name '" + nameInFile +
+                         "' defined in kernel.xml does not match.\n");
     folder_ = request_.kernelName;
     requireOwnFolder(folder_);
     edit_.deleteFolder(folder_);  // what no manifest lists must not become the kernel's

@@ -105,15 +105,14 @@ void PackageJoining::requireFitting(const Input& input) {
     const struct stat status = disk::status(input.archive->file());
     const auto [first, isNew] = inputOfFile_.try_emplace({status.st_dev, status.st_ino}, &input);
     if (!isNew)
-        throw HEXAlgException("'" + first->second->path + "' is given twice" +
-                              (input.path == first->second->path ? "" : ", also as '" + input.path + "'") +
-                              "\n");
+        throw HKPRefused("'" + first->second->path + "' is given twice" +
+                         (input.path == first->second->path ? "" : ", also as '" + input.path + "'") + "\n");
     if (inputs_.empty()) return;
     const bool isRepository = hasRepository(input.container);
     if (hasRepository(inputs_.front()->container) != isRepository)
-        throw HEXAlgException("'" + inputs_.front()->path + "' has the layout '" +
-                              layout::name(!isRepository) + "' and '" + input.path + "' the layout '" +
-                              layout::name(isRepository) + "'; only packages of one layout can be merged\n");
+        throw HKPRefused("'" + inputs_.front()->path + "' has the layout '" + layout::name(!isRepository) +
+                         "' and '" + input.path + "' the layout '" + layout::name(isRepository) +
+                         "'; only packages of one layout can be merged\n");
 }
 
 void PackageJoining::collectShared(Input& input, SharedFolders& shared) {
@@ -145,8 +144,8 @@ void PackageJoining::requireNewName(const Kernel& kernel) {
     const std::string& name = kernel.entry->getName();
     const auto [first, isNew] = inputOfName_.try_emplace(HSTStringUtils::foldCase(name), kernel.input);
     if (!isNew)
-        throw HEXAlgException("Kernel '" + name + "' is in both '" + first->second->path + "' and '" +
-                              kernel.input->path + "'\n");
+        throw HKPRefused("Kernel '" + name + "' is in both '" + first->second->path + "' and '" +
+                         kernel.input->path + "'\n");
 }
 
 void PackageJoining::takeFolders(Kernel& kernel, Input& input) {
@@ -155,8 +154,8 @@ void PackageJoining::takeFolders(Kernel& kernel, Input& input) {
         const std::string folder(HUTPathUtils::withoutTrailingSeparators(directory));
         const std::string reason = layout::unfitToChange(folder);
         if (!reason.empty())
-            throw HEXAlgException("The directory '" + folder + "' of kernel '" + entry.getName() + "' in '" +
-                                  input.path + "' cannot be merged: " + reason + "\n");
+            throw HKPRefused("The directory '" + folder + "' of kernel '" + entry.getName() + "' in '" +
+                             input.path + "' cannot be merged: " + reason + "\n");
         takeFolder(kernel, input, folder);
     }
     const std::string ip(HUTPathUtils::withoutTrailingSeparators(entry.getIpDir()));
@@ -166,8 +165,8 @@ void PackageJoining::takeFolders(Kernel& kernel, Input& input) {
 void PackageJoining::takeFolder(Kernel& kernel, Input& input, const std::string& folder) {
     const std::string owner = "kernel '" + kernel.entry->getName() + "' of '" + input.path + "'";
     if (const std::string* other = folders_.ownerNear(folder, owner))
-        throw HEXAlgException("The folder '" + folder + "' of " + owner + " is not its own: " + *other +
-                              " has files there as well\n");
+        throw HKPRefused("The folder '" + folder + "' of " + owner + " is not its own: " + *other +
+                         " has files there as well\n");
     folders_.add(folder, owner);
     for (const std::uint32_t position : input.archive->positionsInFolder(folder))
         if (!input.isTaken[position]) {

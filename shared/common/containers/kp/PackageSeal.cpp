@@ -6,14 +6,32 @@
 #include "platform/zip/HUTZip.h"
 
 #include <array>
+#include <mutex>
 #include <unordered_set>
 
 namespace {
 
-std::unordered_set<std::string>& checkedPaths() {
-    static std::unordered_set<std::string> paths;
-    return paths;
-}
+/// The paths that were looked at, for all threads.
+class CheckedPaths {
+public:
+    static CheckedPaths& ofProcess() {
+        static CheckedPaths paths;
+        return paths;
+    }
+    bool contains(const std::string& path) const {
+        const std::lock_guard guard(mutex_);
+        return paths_.contains(path);
+    }
+    /// False when the path was there.
+    bool insert(const std::string& path) {
+        const std::lock_guard guard(mutex_);
+        return paths_.insert(path).second;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::unordered_set<std::string> paths_;
+};
 
 /// By the verdict on a digest that does not hold.
 constexpr std::array reasons = {
@@ -30,7 +48,7 @@ bool isBroken(const PackageSeal& seal, DigestVerdict digest) {
 
 /// The first look at a path tells.
 void note(const std::string& path, DigestVerdict digest) {
-    if (checkedPaths().insert(path).second && digest != DigestVerdict::Valid)
+    if (CheckedPaths::ofProcess().insert(path) && digest != DigestVerdict::Valid)
         ComMsgMgr::post("@17-1396@%s", {path});
 }
 
@@ -50,7 +68,7 @@ std::string PackageSeal::flaw(DigestVerdict digest) const {
 }
 
 void PackageSeal::check() const {
-    if (!checkedPaths().contains(path)) note(path, verify());
+    if (!CheckedPaths::ofProcess().contains(path)) note(path, verify());
 }
 
 void PackageSeal::require() const {

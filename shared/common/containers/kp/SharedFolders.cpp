@@ -1,6 +1,7 @@
 #include "containers/kp/SharedFolders.h"
 
 #include "containers/kp/PackageLayout.h"
+#include "containers/kp/PackageRefusals.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HSTStringUtils.h"
 #include "platform/base/HUTInterrupt.h"
@@ -70,9 +71,9 @@ const std::string& SharedFolders::add(const PackageFolder& folder) {
     const PackageFolder& present = first->second;
     if (isNew) return present.name;
     if (const auto difference = firstDifference(present, folder))
-        throw HEXAlgException(HUTPathUtils::quoted(folder.name) + " of '" + folder.archive->path() +
-                              "' is not that of '" + present.archive->path() + "': they differ in " +
-                              HUTPathUtils::quoted(difference->substr(difference->starts_with('/'))) +
-                              (isIp ? "; give each IP a VLNV of its own" : "") + "\n");
+        throw HKPRefused(HUTPathUtils::quoted(folder.name) + " of '" + folder.archive->path() +
+                         "' is not that of '" + present.archive->path() + "': they differ in " +
+                         HUTPathUtils::quoted(difference->substr(difference->starts_with('/'))) +
+                         (isIp ? "; give each IP a VLNV of its own" : "") + "\n");
     return present.name;
 }

@@ -74,10 +74,16 @@ void takeOtherStrays(KernelFacts& facts, const KernelAddition& addition) {
 
 }  // namespace
 
-KernelFacts factsOf(const LooseKernel& kernel) {
+KernelFacts factsOf(const std::string& name, std::string document) {
     KernelFacts facts;
-    facts.document = kernel.kernelXml;
-    documents::reading(kernel.kernelXml, [&] { takeDescription(facts, readExisting(kernel.kernelXml)); });
+    facts.document = name;
+    documents::reading(name, [&] { takeDescription(facts, std::move(document)); });
+    return facts;
+}
+
+KernelFacts factsOf(const LooseKernel& kernel) {
+    const std::string& path = kernel.kernelXml;
+    KernelFacts facts = factsOf(path, documents::reading(path, [&] { return readExisting(path); }));
     if (!kernel.report.empty()) documents::reading(kernel.report, [&] { takeReport(facts, kernel.report); });
     takeIp(facts, kernel);
     return facts;

@@ -4,6 +4,7 @@
 #include "containers/kernel/PackageDocument.h"
 #include "containers/kp/HKPContainerXMLReader.h"
 #include "containers/kp/PackageLayout.h"
+#include "containers/kp/PackageRefusals.h"
 #include "platform/base/HI18N.h"
 #include "platform/base/HSTStringUtils.h"
 #include "platform/files/HUTPathUtils.h"
@@ -63,8 +64,8 @@ std::size_t PackageFacts::require(const std::string& name) const {
         return HSTStringUtils::equalsIgnoreCase(entry.name, name);
     });
     if (found == entries_.end())
-        throw HEXAlgException("Kernel '" + name + "' was not found inside KP container '" + archive_->path() +
-                              "'\n");
+        throw HKPKernelNotFound("Kernel '" + name + "' was not found inside KP container '" +
+                                archive_->path() + "'\n");
     return static_cast<std::size_t>(found - entries_.begin());
 }
 

@@ -117,6 +117,15 @@ Kernel kernelOf(const lint::PackageFacts& package, std::size_t place) {
     return kernel;
 }
 
+Overview ofFacts(const lint::KernelFacts& facts) {
+    Kernel kernel;
+    kernel.document = facts.document;
+    takeFacts(kernel, facts);
+    Overview overview;
+    overview.kernels.push_back(std::move(kernel));
+    return overview;
+}
+
 }  // namespace
 
 Overview ofPackage(const std::string& path, const std::optional<std::string>& kernel) {
@@ -136,12 +145,11 @@ Overview ofPackage(const std::string& path, const std::optional<std::string>& ke
 }
 
 Overview ofDescription(const std::string& kernelXml) {
-    Kernel kernel;
-    kernel.document = kernelXml;
-    takeFacts(kernel, lint::factsOf(lint::LooseKernel{.kernelXml = kernelXml}));
-    Overview overview;
-    overview.kernels.push_back(std::move(kernel));
-    return overview;
+    return ofFacts(lint::factsOf(lint::LooseKernel{.kernelXml = kernelXml}));
+}
+
+Overview ofDocument(const std::string& name, std::string document) {
+    return ofFacts(lint::factsOf(name, std::move(document)));
 }
 
 }  // namespace kfab::overview

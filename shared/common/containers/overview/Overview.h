@@ -17,5 +17,7 @@ KP_EXPORT Overview ofPackage(const std::string& package, const std::optional<std
 /// The kernel of a description that is not in a package. Throws HEXFileNotFoundException when it is not
 /// there, HEXAll (with the error, the path and the line) when it cannot be read.
 KP_EXPORT Overview ofDescription(const std::string& kernelXml);
+/// As ofDescription, of a document that is read already; its name stands for it in errors.
+KP_EXPORT Overview ofDocument(const std::string& name, std::string document);
 
 }  // namespace kfab::overview
