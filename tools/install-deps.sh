@@ -4,17 +4,19 @@
 # trying the Debian packages and for the reference of the library: those that are missing, and nothing else.
 set -euo pipefail
 
-# For the library and the command kp.
+# For the library, the command kp and the Python module.
 build=(
     g++ cmake ninja-build pkg-config
     libboost-dev libboost-filesystem-dev libboost-iostreams-dev
     libdeflate-dev zlib1g-dev nettle-dev libexpat1-dev
     libcli11-dev nlohmann-json3-dev tcl8.6-dev default-jdk-headless
+    python3-dev pybind11-dev
 )
 # For the tests, the benchmarks, the format check and the demo.
 tests=(
     libgtest-dev libgmock-dev libbenchmark-dev clang-format
     zip unzip 7zip libarchive-tools make openssl python3 python3-jsonschema strace tcl tdom
+    python3-pytest python3-mypy python3-tqdm
     chromium chromium-driver fonts-dejavu-core
 )
 declare -A more=(

@@ -1,0 +1,158 @@
+// Changes of packages, and extraction. As the command does, these lose nothing of a package unless they are
+// told to.
+
+#include "containers/explorer/ExplorerIface.h"
+#include "containers/kp/HKPContainerUtils.h"
+#include "containers/lint/Lint.h"
+#include "platform/base/Exceptions.h"
+#include "platform/base/HUTInterrupt.h"
+#include "platform/files/HUTFile.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "python/core/Operation.h"
+#include "python/core/Parts.h"
+#include "python/core/Records.h"
+
+namespace kp_python {
+namespace {
+
+using kfab::kernel::ExplorerIface;
+
+void defineAddition(py::module_& module) {
+    py::class_<KernelAddition>(module, "KernelAddition")
+        .def(py::init<>())
+        .def_readwrite("package", &KernelAddition::kpPath)
+        .def_readwrite("kernel", &KernelAddition::kernelName)
+        .def_readwrite("kernel_xml", &KernelAddition::kernelXmlPath)
+        .def_readwrite("ip", &KernelAddition::ipDir)
+        .def_readwrite("cpu_sources", &KernelAddition::cpuFiles)
+        .def_readwrite("sw_emu", &KernelAddition::swEmuFiles)
+        .def_readwrite("pdi", &KernelAddition::pdiFiles)
+        .def_readwrite("shim", &KernelAddition::shimSolnFile)
+        .def_readwrite("report", &KernelAddition::designXmlPath)
+        .def_readwrite("ip_instance", &KernelAddition::ipInstanceFile)
+        .def_readwrite("debug_dir", &KernelAddition::debugDir)
+        .def_readwrite("hls_dir", &KernelAddition::hlsDir)
+        .def_readwrite("project", &KernelAddition::projectID)
+        .def_readwrite("top_ip", &KernelAddition::topIpDir)
+        .def_readwrite("replace", &KernelAddition::replace)
+        .def_readwrite("update", &KernelAddition::update)
+        .def_readwrite("check_version", &KernelAddition::checkVersion)
+        .def_readwrite("replace_ip", &KernelAddition::changesOtherIps)
+        .def_property("layout", nullptr,
+                      [](KernelAddition& addition, const std::string& name) {
+                          addition.ipRepoLayout = name != "kernel";
+                          addition.otherLayout = name.empty() ? OtherLayout::Follow : OtherLayout::Refuse;
+                      })
+        .def_property("reseal", nullptr, [](KernelAddition& addition, bool reseal) {
+            addition.brokenSeal = reseal ? BrokenSeal::Renew : BrokenSeal::Refuse;
+        });
+}
+
+void add(const KernelAddition& addition, const py::object& progress) {
+    run(progress, [&] { HKPContainerUtils::addKernel(addition); });
+}
+
+py::object lintAddition(const KernelAddition& addition) {
+    return record(run([&] { return kfab::lint::lintAddition(addition); }));
+}
+
+void remove(const std::string& package, const std::vector<std::string>& kernels, bool reseal,
+            const py::object& progress) {
+    const KernelRemoval removal{package, kernels, reseal ? BrokenSeal::Renew : BrokenSeal::Refuse};
+    run(progress, [&] {
+        if (!HUTFile::exists(package)) throw HEXFileNotFoundException(package);
+        HKPContainerUtils::removeKernels(removal);
+    });
+}
+
+void merge(const std::string& package, const std::vector<std::string>& inputs, bool sort, bool checkVersion,
+           bool reseal, const py::object& progress) {
+    const PackageJoin join{package, inputs, sort, checkVersion,
+                           reseal ? BrokenSeal::Renew : BrokenSeal::Refuse};
+    run(progress, [&] {
+        for (const std::string& input : inputs)
+            if (!HUTFile::exists(input)) throw HEXFileNotFoundException(input);
+        HKPContainerUtils::joinPackages(join);
+    });
+}
+
+void addCaches(const std::string& package, const std::string& directory, bool reseal,
+               const py::object& progress) {
+    const IpCacheAddition addition{package, directory, OtherLayout::Refuse,
+                                   reseal ? BrokenSeal::Renew : BrokenSeal::Refuse};
+    run(progress, [&] {
+        for (const std::string& path : {package, directory})
+            if (!HUTFile::exists(path)) throw HEXFileNotFoundException(path);
+        HKPContainerUtils::appendIPCacheDir(addition);
+    });
+}
+
+struct Extracted {
+    std::string name, root, ip, ipCache;
+};
+
+Extracted extractedOf(const std::string& name, const ExplorerIface& explorer) {
+    const auto ifThere = [&](const std::string& directory) {
+        return !directory.empty() && explorer.existsDir(directory) ? directory : std::string();
+    };
+    const std::string root = explorer.getKernelDefRoot(name);
+    if (root.empty())
+        throw HEXAlgException("Kernel '" + name + "' was extracted, but its description in '" +
+                              explorer.getRoot() + "' cannot be read");
+    // An extraction of all kernels tells the explorer of no IP outside the repository.
+    const std::string ip = explorer.getIPDefinitionRoot(name);
+    return {name, root, ifThere(ip.empty() ? root + "/ip" : ip), ifThere(explorer.getIPCacheRoot(name))};
+}
+
+std::vector<Extracted> extractKernels(KernelExtraction request, bool all) {
+    if (!HUTFile::exists(request.kpPath)) throw HEXFileNotFoundException(request.kpPath);
+    std::vector<Extracted> extracted;
+    if (!all) {
+        const ExtractedKernel kernel = HKPContainerUtils::extractKernel(request);
+        HUTInterrupt::check();  // the explorer takes work that is called off for what it cannot read
+        return {extractedOf(kernel.name, *kernel.explorer)};
+    }
+    HKPContainer container;
+    request.version = HKPContainerUtils::openKPContainer_(request.kpPath, container);
+    const auto explorer = HKPContainerUtils::extractAllKernels(request);
+    HUTInterrupt::check();
+    const auto [first, last] = container.getKPKernelRange();
+    for (auto kernel = first; kernel != last; ++kernel)
+        extracted.push_back(extractedOf((*kernel)->getName(), *explorer));
+    return extracted;
+}
+
+py::tuple extract(const std::string& package, const std::optional<std::string>& kernel,
+                  const std::string& directory, bool ownIp, bool checkVersion, bool overwrite,
+                  const py::object& progress) {
+    const KernelExtraction request{.kpPath = package,
+                                   .kernelName = kernel.value_or(""),
+                                   .destination = directory,
+                                   .checkVersion = checkVersion,
+                                   .replacesFiles = overwrite,
+                                   .ownIp = ownIp};
+    return tuple(run(progress, [&] { return extractKernels(request, !kernel); }),
+                 [](const Extracted& extracted) {
+                     return make("Extracted", "name"_a = text(extracted.name),
+                                 "directory"_a = text(extracted.root), "ip_dir"_a = textOrNone(extracted.ip),
+                                 "ip_cache_dir"_a = textOrNone(extracted.ipCache));
+                 });
+}
+
+}  // namespace
+
+void defineChanges(py::module_& module) {
+    defineAddition(module);
+    module.def("add", add);
+    module.def("lint_addition", lintAddition);
+    module.def("remove", remove);
+    module.def("merge", merge);
+    module.def("add_caches", addCaches);
+    module.def("extract", extract);
+}
+
+}  // namespace kp_python

@@ -1,0 +1,15 @@
+// The compiled half of the Python module `kernelpackage`: the library's operations and records, without the
+// ways of the language, which the other half adds. Paths and names come as bytes.
+
+#include "python/core/Operation.h"
+#include "python/core/Parts.h"
+
+PYBIND11_MODULE(_core, module) {
+    using namespace kp_python;
+    translateErrors();
+    defineReading(module);
+    defineChanges(module);
+    defineDescriptions(module);
+    Operation::takeMessages();
+    module.def("end_all", Operation::endAll);
+}
