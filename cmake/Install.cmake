@@ -1,5 +1,5 @@
 # What `cmake --install` puts where, and the Debian packages that `cpack` makes of it: one to run programs, one to build
-# them.
+# them, one for Python.
 
 include(CMakePackageConfigHelpers)
 
@@ -41,6 +41,12 @@ if(JNI_FOUND)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/jni/libkpcontainers.so DESTINATION ${CMAKE_INSTALL_LIBDIR}/jni ${runtime})
 endif()
 
+if(KP_PYTHON)
+    install(TARGETS _core LIBRARY DESTINATION ${KP_PYTHON_DIR}/kernelpackage COMPONENT python)
+    install(DIRECTORY python/kernelpackage DESTINATION ${KP_PYTHON_DIR} COMPONENT python
+        PATTERN __pycache__ EXCLUDE)
+endif()
+
 install(FILES README.md CONTRIBUTING.md CHANGELOG.md DESTINATION ${documents} ${runtime})
 install(DIRECTORY docs examples DESTINATION ${documents} ${runtime} USE_SOURCE_PERMISSIONS)
 
@@ -64,4 +70,18 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "kernelpackage (= ${PROJECT_VERSION}), libboost-dev")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "What is needed to build programs on the libraries of kernel packages.")
+if(KP_PYTHON)
+    list(APPEND CPACK_COMPONENTS_ALL python)
+    math(EXPR nextPython "${Python3_VERSION_MINOR} + 1")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-kernelpackage)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS OFF)  # all that it needs, the libraries need as well
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "kernelpackage (= ${PROJECT_VERSION}), python3 (>= ${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}), python3 (<< ${Python3_VERSION_MAJOR}.${nextPython})")
+    set(CPACK_COMPONENT_PYTHON_DESCRIPTION "The Python module for kernel packages.")
+    # What is compiled when the package is installed goes with it.
+    file(CONFIGURE OUTPUT debian/postinst CONTENT "#!/bin/sh\nset -e\npy3compile -p python3-kernelpackage\n")
+    file(CONFIGURE OUTPUT debian/prerm CONTENT "#!/bin/sh\nset -e\npy3clean -p python3-kernelpackage\n")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+        ${CMAKE_CURRENT_BINARY_DIR}/debian/postinst ${CMAKE_CURRENT_BINARY_DIR}/debian/prerm)
+endif()
 include(CPack)

@@ -52,12 +52,21 @@ void defineAddition(py::module_& module) {
         });
 }
 
-void add(const KernelAddition& addition, const py::object& progress) {
-    run(progress, [&] { HKPContainerUtils::addKernel(addition); });
+/// Of every replacement it is posted that it is one, and that it brings no device image.
+bool saysMoreThanThatItReplaces(const ComMsg& message) {
+    return message.number() != "17-1864" && message.number() != "17-1868";
 }
 
+void add(const KernelAddition& addition, const py::object& progress) {
+    run(
+        progress, [&] { HKPContainerUtils::addKernel(addition); },
+        addition.replace ? saysMoreThanThatItReplaces : everything);
+}
+
+/// The addition itself posts what there is to say of its documents.
 py::object lintAddition(const KernelAddition& addition) {
-    return record(run([&] { return kfab::lint::lintAddition(addition); }));
+    return record(run(
+        py::none(), [&] { return kfab::lint::lintAddition(addition); }, nothing));
 }
 
 void remove(const std::string& package, const std::vector<std::string>& kernels, bool reseal,

@@ -64,7 +64,7 @@ void log(const ComMsg& message) {
 
 thread_local Operation* Operation::current = nullptr;
 
-Operation::Operation(py::object progress) : progress_(std::move(progress)) {
+Operation::Operation(py::object progress, Filter filter) : progress_(std::move(progress)), filter_(filter) {
     running().enter();
     outer_ = std::exchange(current, this);
     outerListener_ = HUTProgress::setListener(progress_.is_none() ? nullptr : this);
@@ -83,7 +83,7 @@ void Operation::takeMessages() {
     const auto before = std::make_shared<ComMsgMgr::Sink>();
     *before = ComMsgMgr::setSink([before](const ComMsg& message) {
         if (current == nullptr) return (*before)(message);
-        if (!message.isThrown) current->attempt([&] { log(message); });
+        if (!message.isThrown && current->filter_(message)) current->attempt([&] { log(message); });
     });
 }
 

@@ -20,8 +20,11 @@ namespace py = pybind11;
 /// reach its logging, progress a callback, and what these raise, like a signal's handler, calls the work off.
 class Operation : private HUTProgress::Listener {
 public:
+    /// Whether a message is worth a note.
+    using Filter = bool (*)(const ComMsg& message);
+
     /// @param progress is called with the bytes that are done and their total; none for nobody
-    explicit Operation(py::object progress);
+    Operation(py::object progress, Filter filter);
     ~Operation() override;
     Operation(const Operation&) = delete;
     Operation& operator=(const Operation&) = delete;
@@ -49,6 +52,7 @@ private:
     static thread_local Operation* current;
 
     py::object progress_;
+    Filter filter_;
     std::exception_ptr raised_;
     std::uint64_t total_ = 0;
     Clock::time_point asked_ = Clock::now(), told_ = {};
@@ -57,10 +61,17 @@ private:
     HUTInterrupt::Question outerQuestion_;
 };
 
+inline bool everything(const ComMsg& /*message*/) {
+    return true;
+}
+inline bool nothing(const ComMsg& /*message*/) {
+    return false;
+}
+
 /// What work results in, which runs without the interpreter's lock and must touch nothing of Python's.
 template <class Work>
-auto run(const py::object& progress, const Work& work) {
-    Operation operation(progress);
+auto run(const py::object& progress, const Work& work, Operation::Filter filter = everything) {
+    Operation operation(progress, filter);
     try {
         if constexpr (std::is_void_v<decltype(work())>) {
             {

@@ -8,8 +8,9 @@ import tempfile
 from pathlib import Path
 
 BUILD, SOURCE = Path(sys.argv[1]), Path(sys.argv[2])
-FILES = {"c": "vadd.h", "cpp": "tutorial.cpp", "cmake": "CMakeLists.txt", "java": "Tutorial.java", "tcl": "trace.tcl"}
-STEPS = {"README.md": 2, "docs/tutorial.md": 5, "docs/kernel-xml.md": 7, "docs/profile-report.md": 3}
+FILES = {"c": "vadd.h", "cpp": "tutorial.cpp", "cmake": "CMakeLists.txt", "java": "Tutorial.java", "tcl": "trace.tcl",
+         "python": "tutorial_python.py"}
+STEPS = {"README.md": 2, "docs/tutorial.md": 6, "docs/kernel-xml.md": 7, "docs/profile-report.md": 3}
 
 
 def output(*command, **more):
@@ -48,6 +49,12 @@ def check_command(kp):
     assert set(needed) <= {"deflate", "nettle", "z", "expat", "m", "c"}, needed
 
 
+def check_module(directory):
+    """Python's module finds the libraries by itself."""
+    assert output(sys.executable, "-c", "import kernelpackage; print(kernelpackage.Package.__name__)",
+                  env={"PYTHONPATH": str(directory)}) == "Package\n"
+
+
 def anchors(document):
     headings = re.findall(r"^#+ (.*)", document.read_text(), re.MULTILINE)
     return [re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-") for heading in headings]
@@ -83,13 +90,16 @@ with tempfile.TemporaryDirectory() as top:
     prefix = Path(top, "prefix")
     output("cmake", "--install", BUILD, "--prefix", prefix)
     check_exports(prefix)
-    check_search_paths(*BUILD.glob("lib/libkp*.so"), *prefix.rglob("libkp*.so"))
+    check_search_paths(*BUILD.glob("lib/libkp*.so"), *prefix.rglob("libkp*.so"), *prefix.rglob("_core*.so"))
     check_command(prefix / "bin/kp")
     installed = prefix / "share/doc/kernelpackage"
     check_links(installed)
     libraries = next(prefix.rglob("pkgconfig")).parent
+    modules = next(prefix.rglob("kernelpackage/py.typed")).parents[1]
+    check_module(modules)
     environment = {
-        **os.environ, "PATH": f"{prefix}/bin:{os.environ['PATH']}", "CMAKE_PREFIX_PATH": str(prefix),
+        **os.environ, "PATH": f"{prefix}/bin:{Path(sys.executable).parent}:{os.environ['PATH']}",
+        "CMAKE_PREFIX_PATH": str(prefix), "PYTHONPATH": str(modules), "PYTHONDONTWRITEBYTECODE": "1",
         "PKG_CONFIG_PATH": str(libraries / "pkgconfig"), "LD_LIBRARY_PATH": str(libraries)}
     for name, steps in STEPS.items():
         work = Path(tempfile.mkdtemp(dir=top))
