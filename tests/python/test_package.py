@@ -153,7 +153,7 @@ def test_failures_say_what_kind_they_are(package: Package) -> None:
         (NotFoundError, "'vadd.kp' holds no file 'vadd/no'", lambda: package.read("vadd/no")),
         (KernelNotFoundError, "'no' was not found", lambda: package["no"]),
         (KernelNotFoundError, "'no' was not found", lambda: package.lint("no")),
-        (KernelNotFoundError, "did you mean 'vadd'", lambda: package.remove("VADD", "vaddd")),
+        (KernelNotFoundError, "did you mean 'vadd'", lambda: package.remove("vaddd")),
         (KernelNotFoundError, "'no' was not found", lambda: package.extract("out", "no")),
         (KernelNotFoundError, "'no' was not found", lambda: package.update("no", pdi=["vadd/design.xml"])),
         (RefusedError, "already exists", lambda: package.add("vadd/kernel.xml", ip="vadd/ip")),
