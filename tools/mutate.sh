@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# usage: tools/mutate.sh N [ROOM]
+# Puts N random faults into the sources of the product, or of the room, one at a time: a comparison turned, a sum for a
+# difference, a call dropped, a flag inverted. Builds and tests each in a copy of the tree, and prints those that no test
+# noticed and how many were. What does not compile is passed over and not counted. MUTATE_SEED chooses the faults.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+(($#)) || { echo "usage: tools/mutate.sh N [ROOM]" >&2; exit 2; }
+number=$1
+room=${2:-}
+seed=${MUTATE_SEED:-$RANDOM}
+tree=$PWD/build/mutants
+slow='^(kp|lint|show|terminal|disaster|power_loss|install|doors|java|page|python.*)$'
+jobs=$(nproc)
+
+sources=$(git ls-files 'platform/*.cpp' 'shared/*.cpp' 'cli/*.cpp' | grep "${room:+/\?\b$room/}" || true)
+[[ -n $sources ]] || { echo "mutate: no room '$room'" >&2; exit 2; }
+
+mkdir -p "$tree"
+find "$tree" -mindepth 1 -maxdepth 1 ! -name build -exec rm -rf {} +
+git ls-files -z | xargs -0 cp --parents --preserve=timestamps,mode -t "$tree"
+out=$tree/build
+log=$tree/log
+
+build() {
+    cmake --build "$out" -j "$jobs" >"$log" 2>&1
+}
+
+# A faulty program may remove and write what it likes: it sees a file system that is read-only but for its own copy of
+# the tree and temporary directories. Endless loops end, and so does greed for memory.
+jail() {
+    unshare --mount $( ((EUID == 0)) || echo --map-root-user) bash -c '
+        mount --bind "$0" "$0" && mount -o remount,bind,ro / && mount -t tmpfs none /tmp && mount -t tmpfs none /dev/shm
+        cd "$0" && ulimit -t 120 -d 12000000 && "$@"' "$tree" "$@"
+}
+
+tests() {
+    jail ctest --test-dir "$out" -j "$jobs" --stop-on-failure --timeout 120 "$@" >"$log" 2>&1
+}
+
+is_noticed() {
+    ! tests -E "$slow" || ! tests -R "$slow" -E '^(disaster|install|doors)$'
+}
+
+cmake -S "$tree" -B "$out" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE=-O1 >"$log" 2>&1 && build ||
+    { cat "$log" >&2; exit 1; }
+! is_noticed || { cat "$log" >&2; echo "mutate: the tests fail without any fault" >&2; exit 1; }
+
+noticed=0
+survived=0
+while ((noticed + survived < number)) && IFS=$'\t' read -r file line what changed; do
+    cp --preserve=timestamps "$tree/$file" "$tree/original"
+    CHANGED=$changed awk -v line="$line" 'NR == line { print ENVIRON["CHANGED"]; next } { print }' "$tree/original" >"$tree/$file"
+    if ! build; then
+        :
+    elif is_noticed; then
+        noticed=$((noticed + 1))
+    else
+        survived=$((survived + 1))
+        echo "$file:$line: $what"
+    fi
+    cp "$tree/original" "$tree/$file"
+done < <(tools/mutants.py $((3 * number)) "$seed" $sources)
+build
+echo "${room:-all}: $noticed of $((noticed + survived)) faults noticed (seed $seed)"
