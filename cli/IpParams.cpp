@@ -1,18 +1,8 @@
 #include "cli/IpParams.h"
 
-#include "containers/explorer/KernelLayout.h"
-#include "containers/ip/ComponentReader.h"
-#include "containers/ip/ParameterCheck.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
-#include "platform/files/HUTPathUtils.h"
-#include "platform/messages/ComMsgMgr.h"
-#include "platform/xml/Errors.h"
-#include "platform/xml/Limits.h"
-#include "platform/zip/ArchiveSnapshot.h"
 
-#include <algorithm>
-#include <optional>
 #include <sstream>
 
 #include <boost/algorithm/string/trim.hpp>
@@ -27,27 +17,6 @@ void take(const std::string& text, const std::string& place, GivenParams& params
     if (equals == std::string::npos || name.empty())
         throw HEXAlgException(place + ": expected NAME=VALUE, found '" + text + "'");
     params[name] = {text.substr(equals + 1), place};
-}
-
-/// The description of the IP; none where the package has none that is understood.
-std::optional<kfab::ip::IpComponent> componentOf(const ArchiveSnapshot& package, const HKPKernel& kernel) {
-    const std::string member = HUTPathUtils::join(kernel.getIpDir(), layout::ipDefinition);
-    const ArchiveEntry* entry = package.find(member);
-    if (entry == nullptr || entry->size > lmx60::maximumDocument) return {};
-    try {
-        return kfab::ip::parseComponent(package.read(*entry));
-    } catch (const lmx60::ReadError& error) {
-        if (error.error().kind != lmx60::ErrorKind::OtherFormat)
-            ComMsgMgr::post("@17-2009@%s%s%d", {error.what(), member, std::to_string(error.error().line)});
-        return {};
-    }
-}
-
-/// Whether it is one of an interface, such as "s_control.ID_WIDTH": tools know more of those than the IP
-/// tells.
-bool isOfInterface(const kfab::ip::IpComponent& component, const std::string& param) {
-    return std::any_of(component.busInterfaces.begin(), component.busInterfaces.end(),
-                       [&](const auto& interface) { return param.starts_with(interface.name + "."); });
 }
 
 }  // namespace
@@ -66,17 +35,6 @@ GivenParams collectParams(const std::string& file, const std::vector<std::string
     for (const std::string& option : options)
         take(option, "--param", params);
     return params;
-}
-
-void requireParams(const GivenParams& params, const ArchiveSnapshot& package, const HKPKernel& kernel) {
-    if (params.empty()) return;
-    const auto component = componentOf(package, kernel);
-    if (!component) return;
-    for (const auto& [name, param] : params) {
-        if (isOfInterface(*component, name)) continue;
-        if (const auto problem = kfab::ip::checkParameter(*component, name, param.value))
-            throw HEXAlgException(param.place + ": " + *problem);
-    }
 }
 
 }  // namespace cli

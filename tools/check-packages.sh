@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # usage: tools/check-packages.sh
-# Builds the Debian packages and tries them on a fresh Debian 12 in a directory: they install, the command and a program
-# built on the library work there, and nothing stays behind when they are removed. Needs root and the package mirror
+# Builds the Debian packages and tries them on a fresh Debian 12 in a directory: they install, the command, a program
+# built on the library and the tutorial's Python work there, and nothing stays behind when they are removed. Needs root and the package mirror
 # that this machine uses.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -22,7 +22,7 @@ inside() { chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF
 files() { (cd "$root" && find usr etc -not -path 'usr/share/doc*' -not -path '*/__pycache__*' | sort); }
 
 inside apt-get install -yq --no-install-recommends g++ pkg-config libboost-dev fish man-db >/dev/null
-inside sh -c 'apt-get install -yq --no-install-recommends $(dpkg-deb -f /packages/kernelpackage_*.deb Depends |
+inside sh -c 'apt-get install -yq --no-install-recommends python3 $(dpkg-deb -f /packages/kernelpackage_*.deb Depends |
     sed "s/([^)]*)//g; s/,/ /g")' >/dev/null
 files >"$root/before"
 inside sh -c 'apt-get install -yq /packages/*.deb'
@@ -33,7 +33,12 @@ inside bash -euxc 'cd /tmp; cp -r /usr/share/doc/kernelpackage/examples .
     HOME=/tmp fish -c "complete -C \"kp cat vadd.kp vadd/k\"" | grep -x vadd/kernel.xml
     sed -n "/^\`\`\`cpp/,/^\`\`\`/p" /usr/share/doc/kernelpackage/docs/tutorial.md | grep -v "^\`\`\`" >tutorial.cpp
     g++ -std=c++20 tutorial.cpp $(pkg-config --cflags --libs kernelpackage) -o tutorial
-    ./tutorial | grep -x "kernel vadd"'
-inside apt-get purge -yq libkernelpackage-dev kernelpackage
+    ./tutorial | grep -x "kernel vadd"
+    tutorial=/usr/share/doc/kernelpackage/docs/tutorial.md
+    awk "/^\`\`\`python/ { on = 1; print \"\"; next } /^\`\`\`/ { on = 0 } on" $tutorial >typed.py
+    python3 -i <typed.py >typed.txt
+    awk "/^python3 tutorial_python.py/ { next_text = 1 } /^\`\`\`/ { on = 0 } on
+         next_text && /^\`\`\`text/ { on = 1; next_text = 0 }" $tutorial | diff - typed.txt'
+inside apt-get purge -yq python3-kernelpackage libkernelpackage-dev kernelpackage
 files | diff "$root/before" -
 echo "The packages install, work, and leave nothing behind."

@@ -27,5 +27,6 @@ void translateErrors();
 void defineReading(py::module_& module);
 void defineChanges(py::module_& module);
 void defineDescriptions(py::module_& module);
+void defineCustomization(py::module_& module);
 
 }  // namespace kp_python

@@ -4,6 +4,7 @@
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/lint/Lint.h"
 #include "containers/overview/Overview.h"
+#include "containers/page/Page.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
 #include "platform/zip/ArchiveSnapshot.h"
@@ -65,6 +66,10 @@ py::object compare(const std::string& old, const std::string& current, const Ker
     return record(run([&] { return kfab::compare::comparePackages(old, current, kernel); }));
 }
 
+py::str page(const std::string& package, const KernelName& kernel) {
+    return text(run([&] { return kfab::page::pageOf(kfab::overview::ofPackage(package, kernel)); }));
+}
+
 /// None where the package has no such file.
 py::object read(const std::string& package, const std::string& member) {
     const auto bytes = run([&]() -> std::optional<std::string> {
@@ -86,6 +91,7 @@ void defineReading(py::module_& module) {
     module.def("verify", verify);
     module.def("lint", lint);
     module.def("compare", compare);
+    module.def("page", page);
     module.def("read", read);
 }
 

@@ -10,6 +10,7 @@ PYBIND11_MODULE(_core, module) {
     defineReading(module);
     defineChanges(module);
     defineDescriptions(module);
+    defineCustomization(module);
     Operation::takeMessages();
     module.def("end_all", Operation::endAll);
 }

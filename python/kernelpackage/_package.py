@@ -12,7 +12,7 @@ from ._records import Comparison, Extracted, Finding, Kernel, Lint, PackageInfo
 
 TYPE_CHECKING = False
 if TYPE_CHECKING:
-    from collections.abc import Callable, Iterable, Iterator
+    from collections.abc import Callable, Iterable, Iterator, Mapping
 
     from ._paths import StrPath
 
@@ -152,6 +152,14 @@ class Package:
         """
         return _core.compare(self._bytes(), path(new), text_or_none(kernel))
 
+    def page(self, kernel: str | None = None) -> str:
+        """All that there is to show of the package, or of one kernel, as an HTML document that stands by itself.
+
+        >>> Package("vadd.kp").page()[:15]
+        '<!DOCTYPE html>'
+        """
+        return _core.page(self._bytes(), text_or_none(kernel))
+
     # Changing it.
 
     def add(self, kernel_xml: StrPath, *, ip: StrPath | None = None, cpu_sources: Iterable[StrPath] = (),
@@ -230,6 +238,26 @@ class Package:
             raise TypeError("extract() takes own_ip only with the name of a kernel")
         return list(_core.extract(self._bytes(), text_or_none(kernel), path(directory), own_ip, check_version,
                                   overwrite, progress))
+
+
+    def customize(self, kernel: str, name: str, output: StrPath, *, tcl_shell: str,
+                  params: Mapping[str, str | int] | None = None, board: str = "", host_scripts: Iterable[StrPath] = (),
+                  replace_ip: bool = False, reseal: bool = False, progress: Progress | None = None) -> None:
+        """Make an RTL kernel with other IP parameters, or for a board, and add it under a new name to a package.
+
+        The scripts that this takes run in `tcl_shell`, the command line of a design tool's shell, as a child process,
+        after `host_scripts` were loaded there. `output` is made where it is not there; a bare file name lies beside
+        this package. What the IP does not take is refused before any script runs. One customization runs at a time.
+        """
+        if not tcl_shell.strip():
+            raise ValueError("tcl_shell is the command line of a shell, such as 'tclsh'")
+        request = _core.KernelCustomization()
+        request.package, request.output = self._bytes(), path(output)
+        request.kernel, request.name, request.board = text(kernel), text(name), text(board)
+        request.params = {text(param): text(str(value)) for param, value in (params or {}).items()}
+        request.host_scripts, request.tcl_shell = paths(host_scripts), text(tcl_shell)
+        request.replace_ip, request.reseal = replace_ip, reseal
+        _core.customize(request, progress)
 
 
 def _addition(package: bytes, kernel_xml: StrPath, ip: StrPath | None, cpu_sources: Iterable[StrPath],

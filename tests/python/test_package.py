@@ -10,9 +10,10 @@ import re
 import zipfile
 from collections.abc import Callable, Iterator
 from pathlib import Path
+from typing import Any
 
 import pytest
-from conftest import derived, kp
+from conftest import EXAMPLE, derived, kp
 
 import kernelpackage
 from kernelpackage import (InvalidDocumentError, KernelDescription, KernelNotFoundError, KernelPackageError,
@@ -69,6 +70,28 @@ def test_changes_give_the_bytes_that_kp_gives(package: Package) -> None:
     assert KernelDescription.load("vadd/kernel.xml").ports == other["vadd"].ports == made.ports
 
 
+def test_a_kernel_is_customized_in_a_shell(package: Package) -> None:
+    host = EXAMPLE.parent / "host/host.tcl"
+    for folder in ("here", "there"):
+        Path(folder).mkdir()
+    package.customize("VADD", "deep", Path("here/deep.kp"), tcl_shell="tclsh", params={"SUM_FIFO_DEPTH": 64},
+                      board="heron", host_scripts=[host])
+    kp("customize", "vadd.kp", "vadd", "--name", "deep", "-o", "there/deep.kp", "--param", "SUM_FIFO_DEPTH=64",
+       "--board", "heron", "--host-script", str(host))
+    assert Path("here/deep.kp").read_bytes() == Path("there/deep.kp").read_bytes()
+    wrong: list[tuple[type[Exception], str, dict[str, Any]]] = [
+        (RefusedError, "did you mean 'SUM_FIFO_DEPTH'", {"params": {"SUM_FIFO_DEPT": 64}}),
+        (RefusedError, "SUM_FIFO_DEPTH", {"params": {"SUM_FIFO_DEPTH": "deep"}}),
+        (NotFoundError, "no.tcl", {"host_scripts": ["no.tcl"]}), (KernelNotFoundError, "'no'", {"kernel": "no"}),
+        (KernelPackageError, "ended with status", {"tcl_shell": "exit 3", "board": "heron"}),
+        (ValueError, "command line", {"tcl_shell": " "})]
+    usual: dict[str, Any] = {"kernel": "vadd", "name": "n", "output": "./n.kp", "tcl_shell": "tclsh"}
+    for kind, text, options in wrong:
+        with pytest.raises(kind, match=text):
+            package.customize(**{**usual, **options})
+    assert not Path("n.kp").exists()
+
+
 def named_as_in_python(told: object) -> object:
     """What kp tells as JSON, with the names that records have for it."""
     names = {"report": "profile", "BRAM_18K": "bram", "DSP48E": "dsp"}
@@ -97,6 +120,7 @@ def test_records_say_what_kp_says(package: Package) -> None:
     agree({"package": info, "kernels": kernels}, "show", "vadd.kp")
     assert {finding.code for finding in package.lint()} >= {"misaligned", "ip-register"} and package["odd"].lint.errors
     agree(package.lint().as_dict(), "lint", "vadd.kp", status=1)
+    assert package.page() == kp("page", "vadd.kp", "-o", "-") != package.page("odd")
 
     damaged = Path("vadd.kp").read_bytes().replace(b"vadd/cpu_sources", b"vadd/cpu_sourceZ")
     Path("damaged.kp").write_bytes(damaged)
