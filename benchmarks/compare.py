@@ -242,6 +242,14 @@ class Comparison:
         self.row(f"lint of {self.scaled(1000)} kernels with components and reports", small, info, "kp info --json", 3)
         self.row("lint of four times the kernels", large, small, "of a quarter", 4.8)
 
+    def page(self):
+        package, page = self.inputs / "reported-100.kp", self.out / "page.html"
+        ours = self.kp("page", package, "-o", page)
+        self.race(ours)
+        work, size = "page of 100 kernels with reports of 20 modules", page.stat().st_size
+        self.table.add(work, figures(ours), "limit: 1 s", ours.median, 1)
+        self.table.add(f"{work}: its size", mib(size), "limit: 4.00 MiB", size / (4 * MIB), 1)
+
     def diff(self):
         kp, old, new = self.programs / "kp", self.inputs / "kernels-1000.kp", self.inputs / "kernels-1000-edited.kp"
         told = json.loads(subprocess.run([kp, "diff", "--json", old, new], stdout=subprocess.PIPE).stdout)["differences"]
@@ -288,7 +296,7 @@ def main():
     parser.add_argument("--only", help="the method of one group of rows")
     options = parser.parse_args()
     comparison = Comparison(options.programs, options.work / ("quick" if options.quick else "full"), options.quick)
-    rows = ["add_tree", "extract_tree", "big_package", "merge", "look", "report", "lint", "diff", "bind"]
+    rows = ["add_tree", "extract_tree", "big_package", "merge", "look", "report", "lint", "page", "diff", "bind"]
     for name in rows:
         if options.only in (None, name):
             getattr(comparison, name)()

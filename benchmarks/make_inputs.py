@@ -182,6 +182,7 @@ def make(top, scale):
               "kernels-1000.kp": (package_of, int(1000 * scale), 20),
               "kernels-1000-edited.kp": (package_of, int(1000 * scale), 20, 0, 10),
               "kernels-10000.kp": (package_of, int(10000 * scale), 20),
+              "reported-100.kp": (package_of, 100, 20, 20),
               "reported-1000.kp": (package_of, int(1000 * scale), 20, 20),
               "reported-4000.kp": (package_of, int(4000 * scale), 20, 20),
               "report.xml": (report, int(50e6 * scale))}

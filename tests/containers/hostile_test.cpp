@@ -3,7 +3,10 @@
 
 #include "containers/kernel/KernelRecords.h"
 #include "containers/kp/PackageVerification.h"
+#include "containers/overview/Overview.h"
+#include "containers/page/Page.h"
 #include "platform/base/Exceptions.h"
+#include "platform/xml/ElementTree.h"
 #include "platform/xml/Reader.h"
 #include "platform/xml/Writer.h"
 #include "platform/zip/ArchiveSnapshot.h"
@@ -12,6 +15,7 @@
 #include "tests/support/Packages.h"
 
 #include <cstdlib>
+#include <regex>
 #include <set>
 
 #include <gtest/gtest.h>
@@ -35,6 +39,16 @@ void damage(const std::string& sound, std::size_t step, Use use) {
             use(flipped(bit), i), ++tried;
     }
     std::cout << tried << " damaged copies of " << sound.size() << " bytes\n";
+}
+
+/// What can be read has a page that is well-formed markup, and nothing of a document is part of that.
+void expectPageOrRefusal(const std::function<kfab::overview::Overview()>& gather, std::size_t place) {
+    std::string page;
+    if (failureOf([&] { page = kfab::page::pageOf(gather()); }) != "nothing thrown") return;
+    const lmx60::ElementTree tree(page.substr(page.find('\n')));
+    for (std::size_t i = 0; i < tree.size(); ++i)
+        EXPECT_NE(tree[i].name(), "hostile") << place;
+    EXPECT_TRUE(tree.root().child("body").child("main")) << place;
 }
 
 TEST(HostilePackage, EveryTruncationAndFlippedBitIsFoundAndHarmless) {
@@ -65,6 +79,7 @@ TEST(HostilePackage, EveryTruncationAndFlippedBitIsFoundAndHarmless) {
                 EXPECT_TRUE(members.contains(content)) << place << path;
             std::filesystem::remove_all(out);
         }
+        expectPageOrRefusal([&] { return kfab::overview::ofPackage(package); }, place);
         EXPECT_EQ(directory.files(), before) << place;
         const bool isChanged = failureOf([&] { add(k2); }) == "nothing thrown";
         EXPECT_TRUE(isChanged ? !isSound || PackageVerification::of(package).isClean()
@@ -91,6 +106,29 @@ TEST(HostileDocuments, DamagedExamplesAreReadOrRefused) {
     };
     damage(example("kernel.xml"), 1, expectReadOrRefused<KernelXML::Root>);
     damage(example("design.xml"), 19, expectReadOrRefused<DesignXML::Profile>);
+}
+
+TEST(HostilePage, IsWellFormedWhateverADocumentSays) {
+    const TemporaryDirectory directory;
+    const CapturedMessages messages;
+    std::string sound = TemporaryDirectory::read(KP_EXAMPLES_DIR "/vadd/kernel.xml");
+    const std::string report = TemporaryDirectory::read(KP_EXAMPLES_DIR "/vadd/design.xml");
+    sound.insert(sound.find("</root>"), report.substr(report.find("<profile>")));
+    const auto expectPage = [&](const std::string& document, std::size_t place) {
+        const std::string path = directory.file("kernel.xml", document);
+        expectPageOrRefusal([&] { return kfab::overview::ofDescription(path); }, place);
+    };
+    damage(sound, 61, expectPage);
+    // In the place of every value and text.
+    const std::string hostile =
+        "&lt;/td>'&quot; x=--&gt;&lt;/style>&lt;hostile>&amp;lt;]]&gt;\u202e\u0085&#13;";
+    const std::regex texts("\"([^\"]*)\"|>([^<>\n]+)<");
+    for (std::sregex_iterator text(sound.begin(), sound.end(), texts), end; text != end; ++text) {
+        const auto group = (*text)[1].matched ? 1U : 2U;
+        const auto place = static_cast<std::size_t>(text->position(group));
+        expectPage(std::string(sound).replace(place, static_cast<std::size_t>(text->length(group)), hostile),
+                   place);
+    }
 }
 
 TEST(HostileDocuments, HugeOnesAreReadOrRefused) {

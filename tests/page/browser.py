@@ -21,6 +21,7 @@ class Browser:
         logs = {"browser": "ALL", "performance": "ALL"}
         answer = self.ask("", {"capabilities": {"alwaysMatch": {"goog:chromeOptions": options, "goog:loggingPrefs": logs}}})
         self.session += "/" + answer["sessionId"]
+        self.ask("/url", {"url": "about:blank"})  # instead of the page that a browser begins with
 
     def ask(self, command, body):
         request = urllib.request.Request(self.session + command, json.dumps(body).encode(), {"Content-Type": "application/json"})
@@ -37,13 +38,15 @@ class Browser:
             self.profile.cleanup()
 
     def load(self, path):
-        """Opens a file; gives what the console says and what was asked of any address."""
+        """Opens a file; gives what the console says and what addresses it asks."""
+        url = path.resolve().as_uri()
         for kind in ("browser", "performance"):
             self.ask("/se/log", {"type": kind})
-        self.ask("/url", {"url": path.resolve().as_uri()})
+        self.ask("/url", {"url": url})
         events = [json.loads(entry["message"])["message"] for entry in self.ask("/se/log", {"type": "performance"})]
-        requests = [event["params"]["request"]["url"] for event in events if event["method"] == "Network.requestWillBeSent"]
-        return [entry["message"] for entry in self.ask("/se/log", {"type": "browser"})], requests
+        requests = [event["params"] for event in events if event["method"] == "Network.requestWillBeSent"]
+        return ([entry["message"] for entry in self.ask("/se/log", {"type": "browser"})],
+                [request["request"]["url"] for request in requests if request["documentURL"] == url])
 
     def run(self, script, *arguments):
         """What a function body in JavaScript returns."""

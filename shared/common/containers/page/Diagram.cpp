@@ -2,6 +2,7 @@
 
 #include "containers/overview/Wording.h"
 #include "containers/page/Drawing.h"
+#include "containers/page/Table.h"
 
 #include <algorithm>
 #include <string>
@@ -98,7 +99,7 @@ void addSide(Markup& out, const Kernel& kernel, const Side& side, const Ports& p
         addPort(out, kernel, side, *ports[at], y);
     if (ports.size() > mostPorts)
         label(out, {side.edge - side.outwards * (pinSize + 4), y + 4}, side.anchor,
-              "and " + std::to_string(ports.size() - mostPorts) + " more", "quiet");
+              restText(ports.size() - mostPorts), "quiet");
 }
 
 std::string namesOf(const Ports& ports) {

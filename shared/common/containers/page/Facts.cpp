@@ -1,4 +1,5 @@
-#include "containers/page/Parts.h"
+#include "containers/page/Facts.h"
+
 #include "containers/page/Table.h"
 
 namespace kfab::page {

@@ -1,6 +1,8 @@
 #include "containers/page/Parts.h"
 #include "containers/page/Table.h"
 
+#include <algorithm>
+
 namespace kfab::page {
 namespace {
 
@@ -8,7 +10,7 @@ using lint::Finding;
 using lint::Severity;
 using lint::Unchecked;
 
-void addFinding(Markup& out, const Finding& finding) {
+void addItem(Markup& out, const Finding& finding) {
     const auto item = out.open("li");
     {
         const auto paragraph = out.open("p");
@@ -27,12 +29,20 @@ void addFinding(Markup& out, const Finding& finding) {
     out.add("p", "Cure: " + std::string(finding.rule->cure));
 }
 
-void addUnchecked(Markup& out, const Unchecked& unchecked) {
+void addItem(Markup& out, const Unchecked& unchecked) {
     const auto item = out.open("li", {{"class", "quiet"}});
     out.text("unchecked: ");
     out.isolated(unchecked.reason);
     out.text(" ");
     out.add("code", "[" + std::string(unchecked.code) + "]");
+}
+
+template <class Items>
+void addItems(Markup& out, const Items& items) {
+    const std::size_t shown = std::min(items.size(), longestList);
+    for (std::size_t at = 0; at < shown; ++at)
+        addItem(out, items[at]);
+    if (shown < items.size()) out.add("li", restText(items.size() - shown));
 }
 
 }  // namespace
@@ -42,10 +52,8 @@ void addFindings(Markup& out, const lint::Outcome& outcome) {
     if (outcome.findings.empty() && outcome.unchecked.empty())
         return out.add("p", {{"class", "good"}}, "clean");
     const auto list = out.open("ul", {{"class", "findings"}});
-    for (const Finding& finding : outcome.findings)
-        addFinding(out, finding);
-    for (const Unchecked& unchecked : outcome.unchecked)
-        addUnchecked(out, unchecked);
+    addItems(out, outcome.findings);
+    addItems(out, outcome.unchecked);
 }
 
 }  // namespace kfab::page

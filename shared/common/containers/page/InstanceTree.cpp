@@ -28,6 +28,8 @@ public:
         const auto list = out_.open("ul", {{"class", "tree"}});
         while (at_ < count_)
             addBranch();
+        if (count_ < report_.instances.size())
+            out_.add("li", {{"class", "quiet"}}, restText(report_.instances.size() - count_));
     }
 
 private:
@@ -104,7 +106,6 @@ void addInstances(Markup& out, const Report& report) {
     out.add("h3", "Instances");
     out.add("p", {{"class", "quiet"}}, "Each with its module and what that takes, those in it included.");
     Tree(out, report).add();
-    addRest(out, report.instances.size());
 }
 
 }  // namespace kfab::page

@@ -1,6 +1,7 @@
 #include "containers/kernel/NumberText.h"
 #include "containers/page/AddressPicture.h"
 #include "containers/page/Diagram.h"
+#include "containers/page/Facts.h"
 #include "containers/page/Parts.h"
 #include "containers/page/Table.h"
 #include "platform/files/DisplayText.h"

@@ -1,5 +1,6 @@
 #include "containers/page/Page.h"
 
+#include "containers/page/Facts.h"
 #include "containers/page/Parts.h"
 #include "containers/page/StyleSheet.h"
 #include "containers/page/Table.h"
@@ -56,7 +57,7 @@ void addIndex(Markup& out, const std::vector<Kernel>& kernels) {
         columns.push_back(numbers(kind.name));
     columns.push_back(words("Timing"));
     columns.push_back(words("Lint"));
-    Table table(out, "What each takes, whether its timing is met, and what lint finds", columns);
+    Table table(out, "What each takes, whether its timing is met, and what lint finds", columns, Table::all);
     for (std::size_t at = 0; at < kernels.size(); ++at) {
         std::vector<Cell> row{{.text = kernels[at].name, .link = kernelId(at)}, {flowsText(kernels[at])}};
         for (const ResourceKind& kind : resources)

@@ -60,6 +60,7 @@ th, td { text-align: left; vertical-align: top; overflow-wrap: break-word; paddi
 th:last-child, td:last-child { padding-right: 0; }
 thead th { color: var(--quiet); font-weight: 400; font-size: .85rem; vertical-align: bottom; }
 tbody th { font-weight: 600; }
+td.good { font-weight: 400; }
 .long { overflow-wrap: anywhere; min-width: 9em; }
 .word { white-space: nowrap; }
 .number { text-align: right; white-space: nowrap; font-variant-numeric: tabular-nums; }

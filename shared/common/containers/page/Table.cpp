@@ -32,12 +32,13 @@ Column words(std::string title) {
     return {std::move(title), Column::Kind::Word};
 }
 
-Table::Table(Markup& out, std::string_view caption, std::vector<Column> columns)
+Table::Table(Markup& out, std::string_view caption, std::vector<Column> columns, std::size_t most)
     : out_(out),
       columns_(std::move(columns)),
       frame_(out.open("div", {{"class", "scroll"}})),
       table_(out.open("table")),
-      body_(openBody(caption)) {}
+      body_(openBody(caption)),
+      most_(most) {}
 
 Markup::Element Table::openBody(std::string_view caption) {
     out_.add("caption", caption);
@@ -51,15 +52,15 @@ Markup::Element Table::openBody(std::string_view caption) {
 }
 
 Table::~Table() {
-    if (count_ > longestList) {
+    if (count_ > most_) {
         const auto row = out_.open("tr");
         out_.add("td", {{"colspan", static_cast<double>(columns_.size())}, {"class", "quiet"}},
-                 "and " + std::to_string(count_ - longestList) + " more");
+                 restText(count_ - most_));
     }
 }
 
 void Table::row(const std::vector<Cell>& cells) {
-    if (++count_ > longestList) return;
+    if (++count_ > most_) return;
     const auto row = out_.open("tr");
     for (std::size_t at = 0; at < cells.size(); ++at)
         cell(cells[at], at);
@@ -87,9 +88,8 @@ std::string classOf(overview::Tone tone) {
     return classes.at(static_cast<std::size_t>(tone));
 }
 
-void addRest(Markup& out, std::size_t count) {
-    if (count > longestList)
-        out.add("p", {{"class", "quiet"}}, "and " + std::to_string(count - longestList) + " more");
+std::string restText(std::size_t count) {
+    return count == 0 ? "" : "and " + std::to_string(count) + " more";
 }
 
 }  // namespace kfab::page

@@ -4,7 +4,7 @@
 #include "containers/page/Markup.h"
 
 #include <cstddef>
-#include <initializer_list>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,12 +37,15 @@ struct Cell {
 /// A table with a caption and a header of its columns. The first cell of a row is the row's header.
 class Table {
 public:
-    Table(Markup& out, std::string_view caption, std::vector<Column> columns);
+    static constexpr std::size_t all = std::numeric_limits<std::size_t>::max();
+
+    /// Beyond `most` rows they are only counted.
+    Table(Markup& out, std::string_view caption, std::vector<Column> columns, std::size_t most = longestList);
     Table(const Table&) = delete;
     Table& operator=(const Table&) = delete;
     ~Table();
 
-    /// As many cells as there are columns. Beyond the longest list it is only counted.
+    /// As many cells as there are columns.
     void row(const std::vector<Cell>& cells);
 
 private:
@@ -53,7 +56,7 @@ private:
     Markup& out_;
     std::vector<Column> columns_;
     Markup::Element frame_, table_, body_;
-    std::size_t count_ = 0;
+    std::size_t most_, count_ = 0;
 };
 
 Column names(std::string title);
@@ -63,7 +66,7 @@ Column numbers(std::string title);
 /// The class of what has a tone; nothing for a plain one.
 std::string classOf(overview::Tone tone);
 
-/// Of more than the longest list, how many more there are.
-void addRest(Markup& out, std::size_t count);
+/// Tells of so many things that were left out; nothing of none.
+std::string restText(std::size_t count);
 
 }  // namespace kfab::page
