@@ -122,13 +122,15 @@ TEST(HostilePage, IsWellFormedWhateverADocumentSays) {
     // In the place of every value and text.
     const std::string hostile =
         "&lt;/td>'&quot; x=--&gt;&lt;/style>&lt;hostile>&amp;lt;]]&gt;\u202e\u0085&#13;";
-    const std::regex texts("\"([^\"]*)\"|>([^<>\n]+)<");
-    for (std::sregex_iterator text(sound.begin(), sound.end(), texts), end; text != end; ++text) {
-        const auto group = (*text)[1].matched ? 1U : 2U;
+    const std::regex texts("\"([^\"]*)\"|>([^<>\\n]+)<");
+    int tried = 0;
+    for (std::sregex_iterator text(sound.begin(), sound.end(), texts), end; text != end; ++text, ++tried) {
+        const std::size_t group = (*text)[1].matched ? 1 : 2;
+        std::string document = sound;
         const auto place = static_cast<std::size_t>(text->position(group));
-        expectPage(std::string(sound).replace(place, static_cast<std::size_t>(text->length(group)), hostile),
-                   place);
+        expectPage(document.replace(place, static_cast<std::size_t>(text->length(group)), hostile), place);
     }
+    std::cout << tried << " values and texts replaced\n";
 }
 
 TEST(HostileDocuments, HugeOnesAreReadOrRefused) {
