@@ -164,6 +164,23 @@ class PageTest(KpCase):
         self.assertEqual([100, 101, "kernel99"], self.ask(
             "[all('nav tbody tr').length, all('h2').length, document.querySelector(all('nav a').at(-1).getAttribute('href') + ' bdi').textContent]"))
 
+    def test_a_crowded_kernel(self):
+        text = Path("vadd/kernel.xml").read_text()
+        port = re.search(r' *<port name="m_read".*\n', text)[0]
+        argument = re.search(r' *<arg name="a".*\n', text)[0]
+        text = text.replace(port, "".join(port.replace("m_read", f"m_{at}") for at in range(40))).replace("</args>", "".join(
+            argument.replace('"a"', f'"a{at}"').replace("m_read", f"m_{at % 40}").replace("0x10", hex(0x40 + 12 * at)) for at in range(150)) + "</args>")
+        report = Path("vadd/design.xml").read_text().partition("<profile>")[2]
+        instance = "<Instance><InstName>i</InstName><ModuleName>vadd_walker</ModuleName><ID>1</ID>"
+        nested = instance + "<InstancesList>" + "<InstancesList>".join([instance] * 20) + "</Instance>" + "</InstancesList></Instance>" * 20
+        text = text.replace("</root>", "<profile>" + report.replace("<InstancesList>", "<InstancesList>" + nested + (instance + "</Instance>") * 1100, 1) + "</root>")
+        Path("k.xml").write_text(text)
+        self.show("k.html", "k.xml")
+        self.expect_laid_out(widths=(400, 1600), scrolls_too=False)
+        self.assertEqual([32, 1, 49, 1000, "and 129 more"], self.ask(
+            "[all('[text-anchor=end].strong').length, all('text').filter((each) => each.textContent === 'and 9 more').length,"
+            " all('.pointer').length, all('.tree .row').length, all('.tree > li').at(-1).textContent]"))
+
     def test_what_it_replaces(self):
         self.add("vadd.kp")
         before = Path("vadd.kp").read_bytes()
