@@ -1,5 +1,6 @@
 #include "cli/Advice.h"
 #include "cli/Command.h"
+#include "cli/Options.h"
 #include "containers/kp/HKPContainerUtils.h"
 
 #include <memory>
@@ -16,7 +17,8 @@ Run declareAddCache(CLI::App& app) {
         ->type_name("DIR")
         ->required();
     app.add_flag("--reseal", *reseal, "Go on, and seal anew, although the digest does not hold");
-    return [=] {
+    return [=, &app] {
+        addition->jobs = jobs(app);
         addition->otherLayout = OtherLayout::Refuse;
         addition->brokenSeal = *reseal ? BrokenSeal::Renew : BrokenSeal::Refuse;
         withAdvice([&] { HKPContainerUtils::appendIPCacheDir(*addition); });

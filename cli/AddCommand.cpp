@@ -188,6 +188,7 @@ Run declareAdd(CLI::App& app) {
     return [options, &app, fetch = inputs.fetch()] {
         fetch();
         options->isQuiet = isQuiet(app);
+        options->addition.jobs = jobs(app);
         return add(*options, app);
     };
 }

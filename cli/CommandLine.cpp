@@ -81,6 +81,9 @@ CommandLine::CommandLine(const std::function<bool(std::string_view word)>& isMea
     app_.require_subcommand(1)->fallthrough();
     app_.formatter(std::make_shared<HelpFormatter>());
     app_.add_flag("-q,--quiet", isQuiet_, "Only errors on standard error");
+    app_.add_option("-j,--jobs", "Cores to use, at most 1024; all that the process may use unless given")
+        ->type_name("N")
+        ->check(CLI::Range(1, 1024).description(""));
     app_.footer(footer(examplesOf(""), true));
 
     for (const Command& command : commands()) {

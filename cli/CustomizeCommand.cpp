@@ -112,7 +112,10 @@ Run declareCustomize(CLI::App& app) {
                  "Replace an IP of the same VLNV that other kernels of FILE use as well");
     app.add_flag("--reseal", customization.renewsSeals,
                  "Go on, and seal FILE anew, although a package's digest does not hold");
-    return [options] { return customize(*options); };
+    return [options, &app] {
+        options->customization.jobs = jobs(app);
+        return customize(*options);
+    };
 }
 
 }  // namespace cli

@@ -31,6 +31,7 @@ struct Options {
     std::string package, directory;
     std::optional<std::string> kernel;
     bool ownIp = false, checkVersion = false, force = false, json = false;
+    std::size_t jobs = 1;
 };
 
 std::vector<std::string> namesToExtract(const Options& options, const HKPContainer& container) {
@@ -48,7 +49,8 @@ std::shared_ptr<ExplorerIface> extractKernels(const Options& options, const Vers
         .checkVersion = options.checkVersion || HPAParamMgr::getBool("kp.enableVersionCheck", false),
         .replacesFiles = options.force,
         .ownIp = options.ownIp,
-        .version = version};
+        .version = version,
+        .jobs = options.jobs};
     return options.kernel ? HKPContainerUtils::extractKernel(request).explorer
                           : HKPContainerUtils::extractAllKernels(request);
 }
@@ -136,7 +138,10 @@ Run declareExtract(CLI::App& app) {
     app.add_flag("--check-version", options->checkVersion, "Refuse a package that later software wrote");
     app.add_flag("--force", options->force, "Replace files of kernels that are there");
     app.add_flag("--json", options->json, "As a JSON object");
-    return [options] { return extract(*options); };
+    return [options, &app] {
+        options->jobs = jobs(app);
+        return extract(*options);
+    };
 }
 
 }  // namespace cli

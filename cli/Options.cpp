@@ -1,5 +1,7 @@
 #include "cli/Options.h"
 
+#include "platform/params/UsableCores.h"
+
 #include <CLI/Validators.hpp>
 
 namespace cli {
@@ -10,13 +12,22 @@ CLI::Option* check(CLI::Option* option, CLI::Validator validator, const std::str
     return option->check(validator.description(""))->type_name(type);
 }
 
-}  // namespace
-
-bool isQuiet(const CLI::App& command) {
+const CLI::App& wholeOf(const CLI::App& command) {
     const CLI::App* whole = &command;
     while (whole->get_parent() != nullptr)
         whole = whole->get_parent();
-    return whole->get_option("--quiet")->count() > 0;
+    return *whole;
+}
+
+}  // namespace
+
+bool isQuiet(const CLI::App& command) {
+    return wholeOf(command).get_option("--quiet")->count() > 0;
+}
+
+std::size_t jobs(const CLI::App& command) {
+    const CLI::Option* given = wholeOf(command).get_option("--jobs");
+    return given->count() > 0 ? given->as<std::size_t>() : usableCores();
 }
 
 bool takesValue(const CLI::Option& option) {

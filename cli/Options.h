@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,9 @@ namespace cli {
 
 /// Whether only errors are wanted, which is an option of the whole.
 bool isQuiet(const CLI::App& command);
+
+/// How many threads may take part, which is an option of the whole; the usable cores unless given.
+std::size_t jobs(const CLI::App& command);
 
 /// Whether it is no flag.
 bool takesValue(const CLI::Option& option);

@@ -1,4 +1,5 @@
 #include "cli/Command.h"
+#include "cli/Options.h"
 #include "cli/Output.h"
 #include "containers/kp/PackageVerification.h"
 #include "platform/files/HUTPathUtils.h"
@@ -35,8 +36,8 @@ Run declareVerify(CLI::App& app) {
     auto json = std::make_shared<bool>(false);
     app.add_option("PACKAGE", *package, "The package")->type_name("FILE")->required();
     app.add_flag("--json", *json, "As a JSON object");
-    return [=] {
-        const PackageVerification verification = PackageVerification::of(*package);
+    return [=, &app] {
+        const PackageVerification verification = PackageVerification::of(*package, jobs(app));
         *json ? printJson(verification) : printLines(verification);
         return verification.isClean() ? Done : Found;
     };

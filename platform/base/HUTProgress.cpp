@@ -19,6 +19,7 @@ struct Work {
 
 thread_local HUTProgress::Listener* currentListener = nullptr;
 thread_local Work work;
+thread_local std::atomic<std::uint64_t>* collected = nullptr;
 
 }  // namespace
 
@@ -42,12 +43,17 @@ HUTProgress::~HUTProgress() {
 
 void HUTProgress::advance(std::uint64_t amount) {
     HUTInterrupt::check();
+    if (collected != nullptr) *collected += amount;
     if (work.listener == nullptr) return;
     work.done += std::min(amount, work.total - work.done);
     const std::uint64_t step = work.done - work.told;
     if (step == 0 || (step < smallestStep && work.done < work.total)) return;
     work.told = work.done;
     work.listener->advance(work.done);
+}
+
+void HUTProgress::collectInto(std::atomic<std::uint64_t>& sum) {
+    collected = &sum;
 }
 
 void HUTProgress::remains(std::uint64_t amount) const {

@@ -2,6 +2,7 @@
 
 #include "platform/base/Export.h"
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 
@@ -35,6 +36,8 @@ public:
     /// This much of the thread's work, if there is any, was done. Throws when it was called off meanwhile
     /// (see HUTInterrupt).
     static void advance(std::uint64_t amount);
+    /// From now on what the calling thread advances is only added up there, for another thread to tell.
+    static void collectInto(std::atomic<std::uint64_t>& sum);
 
     /// No more than this is left of the work.
     void remains(std::uint64_t amount) const;

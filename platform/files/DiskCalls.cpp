@@ -16,10 +16,10 @@ bool isRefused(std::string_view call, const Where& where) {
         errno = ENOENT;
         return true;
     }
-    const DiskFaults::Decide* const decide = DiskFaults::current();
-    if (decide == nullptr) [[likely]]
+    DiskFaults* const faults = DiskFaults::current();
+    if (faults == nullptr) [[likely]]
         return false;
-    errno = (*decide)(call, where.path());
+    errno = faults->errorOf(call, where.path());
     return errno != 0;
 }
 

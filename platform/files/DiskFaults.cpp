@@ -5,20 +5,25 @@
 namespace disk {
 namespace {
 
-const DiskFaults::Decide* faults = nullptr;
+DiskFaults* faults = nullptr;
 
 }  // namespace
 
 DiskFaults::DiskFaults(Decide decide) : decide_(std::move(decide)) {
-    faults = &decide_;
+    faults = this;
 }
 
 DiskFaults::~DiskFaults() {
     faults = nullptr;
 }
 
-const DiskFaults::Decide* DiskFaults::current() {
+DiskFaults* DiskFaults::current() {
     return faults;
+}
+
+int DiskFaults::errorOf(std::string_view call, const std::string& path) {
+    const std::lock_guard lock(mutex_);
+    return decide_(call, path);
 }
 
 }  // namespace disk

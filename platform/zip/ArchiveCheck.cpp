@@ -2,6 +2,7 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/base/HUTProgress.h"
+#include "platform/base/OrderedWork.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/ExtractionPlan.h"
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -20,11 +22,11 @@ public:
     explicit Check(const ArchiveSnapshot& archive, std::uint64_t endRecordsOffset)
         : archive_(archive), endRecordsOffset_(endRecordsOffset), isUnreadable_(archive.entries().size()) {}
 
-    std::vector<ArchiveFinding> run() {
+    std::vector<ArchiveFinding> run(std::size_t jobs, const std::function<void()>& beside) {
         checkNames();
         checkKinds();
         checkLayout();
-        checkData();
+        checkData(jobs, beside);
         if (findings_.empty()) checkExtraction();
         return std::move(findings_);
     }
@@ -146,19 +148,39 @@ private:
         });
     }
 
-    void checkData() {
-        constexpr std::size_t bufferSize = std::size_t{1} << 18;
-        const auto buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
-        forEach([&](std::uint32_t position) {
-            if (isUnreadable_[position]) return;
-            try {
-                const std::unique_ptr<MemberStream> stream = archive_.stream(at(position));
-                while (const std::size_t got = stream->read(buffer.get(), bufferSize))
-                    HUTProgress::advance(got);
-            } catch (const HEXAlgException& failure) {
-                reportFailure(Code::BadData, position, failure);
-            }
+    void checkData(std::size_t jobs, const std::function<void()>& beside) {
+        constexpr std::uint64_t mostBytes = std::uint64_t{1} << 20;  // none of them is kept for later
+        std::vector<Buffer> buffers(jobs);
+        OrderedWork work(jobs);
+        work.run([&] {
+            if (beside)
+                work.add(std::min(archive_.digestEnd(), mostBytes), [&](std::size_t) { beside(); }, {});
+            forEach([&](std::uint32_t position) {
+                if (isUnreadable_[position]) return;
+                const auto failure = std::make_shared<std::optional<HEXAlgException>>();
+                work.add(
+                    std::min(at(position).size, mostBytes),
+                    [=, this, &buffers](std::size_t worker) {
+                        *failure = failureToRead(at(position), buffers[worker]);
+                    },
+                    [=, this] {
+                        if (*failure) reportFailure(Code::BadData, position, **failure);
+                    });
+            });
         });
+    }
+
+    std::optional<HEXAlgException> failureToRead(const ArchiveEntry& entry, Buffer& buffer) const {
+        constexpr std::size_t bufferSize = std::size_t{1} << 18;
+        char* bytes = buffer.ofSize(bufferSize);
+        try {
+            const std::unique_ptr<MemberStream> stream = archive_.stream(entry);
+            while (const std::size_t got = stream->read(bytes, bufferSize))
+                HUTProgress::advance(got);
+            return {};
+        } catch (const HEXAlgException& failure) {
+            return failure;
+        }
     }
 
     const ArchiveSnapshot& archive_;
@@ -201,9 +223,10 @@ std::uint64_t lastEntryOffset(const ArchiveSnapshot& archive) {
 
 }  // namespace
 
-std::vector<ArchiveFinding> ArchiveSnapshot::check() const {
+std::vector<ArchiveFinding> ArchiveSnapshot::check(std::size_t jobs,
+                                                   const std::function<void()>& beside) const {
     const HUTProgress progress([&] { return contentSize(); });
-    return Check(*this, listing_->directory.endRecordsOffset).run();
+    return Check(*this, listing_->directory.endRecordsOffset).run(jobs, beside);
 }
 
 DigestVerdict ArchiveSnapshot::checkDigest(ArchiveDigest::Label label) const {

@@ -215,7 +215,7 @@ bool ArchiveEdit::changesAnything() const {
 /// Whether all entries of the addition's name are one that holds the same already. One that cannot be read
 /// does not.
 bool ArchiveEdit::isThere(const Addition& addition, std::span<const std::uint32_t> positions) const {
-    if (addition.kind == Addition::Kind::File) Packer::open(addition.source);
+    if (addition.kind == Addition::Kind::File) Packer::requireFile(addition.source);
     if (positions.size() != 1) return false;
     const ArchiveEntry& entry = snapshot_->entries()[positions.front()];
     try {
@@ -327,25 +327,26 @@ std::time_t ArchiveEdit::timeOfBytes() const {
 }
 
 void ArchiveEdit::pack(ArchiveWriter& writer) {
-    Packer packer(writer);
+    Packer packer(writer, jobs_);
     const std::time_t now = timeOfBytes();
-    for (const Addition* addition : additionsInOrder()) {
-        switch (addition->kind) {
-            case Addition::Kind::Bytes:
-                packer.addBytes(addition->name, addition->source, now);
-                break;
-            case Addition::Kind::File:
-                packer.addFile(addition->name, addition->source);
-                break;
-            case Addition::Kind::Directory:
-                packer.addDirectory(addition->name, addition->source);
-                break;
-            case Addition::Kind::Member:
-                packer.addMember(*addition->archive, *addition->member);
-                break;
-        }
-    }
+    packer.run([&] {
+        for (const Addition* addition : additionsInOrder())
+            pack(*addition, packer, now);
+    });
     requireMembersUntouched();
+}
+
+void ArchiveEdit::pack(const Addition& addition, Packer& packer, std::time_t now) {
+    switch (addition.kind) {
+        case Addition::Kind::Bytes:
+            return packer.addBytes(addition.name, addition.source, now);
+        case Addition::Kind::File:
+            return packer.addFile(addition.name, addition.source);
+        case Addition::Kind::Directory:
+            return packer.addDirectory(addition.name, addition.source);
+        case Addition::Kind::Member:
+            return packer.addMember(*addition.archive, *addition.member);
+    }
 }
 
 void ArchiveEdit::writeComment(ArchiveWriter& writer, const disk::FileDescriptor& file,

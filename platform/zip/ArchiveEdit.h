@@ -6,6 +6,7 @@
 #include "platform/zip/ArchiveDigest.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
+#include <algorithm>
 #include <ctime>
 #include <functional>
 #include <map>
@@ -18,6 +19,7 @@
 class ArchiveLock;
 class ArchiveWriter;
 class HUTProgress;
+class Packer;
 class PendingFile;
 
 /// An edit began without an archive, and somebody else created one before the commit. The operation is to
@@ -83,6 +85,10 @@ public:
     /// Asks for a digest as the archive's comment. Without it the comment stays as it was.
     void seal(ArchiveDigest::Label label = ArchiveDigest::Label::Sha256) { seal_ = label; }
 
+    /// How many threads may take part in the commit, the calling one among them. The bytes that it writes do
+    /// not depend on that. Each takes up to 16 MiB.
+    void useJobs(std::size_t jobs) { jobs_ = std::max<std::size_t>(jobs, 1); }
+
     /// What commit would change; nothing is. Throws as commit would, but for what only writing can tell, such
     /// as a disk that is full.
     ArchiveChanges rehearse() const;
@@ -120,6 +126,7 @@ private:
     std::vector<std::uint32_t> keptPositions() const;
     std::time_t timeOfBytes() const;
     void pack(ArchiveWriter& writer);
+    static void pack(const Addition& addition, Packer& packer, std::time_t now);
     void writeComment(ArchiveWriter& writer, const disk::FileDescriptor& file, std::uint64_t keptPrefix,
                       const HUTProgress& progress);
     void putInPlace(PendingFile& pending);
@@ -132,4 +139,5 @@ private:
     Positions added_;  ///< of what was added and not deleted, in the list of additions
     std::optional<ArchiveDigest::Label> seal_;
     bool datesBytesByMembers_ = false;
+    std::size_t jobs_ = 1;
 };

@@ -2,10 +2,15 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/base/HUTProgress.h"
+#include "platform/base/OrderedWork.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/zip/EntryAttributes.h"
 #include "platform/zip/StagingDirectory.h"
+
+#include <algorithm>
+#include <memory>
+#include <vector>
 
 namespace {
 
@@ -32,17 +37,39 @@ struct Place {
     std::string prefix;  ///< of names in the archive: empty, or ends in "/"
 };
 
+/// Makes all files and directories of a plan in a staging directory.
+class Making {
+public:
+    Making(const ExtractionPlan& plan, const StagingDirectory& staging, std::size_t jobs)
+        : plan_(plan), staging_(staging), buffers_(jobs), work_(jobs) {}
+
+    void run() {
+        work_.run([&] { make({plan_.top(), staging_.top(), ""}); });
+    }
+
+private:
+    void make(const Place& place);
+    void makeFile(const ArchiveEntry& entry, const std::string& name, const FileDescriptor& directory,
+                  MemberBuffers& buffers) const;
+    void makeDirectory(const PlannedDirectory& planned, const std::string& name, const Place& place);
+    void restoreMode(const FileDescriptor& file, mode_t wanted) const;
+
+    const ExtractionPlan& plan_;
+    const StagingDirectory& staging_;
+    std::vector<MemberBuffers> buffers_;  ///< by worker
+    OrderedWork work_;                    ///< ends before the rest
+};
+
 class Extraction {
 public:
     Extraction(const ExtractionPlan& plan, const std::string& destination)
         : plan_(plan), destination_(disk::openDirectory(destination)) {}
 
-    void run() {
+    void run(std::size_t jobs) {
         requireWays({plan_.top(), destination_, ""});
         requireRoom();
         const StagingDirectory staging(destination_.path());
-        creatableBits_ = staging.creatableBits();
-        make({plan_.top(), staging.top(), ""});
+        Making(plan_, staging, jobs).run();
         place(plan_.top(), staging.top(), destination_);
     }
 
@@ -51,17 +78,10 @@ private:
     void requireWays(const Place& place) const;
     void requireWayInto(const PlannedDirectory& planned, const std::string& name, const Place& place) const;
     [[noreturn]] void refuse(const Place& place, const std::string& name, const char* obstacle) const;
-
-    void make(const Place& place);
-    void makeFile(const ArchiveEntry& entry, const std::string& name, const Place& place);
-    void makeDirectory(const PlannedDirectory& planned, const std::string& name, const Place& place);
-    void restoreMode(const FileDescriptor& file, mode_t wanted) const;
     void place(const PlannedDirectory& planned, const FileDescriptor& from, const FileDescriptor& to);
 
     const ExtractionPlan& plan_;
     FileDescriptor destination_;
-    mode_t creatableBits_ = 0;
-    MemberBuffers buffers_;
 };
 
 /// A small archive may hold far more than it takes itself: that must not fill a disk on which it cannot end.
@@ -100,44 +120,52 @@ void Extraction::refuse(const Place& place, const std::string& name, const char*
                                           " is in the way: it is " + obstacle);
 }
 
-void Extraction::make(const Place& place) {
+void Making::make(const Place& place) {
+    constexpr std::uint64_t mostBytes = std::uint64_t{1} << 20;  // none of them is kept for later
     for (const auto& [name, entry] : place.planned.files)
-        makeFile(*entry, name, place);
+        work_.add(std::min(entry->size, mostBytes),
+                  [this, &entry = *entry, &name = name, &directory = place.directory](std::size_t worker) {
+                      makeFile(entry, name, directory, buffers_[worker]);
+                  },
+                  {});
     for (const auto& [name, below] : place.planned.directories)
         makeDirectory(*below, name, place);
 }
 
-void Extraction::makeFile(const ArchiveEntry& entry, const std::string& name, const Place& place) {
+void Making::makeFile(const ArchiveEntry& entry, const std::string& name, const FileDescriptor& directory,
+                      MemberBuffers& buffers) const {
     const bool hasMode = entry.mode() != 0;
     const mode_t mode = hasMode ? entry.mode() & permissionBits : usualFileBits;
-    const FileDescriptor file = disk::createIfAbsent({place.directory, name}, O_WRONLY, mode);
+    const FileDescriptor file = disk::createIfAbsent({directory, name}, O_WRONLY, mode);
     // All that lies here was made from this plan, in which every name is there once.
     if (!file.isOpen()) plan_.refuse(entry.name, "its name meets another entry's on this file system");
     std::uint64_t written = 0;
-    plan_.archive().pass(entry, plan_.recordOf(entry, &buffers_.stored), buffers_,
-                         [&](std::string_view piece) {
-                             disk::writeAt(file, written, piece);
-                             written += piece.size();
-                             HUTProgress::advance(piece.size());
-                         });
+    plan_.archive().pass(entry, plan_.recordOf(entry, &buffers.stored), buffers, [&](std::string_view piece) {
+        disk::writeAt(file, written, piece);
+        written += piece.size();
+        HUTProgress::advance(piece.size());
+    });
     if (hasMode) restoreMode(file, mode);
     disk::setModified(file, modifiedTime(entry.dosTime));
 }
 
-void Extraction::makeDirectory(const PlannedDirectory& planned, const std::string& name, const Place& place) {
+void Making::makeDirectory(const PlannedDirectory& planned, const std::string& name, const Place& place) {
     const bool hasMode = planned.entry != nullptr && planned.entry->mode() != 0;
     const mode_t mode = hasMode ? (planned.entry->mode() & permissionBits) | ownerBits : usualDirectoryBits;
     const std::string path = place.prefix + name;
     if (!disk::makeDirectory({place.directory, name}, mode))
         plan_.refuse(path, "its name meets another entry's on this file system");
-    const FileDescriptor made = disk::openDirectory({place.directory, name});
-    make({planned, made, path + "/"});
-    if (hasMode) restoreMode(made, mode);
-    if (planned.entry != nullptr) disk::setModified(made, modifiedTime(planned.entry->dosTime));
+    const auto made = std::make_shared<const FileDescriptor>(disk::openDirectory({place.directory, name}));
+    make({planned, *made, path + "/"});
+    // What is made in a directory changes its time. This also keeps it open until then.
+    work_.add(0, {}, [this, made, mode, hasMode, entry = planned.entry] {
+        if (hasMode) restoreMode(*made, mode);
+        if (entry != nullptr) disk::setModified(*made, modifiedTime(entry->dosTime));
+    });
 }
 
-void Extraction::restoreMode(const FileDescriptor& file, mode_t wanted) const {
-    if ((wanted & ~creatableBits_) != 0) disk::setMode(file, wanted);
+void Making::restoreMode(const FileDescriptor& file, mode_t wanted) const {
+    if ((wanted & ~staging_.creatableBits()) != 0) disk::setMode(file, wanted);
 }
 
 /// Moves what is complete to the destination.
@@ -152,9 +180,9 @@ void Extraction::place(const PlannedDirectory& planned, const FileDescriptor& fr
 
 }  // namespace
 
-void extractArchive(const ExtractionPlan& plan, const std::string& destination) {
+void extractArchive(const ExtractionPlan& plan, const std::string& destination, std::size_t jobs) {
     if (plan.top().isEmpty()) return;
     const HUTProgress progress([&] { return sizeOf(plan.top()); });
     HUTFile::ensureWritableDir(destination);
-    Extraction(plan, destination).run();
+    Extraction(plan, destination).run(jobs);
 }

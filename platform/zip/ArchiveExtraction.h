@@ -3,6 +3,7 @@
 #include "platform/base/Export.h"
 #include "platform/zip/ExtractionPlan.h"
 
+#include <cstddef>
 #include <string>
 
 /// Makes what is planned below the directory `destination`, which is created where missing unless nothing is
@@ -17,5 +18,9 @@
 /// which the archive has two seconds and UTC. Nothing is written through a symbolic link that lies below the
 /// destination, and none is made.
 ///
+/// So many `jobs`, the calling thread among them, may take part in making the files, each with up to 32 MiB
+/// of memory.
+///
 /// Throws HEXAlgException, which names the archive and the member.
-KP_EXPORT void extractArchive(const ExtractionPlan& plan, const std::string& destination);
+KP_EXPORT void extractArchive(const ExtractionPlan& plan, const std::string& destination,
+                              std::size_t jobs = 1);

@@ -106,8 +106,9 @@ public:
     LocalRecord localRecord(const ArchiveEntry& entry, Buffer* along = nullptr) const;
 
     /// Everything wrong with the archive that open() accepts, one kind of check after the other. Reads all
-    /// data.
-    std::vector<ArchiveFinding> check() const;
+    /// data. So many `jobs`, the calling thread among them, may take part, each with up to 32 MiB of memory;
+    /// one of them does what is to be done `beside`, if anything is.
+    std::vector<ArchiveFinding> check(std::size_t jobs = 1, const std::function<void()>& beside = {}) const;
 
     /// The open file, for copying stored bytes.
     const disk::FileDescriptor& file() const { return file_; }

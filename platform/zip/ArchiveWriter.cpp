@@ -12,6 +12,7 @@ constexpr std::size_t bufferSize = std::size_t{1} << 20;
 }  // namespace
 
 void ArchiveWriter::put(std::string_view bytes) {
+    const std::lock_guard lock(mutex_);
     if (buffer_.size() + bytes.size() > bufferSize) flush();
     if (bytes.size() >= bufferSize) {
         disk::writeAt(file_, flushed_, bytes);
@@ -23,6 +24,7 @@ void ArchiveWriter::put(std::string_view bytes) {
 
 void ArchiveWriter::copy(const disk::FileDescriptor& from, std::uint64_t offset, std::uint64_t size) {
     constexpr std::uint64_t stretch = std::uint64_t{32} << 20;
+    const std::lock_guard lock(mutex_);
     flush();
     for (const std::uint64_t end = offset + size; offset < end;) {
         const std::uint64_t step = std::min(stretch, end - offset);
@@ -34,16 +36,25 @@ void ArchiveWriter::copy(const disk::FileDescriptor& from, std::uint64_t offset,
 }
 
 void ArchiveWriter::readBack(std::uint64_t offset, std::span<char> bytes) {
-    flush();
-    disk::readExactly(file_, offset, bytes.data(), bytes.size());
+    std::size_t inFile = bytes.size();
+    {
+        const std::lock_guard lock(mutex_);
+        if (offset + bytes.size() > flushed_) {
+            inFile = flushed_ - std::min(offset, flushed_);
+            buffer_.copy(bytes.data() + inFile, bytes.size() - inFile, offset + inFile - flushed_);
+        }
+    }
+    disk::readExactly(file_, offset, bytes.data(), inFile);
 }
 
 void ArchiveWriter::overwrite(std::uint64_t offset, std::string_view bytes) {
+    const std::lock_guard lock(mutex_);
     flush();
     disk::writeAt(file_, offset, bytes);
 }
 
 void ArchiveWriter::rewind(std::uint64_t position) {
+    const std::lock_guard lock(mutex_);
     flush();
     disk::truncate(file_, position);
     flushed_ = position;
@@ -63,6 +74,7 @@ std::uint64_t ArchiveWriter::finish() {
     const std::uint64_t directoryOffset = position();
     put(directory_);
     put(zip_format::endRecords(count_, directoryOffset, directory_.size()));
+    const std::lock_guard lock(mutex_);
     flush();
     return flushed_;
 }
@@ -71,6 +83,7 @@ void ArchiveWriter::putComment(std::string_view comment) {
     std::string bytes;
     zip_format::FieldWriter(bytes).u16(comment.size()).text(comment);
     put(bytes);
+    const std::lock_guard lock(mutex_);
     flush();
 }
 

@@ -4,6 +4,7 @@
 #include "platform/zip/ArchiveEntry.h"
 
 #include <cstdint>
+#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -18,7 +19,7 @@ public:
     void put(std::string_view bytes);
     /// Puts `size` bytes of another file.
     void copy(const disk::FileDescriptor& from, std::uint64_t offset, std::uint64_t size);
-    /// Reads bytes that were put before; the file must be open for that.
+    /// Reads bytes that were put before and stay; the file must be open for that. Any thread may.
     void readBack(std::uint64_t offset, std::span<char> bytes);
     /// Changes bytes that were put before.
     void overwrite(std::uint64_t offset, std::string_view bytes);
@@ -38,6 +39,7 @@ private:
     void flush();
 
     const disk::FileDescriptor& file_;
+    std::mutex mutex_;  ///< of what is not in the file yet
     std::string buffer_;
     std::uint64_t flushed_ = 0;
     std::string directory_;

@@ -1,42 +1,35 @@
 #pragma once
 
-#include "platform/files/Disk.h"
+#include "platform/base/OrderedWork.h"
 #include "platform/zip/ArchiveEntry.h"
 #include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/ArchiveWriter.h"
 #include "platform/zip/Buffer.h"
-#include "platform/zip/DeflatePieces.h"
+#include "platform/zip/PackedContents.h"
 
-#include <cstdint>
 #include <ctime>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
+#include <vector>
 
-#include <sys/stat.h>
-
-struct libdeflate_decompressor;
-
-/// Compresses bytes, files and directories into an archive, one at a time, with one compressor and three
-/// buffers of a piece (see DeflatePieces). Content that was compressed before is copied, if it is no larger:
-/// trees of IP hold many files more than once.
+/// Compresses bytes, files and directories into an archive, as a row of work: whatever thread takes part
+/// reads and deflates, with one compressor and three buffers of a piece (see DeflatePieces), and the row's
+/// own thread writes. What is added is in the archive once the row is worked off; till then it must stay.
 class Packer {
 public:
-    explicit Packer(ArchiveWriter& writer);
+    Packer(ArchiveWriter& writer, std::size_t jobs);
     ~Packer();
 
-    struct SourceFile {
-        disk::FileDescriptor file;
-        struct stat status;
-    };
-    /// Opens what addFile can read; throws when it is no file.
-    static SourceFile open(const std::string& path);
+    /// Calls `fill`, which adds, and packs what it adds.
+    void run(const std::function<void()>& fill) { work_.run(fill); }
+
+    /// Throws when the path is not that of a file that can be read.
+    static void requireFile(const std::string& path);
 
     void addBytes(std::string_view name, std::string_view bytes, std::time_t modified);
-    /// Throws when the file is none, or changes while it is read.
+    /// The row fails when the file changes while it is read.
     void addFile(std::string_view name, const std::string& path);
     void addDirectory(std::string_view name, const std::string& path);
     /// Copies the stored bytes of another archive's member, with its name, time and permissions and nothing
@@ -44,30 +37,31 @@ public:
     void addMember(const ArchiveSnapshot& archive, const ArchiveEntry& member);
 
 private:
-    struct Stored {
-        std::uint64_t begin;
-        std::uint64_t size;
-        ArchiveEntry::Method method;
-    };
+    class Source;
+    class GivenBytes;
+    class SourceFile;
+    struct Tools;
+    struct Content;
+    struct LargeMember;
 
-    /// Up to `size` bytes of content from an offset on, in memory that holds until the next call.
-    using Read = std::function<std::string_view(std::uint64_t offset, std::size_t size)>;
+    void add(const ArchiveEntry& entry, const std::shared_ptr<const Source>& source);
+    void addWhole(const ArchiveEntry& entry, const std::shared_ptr<const Source>& source);
+    void addPieces(const ArchiveEntry& entry, const std::shared_ptr<const Source>& source);
 
-    void addWhole(ArchiveEntry entry, std::string_view bytes);
-    /// The bytes as they are to be stored; sets the entry's method.
-    std::string_view compress(ArchiveEntry& entry, std::string_view bytes);
-    /// What the archive holds already of the same bytes; empty when it holds none.
-    std::string_view compressedBefore(ArchiveEntry& entry, std::string_view bytes);
-    bool inflatesTo(std::string_view bytes, std::string_view stored, ArchiveEntry::Method method);
-    void addLarge(ArchiveEntry entry, const Read& read);
-    void putDeflated(ArchiveEntry& entry, const Read& read);
-    void putStored(ArchiveEntry& entry, const Read& read);
+    // By any thread
+    Tools& toolsOf(std::size_t worker);
+    Content pack(Tools& tools, const Source& source, std::uint64_t offset, PackedContents::Key key) const;
+
+    // By the row's own thread
+    void putWhole(ArchiveEntry entry, const Content& content);
+    void putPiece(LargeMember& member, const Content& content);
+    void finish(LargeMember& member);
+    void store(LargeMember& member);
+    void copy(const ArchiveSnapshot& archive, const ArchiveEntry& member);
 
     ArchiveWriter& writer_;
-    DeflatePieces pieces_;
-    std::unique_ptr<libdeflate_decompressor, void (*)(libdeflate_decompressor*)> decompressor_;
-    std::map<std::pair<std::uint64_t, std::uint32_t>, Stored> stored_;  ///< by size and checksum
-    Buffer input_;
-    Buffer output_;
-    Buffer inflated_;
+    PackedContents contents_;
+    std::vector<std::unique_ptr<Tools>> tools_;  ///< by worker
+    Buffer copied_;
+    OrderedWork work_;  ///< ends before the rest
 };

@@ -282,6 +282,36 @@ class KpTest(KpCase):
         modes = {info.external_attr >> 16 for info in zipfile.ZipFile(io.BytesIO(once[0])).infolist()}
         self.assertEqual({0o100644, 0o100755}, modes)
 
+    def test_cores_make_no_difference_and_small_work_takes_one(self):
+        rng = random.Random(1)
+        for number in range(60):
+            part = "ab"[number % 2]
+            Path("vadd/src", part).mkdir(exist_ok=True)
+            Path("vadd/src", part, str(number)).write_bytes(rng.randbytes(6_000) * rng.randrange(9) + bytes(9_000))
+
+        def threads(*arguments):
+            subprocess.run(["strace", "-f", "-qq", "-o", "calls", "-e", "trace=clone,clone3", KP, "-q", *arguments],
+                           check=True, stdout=subprocess.DEVNULL)
+            return Path("calls").read_text().count("CLONE_THREAD")
+
+        large = ["--debug-dir", "vadd/src"]
+        for jobs in "1", "2", "3", "8":
+            self.expect(["-qj", jobs, "add", "p.kp", "vadd/kernel.xml", "--ip", "vadd/ip", *large], 0,
+                        SOURCE_DATE_EPOCH="1600000000")
+            Path("p.kp").rename(jobs)
+            self.expect_same("1", jobs)
+            self.expect(["verify", jobs, "--jobs=" + jobs], 0, "digest: valid\n")
+            self.expect(["extract", jobs, "-d", "x" + jobs, "-j" + jobs], 0, f"x{jobs}/vadd\n")
+            self.expect_same("x1", "x" + jobs)
+            if not os.environ["KP_SANITIZE"]:  # whose own threads would count
+                self.assertEqual(0, threads("-j", jobs, "add", "small" + jobs, "vadd/kernel.xml", "--ip", "vadd/ip"))
+                counts = [threads("-j", jobs, *operation) for operation in (
+                    ["add", "large" + jobs, "vadd/kernel.xml", "--ip", "vadd/ip", *large], ["verify", "1"],
+                    ["extract", "1", "-d", "y" + jobs])]
+                self.assertTrue(all(bool(count) == (jobs != "1") and count < int(jobs) for count in counts), counts)
+        for wrong in "0", "1025", "x":
+            self.expect(["-j", wrong, "list", "1"], 2, "", f"kp: error: --jobs: Value {wrong} not in range 1 to 1024\n")
+
     def test_add_cache(self):
         self.add("p.kp")
         os.makedirs("caches/c1")

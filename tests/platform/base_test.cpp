@@ -1,12 +1,14 @@
 #include "platform/base/HI18N.h"
 #include "platform/messages/DocumentMessages.h"
 #include "platform/params/HPAParamMgr.h"
+#include "platform/params/UsableCores.h"
 #include "tests/support/CapturedMessages.h"
 #include "tests/support/Environment.h"
 #include "tests/support/Failure.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <random>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -90,6 +92,34 @@ TEST(HPAParamMgr, TheProgramThenTheFileThenTheDefault) {
     for (const auto& [text, error] : broken) {
         const Environment other("KP_PARAM_FILE", directory.file("broken", text));
         EXPECT_EQ(failureOf([] { HPAParamMgr::getBool("a", false); }), directory / "broken" + error);
+    }
+}
+
+TEST(UsableCores, AreThoseOfTheAffinityUnlessAGroupGrantsLessTime) {
+    const std::size_t all = usableCores("/nowhere");
+    ASSERT_EQ(all, static_cast<std::size_t>(std::thread::hardware_concurrency()));
+    const std::size_t two = std::min<std::size_t>(all, 2);
+    const struct {
+        std::string groups, file, text;
+        std::size_t cores;
+    } cases[] = {
+        {"0::/a/b", "a/b/cpu.max", "max 100000", all},
+        {"0::/a/b", "a/b/cpu.max", "50000 100000", 1},
+        {"0::/a/b", "a/cpu.max", "150000 100000", two},
+        {"0::/", "cpu.max", "100000 100000", 1},
+        {"0::/a", "a/cpu.max", "x", all},
+        {"3:cpu,cpuacct:/d", "cpu,cpuacct/d/cpu.cfs_quota_us", "90000", 1},
+        {"3:cpuacct,cpu:/d", "cpu/cpu.cfs_quota_us", "110000", two},
+        {"3:cpu:/d", "cpu/d/cpu.cfs_quota_us", "-1", all},
+        {"3:memory:/d", "memory/d/cpu.cfs_quota_us", "90000", all},
+    };
+    for (const auto& [groups, file, text, cores] : cases) {
+        const TemporaryDirectory root;
+        root.file("proc/self/cgroup", "7:freezer:/z\n" + groups + "\n");
+        root.file("sys/fs/cgroup/" + file, text + "\n");
+        for (const char* period : {"cpu,cpuacct/d", "cpu", "cpu/d", "memory/d"})
+            root.file(std::string("sys/fs/cgroup/") + period + "/cpu.cfs_period_us", "100000\n");
+        EXPECT_EQ(usableCores(root / ""), cores) << groups << ' ' << text;
     }
 }
 

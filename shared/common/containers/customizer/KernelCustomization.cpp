@@ -46,11 +46,13 @@ public:
 protected:
     void prepareExtraction_(KernelExtraction& extraction) const override {
         extraction.requireSeal = !request_.renewsSeals;
+        extraction.jobs = request_.jobs;
     }
     void prepareAddition_(KernelAddition& addition) const override {
         addition.otherLayout = OtherLayout::Refuse;
         addition.changesOtherIps = request_.replacesIp;
         addition.brokenSeal = request_.renewsSeals ? BrokenSeal::Renew : BrokenSeal::Refuse;
+        addition.jobs = request_.jobs;
     }
     std::string reasonOf_(const std::exception& failure) const override {
         return request_.reasonOf ? request_.reasonOf(failure) : Customizer::reasonOf_(failure);

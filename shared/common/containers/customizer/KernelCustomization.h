@@ -33,6 +33,7 @@ struct KernelCustomization {
         tclShell;  ///< command line of a shell to work in; an interpreter of this process unless given
     bool replacesIp = false;   ///< false: refused where other kernels' IP would be replaced by another one
     bool renewsSeals = false;  ///< false: refused where the digest of a package does not hold
+    std::size_t jobs = 1;      ///< so many threads, the calling one among them, may take part
     /// What there is to say about a failure; what() of it unless given.
     std::function<std::string(const std::exception& failure)> reasonOf = {};
 };

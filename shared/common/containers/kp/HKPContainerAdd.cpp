@@ -5,7 +5,10 @@
 
 void HKPContainerUtils::addKernel(const KernelAddition& addition) {
     KernelStaging::examine(addition);
-    ArchiveEdit::run(addition.kpPath, [&](ArchiveEdit& edit) { KernelStaging(addition, edit).stage(); });
+    ArchiveEdit::run(addition.kpPath, [&](ArchiveEdit& edit) {
+        edit.useJobs(addition.jobs);
+        KernelStaging(addition, edit).stage();
+    });
 }
 
 PlannedAddition HKPContainerUtils::planKernelAddition(const KernelAddition& addition) {

@@ -86,7 +86,7 @@ public:
             plan_.addFolder(folder);
         }
     }
-    void run() const { extractArchive(plan_, destination_); }
+    void run(std::size_t jobs = 1) const { extractArchive(plan_, destination_, jobs); }
 
     /// Makes an extracted kernel known to the explorer, with the directories that it has.
     void enter(const HKPKernel& kernel, FileExplorer& explorer) const {
@@ -140,7 +140,7 @@ ExtractedKernel HKPContainerUtils::extractKernel(const KernelExtraction& request
         request.ownIp ? extraction.planOwnIp(*kernel) : extraction.planFolder(layout::ipRepo);
         extraction.planIpCaches(*container);
     }
-    extraction.run();
+    extraction.run(request.jobs);
 
     auto explorer = std::make_shared<FileExplorer>(request.destination, container, isRepository);
     extraction.enter(*kernel, *explorer);
@@ -180,7 +180,7 @@ std::shared_ptr<ExplorerIface> HKPContainerUtils::extractAllKernels(const Kernel
         extraction.planKernel(**kernel);
         extraction.planDirectory((*kernel)->getName());
     }
-    extraction.run();
+    extraction.run(request.jobs);
 
     auto explorer = std::make_shared<FileExplorer>(request.destination, container, hasIpCaches);
     for (auto kernel = first; kernel != last; ++kernel) {

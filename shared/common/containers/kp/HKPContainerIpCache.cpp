@@ -85,6 +85,7 @@ void HKPContainerUtils::appendIPCacheDir(const IpCacheAddition& addition) {
     if (!HUTFile::exists(path)) throw HEXAlgException(missing);
     ArchiveEdit edit(path);
     if (!edit.exists()) throw HEXAlgException(missing);
+    edit.useJobs(addition.jobs);
     HKPContainer container;
     HKPContainerXMLReader(path, container, edit.snapshot()).parseKPContainer();
     if (!layout::hasRepository(container.getVersionMajor()) && addition.otherLayout != OtherLayout::Restamp)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -47,6 +48,7 @@ struct KernelAddition {
     bool changesOtherIps = true;  ///< false: HKPIpTaken where other kernels' IP would be replaced by one that
                                   ///< differs in its files
     BrokenSeal brokenSeal = BrokenSeal::Renew;
+    std::size_t jobs = 1;  ///< so many threads, the calling one among them, may take part
 };
 
 /// IP caches that are to be added to a package: every directory, `directory` included, that itself holds a
@@ -56,4 +58,5 @@ struct IpCacheAddition {
     std::string directory;
     OtherLayout otherLayout = OtherLayout::Restamp;  ///< only the repository layout has caches
     BrokenSeal brokenSeal = BrokenSeal::Leave;
+    std::size_t jobs = 1;  ///< so many threads, the calling one among them, may take part
 };

@@ -2,6 +2,7 @@
 
 #include "containers/explorer/ExplorerIface.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -19,6 +20,7 @@ struct KernelExtraction {
                                 ///< the IP repository whose bytes are not those in the package
     bool ownIp = false;         ///< true: of the IP repository only the IP that the kernel's entry names
     std::shared_ptr<const ArchiveSnapshot> version = nullptr;  ///< of the package; none for the present one
+    std::size_t jobs = 1;  ///< so many threads, the calling one among them, may take part
 };
 
 /// A kernel that was extracted, as its entry in the manifest states it, and where it lies now.

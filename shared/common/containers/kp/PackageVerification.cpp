@@ -10,6 +10,8 @@
 #include "platform/zip/ArchiveSnapshot.h"
 
 #include <array>
+#include <iterator>
+#include <utility>
 
 #include <fcntl.h>
 
@@ -34,7 +36,7 @@ std::string PackageVerification::digestText(DigestVerdict digest) {
     return texts.at(static_cast<std::size_t>(digest));
 }
 
-PackageVerification PackageVerification::of(const std::string& path) {
+PackageVerification PackageVerification::of(const std::string& path, std::size_t jobs) {
     if (!HUTFile::exists(path)) throw HEXFileNotFoundException(path);
     disk::open(path, O_RDONLY | O_NONBLOCK);
     PackageVerification verification;
@@ -46,21 +48,20 @@ PackageVerification PackageVerification::of(const std::string& path) {
         return verification;
     }
     const HUTProgress progress([&] { return archive->contentSize() + archive->digestEnd(); });
-    for (const ArchiveFinding& flaw : archive->check())
-        verification.findings.push_back(
-            {codeTexts.at(static_cast<std::size_t>(flaw.code)), flaw.member, flaw.text});
-
     KPContainer::Root manifest;  // until it is read, one of the version that is written today
+    std::vector<PackageFinding> ofManifest;
     try {
         manifest = HKPContainerXMLReader::readManifest(path, archive);
-        for (PackageFinding& finding : checkManifest(manifest, archive))
-            verification.findings.push_back(std::move(finding));
+        ofManifest = checkManifest(manifest, archive);
     } catch (const HEXInterrupted&) {
         throw;
     } catch (const std::exception& unreadable) {
-        verification.findings.push_back({"manifest", layout::manifest, withoutLineEnd(unreadable.what())});
+        ofManifest = {{"manifest", layout::manifest, withoutLineEnd(unreadable.what())}};
     }
-    verification.digest =
-        PackageSeal{path, archive, manifest.VersionMajor.get(), manifest.VersionMinor.get()}.verify();
+    const PackageSeal seal{path, archive, manifest.VersionMajor.get(), manifest.VersionMinor.get()};
+    for (const ArchiveFinding& flaw : archive->check(jobs, [&] { verification.digest = seal.verify(); }))
+        verification.findings.push_back(
+            {codeTexts.at(static_cast<std::size_t>(flaw.code)), flaw.member, flaw.text});
+    std::move(ofManifest.begin(), ofManifest.end(), std::back_inserter(verification.findings));
     return verification;
 }

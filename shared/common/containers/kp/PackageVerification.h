@@ -4,6 +4,7 @@
 #include "platform/base/Export.h"
 #include "platform/zip/ArchiveDigest.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -20,5 +21,6 @@ struct KP_EXPORT PackageVerification {
     /// package holds what the manifest states, and no other kernel or directory of one. Throws
     /// HEXFileNotFoundException when there is no file and HEXAlgException when it cannot be opened; all else
     /// is a finding.
-    static PackageVerification of(const std::string& path);
+    /// @param jobs so many threads, the calling one among them, may take part
+    static PackageVerification of(const std::string& path, std::size_t jobs = 1);
 };

@@ -1,0 +1,168 @@
+#include "platform/base/OrderedWork.h"
+
+#include "platform/base/HUTProgress.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <system_error>
+#include <utility>
+
+#include <sys/resource.h>
+
+namespace {
+
+constexpr std::uint64_t bytesOfJob = std::uint64_t{8} << 20;
+/// A thread pays from there on.
+constexpr std::uint64_t bytesOfThread = std::uint64_t{1} << 19;
+/// What a task of few bytes takes at least, such as opening a file, is the time for so many bytes.
+constexpr std::uint64_t leastBytes = std::uint64_t{1} << 13;
+
+std::size_t maximumItems() {
+    constexpr rlim_t most = 256;
+    rlimit files{};
+    getrlimit(RLIMIT_NOFILE, &files);
+    return std::clamp<rlim_t>(files.rlim_cur / 4, 1, most);
+}
+
+/// While it lives, the thread and those that it starts get no signals: whoever waits for one is to get it.
+class NoSignals {
+public:
+    NoSignals() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    ~NoSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    NoSignals(const NoSignals&) = delete;
+    NoSignals& operator=(const NoSignals&) = delete;
+
+private:
+    sigset_t before_;
+};
+
+}  // namespace
+
+void OrderedWork::Item::run(std::size_t worker) noexcept {
+    try {
+        if (task) task(worker);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    task = nullptr;
+}
+
+OrderedWork::OrderedWork(std::size_t jobs) : jobs_(jobs), maximumItems_(maximumItems()) {}
+
+OrderedWork::~OrderedWork() {
+    {
+        const std::lock_guard lock(mutex_);
+        isStopping_ = true;
+    }
+    hasTask_.notify_all();
+    threads_.clear();
+}
+
+void OrderedWork::run(const std::function<void()>& fill) {
+    try {
+        fill();
+    } catch (...) {
+        finish();
+        throw;
+    }
+    finish();
+}
+
+void OrderedWork::add(std::uint64_t bytes, Task task, Use use) {
+    bytes = task ? std::max(bytes, leastBytes) : 0;
+    while (!hasRoomFor(bytes))
+        step();
+    bool pays = false;
+    {
+        const std::lock_guard lock(mutex_);
+        items_.push_back({bytes, std::move(task), std::move(use)});
+        bytes_ += bytes;
+        unclaimedBytes_ += bytes;
+        pays = unclaimedBytes_ >= bytesOfThread;
+    }
+    if (jobs_ == 1) return finish();
+    if (pays && threads_.size() + 1 < jobs_) startWorker();
+    hasTask_.notify_one();
+}
+
+bool OrderedWork::hasRoomFor(std::uint64_t bytes) const {
+    return items_.empty() || (items_.size() < maximumItems_ && bytes_ + bytes <= jobs_ * bytesOfJob);
+}
+
+void OrderedWork::startWorker() {
+    const NoSignals none;
+    try {
+        threads_.emplace_back([this, worker = threads_.size() + 1] { work(worker); });
+    } catch (const std::system_error&) {
+        // Where no more threads may be, those that are do the work.
+    }
+}
+
+void OrderedWork::work(std::size_t worker) {
+    HUTProgress::collectInto(progress_);
+    std::unique_lock lock(mutex_);
+    for (;;) {
+        hasTask_.wait(lock, [&] { return isStopping_ || claimed_ < items_.size(); });
+        if (isStopping_) return;
+        Item* const item = claim();
+        lock.unlock();
+        item->run(worker);
+        lock.lock();
+        item->isDone = true;
+        if (item == &items_.front()) isFrontDone_.notify_one();
+    }
+}
+
+/// The first item that nobody has begun; none when there is none.
+OrderedWork::Item* OrderedWork::claim() {
+    if (claimed_ == items_.size()) return nullptr;
+    Item& item = items_[claimed_++];
+    unclaimedBytes_ -= item.bytes;
+    return &item;
+}
+
+void OrderedWork::finish() {
+    while (!hasFailed_ && !items_.empty())
+        step();
+}
+
+/// Uses the first item if it is done, else works one off, else waits a while.
+void OrderedWork::step() try {
+    constexpr std::chrono::milliseconds patience(100);
+    std::unique_lock lock(mutex_);
+    if (items_.front().isDone) {
+        useFront(lock);
+    } else if (Item* const item = claim()) {
+        lock.unlock();
+        item->run(0);
+        lock.lock();
+        item->isDone = true;
+    } else {
+        isFrontDone_.wait_for(lock, patience, [&] { return items_.front().isDone; });
+        lock.unlock();
+        tellProgress();
+    }
+} catch (...) {
+    hasFailed_ = true;
+    throw;
+}
+
+void OrderedWork::useFront(std::unique_lock<std::mutex>& lock) {
+    const Item item = std::move(items_.front());
+    items_.pop_front();
+    --claimed_;
+    bytes_ -= item.bytes;
+    lock.unlock();
+    tellProgress();
+    if (item.failure) std::rethrow_exception(item.failure);
+    if (item.use) item.use();
+}
+
+void OrderedWork::tellProgress() {
+    HUTProgress::advance(progress_.exchange(0));
+}
