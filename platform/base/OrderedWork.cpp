@@ -83,7 +83,8 @@ void OrderedWork::add(std::uint64_t bytes, Task task, Use use) {
         items_.push_back({bytes, std::move(task), std::move(use)});
         bytes_ += bytes;
         unclaimedBytes_ += bytes;
-        pays = unclaimedBytes_ >= bytesOfThread;
+        const bool isAlone = claimed_ + 1 == items_.size();  // then the row's own thread takes it
+        pays = unclaimedBytes_ >= bytesOfThread && !isAlone;
     }
     if (jobs_ == 1) return finish();
     if (pays && threads_.size() + 1 < jobs_) startWorker();
@@ -133,7 +134,7 @@ void OrderedWork::finish() {
 
 /// Uses the first item if it is done, else works one off, else waits a while.
 void OrderedWork::step() try {
-    constexpr std::chrono::milliseconds patience(100);
+    constexpr std::chrono::milliseconds patience(5);
     std::unique_lock lock(mutex_);
     if (items_.front().isDone) {
         useFront(lock);
