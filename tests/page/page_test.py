@@ -181,6 +181,15 @@ class PageTest(KpCase):
             "[all('[text-anchor=end].strong').length, all('text').filter((each) => each.textContent === 'and 9 more').length,"
             " all('.pointer').length, all('.tree .row').length, all('.tree > li').at(-1).textContent]"))
 
+    def test_extreme_numbers(self):
+        text, report = Path("vadd/kernel.xml").read_text(), Path("vadd/design.xml").read_text().partition("<profile>")[2]
+        for target, needed, offset, drawn in (("-4", "2", "0x34", 0), ("4", "2e9", "0xFFFFFFFFFFFFFFFE", 1), ("1e308", "1e307", "0x38", 1), ("0", "0", "0x0", 0)):
+            Path("k.xml").write_text(text.replace("0x1000", "0x" + "F" * 16).replace("0x34", offset).replace(
+                "</root>", "<profile>" + report.replace(">4.00<", f">{target}<").replace(">2.920<", f">{needed}<") + "</root>"))
+            self.show("k.html", "k.xml")
+            self.expect_laid_out(widths=(400,), scrolls_too=False)
+            self.assertEqual(drawn, self.ask("all('.mark').length"), target)
+
     def test_what_it_replaces(self):
         self.add("vadd.kp")
         before = Path("vadd.kp").read_bytes()

@@ -5,6 +5,8 @@
 #include "containers/page/Drawing.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <limits>
 #include <span>
 #include <string>
 #include <vector>
@@ -29,8 +31,10 @@ constexpr double aside = 24;  // by how much an overlap stands out
 constexpr double labelsAt = 156;
 constexpr std::size_t labelColumns = 32;
 
-double endOf(const Stretch& stretch) {
-    return static_cast<double>(stretch.offset) + static_cast<double>(stretch.size);
+/// The byte behind it, or the last one that has an address.
+std::uint64_t endOf(const Stretch& stretch) {
+    return stretch.offset +
+           std::min(stretch.size, std::numeric_limits<std::uint64_t>::max() - stretch.offset);
 }
 
 /// Those up to the last one that is used.
@@ -43,9 +47,12 @@ std::span<const Stretch> usedOf(const AddressMap& map) {
 
 /// Bytes as places in a picture.
 struct Scale {
-    double bytes, height;
+    std::uint64_t bytes;
+    double height;
 
-    double at(double byte) const { return top + height * byte / bytes; }
+    double at(std::uint64_t byte) const {
+        return top + height * static_cast<double>(byte) / static_cast<double>(bytes);
+    }
 };
 
 Literal kindOf(const Stretch& stretch) {
@@ -76,7 +83,7 @@ std::string labelText(const Stretch& stretch) {
 std::vector<double> labelPlaces(std::span<const Stretch> stretches, const Scale& scale) {
     std::vector<double> places;
     for (const Stretch& stretch : stretches) {
-        const double middle = (scale.at(static_cast<double>(stretch.offset)) + scale.at(endOf(stretch))) / 2;
+        const double middle = (scale.at(stretch.offset) + scale.at(endOf(stretch))) / 2;
         places.push_back(places.empty() ? middle : std::max(middle, places.back() + labelHeight));
     }
     double lowest = top + scale.height - labelHeight / 2;
@@ -90,7 +97,7 @@ void addUsed(Markup& out, std::span<const Stretch> stretches, const Scale& scale
     for (std::size_t at = 0; at < stretches.size(); ++at) {
         const Stretch& stretch = stretches[at];
         const double x = usedAt + (stretch.shared > 0 ? aside : 0);
-        const double begin = scale.at(static_cast<double>(stretch.offset));
+        const double begin = scale.at(stretch.offset);
         const double height = std::max(scale.at(endOf(stretch)) - begin, 1.0);
         rectangle(out, kindOf(stretch), {x, begin, usedWidth, height});
         line(out, "lead", {x + usedWidth, begin + height / 2}, {labelsAt - 6, places[at]});
@@ -105,38 +112,36 @@ void addWhole(Markup& out, std::span<const Stretch> stretches, const Scale& scal
     const double end = std::max(scale.at(used.bytes), top + 1.5);
     for (const Stretch& stretch : stretches)
         if (stretch.use != Stretch::Use::Gap) {
-            const double begin = scale.at(static_cast<double>(stretch.offset));
+            const double begin = scale.at(stretch.offset);
             rectangle(out, "filled",
                       {wholeAt, begin, wholeWidth, std::max(scale.at(endOf(stretch)) - begin, 0.5)});
         }
     line(out, "lead", {wholeAt + wholeWidth, top}, {usedAt, top});
     line(out, "lead", {wholeAt + wholeWidth, end}, {usedAt, top + used.height});
-    label(out, {wholeAt, top + scale.height + 14}, Anchor::Start,
-          overview::sizeText(static_cast<std::uint64_t>(scale.bytes)), "quiet");
+    label(out, {wholeAt, top + scale.height + 14}, Anchor::Start, overview::sizeText(scale.bytes), "quiet");
 }
 
 }  // namespace
 
 void addAddressPicture(Markup& out, const AddressMap& map) {
     const std::span<const Stretch> stretches = usedOf(map);
-    double end = 0;
+    std::uint64_t end = 0;
     for (const Stretch& stretch : stretches)
         end = std::max(end, endOf(stretch));
-    if (end <= 0) return;
+    if (end == 0) return;
     const double height = std::max(leastHeight, labelHeight * static_cast<double>(stretches.size()));
     const Scale used{end, height};
-    const bool hasMore = map.range && static_cast<double>(*map.range) > end;
+    const bool hasMore = map.range && *map.range > end;
 
     const auto figure = out.open("figure");
     {
         const auto picture = openPicture(out, width, top + height + 24,
                                          "Address map of " + map.port + " to scale; the table says the same");
-        if (hasMore) addWhole(out, stretches, {static_cast<double>(*map.range), height}, used);
+        if (hasMore) addWhole(out, stretches, {*map.range, height}, used);
         addUsed(out, stretches, used);
     }
     std::string caption = "To scale: " + std::string(hasMore ? "all of the port, and beside it " : "") +
-                          "the bytes from 0x0 to " +
-                          kernel::hexadecimal(static_cast<std::uint64_t>(std::min(end, 0x1p63))) + ".";
+                          "the bytes from 0x0 to " + kernel::hexadecimal(end) + ".";
     if (map.stretches.size() > mostStretches)
         caption += " Of " + std::to_string(map.stretches.size()) + " pieces the first " +
                    std::to_string(mostStretches) + " are drawn.";

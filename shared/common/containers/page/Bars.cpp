@@ -3,6 +3,7 @@
 #include "containers/page/Drawing.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace kfab::page {
@@ -22,16 +23,19 @@ void addTiming(Markup& out, const overview::Timing& timing) {
     constexpr double top = 22;
     constexpr double height = 16;
     const std::optional<bool> isMet = timing.isMet();
-    const double longest = isMet ? std::max({*timing.estimated, *timing.target, timing.available()}) : 0;
-    if (!std::isfinite(longest) || longest <= 0 || timing.available() <= 0 || *timing.estimated < 0) return;
-    const auto at = [&](double period) { return 1 + (width - 2) * period / longest; };
+    if (!isMet) return;
+    const std::array periods = {*timing.estimated, *timing.target, timing.available()};
+    const auto isDrawable = [](double period) { return std::isfinite(period) && period > 0; };
+    if (!std::all_of(periods.begin(), periods.end(), isDrawable)) return;
+    const double longest = *std::max_element(periods.begin(), periods.end());
+    const auto at = [&](double period) { return 1 + (width - 2) * (period / longest); };
     const auto picture =
         openPicture(out, width, 58, "Clock period: " + overview::timingStatement(timing).text);
     rectangle(out, "track", {1, top, at(*timing.target) - 1, height});
     rectangle(out, *isMet ? Literal("filled") : Literal("over"), {1, top, at(*timing.estimated) - 1, height});
     const double end = at(timing.available());
     line(out, "mark", {end, top - 5}, {end, top + height + 5});
-    label(out, {std::min(end, width - 4), 12}, Anchor::End,
+    label(out, {end, 12}, end < width / 2 ? Anchor::Start : Anchor::End,
           "has " + overview::decimalText(timing.available()), "quiet");
     label(out, {1, top + height + 17}, Anchor::Start, "needs " + overview::decimalText(*timing.estimated),
           "quiet");

@@ -9,7 +9,7 @@ namespace kfab::page {
 void addShare(Markup& out, double share);
 
 /// What the clock period needs, below a mark where the room for it ends and within its target. Nothing when
-/// that is not told.
+/// that is not told, or cannot be drawn.
 void addTiming(Markup& out, const overview::Timing& timing);
 
 }  // namespace kfab::page
