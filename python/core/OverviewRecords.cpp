@@ -132,8 +132,7 @@ py::object descriptionOf(const Kernel& kernel) {
                 "interrupt"_a = textOrNone(kernel.interrupt), "debug"_a = textOrNone(kernel.debug),
                 "ports"_a = all(kernel.ports), "address_maps"_a = all(kernel.maps),
                 "arguments"_a = all(kernel.arguments),
-                "profile"_a = kernel.report ? convert(*kernel.report) : py::none(),
-                "lint"_a = record(kernel.findings));
+                "profile"_a = kernel.report ? convert(*kernel.report) : py::none());
 }
 
 }  // namespace

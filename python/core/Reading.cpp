@@ -21,6 +21,7 @@
 namespace kp_python {
 namespace {
 
+using kfab::overview::ofPackage;
 using KernelName = std::optional<std::string>;
 
 void requireFile(const std::string& path) {
@@ -36,11 +37,15 @@ py::tuple names(const std::string& package) {
     }));
 }
 
-/// The package, and its kernels or the one that is named.
-py::tuple overview(const std::string& package, const KernelName& kernel) {
-    const auto found = run([&] { return kfab::overview::ofPackage(package, kernel); });
-    return py::make_tuple(record(found.package.value()),
-                          tuple(found.kernels, [](const auto& each) { return record(each); }));
+py::object info(const std::string& package) {
+    return record(
+        run([&] { return ofPackage(package, {}, kfab::overview::Depth::Package); }).package.value());
+}
+
+/// All kernels, or the one that is named.
+py::tuple kernels(const std::string& package, const KernelName& name) {
+    const auto found = run([&] { return ofPackage(package, name, kfab::overview::Depth::Descriptions); });
+    return tuple(found.kernels, [](const auto& each) { return record(each); });
 }
 
 py::tuple validate(const std::string& package, int flow) {
@@ -67,7 +72,7 @@ py::object compare(const std::string& old, const std::string& current, const Ker
 }
 
 py::str page(const std::string& package, const KernelName& kernel) {
-    return text(run([&] { return kfab::page::pageOf(kfab::overview::ofPackage(package, kernel)); }));
+    return text(run([&] { return kfab::page::pageOf(ofPackage(package, kernel)); }));
 }
 
 /// None where the package has no such file.
@@ -86,7 +91,8 @@ py::object read(const std::string& package, const std::string& member) {
 
 void defineReading(py::module_& module) {
     module.def("names", names);
-    module.def("overview", overview);
+    module.def("info", info);
+    module.def("kernels", kernels);
     module.def("validate", validate);
     module.def("verify", verify);
     module.def("lint", lint);

@@ -19,6 +19,7 @@ if TYPE_CHECKING:
     Progress = Callable[[int, int], object]
 
 _FLOWS = {"sw_emu": 0, "hw_emu": 1, "hw": 2}
+_LOWER = {upper: upper + 32 for upper in range(ord("A"), ord("Z") + 1)}
 _MOST_TOLD = 10  # of lint's errors, by an addition
 
 
@@ -80,23 +81,24 @@ class Package:
 
     def __iter__(self) -> Iterator[Kernel]:
         """All kernels of the package as it is now; what is added later does not appear."""
-        return iter(_core.overview(self._bytes(), None)[1])
+        return iter(_core.kernels(self._bytes(), None))
 
     def __contains__(self, item: object) -> bool:
         """Whether there is a kernel of the name, or this very kernel."""
         if isinstance(item, str):
-            return item.casefold() in (name.casefold() for name in self.names())
+            wanted = _folded(item)
+            return any(_folded(name) == wanted for name in self.names())
         return isinstance(item, Kernel) and any(kernel == item for kernel in self)
 
     def __getitem__(self, name: str) -> Kernel:
         """The kernel of the name; KernelNotFoundError, which is a KeyError, when there is none."""
-        kernel, = _core.overview(self._bytes(), text(name))[1]
+        kernel, = _core.kernels(self._bytes(), text(name))
         return kernel
 
     @property
     def info(self) -> PackageInfo:
         """The package as a whole: its size, its format, its digest."""
-        return _core.overview(self._bytes(), None)[0]
+        return _core.info(self._bytes())
 
     def read(self, member: str) -> bytes:
         """The bytes of a file in the package, as `kernel.files` names it; NotFoundError when there is none.
@@ -258,6 +260,11 @@ class Package:
         request.host_scripts, request.tcl_shell = paths(host_scripts), text(tcl_shell)
         request.replace_ip, request.reseal = replace_ip, reseal
         _core.customize(request, progress)
+
+
+def _folded(name: str) -> str:
+    """Names are the same in any case of the letters A to Z."""
+    return name.translate(_LOWER)
 
 
 def _addition(package: bytes, kernel_xml: StrPath, ip: StrPath | None, cpu_sources: Iterable[StrPath],

@@ -357,7 +357,7 @@ class Extracted(Record):
 
 @record(frozen=True, kw_only=True)
 class Description(Record):
-    """What the description of a kernel says of it, its profile and what lint finds included."""
+    """What the description of a kernel says of it, its profile included."""
 
     _shown = ("version", "vlnv")
     version: str
@@ -370,7 +370,6 @@ class Description(Record):
     address_maps: tuple[AddressMap, ...]
     arguments: tuple[Argument, ...]
     profile: Profile | None
-    lint: Lint
 
 
 @record(frozen=True, kw_only=True)
@@ -413,11 +412,6 @@ class Kernel(Record):
     def profile(self) -> Profile | None:
         """The figures of its synthesis, None where it has none."""
         return self._described.profile
-
-    @property
-    def lint(self) -> Lint:
-        """What lint finds in it."""
-        return self._described.lint
 
     @property
     def _described(self) -> Description:

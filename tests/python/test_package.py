@@ -117,8 +117,9 @@ def test_records_say_what_kp_says(package: Package) -> None:
     for kernel in kernels:
         if profile := kernel["description"]["profile"]:
             profile["top"] = profile["top"]["name"]
+        kernel["description"]["lint"] = package.lint(kernel["name"]).as_dict()
     agree({"package": info, "kernels": kernels}, "show", "vadd.kp")
-    assert {finding.code for finding in package.lint()} >= {"misaligned", "ip-register"} and package["odd"].lint.errors
+    assert {finding.code for finding in package.lint()} >= {"misaligned", "ip-register"} and package.lint("odd").errors
     agree(package.lint().as_dict(), "lint", "vadd.kp", status=1)
     assert package.page() == kp("page", "vadd.kp", "-o", "-") != package.page("odd")
 

@@ -69,7 +69,7 @@ std::size_t PackageFacts::require(const std::string& name) const {
     return static_cast<std::size_t>(found - entries_.begin());
 }
 
-KernelFacts PackageFacts::factsOf(std::size_t kernel) const {
+KernelFacts PackageFacts::describedFactsOf(std::size_t kernel) const {
     const Entry& entry = entries_[kernel];
     KernelFacts facts;
     facts.kernel = entry.name;
@@ -77,6 +77,12 @@ KernelFacts PackageFacts::factsOf(std::size_t kernel) const {
     facts.entry = EntryFacts{layout::manifest, entry.line, entry.topIp};
     std::string document = read(facts.document);
     documents::reading(facts.document, [&] { takeDescription(facts, std::move(document)); });
+    return facts;
+}
+
+KernelFacts PackageFacts::factsOf(std::size_t kernel) const {
+    KernelFacts facts = describedFactsOf(kernel);
+    const Entry& entry = entries_[kernel];
     takeIp(facts, entry);
     takeStrays(facts, entry.folder);
     std::sort(facts.strays.begin(), facts.strays.end());

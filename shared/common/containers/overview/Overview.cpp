@@ -95,10 +95,9 @@ void takeFacts(Kernel& kernel, const lint::KernelFacts& facts) {
     std::transform(facts.args.begin(), facts.args.end(), std::back_inserter(kernel.arguments), argumentOf);
     kernel.maps = addressMapsOf(facts);
     kernel.report = reportOf(facts.report);
-    kernel.findings = lint::examine(facts);
 }
 
-Kernel kernelOf(const lint::PackageFacts& package, std::size_t place) {
+Kernel kernelOf(const lint::PackageFacts& package, std::size_t place, Depth depth) {
     const KPContainer::Kernel& described = package.manifest().Kernels.Kernel.get(place);
     Kernel kernel;
     kernel.name = textIn(described.Name);
@@ -106,7 +105,10 @@ Kernel kernelOf(const lint::PackageFacts& package, std::size_t place) {
     kernel.document = HUTPathUtils::join(kernel.entry->folder, layout::kernelXml);
     kernel.files = filesOf(*kernel.entry, *package.archive());
     try {
-        takeFacts(kernel, package.factsOf(place));
+        const bool isChecked = depth == Depth::Findings;
+        const lint::KernelFacts facts = isChecked ? package.factsOf(place) : package.describedFactsOf(place);
+        takeFacts(kernel, facts);
+        if (isChecked) kernel.findings = lint::examine(facts);
     } catch (const HEXInterrupted&) {
         throw;
     } catch (const std::exception& unreadable) {
@@ -121,6 +123,7 @@ Overview ofFacts(const lint::KernelFacts& facts) {
     Kernel kernel;
     kernel.document = facts.document;
     takeFacts(kernel, facts);
+    kernel.findings = lint::examine(facts);
     Overview overview;
     overview.kernels.push_back(std::move(kernel));
     return overview;
@@ -128,18 +131,19 @@ Overview ofFacts(const lint::KernelFacts& facts) {
 
 }  // namespace
 
-Overview ofPackage(const std::string& path, const std::optional<std::string>& kernel) {
+Overview ofPackage(const std::string& path, const std::optional<std::string>& kernel, Depth depth) {
     if (path.empty() || !HUTFile::exists(path)) throw HEXFileNotFoundException(path);
     const lint::PackageFacts facts(path);
     Overview overview;
     overview.package = packageOf(facts);
+    if (depth == Depth::Package) return overview;
     if (kernel) {
-        overview.kernels.push_back(kernelOf(facts, facts.require(*kernel)));
+        overview.kernels.push_back(kernelOf(facts, facts.require(*kernel), depth));
         return overview;
     }
     for (std::size_t place = 0; place < facts.kernelCount(); ++place) {
         HUTInterrupt::check();
-        overview.kernels.push_back(kernelOf(facts, place));
+        overview.kernels.push_back(kernelOf(facts, place, depth));
     }
     return overview;
 }
