@@ -40,6 +40,8 @@ void defineAddition(py::module_& module) {
         .def_readwrite("top_ip", &KernelAddition::topIpDir)
         .def_readwrite("replace", &KernelAddition::replace)
         .def_readwrite("update", &KernelAddition::update)
+        .def_property("jobs", nullptr,
+                      [](KernelAddition& addition, std::size_t jobs) { addition.jobs = jobsOf(jobs); })
         .def_readwrite("check_version", &KernelAddition::checkVersion)
         .def_readwrite("replace_ip", &KernelAddition::changesOtherIps)
         .def_property("layout", nullptr,
@@ -89,10 +91,10 @@ void merge(const std::string& package, const std::vector<std::string>& inputs, b
     });
 }
 
-void addCaches(const std::string& package, const std::string& directory, bool reseal,
+void addCaches(const std::string& package, const std::string& directory, bool reseal, std::size_t jobs,
                const py::object& progress) {
     const IpCacheAddition addition{package, directory, OtherLayout::Refuse,
-                                   reseal ? BrokenSeal::Renew : BrokenSeal::Refuse};
+                                   reseal ? BrokenSeal::Renew : BrokenSeal::Refuse, jobsOf(jobs)};
     run(progress, [&] {
         for (const std::string& path : {package, directory})
             if (!HUTFile::exists(path)) throw HEXFileNotFoundException(path);
@@ -137,13 +139,14 @@ std::vector<Extracted> extractKernels(KernelExtraction request, bool all) {
 
 py::tuple extract(const std::string& package, const std::optional<std::string>& kernel,
                   const std::string& directory, bool ownIp, bool checkVersion, bool overwrite,
-                  const py::object& progress) {
+                  std::size_t jobs, const py::object& progress) {
     const KernelExtraction request{.kpPath = package,
                                    .kernelName = kernel.value_or(""),
                                    .destination = directory,
                                    .checkVersion = checkVersion,
                                    .replacesFiles = overwrite,
-                                   .ownIp = ownIp};
+                                   .ownIp = ownIp,
+                                   .jobs = jobsOf(jobs)};
     return tuple(run(progress, [&] { return extractKernels(request, !kernel); }),
                  [](const Extracted& extracted) {
                      return make("Extracted", "name"_a = text(extracted.name),

@@ -57,6 +57,8 @@ void defineCustomization(py::module_& module) {
         .def_readwrite("tcl_shell", &KernelCustomization::tclShell)
         .def_readwrite("replace_ip", &KernelCustomization::replacesIp)
         .def_readwrite("reseal", &KernelCustomization::renewsSeals)
+        .def_property("jobs", nullptr,
+                      [](KernelCustomization& request, std::size_t jobs) { request.jobs = jobsOf(jobs); })
         .def_property("params", nullptr, setParams);
     module.def("customize", customize);
 }

@@ -5,6 +5,8 @@
 #include "containers/lint/Outcome.h"
 #include "containers/overview/Records.h"
 
+#include <cstddef>
+
 #include <pybind11/pybind11.h>
 
 /// What the module is made of.
@@ -20,6 +22,9 @@ py::object record(const kfab::lint::Outcome& outcome);
 py::object record(const kfab::compare::Comparison& comparison);
 py::tuple records(const PackageVerification& verification);
 /// @}
+
+/// As many threads as are given, for 0 all usable cores.
+std::size_t jobsOf(std::size_t given);
 
 /// What the library throws becomes the exceptions of `kernelpackage._errors`.
 void translateErrors();

@@ -58,8 +58,8 @@ py::tuple validate(const std::string& package, int flow) {
     }));
 }
 
-py::tuple verify(const std::string& package, const py::object& progress) {
-    const auto found = run(progress, [&] { return PackageVerification::of(package); });
+py::tuple verify(const std::string& package, std::size_t jobs, const py::object& progress) {
+    const auto found = run(progress, [&] { return PackageVerification::of(package, jobsOf(jobs)); });
     return py::make_tuple(text(PackageVerification::digestText(found.digest)), records(found));
 }
 

@@ -20,6 +20,7 @@ if TYPE_CHECKING:
 
 _FLOWS = {"sw_emu": 0, "hw_emu": 1, "hw": 2}
 _LOWER = {upper: upper + 32 for upper in range(ord("A"), ord("Z") + 1)}
+_MOST_JOBS = 1024
 _MOST_TOLD = 10  # of lint's errors, by an addition
 
 
@@ -33,6 +34,7 @@ class Package:
     Names of kernels are found in any case of letters. What fails raises KernelPackageError, and Ctrl-C ends what takes
     long. `progress` is called with the number of bytes that are done and their total, now and then; where work has
     several stretches, such as looking at the digest and writing, each begins at 0. What it raises ends the work as well.
+    `jobs` is how many cores may take part, all that the process may use unless given; the bytes do not depend on it.
 
     >>> package = Package("vadd.kp")
     >>> package.add("vadd/kernel.xml", ip="vadd/ip", report="vadd/design.xml")
@@ -123,7 +125,7 @@ class Package:
             raise ValueError(f"{flow!r} is none of the flows {', '.join(_FLOWS)}")
         return list(_core.validate(self._bytes(), _FLOWS[flow]))
 
-    def verify(self, *, progress: Progress | None = None) -> list[Finding]:
+    def verify(self, *, jobs: int | None = None, progress: Progress | None = None) -> list[Finding]:
         """Check the digest, the structure of the archive, all data, and that all is there; [] when all is well.
 
         A digest that does not hold is a finding of the code "digest"; the other codes are those of `kp verify`.
@@ -131,7 +133,7 @@ class Package:
         >>> Package("vadd.kp").verify()
         []
         """
-        digest, findings = _core.verify(self._bytes(), progress)
+        digest, findings = _core.verify(self._bytes(), _number_of(jobs), progress)
         if digest == "valid":
             return list(findings)
         words = {"missing": "is missing", "unreadable": "cannot be read",
@@ -169,7 +171,8 @@ class Package:
             report: StrPath | None = None, ip_instance: StrPath | None = None, debug_dir: StrPath | None = None,
             hls_dir: StrPath | None = None, project: str = "", top_ip: str = ".", name: str | None = None,
             layout: str | None = None, replace_ip: bool = False, reseal: bool = False, check_version: bool = False,
-            lint: bool = True, strict: bool = False, progress: Progress | None = None) -> None:
+            lint: bool = True, strict: bool = False, jobs: int | None = None,
+            progress: Progress | None = None) -> None:
         """Add a kernel, and make the package where there is none.
 
         `kernel_xml` is its description, `ip` the directory of its packaged IP, `report` a synthesis report for its
@@ -180,7 +183,7 @@ class Package:
         `reseal` is False; an IP that other kernels use as well is replaced by another one only with `replace_ip`.
         """
         addition = _addition(self._bytes(), kernel_xml, ip, cpu_sources, sw_emu, pdi, shim, report, ip_instance,
-                             debug_dir, hls_dir, project, top_ip, name, layout, replace_ip, reseal, check_version)
+                             debug_dir, hls_dir, project, top_ip, name, layout, replace_ip, reseal, check_version, jobs)
         _add(addition, lint, strict, progress)
 
     def replace(self, kernel_xml: StrPath, *, ip: StrPath | None = None, cpu_sources: Iterable[StrPath] = (),
@@ -188,15 +191,16 @@ class Package:
                 report: StrPath | None = None, ip_instance: StrPath | None = None, debug_dir: StrPath | None = None,
                 hls_dir: StrPath | None = None, project: str = "", top_ip: str = ".", name: str | None = None,
                 layout: str | None = None, replace_ip: bool = False, reseal: bool = False, check_version: bool = False,
-                lint: bool = True, strict: bool = False, progress: Progress | None = None) -> None:
+                lint: bool = True, strict: bool = False, jobs: int | None = None,
+                progress: Progress | None = None) -> None:
         """As add, in the place of the kernel of the name, if there is one."""
         addition = _addition(self._bytes(), kernel_xml, ip, cpu_sources, sw_emu, pdi, shim, report, ip_instance,
-                             debug_dir, hls_dir, project, top_ip, name, layout, replace_ip, reseal, check_version)
+                             debug_dir, hls_dir, project, top_ip, name, layout, replace_ip, reseal, check_version, jobs)
         addition.replace = addition.update = True
         _add(addition, lint, strict, progress)
 
     def update(self, name: str, *, pdi: Iterable[StrPath] = (), shim: StrPath | None = None, reseal: bool = False,
-               check_version: bool = False, progress: Progress | None = None) -> None:
+               check_version: bool = False, jobs: int | None = None, progress: Progress | None = None) -> None:
         """Add device images and a shim solution to a kernel that is there, and leave the rest of it."""
         if name not in self:
             raise KernelNotFoundError(f"Kernel '{name}' was not found inside KP container '{self.path}'")
@@ -205,6 +209,7 @@ class Package:
         addition.pdi, addition.shim = paths(pdi), path_or_empty(shim)
         addition.layout, addition.replace_ip = b"", False
         addition.reseal, addition.check_version, addition.update = reseal, check_version, True
+        addition.jobs = _number_of(jobs)
         _core.add(addition, progress)
 
     def remove(self, *names: str, reseal: bool = False, progress: Progress | None = None) -> None:
@@ -221,12 +226,13 @@ class Package:
         """
         _core.merge(self._bytes(), paths(packages), sort, check_version, reseal, progress)
 
-    def add_caches(self, directory: StrPath, *, reseal: bool = False, progress: Progress | None = None) -> None:
+    def add_caches(self, directory: StrPath, *, reseal: bool = False, jobs: int | None = None,
+                   progress: Progress | None = None) -> None:
         """Add IP caches: each directory, from this one down, that holds a ".qmr" file, under its own name."""
-        _core.add_caches(self._bytes(), path(directory), reseal, progress)
+        _core.add_caches(self._bytes(), path(directory), reseal, _number_of(jobs), progress)
 
     def extract(self, directory: StrPath, kernel: str | None = None, *, own_ip: bool = False,
-                check_version: bool = False, overwrite: bool = False,
+                check_version: bool = False, overwrite: bool = False, jobs: int | None = None,
                 progress: Progress | None = None) -> list[Extracted]:
         """Extract all kernels, or one, to a directory, which is created where missing, and tell where they lie.
 
@@ -239,12 +245,13 @@ class Package:
         if own_ip and kernel is None:
             raise TypeError("extract() takes own_ip only with the name of a kernel")
         return list(_core.extract(self._bytes(), text_or_none(kernel), path(directory), own_ip, check_version,
-                                  overwrite, progress))
+                                  overwrite, _number_of(jobs), progress))
 
 
     def customize(self, kernel: str, name: str, output: StrPath, *, tcl_shell: str,
                   params: Mapping[str, str | int] | None = None, board: str = "", host_scripts: Iterable[StrPath] = (),
-                  replace_ip: bool = False, reseal: bool = False, progress: Progress | None = None) -> None:
+                  replace_ip: bool = False, reseal: bool = False, jobs: int | None = None,
+                  progress: Progress | None = None) -> None:
         """Make an RTL kernel with other IP parameters, or for a board, and add it under a new name to a package.
 
         The scripts that this takes run in `tcl_shell`, the command line of a design tool's shell, as a child process,
@@ -258,8 +265,17 @@ class Package:
         request.kernel, request.name, request.board = text(kernel), text(name), text(board)
         request.params = {text(param): text(str(value)) for param, value in (params or {}).items()}
         request.host_scripts, request.tcl_shell = paths(host_scripts), text(tcl_shell)
-        request.replace_ip, request.reseal = replace_ip, reseal
+        request.replace_ip, request.reseal, request.jobs = replace_ip, reseal, _number_of(jobs)
         _core.customize(request, progress)
+
+
+def _number_of(jobs: int | None) -> int:
+    """0 for all usable cores."""
+    if jobs is None:
+        return 0
+    if not 1 <= jobs <= _MOST_JOBS:
+        raise ValueError(f"jobs is a number from 1 to {_MOST_JOBS}, not {jobs}")
+    return jobs
 
 
 def _folded(name: str) -> str:
@@ -271,7 +287,7 @@ def _addition(package: bytes, kernel_xml: StrPath, ip: StrPath | None, cpu_sourc
               sw_emu: Iterable[StrPath], pdi: Iterable[StrPath], shim: StrPath | None, report: StrPath | None,
               ip_instance: StrPath | None, debug_dir: StrPath | None, hls_dir: StrPath | None, project: str,
               top_ip: str, name: str | None, layout: str | None, replace_ip: bool, reseal: bool,
-              check_version: bool) -> _core.KernelAddition:
+              check_version: bool, jobs: int | None) -> _core.KernelAddition:
     if layout not in (None, "repo", "kernel"):
         raise ValueError(f"{layout!r} is none of the layouts repo, kernel")
     addition = _core.KernelAddition()
@@ -282,7 +298,7 @@ def _addition(package: bytes, kernel_xml: StrPath, ip: StrPath | None, cpu_sourc
     addition.debug_dir, addition.hls_dir = path_or_empty(debug_dir), path_or_empty(hls_dir)
     addition.project, addition.top_ip = text(project), text(top_ip)
     addition.layout, addition.replace_ip = text(layout or ""), replace_ip
-    addition.reseal, addition.check_version = reseal, check_version
+    addition.reseal, addition.check_version, addition.jobs = reseal, check_version, _number_of(jobs)
     addition.kernel_xml = description = path(kernel_xml)
     addition.kernel = _core.name_in(description) if name is None else text(name)
     return addition

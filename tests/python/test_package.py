@@ -6,6 +6,7 @@ import json
 import logging
 import os
 import pickle
+import random
 import re
 import zipfile
 from collections.abc import Callable, Iterator
@@ -30,7 +31,7 @@ def same_files(one: str, other: str) -> bool:
 
 
 def test_changes_give_the_bytes_that_kp_gives(package: Package) -> None:
-    Path("image.pdi").write_bytes(b"image")
+    Path("image.pdi").write_bytes(random.Random(1).randbytes(1 << 22) * 2)
     Path("caches/one").mkdir(parents=True)
     Path("caches/one/a.qmr").write_bytes(b"cache")
     more = derived("more")
@@ -41,7 +42,7 @@ def test_changes_give_the_bytes_that_kp_gives(package: Package) -> None:
         (["add", "*", more, "--ip", "vadd/ip", "--hls-dir", "vadd/src", "--project", "p"],
          lambda: package.add(more, ip="vadd/ip", hls_dir="vadd/src", project="p")),
         (["add", "*", "--update", "--name", "MORE", "--pdi", "image.pdi"],
-         lambda: package.update("MORE", pdi=["image.pdi"])),
+         lambda: package.update("MORE", pdi=["image.pdi"], jobs=3)),
         (["add-cache", "*", "caches"], lambda: package.add_caches("caches")),
         (["add", "*", more, *source, "--replace"], lambda: package.replace(more, cpu_sources=["vadd/src/vadd.cpp"])),
         (["remove", "*", "vadd"], lambda: package.remove("vadd")),
@@ -219,6 +220,7 @@ def test_wrong_use_is_told_as_python_does(package: Package) -> None:
         (TypeError, package.add, ("vadd/kernel.xml",), {"ip": 1.5}), (ValueError, package.add, ("a",), {"layout": "x"}),
         (TypeError, package.add, ("vadd/kernel.xml",), {"project": None}), (TypeError, package.merge, ([None],), {}),
         (TypeError, package.remove, (), {}), (ValueError, package.validate, ("fpga",), {}),
+        (ValueError, package.verify, (), {"jobs": 0}), (TypeError, package.verify, (), {"jobs": "2"}),
         (TypeError, package.extract, ("out",), {"own_ip": True}), (ValueError, package.extract, ("a\0",), {}),
         (TypeError, package.verify, (), {"progress": 7}), (TypeError, KernelDescription.new, ("vadd/ip", 7), {}),
         (TypeError, KernelDescription.new, ("vadd/ip", PROTOTYPE), {"offsets": {"a": "0x10"}}),
