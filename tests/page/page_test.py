@@ -7,13 +7,14 @@ import unittest
 from pathlib import Path
 from xml.sax.saxutils import escape
 
-sys.path[:0] = [str(Path(__file__).resolve().parents[1] / "cli"), str(Path(__file__).resolve().parents[2] / "benchmarks")]
+HERE = Path(__file__).resolve().parent
+sys.path[:0] = [str(HERE.parent / "cli"), str(HERE.parents[1] / "benchmarks")]
 
 import make_inputs
 from browser import Browser
 from kp_case import KpCase, run
 
-ASK = Path(__file__).with_name("page.js").read_text()
+ASK = HERE.joinpath("page.js").read_text()
 WIDTHS = (400, 700, 1000, 1600)
 # As they stand in documents, and as people see them.
 HOSTILE = {"<script>alert(1)": None, "\"'><img src=x onerror=alert(1)>": None, "--></style><b>]]>": None,
@@ -68,7 +69,7 @@ class PageTest(KpCase):
             self.assertEqual(([], []), (self.ask("overflows(arguments[0])", scrolls_too), self.ask("collisions()")), width)
         self.assertEqual([], self.ask("barriers()"))
 
-    def pack(self, name, texts, **more):
+    def pack(self, name, texts):
         """A package with the texts as names of the kernel, of ports, arguments, instances and so on."""
         kernel, vlnv, port, argument, instance, module, kind = (escape(text, {'"': "&quot;"}) for text in texts)
         description = Path("vadd/kernel.xml").read_text()
@@ -76,7 +77,7 @@ class PageTest(KpCase):
                          ('name="a"', f'name="{argument}"'), ('type="uint*"', f'type="{kind}"'), ("</ports>", "".join(
                              f'<port name="s{at}{port}" mode="{mode}" range="0x0" dataWidth="512" portType="stream" base="0x0"/>'
                              for at, mode in enumerate(("slave", "master", "neither"))) + "</ports>"),
-                         ('offset="0x34"', 'offset="0x2C"'), ('size="0x8" offset="0x28"', 'size="0x8" offset="0xFFC"')):
+                         ('offset="0x34"', 'offset="0x20"'), ('size="0x8" offset="0x28"', 'size="0x8" offset="0xFFC"')):
             self.assertIn(old, description)
             description = description.replace(old, new)
         Path("named.xml").write_text(description)
@@ -119,6 +120,14 @@ class PageTest(KpCase):
         Path("styled.html").write_text(page.replace('<main', '<main style="color: red"'))
         complaints, _ = self.browser.load(Path("styled.html"))
         self.assertRegex("".join(complaints), "Content Security Policy")
+
+    def test_all_of_what_a_page_has(self):
+        page = self.show("named.html", self.pack("named.kp", ["k", "v:l:n:1.0", "p", "a", "i", "m", "t"]))
+        page = re.sub(r">[\d.]+ KiB, 3 files", ">9.9 KiB, 3 files", page[page.index("<body"):])  # as deflated here
+        page = re.sub(r">[-\d]+ [\d:]+ UTC by", ">2020-02-02 20:20 UTC by", re.sub(r"(sha256:)[\da-f]+", r"\1...", page))
+        before, files, after = page.partition("<h3>Files</h3>")
+        page = before + files + re.sub(r"[\d.]+ (B|KiB)(</td>\n</tr>)", r"... \1\2", after)
+        self.assertEqual(HERE.joinpath("page.html").read_text(), page)
 
     def test_it_is_legible_in_both_schemes_and_on_paper(self):
         self.show("named.html", self.pack("named.kp", ["k", "v", "p", "a", "i", "m", "t"]))
@@ -189,6 +198,14 @@ class PageTest(KpCase):
             self.show("k.html", "k.xml")
             self.expect_laid_out(widths=(400,), scrolls_too=False)
             self.assertEqual(drawn, self.ask("all('.mark').length"), target)
+        # Nothing is told of the module at the top; no port, argument and report.
+        for document, told in ((text.replace("</root>", "<profile>" + report.replace("<ModuleName>vadd<", "<ModuleName>none<", 1) + "</root>"),
+                                "The report says nothing of the module at the top."),
+                               (re.sub("(?s)(<ports>|<args>).*?(</ports>|</args>)", r"\1\2", text), "none")):
+            Path("k.xml").write_text(document)
+            self.show("k.html", "k.xml")
+            self.expect_laid_out(widths=(400,))
+            self.assertEqual(told, self.ask("document.querySelector('h3 + p').textContent"))
 
     def test_what_it_replaces(self):
         self.add("vadd.kp")

@@ -42,7 +42,7 @@ a { color: var(--link); }
 .doubtful { color: var(--doubtful); }
 .bad { color: var(--bad); }
 .good, .doubtful, .bad { font-weight: 600; }
-code, .code { font-family: ui-monospace, "DejaVu Sans Mono", Menlo, Consolas, monospace; font-size: .92em; }
+code { font-family: ui-monospace, "DejaVu Sans Mono", Menlo, Consolas, monospace; font-size: .92em; }
 
 .facts { display: grid; grid-template-columns: max-content minmax(0, 1fr); gap: .25rem 1.5rem; }
 .facts div { display: contents; }
@@ -69,7 +69,6 @@ td.good { font-weight: 400; }
 svg { display: block; }
 svg text { font: 13px ui-monospace, "DejaVu Sans Mono", Menlo, Consolas, monospace; fill: var(--ink); unicode-bidi: isolate; }
 svg .quiet { fill: var(--quiet); font-size: 11px; font-weight: 400; }
-svg .bad { fill: var(--bad); }
 svg .strong { font-weight: 600; }
 .picture { width: 100%; height: auto; max-width: 30rem; margin-bottom: .5rem; }
 .box { fill: var(--panel); stroke: var(--ink); stroke-width: 1.5; }
@@ -106,7 +105,6 @@ details[open] > summary.row::before { content: "\25BE" / ""; }
 .findings { padding-left: 1.25rem; }
 .findings li { margin-bottom: .75rem; }
 .findings p { margin: 0; }
-footer { margin-top: 3rem; color: var(--quiet); font-size: .85rem; }
 
 @media (min-width: 62rem) {
     .pair { display: grid; grid-template-columns: minmax(0, 1fr) minmax(0, 1fr); gap: 0 2rem; align-items: start; }
