@@ -9,7 +9,7 @@ tools/install-deps.sh lint
 cmake --preset release --log-level=WARNING >/dev/null
 tools/doors.py
 cmake --build --preset release --target all_verify_interface_header_sets
-(($#)) || set -- platform shared cli benchmarks tests
+(($#)) || set -- platform shared cli python benchmarks tests
 log=build/release/lint.log
 run-clang-tidy -quiet -j "$(nproc)" -p build/release "${@/#/^$PWD/}" >"$log" 2>/dev/null ||
     { grep -v '^clang-tidy' "$log" >&2; exit 1; }

@@ -5,6 +5,7 @@
 
 #include <exception>
 #include <string>
+#include <utility>
 
 #include "python/core/Parts.h"
 #include "python/core/Text.h"
@@ -33,9 +34,9 @@ void raise(const HEXAll& failure) {
 }
 
 /// The more special ones first.
-void translate(const std::exception_ptr& thrown) {
+void translate(std::exception_ptr thrown) {
     try {
-        std::rethrow_exception(thrown);
+        std::rethrow_exception(std::move(thrown));
     } catch (const HEXInterrupted& failure) {
         PyErr_SetString(PyExc_KeyboardInterrupt, failure.what());
     } catch (const HEXAll& failure) {
@@ -61,7 +62,7 @@ void translate(const std::exception_ptr& thrown) {
 
 void translateErrors() {
     py::register_exception_translator([](std::exception_ptr thrown) {
-        if (thrown) translate(thrown);
+        if (thrown) translate(std::move(thrown));
     });
 }
 
