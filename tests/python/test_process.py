@@ -1,10 +1,12 @@
 """What the module is within a process: progress, interruption, threads, memory, types and documents."""
 
 import ast
+import copy
 import doctest
 import gc
 import inspect
 import os
+import random
 import resource
 import signal
 import subprocess
@@ -13,6 +15,7 @@ import threading
 import time
 from collections.abc import Callable, Iterator
 from pathlib import Path
+from typing import Any
 
 import pytest
 from conftest import derived
@@ -125,7 +128,7 @@ def test_threads_work_at_once(package: Package) -> None:
         while not stop.is_set():
             present = package.names()
             assert len(present) >= seen and [kernel.name for kernel in package][:len(present)] == present
-            assert package.verify() == [] and not package.diff(package)
+            assert package.verify() == [] and not package.diff(package).breaking
             seen = len(present)
 
     other = Package("other.kp")
@@ -206,6 +209,25 @@ def test_examples_in_docstrings_hold(directory: Path) -> None:
     test = doctest.DocTestParser().get_doctest(texts, dict(vars(kernelpackage)), "docstrings", None, None)
     assert len(test.examples) > 15
     assert doctest.DocTestRunner().run(test).failed == 0
+
+
+def test_nothing_that_is_passed_ends_the_interpreter(package: Package) -> None:
+    junk: list[Any] = [None, 0, -1, 1 << 70, 1.5, "", "vadd.kp", "\udcff", "a\0b", b"", b"\xff", [], ["x"], {}, {"a": 1},
+                       object(), package, type, iter([]), lambda *_: 1 / 0, "x" * 100000, [b"y"] * 10000]
+    core = kernelpackage._core
+    called = [getattr(owner, name) for owner in (core, kernelpackage, package, kernelpackage.KernelDescription)
+              for name in dir(owner) if name[0] != "_" and name != "end_all" and callable(getattr(owner, name))]
+    assert len(called) > 70
+    choice = random.Random(1)
+    for _ in range(5000):
+        function, arguments = choice.choice(called), choice.choices(junk, k=choice.randrange(7))
+        try:
+            function(*arguments)
+        except Exception as failure:
+            assert str(failure) or isinstance(failure, KeyError), (function, arguments)
+    for kind in (core.KernelAddition, core.KernelRequest, core.KernelCustomization):
+        with pytest.raises(TypeError):
+            getattr(kind.__new__(kind), "name", None) or copy.copy(kind())
 
 
 def test_importing_is_quick() -> None:
