@@ -4,8 +4,10 @@
 #include "platform/files/HUTPathUtils.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cwchar>
+#include <iterator>
 #include <numeric>
 
 #include <locale.h>
@@ -61,24 +63,46 @@ std::wstring_view tail(std::wstring_view text, std::size_t columns) {
     return text.substr(begin);
 }
 
-/// Separators of lines, and what changes the direction of the text.
+struct Range {
+    wchar_t first, last;
+};
+
+/// What is not seen: separators of lines, what changes the direction of the text, and what has no width.
+constexpr Range treacherous[] = {{0xad, 0xad},     {0x34f, 0x34f},     {0x61c, 0x61c},    {0x115f, 0x1160},
+                                 {0x17b4, 0x17b5}, {0x180b, 0x180f},   {0x200b, 0x200f},  {0x2028, 0x202e},
+                                 {0x2060, 0x206f}, {0x3164, 0x3164},   {0xfeff, 0xfeff},  {0xffa0, 0xffa0},
+                                 {0xfff9, 0xfffb}, {0x1d173, 0x1d17a}, {0xe0000, 0xe0fff}};
+
 bool isTreacherous(wchar_t character) {
-    return character == 0x61c || character == 0x200e || character == 0x200f ||
-           (character >= 0x2028 && character <= 0x202e) || (character >= 0x2066 && character <= 0x2069);
+    return std::any_of(std::begin(treacherous), std::end(treacherous), [&](const Range& range) {
+        return range.first <= character && character <= range.last;
+    });
+}
+
+/// So many marks may combine with a character. More of them would cover what is around it.
+constexpr std::size_t mostMarks = 8;
+
+std::wstring escaped(wchar_t character) {
+    std::array<wchar_t, 16> text{};
+    (void)std::swprintf(text.data(), text.size(), character > 0xffff ? L"\\U%08x" : L"\\u%04x",
+                        static_cast<unsigned>(character));
+    return text.data();
 }
 
 }  // namespace
 
 std::string displayed(std::string_view text) {
+    std::string shown = HUTPathUtils::shown(text);
+    if (std::all_of(shown.begin(), shown.end(), [](char each) { return (each & 0x80) == 0; })) return shown;
+    const UnicodeCharacters characters;
     std::wstring result;
-    for (const wchar_t character : HI18N::convert(HUTPathUtils::shown(text))) {
-        if (!isTreacherous(character)) {
+    std::size_t marks = 0;
+    for (const wchar_t character : HI18N::convert(shown)) {
+        marks = characters.width(character) == 0 ? marks + 1 : 0;
+        if (isTreacherous(character) || marks > mostMarks)
+            result += escaped(character);
+        else
             result += character;
-            continue;
-        }
-        wchar_t escaped[16];
-        (void)std::swprintf(escaped, std::size(escaped), L"\\u%04x", static_cast<unsigned>(character));
-        result += escaped;
     }
     return HI18N::convert(result);
 }

@@ -10,8 +10,9 @@
 /// Texts as people see them, in columns: wide characters take two, combining marks none.
 namespace display {
 
-/// The text fit for a terminal or a page: what could move the cursor or turn the order of characters round is
-/// escaped, and bytes that are no UTF-8 are. What is fit already stays as it is.
+/// The text fit for a terminal or a page: what could move the cursor, turn the order of characters round or
+/// cover what is around it is escaped, and so are what is not seen and bytes that are no UTF-8. What is fit
+/// already stays as it is.
 KP_EXPORT std::string displayed(std::string_view text);
 
 // Of texts that are displayed.
