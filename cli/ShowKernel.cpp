@@ -1,3 +1,4 @@
+#include "cli/LintOutput.h"
 #include "cli/ShowOutput.h"
 #include "cli/TextPage.h"
 #include "containers/kernel/NumberText.h"
@@ -105,15 +106,15 @@ void showFindings(TextPage& page, const kfab::lint::Outcome& outcome) {
     using kfab::lint::Severity;
     page.heading("Lint");
     if (outcome.findings.empty() && outcome.unchecked.empty()) page.paragraph("clean", Colour::Good);
-    for (const kfab::lint::Finding& finding : outcome.findings) {
-        const Colour colour = finding.rule->severity == Severity::Error ? Colour::Bad : Colour::Doubtful;
-        page.paragraph(severityText(finding.rule->severity) + (": " + displayed(finding.text)) + " [" +
-                           finding.rule->code + "]",
-                       colour);
-    }
-    for (const kfab::lint::Unchecked& unchecked : outcome.unchecked)
+    page.each(outcome.findings, [&](const kfab::lint::Finding& finding) {
+        const Severity severity = finding.rule->severity;
+        page.paragraph(displayed(lintLine(finding, severityText(severity))),
+                       severity == Severity::Error ? Colour::Bad : Colour::Doubtful);
+    });
+    page.each(outcome.unchecked, [&](const kfab::lint::Unchecked& unchecked) {
         page.paragraph("unchecked: " + displayed(unchecked.reason) + " [" + unchecked.code + "]",
                        Colour::Quiet);
+    });
 }
 
 }  // namespace
@@ -122,8 +123,7 @@ void showKernel(TextPage& page, const Kernel& kernel) {
     showIdentity(page, kernel);
     if (kernel.problem.empty()) {
         showPorts(page, kernel);
-        for (const AddressMap& map : kernel.maps)
-            showMap(page, map);
+        page.each(kernel.maps, [&](const AddressMap& map) { showMap(page, map); });
         showArguments(page, kernel);
         showReport(page, kernel.report);
     }

@@ -17,6 +17,10 @@ std::string Style::coloured(std::string_view text, Colour colour) const {
     return codes[static_cast<std::size_t>(colour)] + std::string(text) + "\x1b[0m";
 }
 
+std::string Style::rest(std::size_t count) const {
+    return std::string(ellipsis()) + " and " + std::to_string(count) + " more";
+}
+
 std::string Style::bar(double share, std::size_t width) const {
     constexpr const char* pieces[] = {"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};
     if (!(share > 0)) return {};

@@ -20,6 +20,8 @@ struct Style {
     std::string coloured(std::string_view text, Colour colour) const;
     /// What stands for what was left out.
     const char* ellipsis() const { return isUtf8 ? "…" : "..."; }
+    /// Tells of so many things that were left out.
+    std::string rest(std::size_t count) const;
     /// A bar as long as the share, which is at most 1, of a width in columns; nothing for nothing.
     std::string bar(double share, std::size_t width) const;
 

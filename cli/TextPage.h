@@ -3,6 +3,7 @@
 #include "cli/Style.h"
 #include "cli/TextTable.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <iosfwd>
 #include <string>
@@ -26,10 +27,18 @@ public:
     /// A label, and a name or path in one line.
     void name(std::string_view label, const std::string& text);
     void paragraph(const std::string& text, Colour colour = Colour::None);
-    void table(const TextTable& table, std::size_t most = longestTable);
+    void table(const TextTable& table, std::size_t most = longestList);
+
+    /// Shows each, of many only the first ones, and then how many more there are.
+    template <class Items, class Show>
+    void each(const Items& items, const Show& show) {
+        const std::size_t shown = std::min(items.size(), longestList);
+        std::for_each_n(items.begin(), shown, show);
+        if (shown < items.size()) paragraph(style_.rest(items.size() - shown), Colour::Quiet);
+    }
 
 private:
-    static constexpr std::size_t longestTable = 100;
+    static constexpr std::size_t longestList = 100;
 
     void lines(const std::string& lead, const std::string& text, Colour colour);
 

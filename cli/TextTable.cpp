@@ -96,8 +96,7 @@ void TextTable::print(std::ostream& out, const Style& style, std::size_t width, 
         titles.push_back({column.title, Colour::Quiet});
     printRow(titles);
     std::for_each_n(rows_.begin(), shown, printRow);
-    if (shown < rows_.size())
-        out << std::string(indent, ' ') << style.ellipsis() << " and " << rows_.size() - shown << " more\n";
+    if (shown < rows_.size()) out << std::string(indent, ' ') << style.rest(rows_.size() - shown) << '\n';
 }
 
 }  // namespace cli

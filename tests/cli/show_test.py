@@ -117,22 +117,23 @@ class ShowTest(KpCase):
         self.assertFalse(SCHEMA.is_valid({"package": None, "kernels": [kernel]}))
 
     def test_many_kernels_are_a_table_whatever_their_names(self):
-        names = ["x" * 200, "計算" * 20, "e\u0301" * 40, "re\u202everse", "two\nlines\x9b2J", "ünï"]
+        names = ["x" * 200, "計算" * 20, "e\u0301" * 40, "re\u202everse", "\u200bo" + "\u0302" * 10, "two\nlines\x9b2J", "ünï"]
         self.add("p.kp", "--report", "vadd/design.xml")
         for name in names:
             self.change(('name="vadd"', 'name="' + name.replace("\n", "&#10;") + '"'))
             self.expect(["add", "p.kp", "k.xml", "--cpu-source", "vadd/src/vadd.cpp", "--no-lint"], 0)
         table = """
-7 kernels
+8 kernels
   Name                    LUT  Timing        Lint
   vadd                    655  met 2.92/3.5  clean
   xxxxxxxxxxx…xxxxxxxxxx    -  -             clean
   計算計算計…算計算計算     -  -             1 error
   E…E    -  -             1 error
   re\\u202everse             -  -             1 error
+  \\u200boO\\u0302\\u0302       -  -             1 error
   two\\x0alines\\xc2\\x9b2J    -  -             1 error
   ünï                       -  -             1 error
-""".replace("E…E", "e\u0301" * 11 + "…" + "e\u0301" * 10)
+""".replace("oO", "o" + "\u0302" * 8).replace("E…E", "e\u0301" * 11 + "…" + "e\u0301" * 10)
         self.assertEqual(table, self.shown("p.kp", width=52)[-len(table):])
         for width in (20, 33, 80, 130):
             self.assertEqual(len(names) + 3, len(self.shown("p.kp", width=width).split("\n\n")[1].splitlines()))
@@ -170,7 +171,7 @@ class ShowTest(KpCase):
     0x30  3.9 KiB                     free
    0xFFC      8 B  a                  address  m_read    BEYOND RANGE
 """, "  m_write    master  addressable    32  manymanymanymanym…manymanymanymany   0x0\n", "\n  Timing     MISSED: needs 3.92 of 3.5, target 4 less uncertainty 0.5\n",
-                     "\n  error: argument 'length' begins at 0x2C, before argument 'out' ends at 0x30\n  [overlap]\n"):
+                     "\n  vadd/kernel.xml:13: error: argument 'length' begins at 0x2C, before argument\n  'out' ends at 0x30 [overlap]\n"):
             self.assertIn(text, page)
         self.assertRegex(page, r"\n  │ └ </x>r+…r+  vadd_")
         description = self.described("p.kp", "VADD")["kernels"][0]["description"]
@@ -178,6 +179,22 @@ class ShowTest(KpCase):
         self.assertEqual([("gap", 0, False), ("value", 4, False), ("pointer", 0, True)],
                          [(each["use"], each["shared"], each["isBeyond"]) for each in
                           (description["addressMaps"][0]["stretches"][at] for at in (1, 5, 7))])
+
+    def test_more_than_eyes_or_memory_take(self):
+        text = Path("vadd/kernel.xml").read_text()
+        argument, port = (re.search(f' *<{kind} name="{name}".*\n', text)[0] for kind, name in (("arg", "length"), ("port", "s_control")))
+        Path("k.xml").write_text(text.replace(argument, argument * 300).replace(port, "".join(port.replace("s_control", f"s{at}") for at in range(300))))
+        page = self.shown("k.xml")
+        self.assertEqual([100, 4], [len(re.findall(pattern, page, re.M)) for pattern in ("^Address map", "^  … and [0-9]+ more$")])
+        self.assertLess(len(page.splitlines()), 1000)
+        # A manifest may name one directory many times.
+        self.add("p.kp")
+        kernel = re.compile(b"( *<Kernel )(.*?</Kernel>\n)", re.S)
+        package = self.rewrite("p.kp", {"vadd/kernel.xml": lambda data: data.ljust(8 << 20), "kp.xml": lambda data: kernel.sub(
+            lambda found: b"".join(found[1] + found[2].replace(b'Name="vadd"', b'Name="vadd%d"' % at) for at in range(65)), data)})
+        self.assertEqual((3, "", "kp: error: The kernels of 'changed.kp' have more to show than can be held at once; ask for one of them\n"),
+                         run("show", package))
+        self.assertIn("\nKernel vadd9\n", self.shown(package, "vadd9"))
 
     def test_of_what_is_damaged_the_rest_is_shown(self):
         self.add("p.kp")

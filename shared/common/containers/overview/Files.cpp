@@ -6,6 +6,7 @@
 #include "platform/zip/ArchiveSnapshot.h"
 
 #include <algorithm>
+#include <span>
 
 namespace kfab::overview {
 namespace {
@@ -25,10 +26,18 @@ std::string partOf(const std::string& name) {
     return part == std::end(kernelParts) ? "other" : part->word;
 }
 
+std::span<const std::uint32_t> positionsIn(const ArchiveSnapshot& archive, const std::string& folder) {
+    if (folder.empty()) return {};
+    return archive.positionsInFolder(folder);
+}
+
+bool hasOwnIp(const Entry& entry) {
+    return layout::isSameOrBelow(entry.ip, entry.folder);
+}
+
 template <class Use>
 void forEachFile(const ArchiveSnapshot& archive, const std::string& folder, const Use& use) {
-    if (folder.empty()) return;
-    for (const std::uint32_t position : archive.positionsInFolder(folder)) {
+    for (const std::uint32_t position : positionsIn(archive, folder)) {
         const ArchiveEntry& member = archive.entries()[position];
         if (!member.isDirectory()) use(member);
     }
@@ -45,13 +54,18 @@ std::vector<File> filesOf(const Entry& entry, const ArchiveSnapshot& archive) {
     forEachFile(archive, entry.folder, [&](const ArchiveEntry& member) {
         files.push_back(fileOf(member, partOf(std::string(member.name.substr(entry.folder.size() + 1)))));
     });
-    if (!layout::isSameOrBelow(entry.ip, entry.folder))
+    if (!hasOwnIp(entry))
         forEachFile(archive, entry.ip,
                     [&](const ArchiveEntry& member) { files.push_back(fileOf(member, ipPart)); });
     std::stable_sort(files.begin(), files.end(), [](const File& a, const File& b) {
         return std::tie(a.part, a.name) < std::tie(b.part, b.name);
     });
     return files;
+}
+
+std::size_t fileCountOf(const Entry& entry, const ArchiveSnapshot& archive) {
+    return positionsIn(archive, entry.folder).size() +
+           (hasOwnIp(entry) ? 0 : positionsIn(archive, entry.ip).size());
 }
 
 }  // namespace kfab::overview

@@ -34,6 +34,42 @@ std::uint32_t presentOrZero(const KPContainer::Number& number) {
     return number.isPresent() ? number.get() : 0;
 }
 
+Entry entryOf(const KPContainer::Kernel& kernel) {
+    Entry entry{
+        folderIn(kernel.Dir), folderIn(kernel.IP), folderIn(kernel.TopIpDir), textIn(kernel.ProjectID), {}};
+    if (kernel.SupportedFlows)
+        for (const KPContainer::SupportedFlow flow : kernel.SupportedFlows->SupportedFlow)
+            if (const auto type = static_cast<HKPKernel::SupportedFlowType>(flow.ordinal - 1);
+                !HKPKernel::getFlowAsStr(type).empty())
+                entry.flows.push_back(HKPKernel::getFlowAsStr(type));
+    return entry;
+}
+
+std::string documentOf(const Entry& entry) {
+    return HUTPathUtils::join(entry.folder, layout::kernelXml);
+}
+
+/// All kernels are held at once. So that no small package exhausts the memory, their descriptions may add up
+/// to so many bytes, and so many files may belong to kernels that share them.
+constexpr std::uint64_t mostDescribed = std::uint64_t{512} << 20;
+constexpr std::size_t mostShared = 2'000'000;
+
+void requireModest(const lint::PackageFacts& facts) {
+    const ArchiveSnapshot& archive = *facts.archive();
+    std::uint64_t described = 0;
+    std::size_t files = 0;
+    for (const KPContainer::Kernel& kernel : facts.manifest().Kernels.Kernel) {
+        HUTInterrupt::check();
+        const Entry entry = entryOf(kernel);
+        for (const std::uint32_t position : archive.positionsNamed(documentOf(entry)))
+            described = lint::sumOf(described, archive.entries()[position].size);
+        files += fileCountOf(entry, archive);
+        if (described > mostDescribed || files > archive.entries().size() + mostShared)
+            throw HEXAlgException("The kernels of " + HUTPathUtils::quoted(archive.path()) +
+                                  " have more to show than can be held at once; ask for one of them");
+    }
+}
+
 Package packageOf(const lint::PackageFacts& facts) {
     const ArchiveSnapshot& archive = *facts.archive();
     const KPContainer::Root& manifest = facts.manifest();
@@ -57,17 +93,6 @@ Package packageOf(const lint::PackageFacts& facts) {
         for (const KPContainer::Cache& cache : manifest.IpCaches->Cache)
             package.ipCaches.push_back(textIn(cache.CacheDir));
     return package;
-}
-
-Entry entryOf(const KPContainer::Kernel& kernel) {
-    Entry entry{
-        folderIn(kernel.Dir), folderIn(kernel.IP), folderIn(kernel.TopIpDir), textIn(kernel.ProjectID), {}};
-    if (kernel.SupportedFlows)
-        for (const KPContainer::SupportedFlow flow : kernel.SupportedFlows->SupportedFlow)
-            if (const auto type = static_cast<HKPKernel::SupportedFlowType>(flow.ordinal - 1);
-                !HKPKernel::getFlowAsStr(type).empty())
-                entry.flows.push_back(HKPKernel::getFlowAsStr(type));
-    return entry;
 }
 
 Argument argumentOf(const lint::ArgFacts& arg) {
@@ -102,7 +127,7 @@ Kernel kernelOf(const lint::PackageFacts& package, std::size_t place, Depth dept
     Kernel kernel;
     kernel.name = textIn(described.Name);
     kernel.entry = entryOf(described);
-    kernel.document = HUTPathUtils::join(kernel.entry->folder, layout::kernelXml);
+    kernel.document = documentOf(*kernel.entry);
     kernel.files = filesOf(*kernel.entry, *package.archive());
     try {
         const bool isChecked = depth == Depth::Findings;
@@ -141,6 +166,7 @@ Overview ofPackage(const std::string& path, const std::optional<std::string>& ke
         overview.kernels.push_back(kernelOf(facts, facts.require(*kernel), depth));
         return overview;
     }
+    requireModest(facts);
     for (std::size_t place = 0; place < facts.kernelCount(); ++place) {
         HUTInterrupt::check();
         overview.kernels.push_back(kernelOf(facts, place, depth));

@@ -18,7 +18,8 @@ enum class Depth {
 
 /// All kernels of a package, or the one of a name without regard to case. A description that cannot be read
 /// is its kernel's problem. Throws HEXFileNotFoundException when there is no package, HEXAlgException and
-/// HEXAll when it or its manifest cannot be read, or when it lacks the kernel.
+/// HEXAll when it or its manifest cannot be read, when it lacks the kernel, or when all of them are more than
+/// can be held at once.
 KP_EXPORT Overview ofPackage(const std::string& package, const std::optional<std::string>& kernel = {},
                              Depth depth = Depth::Findings);
 
