@@ -192,12 +192,16 @@ class PageTest(KpCase):
 
     def test_extreme_numbers(self):
         text, report = Path("vadd/kernel.xml").read_text(), Path("vadd/design.xml").read_text().partition("<profile>")[2]
-        for target, needed, offset, drawn in (("-4", "2", "0x34", 0), ("4", "2e9", "0xFFFFFFFFFFFFFFFE", 1), ("1e308", "1e307", "0x38", 1), ("0", "0", "0x0", 0)):
+        for target, needed, offset, drawn in (("-4", "2", "0x34", 0), ("4", "98765.432", "0xFFFFFFFFFFFFFFFE", 1), ("1e308", "1e307", "0x38", 1), ("0", "0", "0x0", 0)):
             Path("k.xml").write_text(text.replace("0x1000", "0x" + "F" * 16).replace("0x34", offset).replace(
                 "</root>", "<profile>" + report.replace(">4.00<", f">{target}<").replace(">2.920<", f">{needed}<") + "</root>"))
             self.show("k.html", "k.xml")
-            self.expect_laid_out(widths=(400,), scrolls_too=False)
+            self.expect_laid_out(widths=(400, 1000), scrolls_too=False)
             self.assertEqual(drawn, self.ask("all('.mark').length"), target)
+            # Where the target is, there it is told.
+            self.assertTrue(self.ask("""all('svg:has(.mark)').every((picture) => {
+                const told = boxOf(all('text', picture).at(-1)), {right} = boxOf(picture.querySelector('.track'));
+                return Math.min(Math.abs(told.left - right), Math.abs(told.right - right)) < 2; })"""), target)
         # Nothing is told of the module at the top; no port, argument and report.
         for document, told in ((text.replace("</root>", "<profile>" + report.replace("<ModuleName>vadd<", "<ModuleName>none<", 1) + "</root>"),
                                 "The report says nothing of the module at the top."),

@@ -6,10 +6,6 @@
 namespace kfab::overview {
 namespace {
 
-std::uint64_t endOf(const Stretch& stretch) {
-    return lint::sumOf(stretch.offset, stretch.size);
-}
-
 Stretch stretchOf(const lint::Place& place) {
     const bool isPointer = place.arg->passing == Passing::Pointer;
     return {.use = isPointer ? Stretch::Use::Pointer : Stretch::Use::Value,
@@ -40,9 +36,9 @@ AddressMap mapOf(const lint::KernelFacts& facts, const lint::PortFacts& slave) {
     };
     for (Stretch& stretch : usedBytes(facts, slave)) {
         addGap(stretch.offset);
-        if (stretch.offset < end) stretch.shared = std::min(end, endOf(stretch)) - stretch.offset;
-        stretch.isBeyond = map.range && endOf(stretch) > *map.range;
-        end = std::max(end, endOf(stretch));
+        if (stretch.offset < end) stretch.shared = std::min(end, stretch.end()) - stretch.offset;
+        stretch.isBeyond = map.range && stretch.end() > *map.range;
+        end = std::max(end, stretch.end());
         map.stretches.push_back(std::move(stretch));
     }
     if (map.range) addGap(*map.range);
@@ -50,6 +46,10 @@ AddressMap mapOf(const lint::KernelFacts& facts, const lint::PortFacts& slave) {
 }
 
 }  // namespace
+
+std::uint64_t Stretch::end() const {
+    return lint::sumOf(offset, size);
+}
 
 std::vector<AddressMap> addressMapsOf(const lint::KernelFacts& facts) {
     std::vector<AddressMap> maps;

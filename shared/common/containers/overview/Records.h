@@ -60,6 +60,9 @@ struct Stretch {
     std::string through = {};  ///< the port that a pointer's data go through
     std::uint64_t shared = 0;  ///< how many of the bytes something before it has as well
     bool isBeyond = false;     ///< whether it ends beyond the port's range
+
+    /// The byte behind it, or the last one that has an address.
+    std::uint64_t end() const;
 };
 
 /// A slave in order of offsets, from its first byte to its last; gaps are stretches of their own.

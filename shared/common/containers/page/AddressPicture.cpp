@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 #include <span>
 #include <string>
 #include <vector>
@@ -30,12 +29,6 @@ constexpr double usedWidth = 48;
 constexpr double aside = 24;  // by how much an overlap stands out
 constexpr double labelsAt = 156;
 constexpr std::size_t labelColumns = 32;
-
-/// The byte behind it, or the last one that has an address.
-std::uint64_t endOf(const Stretch& stretch) {
-    return stretch.offset +
-           std::min(stretch.size, std::numeric_limits<std::uint64_t>::max() - stretch.offset);
-}
 
 /// Those up to the last one that is used.
 std::span<const Stretch> usedOf(const AddressMap& map) {
@@ -83,7 +76,7 @@ std::string labelText(const Stretch& stretch) {
 std::vector<double> labelPlaces(std::span<const Stretch> stretches, const Scale& scale) {
     std::vector<double> places;
     for (const Stretch& stretch : stretches) {
-        const double middle = (scale.at(stretch.offset) + scale.at(endOf(stretch))) / 2;
+        const double middle = (scale.at(stretch.offset) + scale.at(stretch.end())) / 2;
         places.push_back(places.empty() ? middle : std::max(middle, places.back() + labelHeight));
     }
     double lowest = top + scale.height - labelHeight / 2;
@@ -98,7 +91,7 @@ void addUsed(Markup& out, std::span<const Stretch> stretches, const Scale& scale
         const Stretch& stretch = stretches[at];
         const double x = usedAt + (stretch.shared > 0 ? aside : 0);
         const double begin = scale.at(stretch.offset);
-        const double height = std::max(scale.at(endOf(stretch)) - begin, 1.0);
+        const double height = std::max(scale.at(stretch.end()) - begin, 1.0);
         rectangle(out, kindOf(stretch), {x, begin, usedWidth, height});
         line(out, "lead", {x + usedWidth, begin + height / 2}, {labelsAt - 6, places[at]});
         label(out, {labelsAt, places[at] + 4}, Anchor::Start, labelText(stretch),
@@ -114,7 +107,7 @@ void addWhole(Markup& out, std::span<const Stretch> stretches, const Scale& scal
         if (stretch.use != Stretch::Use::Gap) {
             const double begin = scale.at(stretch.offset);
             rectangle(out, "filled",
-                      {wholeAt, begin, wholeWidth, std::max(scale.at(endOf(stretch)) - begin, 0.5)});
+                      {wholeAt, begin, wholeWidth, std::max(scale.at(stretch.end()) - begin, 0.5)});
         }
     line(out, "lead", {wholeAt + wholeWidth, top}, {usedAt, top});
     line(out, "lead", {wholeAt + wholeWidth, end}, {usedAt, top + used.height});
@@ -127,7 +120,7 @@ void addAddressPicture(Markup& out, const AddressMap& map) {
     const std::span<const Stretch> stretches = usedOf(map);
     std::uint64_t end = 0;
     for (const Stretch& stretch : stretches)
-        end = std::max(end, endOf(stretch));
+        end = std::max(end, stretch.end());
     if (end == 0) return;
     const double height = std::max(leastHeight, labelHeight * static_cast<double>(stretches.size()));
     const Scale used{end, height};

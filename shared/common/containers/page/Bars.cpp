@@ -37,10 +37,13 @@ void addTiming(Markup& out, const overview::Timing& timing) {
     line(out, "mark", {end, top - 5}, {end, top + height + 5});
     label(out, {end, 12}, end < width / 2 ? Anchor::Start : Anchor::End,
           "has " + overview::decimalText(timing.available()), "quiet");
-    label(out, {1, top + height + 17}, Anchor::Start, "needs " + overview::decimalText(*timing.estimated),
-          "quiet");
-    label(out, {width - 1, top + height + 17}, Anchor::End, "target " + overview::decimalText(*timing.target),
-          "quiet");
+    constexpr double foot = top + height + 17;
+    const double target = at(*timing.target);
+    const bool isFarOver = target < width / 2;
+    label(out, {isFarOver ? width - 1 : 1, foot}, isFarOver ? Anchor::End : Anchor::Start,
+          "needs " + overview::decimalText(*timing.estimated), "quiet");
+    label(out, {target, foot}, isFarOver ? Anchor::Start : Anchor::End,
+          "target " + overview::decimalText(*timing.target), "quiet");
 }
 
 }  // namespace kfab::page

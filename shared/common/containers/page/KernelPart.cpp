@@ -85,6 +85,12 @@ void addMap(Markup& out, const AddressMap& map) {
     }
 }
 
+void addMaps(Markup& out, const std::vector<AddressMap>& maps) {
+    const std::size_t shown = std::min(maps.size(), longestList);
+    std::for_each_n(maps.begin(), shown, [&](const AddressMap& map) { addMap(out, map); });
+    if (shown < maps.size()) out.add("p", restText(maps.size() - shown) + " address maps");
+}
+
 void addArguments(Markup& out, const Kernel& kernel) {
     out.add("h3", "Arguments");
     if (kernel.arguments.empty()) return out.add("p", "none");
@@ -131,8 +137,7 @@ void addKernel(Markup& out, const Kernel& kernel, const std::string& id) {
         addHeadlines(out, kernel);
         addPorts(out, kernel);
         addArguments(out, kernel);
-        for (const AddressMap& map : kernel.maps)
-            addMap(out, map);
+        addMaps(out, kernel.maps);
         addReport(out, kernel);
         addFindings(out, kernel.findings);
     }

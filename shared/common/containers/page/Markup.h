@@ -59,7 +59,8 @@ public:
     /// Text of this program's own for elements in which nothing is escaped.
     void addVerbatim(Literal name, Literal text);
 
-    const std::string& written() const { return out_; }
+    /// Leaves nothing here.
+    std::string take() { return std::move(out_); }
 
 private:
     void begin(Literal name, Attributes attributes);

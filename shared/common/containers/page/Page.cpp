@@ -83,7 +83,7 @@ void addBody(Markup& out, const Overview& overview) {
         }
         if (overview.package) addPackage(out, *overview.package);
     }
-    const bool hasIndex = overview.kernels.size() > 1;
+    const bool hasIndex = overview.kernels.size() != 1;
     if (hasIndex) addIndex(out, overview.kernels);
     const auto main = out.open("main", {{"id", "content"}});
     for (std::size_t at = 0; at < overview.kernels.size(); ++at) {
@@ -104,7 +104,7 @@ std::string pageOf(const Overview& overview) {
         addHead(out, overview);
         addBody(out, overview);
     }
-    return out.written();
+    return out.take();
 }
 
 }  // namespace kfab::page

@@ -101,7 +101,7 @@ details[open] > summary.row::before { content: "\25BE" / ""; }
 .who bdi { margin-right: .5rem; }
 .row .bar { width: 5rem; margin: 0; }
 .figure { width: 6em; text-align: right; }
-.timing { width: 10em; text-align: right; white-space: nowrap; }
+.timing { min-width: 10em; text-align: right; white-space: nowrap; }
 .findings { padding-left: 1.25rem; }
 .findings li { margin-bottom: .75rem; }
 .findings p { margin: 0; }
@@ -119,7 +119,7 @@ details[open] > summary.row::before { content: "\25BE" / ""; }
     td .bar { width: 3rem; margin-right: .3rem; }
     .row .bar { display: none; }
     .who { flex-basis: calc(100% - 3rem); }
-    .figure, .timing { width: auto; }
+    .figure, .timing { width: auto; min-width: 0; }
 }
 @media print {
     :root { color-scheme: light; }
