@@ -16,6 +16,7 @@ import subprocess
 import sys
 import tempfile
 import zipfile
+from contextlib import contextmanager
 from dataclasses import dataclass, field
 from pathlib import Path
 from typing import Callable, Optional
@@ -85,8 +86,8 @@ class Comparison:
         self.table = Table(judges=not quick)
         self.example = make_inputs.EXAMPLE
 
-    def kp(self, *arguments, **more):
-        return Command([self.programs / "kp", *arguments], **more)
+    def kp(self, *arguments, jobs=1, **more):
+        return Command([self.programs / "kp", "-j", str(jobs), *arguments], **more)
 
     def fresh(self, name):
         """A path below the output directory that is not there, the one before it being removed."""
@@ -146,37 +147,70 @@ class Comparison:
         sizes = [path.stat().st_size for path in (package, zipped)]
         self.table.add("its size", mib(sizes[0]), f"zip -qr: {mib(sizes[1])}", sizes[0] / sizes[1], 1)
 
+    def two_cores(self):
+        """What is done with one core and with two, in turns."""
+        tree, description = self.inputs / "ip", self.example / "kernel.xml"
+        package = lambda jobs: self.out / f"cores{jobs}.kp"
+        one, two = (self.kp("add", package(jobs), description, "--ip", tree, jobs=jobs,
+                            ready=lambda jobs=jobs: self.fresh(package(jobs).name)) for jobs in (1, 2))
+        zip_ = Command(["zip", "-qr", self.out / "tree.zip", tree], ready=lambda: self.fresh("tree.zip"))
+        self.race(two, one, zip_, rounds=2)
+        work = f"add a tree of {self.scaled(3000)} files, with two cores"
+        self.row(work, two, one, "with one", 1 / 1.7)
+        self.row(work, two, zip_, "zip -qr", 1 / 3)
+        one, two = (self.kp("verify", package(1), jobs=jobs) for jobs in (1, 2))
+        self.compare("verify it with two cores", two, one, "with one", 1 / 1.6, rounds=4)
+        with self.place_for_files() as place:
+            one, two = (self.kp("extract", package(1), "-d", place, jobs=jobs, ready=lambda: renew(place)) for jobs in (1, 2))
+            self.compare("extract it with two cores", two, one, "with one", 1 / 1.3, rounds=4)
+
+    def image(self):
+        """One large file with one core and with two, in turns."""
+        tree, description = self.inputs / "image-ip", self.example / "kernel.xml"
+        package = lambda jobs: self.out / f"image{jobs}.kp"
+        one, two = (self.kp("add", package(jobs), description, "--ip", tree, jobs=jobs,
+                            ready=lambda jobs=jobs: self.fresh(package(jobs).name)) for jobs in (1, 2))
+        zipped, image = self.out / "image.zip", tree / "image.bin"
+        zip_ = Command(["zip", "-q", zipped, image], ready=lambda: self.fresh(zipped.name))
+        pigz = Command(["sh", "-c", 'pigz -p 2 -c "$1" >"$2"', "sh", image, self.out / "image.gz"])
+        self.race(two, one, zip_, pigz, warm=1024)
+        work = f"add one file of {self.scaled(300)} MiB, a third of it random"
+        self.row(work, one, zip_, "zip -q", 1 / 2.2)
+        self.bound_memory(work, one, 64 * MIB)
+        self.row(f"{work}, with two cores", two, one, "with one", 1 / 1.7)
+        self.row(f"{work}, with two cores", two, pigz, "pigz -p 2", 1 / 1.7)
+        self.bound_memory(f"{work}, with two cores", two, 64 * MIB)
+        sizes = [next(info.compress_size for info in zipfile.ZipFile(path).infolist() if info.filename.endswith("image.bin"))
+                 for path in (package(1), zipped)]
+        self.table.add("its size", mib(sizes[0]), f"zip -q, one stream: {mib(sizes[1])}", sizes[0] / sizes[1], 1.005)
+        if package(1).read_bytes() != package(2).read_bytes():
+            sys.exit("compare: one core and two make different packages")
+        for path in (package(1), package(2), zipped, self.out / "image.gz"):
+            path.unlink()
+
+    @contextmanager
+    def place_for_files(self):
+        """An empty directory, in memory if there is such a file system: ext4 is slow at creating files where many were
+        deleted minutes ago."""
+        parent = "/dev/shm" if os.access("/dev/shm", os.W_OK) and shutil.disk_usage("/dev/shm").free > 256 * MIB else self.out
+        place = Path(tempfile.mkdtemp(prefix="kp-bench-", dir=parent))
+        yield place
+        shutil.rmtree(place)
+
     def extract_tree(self):
         package, listing = self.packed_tree(), self.out / "names"
         listing.write_text("".join(f"{size} {offset} {stored} {name}\n" for size, offset, stored, name in files_of(package)))
-        # In memory if there is such a file system: ext4 is slow at creating files where many were deleted minutes ago.
-        parent = "/dev/shm" if os.access("/dev/shm", os.W_OK) and shutil.disk_usage("/dev/shm").free > 256 * MIB else self.out
-        extracted = Path(tempfile.mkdtemp(prefix="kp-bench-", dir=parent))
-
-        def into_new_directory(make):
-            command = Command([])
-
-            def ready():
-                shutil.rmtree(extracted)
-                extracted.mkdir()
-                command.arguments = make(extracted)
-
-            command.ready = ready
-            return command
-
-        ours = into_new_directory(lambda directory: [self.programs / "kp", "extract", package, "-d", directory])
-        unzip = into_new_directory(lambda directory: ["unzip", "-q", package, "-d", directory])
-        create = into_new_directory(lambda directory: [self.programs / "bare_create", directory])
-        inflate = into_new_directory(lambda directory: [self.programs / "bare_create", directory, package])
-        create.stdin = inflate.stdin = str(listing)
-        bsdtar = into_new_directory(lambda directory: ["bsdtar", "-xf", package, "-C", directory])
-        self.race(ours, unzip, inflate, create, bsdtar, rounds=4)
+        with self.place_for_files() as place:
+            ready = lambda: renew(place)
+            ours = self.kp("extract", package, "-d", place, ready=ready)
+            unzip = Command(["unzip", "-q", package, "-d", place], ready=ready)
+            inflate = Command([self.programs / "bare_extract", place, package], ready=ready, stdin=str(listing))
+            bsdtar = Command(["bsdtar", "-xf", package, "-C", place], ready=ready)
+            self.race(ours, unzip, inflate, bsdtar, rounds=4)
         work = "extract it"
         self.row(work, ours, unzip, "unzip -q", 1 / 1.3)
-        self.row(work, ours, inflate, "bare inflation and creation of the files")
-        self.row(work, ours, create, "bare creation of the files", 1.2)
+        self.row(work, ours, inflate, "bare inflation and creation of the files", 1.2)
         self.row(work, ours, bsdtar, "bsdtar")
-        shutil.rmtree(extracted)
 
     def big_package(self):
         package, copy = self.out / "big.kp", self.out / "copy.kp"
@@ -268,6 +302,11 @@ class Comparison:
         self.bound_memory(work, ours, 4 * document.stat().st_size)
 
 
+def renew(directory):
+    shutil.rmtree(directory)
+    directory.mkdir()
+
+
 def files_of(package):
     """Size, offset of the stored bytes, their size, and name of each file."""
     with zipfile.ZipFile(package) as archive, open(package, "rb") as file:
@@ -296,7 +335,8 @@ def main():
     parser.add_argument("--only", help="the method of one group of rows")
     options = parser.parse_args()
     comparison = Comparison(options.programs, options.work / ("quick" if options.quick else "full"), options.quick)
-    rows = ["add_tree", "extract_tree", "big_package", "merge", "look", "report", "lint", "page", "diff", "bind"]
+    rows = ["add_tree", "extract_tree", "two_cores", "image", "big_package", "merge", "look", "report", "lint", "page", "diff",
+            "bind"]
     for name in rows:
         if options.only in (None, name):
             getattr(comparison, name)()

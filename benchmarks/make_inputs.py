@@ -121,6 +121,17 @@ def big_tree(directory, size):
             file.write(rng.randbytes(1 << 20))
 
 
+def image_tree(directory, size):
+    """An IP directory with one file of `size` bytes like a device image: a third of it compresses to nothing less, the
+    rest is tables and texts of tools."""
+    shutil.copytree(EXAMPLE / "ip", directory)
+    author, size_of_part = Author(random.Random(3)), 1 << 20
+    parts = [kind(size_of_part) for kind in (author.object_code, author.source) for _ in range(12)]
+    with open(directory / "image.bin", "wb") as file:
+        for number in range(size // size_of_part):
+            file.write(author.rng.choice(parts) if number % 3 else author.rng.randbytes(size_of_part))
+
+
 def profile(modules):
     """The example's report as a part of its description, with more modules."""
     document = (EXAMPLE / "design.xml").read_text()
@@ -178,6 +189,7 @@ def make(top, scale):
     inputs = {"ip": (ip_tree, int(3000 * scale), int(42e6 * scale)),
               "kernel-ip": (ip_tree, 200, int(31e6)),
               "big-ip": (big_tree, int((1 << 30) * scale)),
+              "image-ip": (image_tree, int(300 * scale) << 20),
               "kernels-100.kp": (package_of, 100, 20),
               "kernels-1000.kp": (package_of, int(1000 * scale), 20),
               "kernels-1000-edited.kp": (package_of, int(1000 * scale), 20, 0, 10),

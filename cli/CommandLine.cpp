@@ -83,6 +83,7 @@ CommandLine::CommandLine(const std::function<bool(std::string_view word)>& isMea
     app_.add_flag("-q,--quiet", isQuiet_, "Only errors on standard error");
     app_.add_option("-j,--jobs", "Cores to use, at most 1024; all that the process may use unless given")
         ->type_name("N")
+        ->take_last()
         ->check(CLI::Range(1, 1024).description(""));
     app_.footer(footer(examplesOf(""), true));
 

@@ -15,7 +15,7 @@ build=(
 # For the tests, the benchmarks, the format check and the demo.
 tests=(
     libgtest-dev libgmock-dev libbenchmark-dev clang-format
-    zip unzip 7zip libarchive-tools make openssl python3 python3-jsonschema strace tcl tdom
+    zip unzip 7zip pigz libarchive-tools make openssl python3 python3-jsonschema strace tcl tdom
     python3-pytest python3-mypy python3-tqdm
     chromium chromium-driver fonts-dejavu-core
 )

@@ -1,11 +1,10 @@
 #include "platform/base/OrderedWork.h"
 
 #include "platform/base/HUTProgress.h"
+#include "platform/base/Threads.h"
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
-#include <system_error>
 #include <utility>
 
 #include <sys/resource.h>
@@ -24,22 +23,6 @@ std::size_t maximumItems() {
     getrlimit(RLIMIT_NOFILE, &files);
     return std::clamp<rlim_t>(files.rlim_cur / 4, 1, most);
 }
-
-/// While it lives, the thread and those that it starts get no signals: whoever waits for one is to get it.
-class NoSignals {
-public:
-    NoSignals() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    ~NoSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    NoSignals(const NoSignals&) = delete;
-    NoSignals& operator=(const NoSignals&) = delete;
-
-private:
-    sigset_t before_;
-};
 
 }  // namespace
 
@@ -96,12 +79,8 @@ bool OrderedWork::hasRoomFor(std::uint64_t bytes) const {
 }
 
 void OrderedWork::startWorker() {
-    const NoSignals none;
-    try {
-        threads_.emplace_back([this, worker = threads_.size() + 1] { work(worker); });
-    } catch (const std::system_error&) {
-        // Where no more threads may be, those that are do the work.
-    }
+    std::jthread thread = startThread([this, worker = threads_.size() + 1] { work(worker); });
+    if (thread.joinable()) threads_.push_back(std::move(thread));
 }
 
 void OrderedWork::work(std::size_t worker) {

@@ -10,6 +10,7 @@
 #include "platform/zip/ArchiveComparison.h"
 #include "platform/zip/ArchiveLock.h"
 #include "platform/zip/ArchiveWriter.h"
+#include "platform/zip/DigestBeside.h"
 #include "platform/zip/EntryAttributes.h"
 #include "platform/zip/EntryCopier.h"
 #include "platform/zip/ExtractionPlan.h"
@@ -284,12 +285,30 @@ void ArchiveEdit::commit() {
 }
 
 void ArchiveEdit::write(const disk::FileDescriptor& file) {
-    const HUTProgress progress([this] { return contentSize() * (seal_ ? 2 : 1); });  // packed, then hashed
+    const HUTProgress progress([this] { return contentSize() * (seal_ ? 2 : 1); });  // packed, and hashed
     requireMembersCopyable();
     ArchiveWriter writer(file);
     const std::uint64_t keptPrefix = exists() ? EntryCopier(*snapshot_, writer).copy(keptPositions()) : 0;
+    if (!seal_) {
+        pack(writer);
+        writer.finish();
+        return writer.putComment(exists() ? snapshot_->comment() : std::string_view());
+    }
+    DigestBeside digest = digestOf(file, keptPrefix);
+    if (jobs_ > 1) writer.tellSettled([&](std::uint64_t end) { digest.reach(end); });
     pack(writer);
-    writeComment(writer, file, keptPrefix, progress);
+    const std::uint64_t end = writer.finish();
+    writer.tellSettled({});
+    progress.remains(digest.untold(end));
+    writer.putComment(digest.finish(end).comment());
+}
+
+/// The digest of the new archive, with what is known of the bytes that both begin with.
+DigestBeside ArchiveEdit::digestOf(const disk::FileDescriptor& file, std::uint64_t keptPrefix) const {
+    const auto& known = exists() ? snapshot_->hashedPrefix() : std::nullopt;
+    if (known && known->digest.label() == *seal_ && known->position <= keptPrefix)
+        return {file, known->digest, known->position};
+    return {file, ArchiveDigest(*seal_), 0};
 }
 
 /// The bytes to copy and those to pack. A file that is gone counts for nothing: packing it will fail.
@@ -347,19 +366,6 @@ void ArchiveEdit::pack(const Addition& addition, Packer& packer, std::time_t now
         case Addition::Kind::Member:
             return packer.addMember(*addition.archive, *addition.member);
     }
-}
-
-void ArchiveEdit::writeComment(ArchiveWriter& writer, const disk::FileDescriptor& file,
-                               std::uint64_t keptPrefix, const HUTProgress& progress) {
-    const std::uint64_t end = writer.finish();
-    if (!seal_) return writer.putComment(exists() ? snapshot_->comment() : std::string_view());
-
-    ArchiveSnapshot::HashedPrefix hashed{0, ArchiveDigest(*seal_)};
-    const auto& known = exists() ? snapshot_->hashedPrefix() : std::nullopt;
-    if (known && known->digest.label() == *seal_ && known->position <= keptPrefix) hashed = *known;
-    progress.remains(end - hashed.position);
-    hashed.digest.add(file, hashed.position, end);
-    writer.putComment(hashed.digest.comment());
 }
 
 void ArchiveEdit::putInPlace(PendingFile& pending) {

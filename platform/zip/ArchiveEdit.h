@@ -18,6 +18,7 @@
 
 class ArchiveLock;
 class ArchiveWriter;
+class DigestBeside;
 class HUTProgress;
 class Packer;
 class PendingFile;
@@ -127,8 +128,7 @@ private:
     std::time_t timeOfBytes() const;
     void pack(ArchiveWriter& writer);
     static void pack(const Addition& addition, Packer& packer, std::time_t now);
-    void writeComment(ArchiveWriter& writer, const disk::FileDescriptor& file, std::uint64_t keptPrefix,
-                      const HUTProgress& progress);
+    DigestBeside digestOf(const disk::FileDescriptor& file, std::uint64_t keptPrefix) const;
     void putInPlace(PendingFile& pending);
 
     std::string target_;  ///< the path with links followed

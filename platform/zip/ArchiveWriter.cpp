@@ -16,7 +16,7 @@ void ArchiveWriter::put(std::string_view bytes) {
     if (buffer_.size() + bytes.size() > bufferSize) flush();
     if (bytes.size() >= bufferSize) {
         disk::writeAt(file_, flushed_, bytes);
-        flushed_ += bytes.size();
+        moveOn(bytes.size());
     } else {
         buffer_.append(bytes);
     }
@@ -30,7 +30,7 @@ void ArchiveWriter::copy(const disk::FileDescriptor& from, std::uint64_t offset,
         const std::uint64_t step = std::min(stretch, end - offset);
         disk::copy(from, offset, file_, flushed_, step);
         offset += step;
-        flushed_ += step;
+        moveOn(step);
         HUTProgress::advance(step);
     }
 }
@@ -51,6 +51,7 @@ void ArchiveWriter::overwrite(std::uint64_t offset, std::string_view bytes) {
     const std::lock_guard lock(mutex_);
     flush();
     disk::writeAt(file_, offset, bytes);
+    unfinished_.reset();
 }
 
 void ArchiveWriter::rewind(std::uint64_t position) {
@@ -63,6 +64,11 @@ void ArchiveWriter::rewind(std::uint64_t position) {
 void ArchiveWriter::putHeader(ArchiveEntry& entry) {
     entry.offset = position();
     put(zip_format::localHeader(entry));
+}
+
+void ArchiveWriter::putUnfinishedHeader(ArchiveEntry& entry) {
+    unfinished_ = position();
+    putHeader(entry);
 }
 
 void ArchiveWriter::list(const ArchiveEntry& entry) {
@@ -89,6 +95,13 @@ void ArchiveWriter::putComment(std::string_view comment) {
 
 void ArchiveWriter::flush() {
     disk::writeAt(file_, flushed_, buffer_);
-    flushed_ += buffer_.size();
+    const std::size_t size = buffer_.size();
     buffer_.clear();
+    moveOn(size);
+}
+
+/// So many bytes more are in the file.
+void ArchiveWriter::moveOn(std::uint64_t size) {
+    flushed_ += size;
+    if (settled_) settled_(unfinished_.value_or(flushed_));
 }

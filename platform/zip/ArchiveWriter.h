@@ -4,10 +4,13 @@
 #include "platform/zip/ArchiveEntry.h"
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 /// Writes an archive from front to back into an open, empty file: entries, then finish(), then the comment.
 class ArchiveWriter {
@@ -26,8 +29,13 @@ public:
     /// Takes back everything from `position` on.
     void rewind(std::uint64_t position);
 
+    /// From now on tells up to where all bytes are in the file to stay, as often as that changes.
+    void tellSettled(std::function<void(std::uint64_t end)> settled) { settled_ = std::move(settled); }
+
     /// Puts an entry's own header; sets the entry's offset.
     void putHeader(ArchiveEntry& entry);
+    /// As putHeader, of an entry whose header is overwritten before the next one is put.
+    void putUnfinishedHeader(ArchiveEntry& entry);
     /// Has the directory list the entry, whose bytes are in the file.
     void list(const ArchiveEntry& entry);
 
@@ -37,11 +45,14 @@ public:
 
 private:
     void flush();
+    void moveOn(std::uint64_t size);
 
     const disk::FileDescriptor& file_;
     std::mutex mutex_;  ///< of what is not in the file yet
     std::string buffer_;
     std::uint64_t flushed_ = 0;
+    std::optional<std::uint64_t> unfinished_;  ///< where bytes begin that are not there to stay
+    std::function<void(std::uint64_t end)> settled_;
     std::string directory_;
     std::uint64_t count_ = 0;
 };

@@ -164,7 +164,7 @@ void Packer::addPieces(const ArchiveEntry& entry, const std::shared_ptr<const So
     member->entry.size = source->size();
     member->entry.method = ArchiveEntry::Deflated;
     work_.add(0, {}, [this, member] {
-        writer_.putHeader(member->entry);
+        writer_.putUnfinishedHeader(member->entry);
         member->begin = writer_.position();
     });
     for (std::uint64_t offset = 0, size = 0; offset < source->size(); offset += size) {

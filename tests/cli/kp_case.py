@@ -12,10 +12,11 @@ from pathlib import Path
 
 KP = os.environ["KP"]
 EXAMPLES = os.environ["KP_EXAMPLES_DIR"]
+JOBS = ["-j", os.environ["KP_TEST_JOBS"]] if "KP_TEST_JOBS" in os.environ else []  # for a second run
 
 
 def run(*arguments, stdin="", **environment):
-    done = subprocess.run([KP, *arguments], capture_output=True, text=True, input=stdin,
+    done = subprocess.run([KP, *JOBS, *arguments], capture_output=True, text=True, input=stdin,
                           env={**os.environ, **environment})
     return done.returncode, done.stdout, done.stderr
 

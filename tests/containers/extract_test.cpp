@@ -243,7 +243,8 @@ TEST_F(ExtractTest, WhatCannotBeExtractedIsToldAndNothingIsWritten) {
 TEST_F(ExtractTest, TheOwnIpAloneAndASealAreWhatOnlyTheNamedExtractionAsksFor) {
     packK1();
     add(ipKernel(directory_, "k2"));
-    KernelExtraction request{.kpPath = package_, .kernelName = "K1", .destination = out_};
+    KernelExtraction request{
+        .kpPath = package_, .kernelName = "K1", .destination = out_, .jobs = jobsOfTests()};
     request.requireSeal = request.ownIp = true;
     const ExtractedKernel k1 = HKPContainerUtils::extractKernel(request);
     EXPECT_EQ(k1.name + "|" + k1.projectID + "|" + k1.topIpDir, "k1|p7|top");
@@ -291,7 +292,7 @@ TEST_F(ExtractTest, ReadsTheLinesOfAMember) {
     EXPECT_THAT(errors, ElementsAre("before", failed + "Lines" + from, failed + "d/" + from));
 }
 
-#ifndef __SANITIZE_ADDRESS__
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which take much themselves
 TEST_F(ExtractTest, ALineTooLongForTheMemoryIsToldOnce) {
     constexpr std::size_t line = 128U << 20;
     pack(package_, {{"line", std::string(line, 'x')}});

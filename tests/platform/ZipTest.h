@@ -8,6 +8,7 @@
 #include "tests/support/Environment.h"
 #include "tests/support/Failure.h"
 #include "tests/support/Faults.h"
+#include "tests/support/Jobs.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <algorithm>
@@ -45,7 +46,10 @@ protected:
         return directory.file(name, bytes);
     }
     void edit(const std::function<void(ArchiveEdit&)>& operation) const {
-        ArchiveEdit::run(archive, operation);
+        ArchiveEdit::run(archive, [&](ArchiveEdit& edit) {
+            edit.useJobs(jobsOfTests());
+            operation(edit);
+        });
     }
     /// Makes another archive of all its members.
     void copyTo(const std::string& path) const {

@@ -131,7 +131,7 @@ TEST_F(ZipJobs, FailuresInAllThreadsAtOnceAreThoseOfTheFirstMember) {
 
 /// Every call on the disk, whichever thread makes it, fails once, or throws, or finds the work called off.
 TEST_F(ZipJobs, WhateverCallFailsAllIsOldOrNew) {
-    makeTree(5, 300'000);
+    makeTree(5, 800'000);
     edit([](ArchiveEdit& edit) { edit.addBytes("old", "o"), edit.seal(); });
     const std::string old = bytesOfArchive();
     pack(1);

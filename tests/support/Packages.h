@@ -3,6 +3,7 @@
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/HKPContainerXMLWriter.h"
 #include "tests/support/Components.h"
+#include "tests/support/Jobs.h"
 #include "tests/support/Members.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -42,7 +43,8 @@ inline KernelAddition ipKernel(const TemporaryDirectory& directory, const std::s
             .kernelXmlPath = directory.file(name + "/kernel.xml", xml),
             .ipDir = directory / (name + "/ip"),
             .projectID = "p7",
-            .topIpDir = "top"};
+            .topIpDir = "top",
+            .jobs = jobsOfTests()};
 }
 
 /// A kernel as ipKernel makes it, with all else that there can be but a report.

@@ -1,10 +1,8 @@
-// The least that extracting a tree takes: directories and files of the same names and sizes are created and
-// filled, with bytes that are at hand or, where an archive is given, with what its bytes inflate to,
-// unchecked. Standard input has a line "SIZE OFFSET STORED-SIZE PATH" for each file, OFFSET being that of its
-// deflated or stored bytes.
+// The least that extracting a tree takes: its files are inflated from an archive, unchecked, and created
+// under their names. Standard input has a line "SIZE OFFSET STORED-SIZE PATH" for each file, OFFSET being
+// that of its deflated or stored bytes.
 
 #include <iostream>
-#include <optional>
 
 #include "benchmarks/BareFiles.h"
 #include <libdeflate.h>
@@ -13,17 +11,14 @@ namespace {
 
 class Content {
 public:
-    explicit Content(const char* archive) {
-        if (archive != nullptr) archive_.emplace(archive, O_RDONLY);
-    }
+    explicit Content(const char* archive) : archive_(archive, O_RDONLY) {}
 
     std::span<const char> of(std::size_t size, std::uint64_t offset, std::size_t storedSize) {
-        bytes_.resize(std::max(bytes_.size(), size), 'x');
+        bytes_.resize(std::max(bytes_.size(), size));
         const std::span<char> bytes = std::span(bytes_).first(size);
-        if (!archive_) return bytes;
         stored_.resize(std::max(stored_.size(), storedSize));
         const std::span<char> stored = std::span(stored_).first(storedSize);
-        archive_->readAt(offset, stored);
+        archive_.readAt(offset, stored);
         if (storedSize == size) return stored;
         if (libdeflate_deflate_decompress(decompressor_.get(), stored.data(), storedSize, bytes.data(), size,
                                           nullptr) != LIBDEFLATE_SUCCESS)
@@ -32,7 +27,7 @@ public:
     }
 
 private:
-    std::optional<bare::File> archive_;
+    bare::File archive_;
     std::unique_ptr<libdeflate_decompressor, decltype(&libdeflate_free_decompressor)> decompressor_{
         libdeflate_alloc_decompressor(), libdeflate_free_decompressor};
     std::vector<char> bytes_, stored_;
@@ -41,8 +36,8 @@ private:
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
-    if (argumentCount != 2 && argumentCount != 3) {
-        std::cerr << "usage: bare_create DIRECTORY [ARCHIVE] < FILES\n";
+    if (argumentCount != 3) {
+        std::cerr << "usage: bare_extract DIRECTORY ARCHIVE < FILES\n";
         return 2;
     }
     const std::filesystem::path directory = arguments[1];
