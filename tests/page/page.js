@@ -48,6 +48,8 @@ const barriers = () => {
         level = next;
     }
     if (all("h1").length !== 1 || all("main").length !== 1 || !document.documentElement.lang || !document.title) found.push("frame");
+    const style = document.querySelector("style").textContent;
+    for (const [used, name] of style.matchAll(/var\(([^)]*)\)/g)) if (!style.includes(` ${name}: #`)) found.push(used);
     if (new Set(ids).size !== ids.length) found.push("an id twice");
     for (const link of all("a")) if (!ids.includes(link.getAttribute("href").slice(1))) found.push(`nowhere: ${nameOf(link)}`);
     for (const table of all("table")) {

@@ -186,9 +186,9 @@ class PageTest(KpCase):
         Path("k.xml").write_text(text)
         self.show("k.html", "k.xml")
         self.expect_laid_out(widths=(400, 1600), scrolls_too=False)
-        self.assertEqual([32, 1, 49, 1000, "and 129 more"], self.ask(
+        self.assertEqual([32, 1, 49, 1000, 2, "and 129 more"], self.ask(
             "[all('[text-anchor=end].strong').length, all('text').filter((each) => each.textContent === 'and 9 more').length,"
-            " all('.pointer').length, all('.tree .row').length, all('.tree > li').at(-1).textContent]"))
+            " all('.pointer').length, all('.tree .row').length, all('details[open]').length, all('.tree > li').at(-1).textContent]"))
 
     def test_extreme_numbers(self):
         text, report = Path("vadd/kernel.xml").read_text(), Path("vadd/design.xml").read_text().partition("<profile>")[2]
@@ -204,12 +204,14 @@ class PageTest(KpCase):
                 return Math.min(Math.abs(told.left - right), Math.abs(told.right - right)) < 2; })"""), target)
         # Nothing is told of the module at the top; no port, argument and report.
         for document, told in ((text.replace("</root>", "<profile>" + report.replace("<ModuleName>vadd<", "<ModuleName>none<", 1) + "</root>"),
-                                "The report says nothing of the module at the top."),
-                               (re.sub("(?s)(<ports>|<args>).*?(</ports>|</args>)", r"\1\2", text), "none")):
+                                ["The report says nothing of the module at the top.", "LUT", "-", "vadd_reader", "271", "-"]),
+                               (re.sub("(?s)(<ports>|<args>).*?(</ports>|</args>)", r"\1\2", text), ["none"])):
             Path("k.xml").write_text(document)
             self.show("k.html", "k.xml")
             self.expect_laid_out(widths=(400,))
-            self.assertEqual(told, self.ask("document.querySelector('h3 + p').textContent"))
+            self.assertEqual(told, self.ask(
+                "[document.querySelector('h3 + p'), ...(all('table').find((each) => each.caption.textContent.includes('most of it'))?.rows[1].cells || [])]"
+                ".map((each) => each.textContent)"))
 
     def test_what_it_replaces(self):
         self.add("vadd.kp")
