@@ -44,14 +44,19 @@ public:
         : plan_(plan), staging_(staging), buffers_(jobs), work_(jobs) {}
 
     void run() {
-        work_.run([&] { make({plan_.top(), staging_.top(), ""}); });
+        const Directory top(std::shared_ptr<void>(), &staging_.top());
+        work_.run([&] { make(plan_.top(), top, ""); });
     }
 
 private:
-    void make(const Place& place);
+    /// Open for as long as anything is to be made in it, also when the rest cannot be planned.
+    using Directory = std::shared_ptr<const FileDescriptor>;
+
+    void make(const PlannedDirectory& planned, const Directory& directory, const std::string& prefix);
     void makeFile(const ArchiveEntry& entry, const std::string& name, const FileDescriptor& directory,
                   MemberBuffers& buffers) const;
-    void makeDirectory(const PlannedDirectory& planned, const std::string& name, const Place& place);
+    void makeDirectory(const PlannedDirectory& planned, const std::string& name, const Directory& parent,
+                       const std::string& path);
     void restoreMode(const FileDescriptor& file, mode_t wanted) const;
 
     const ExtractionPlan& plan_;
@@ -120,16 +125,16 @@ void Extraction::refuse(const Place& place, const std::string& name, const char*
                                           " is in the way: it is " + obstacle);
 }
 
-void Making::make(const Place& place) {
+void Making::make(const PlannedDirectory& planned, const Directory& directory, const std::string& prefix) {
     constexpr std::uint64_t mostBytes = std::uint64_t{1} << 20;  // none of them is kept for later
-    for (const auto& [name, entry] : place.planned.files)
+    for (const auto& [name, entry] : planned.files)
         work_.add(std::min(entry->size, mostBytes),
-                  [this, &entry = *entry, &name = name, &directory = place.directory](std::size_t worker) {
-                      makeFile(entry, name, directory, buffers_[worker]);
+                  [this, &entry = *entry, &name = name, directory](std::size_t worker) {
+                      makeFile(entry, name, *directory, buffers_[worker]);
                   },
                   {});
-    for (const auto& [name, below] : place.planned.directories)
-        makeDirectory(*below, name, place);
+    for (const auto& [name, below] : planned.directories)
+        makeDirectory(*below, name, directory, prefix + name);
 }
 
 void Making::makeFile(const ArchiveEntry& entry, const std::string& name, const FileDescriptor& directory,
@@ -149,15 +154,15 @@ void Making::makeFile(const ArchiveEntry& entry, const std::string& name, const 
     disk::setModified(file, modifiedTime(entry.dosTime));
 }
 
-void Making::makeDirectory(const PlannedDirectory& planned, const std::string& name, const Place& place) {
+void Making::makeDirectory(const PlannedDirectory& planned, const std::string& name, const Directory& parent,
+                           const std::string& path) {
     const bool hasMode = planned.entry != nullptr && planned.entry->mode() != 0;
     const mode_t mode = hasMode ? (planned.entry->mode() & permissionBits) | ownerBits : usualDirectoryBits;
-    const std::string path = place.prefix + name;
-    if (!disk::makeDirectory({place.directory, name}, mode))
+    if (!disk::makeDirectory({*parent, name}, mode))
         plan_.refuse(path, "its name meets another entry's on this file system");
-    const auto made = std::make_shared<const FileDescriptor>(disk::openDirectory({place.directory, name}));
-    make({planned, *made, path + "/"});
-    // What is made in a directory changes its time. This also keeps it open until then.
+    const auto made = std::make_shared<const FileDescriptor>(disk::openDirectory({*parent, name}));
+    make(planned, made, path + "/");
+    // What is made in a directory changes its time.
     work_.add(0, {}, [this, made, mode, hasMode, entry = planned.entry] {
         if (hasMode) restoreMode(*made, mode);
         if (entry != nullptr) disk::setModified(*made, modifiedTime(entry->dosTime));
