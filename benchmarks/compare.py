@@ -334,6 +334,7 @@ def main():
     parser.add_argument("--quick", action="store_true", help="a tenth of the sizes, three runs")
     parser.add_argument("--only", help="the method of one group of rows")
     options = parser.parse_args()
+    os.environ["SOURCE_DATE_EPOCH"] = "1700000000"  # packages of one content are to have the same bytes
     comparison = Comparison(options.programs, options.work / ("quick" if options.quick else "full"), options.quick)
     rows = ["add_tree", "extract_tree", "two_cores", "image", "big_package", "merge", "look", "report", "lint", "page", "diff",
             "bind"]
