@@ -6,7 +6,6 @@
 #include "containers/lint/Lint.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HUTInterrupt.h"
-#include "platform/files/HUTFile.h"
 
 #include <optional>
 #include <string>
@@ -20,6 +19,10 @@ namespace kp_python {
 namespace {
 
 using kfab::kernel::ExplorerIface;
+
+BrokenSeal brokenSeal(bool reseal) {
+    return reseal ? BrokenSeal::Renew : BrokenSeal::Refuse;
+}
 
 void defineAddition(py::module_& module) {
     py::class_<KernelAddition>(module, "KernelAddition")
@@ -50,7 +53,7 @@ void defineAddition(py::module_& module) {
                           addition.otherLayout = name.empty() ? OtherLayout::Follow : OtherLayout::Refuse;
                       })
         .def_property("reseal", nullptr, [](KernelAddition& addition, bool reseal) {
-            addition.brokenSeal = reseal ? BrokenSeal::Renew : BrokenSeal::Refuse;
+            addition.brokenSeal = brokenSeal(reseal);
         });
 }
 
@@ -73,31 +76,29 @@ py::object lintAddition(const KernelAddition& addition) {
 
 void remove(const std::string& package, const std::vector<std::string>& kernels, bool reseal,
             const py::object& progress) {
-    const KernelRemoval removal{package, kernels, reseal ? BrokenSeal::Renew : BrokenSeal::Refuse};
+    const KernelRemoval removal{package, kernels, brokenSeal(reseal)};
     run(progress, [&] {
-        if (!HUTFile::exists(package)) throw HEXFileNotFoundException(package);
+        requireThere(package);
         HKPContainerUtils::removeKernels(removal);
     });
 }
 
 void merge(const std::string& package, const std::vector<std::string>& inputs, bool sort, bool checkVersion,
            bool reseal, const py::object& progress) {
-    const PackageJoin join{package, inputs, sort, checkVersion,
-                           reseal ? BrokenSeal::Renew : BrokenSeal::Refuse};
+    const PackageJoin join{package, inputs, sort, checkVersion, brokenSeal(reseal)};
     run(progress, [&] {
         for (const std::string& input : inputs)
-            if (!HUTFile::exists(input)) throw HEXFileNotFoundException(input);
+            requireThere(input);
         HKPContainerUtils::joinPackages(join);
     });
 }
 
 void addCaches(const std::string& package, const std::string& directory, bool reseal, std::size_t jobs,
                const py::object& progress) {
-    const IpCacheAddition addition{package, directory, OtherLayout::Refuse,
-                                   reseal ? BrokenSeal::Renew : BrokenSeal::Refuse, jobsOf(jobs)};
+    const IpCacheAddition addition{package, directory, OtherLayout::Refuse, brokenSeal(reseal), jobsOf(jobs)};
     run(progress, [&] {
-        for (const std::string& path : {package, directory})
-            if (!HUTFile::exists(path)) throw HEXFileNotFoundException(path);
+        requireThere(package);
+        requireThere(directory);
         HKPContainerUtils::appendIPCacheDir(addition);
     });
 }
@@ -120,8 +121,7 @@ Extracted extractedOf(const std::string& name, const ExplorerIface& explorer) {
 }
 
 std::vector<Extracted> extractKernels(KernelExtraction request, bool all) {
-    if (!HUTFile::exists(request.kpPath)) throw HEXFileNotFoundException(request.kpPath);
-    std::vector<Extracted> extracted;
+    requireThere(request.kpPath);
     if (!all) {
         const ExtractedKernel kernel = HKPContainerUtils::extractKernel(request);
         HUTInterrupt::check();  // the explorer takes work that is called off for what it cannot read
@@ -131,6 +131,7 @@ std::vector<Extracted> extractKernels(KernelExtraction request, bool all) {
     request.version = HKPContainerUtils::openKPContainer_(request.kpPath, container);
     const auto explorer = HKPContainerUtils::extractAllKernels(request);
     HUTInterrupt::check();
+    std::vector<Extracted> extracted;
     const auto [first, last] = container.getKPKernelRange();
     for (auto kernel = first; kernel != last; ++kernel)
         extracted.push_back(extractedOf((*kernel)->getName(), *explorer));

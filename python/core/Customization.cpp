@@ -3,7 +3,6 @@
 #include "containers/customizer/KernelCustomization.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HUTInterrupt.h"
-#include "platform/files/HUTFile.h"
 
 #include <chrono>
 #include <map>
@@ -32,7 +31,7 @@ std::unique_lock<std::timed_mutex> turn() {
 void customize(const KernelCustomization& request, const py::object& progress) {
     run(progress, [&] {
         const auto lock = turn();
-        if (!HUTFile::exists(request.package)) throw HEXFileNotFoundException(request.package);
+        requireThere(request.package);
         const std::string failure = CustomizationRun(request).run();
         if (!failure.empty()) throw HEXAlgException(failure);
     });

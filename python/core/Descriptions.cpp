@@ -35,7 +35,7 @@ py::bytes nameIn(const std::string& kernelXml) {
 /// The document, and the kernel that it describes.
 py::tuple loadDescription(const std::string& path) {
     const auto document = run([&] {
-        if (!HUTFile::exists(path)) throw HEXFileNotFoundException(path);
+        requireThere(path);
         return HUTFile::readFile(path);
     });
     return py::make_tuple(py::bytes(document), kernelIn(path, document));

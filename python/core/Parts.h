@@ -6,6 +6,7 @@
 #include "containers/overview/Records.h"
 
 #include <cstddef>
+#include <string>
 
 #include <pybind11/pybind11.h>
 
@@ -22,6 +23,9 @@ py::object record(const kfab::lint::Outcome& outcome);
 py::object record(const kfab::compare::Comparison& comparison);
 py::tuple records(const PackageVerification& verification);
 /// @}
+
+/// Throws HEXFileNotFoundException where nothing is at the path.
+void requireThere(const std::string& path);
 
 /// As many threads as are given, for 0 all usable cores.
 std::size_t jobsOf(std::size_t given);

@@ -5,8 +5,6 @@
 #include "containers/lint/Lint.h"
 #include "containers/overview/Overview.h"
 #include "containers/page/Page.h"
-#include "platform/base/Exceptions.h"
-#include "platform/files/HUTFile.h"
 #include "platform/zip/ArchiveSnapshot.h"
 
 #include <optional>
@@ -24,13 +22,9 @@ namespace {
 using kfab::overview::ofPackage;
 using KernelName = std::optional<std::string>;
 
-void requireFile(const std::string& path) {
-    if (!HUTFile::exists(path)) throw HEXFileNotFoundException(path);
-}
-
 py::tuple names(const std::string& package) {
     return texts(run([&] {
-        requireFile(package);
+        requireThere(package);
         std::vector<std::string> found;
         HKPContainerUtils::getKernelNamesInKPContainer(package, found);
         return found;
@@ -50,7 +44,7 @@ py::tuple kernels(const std::string& package, const KernelName& name) {
 
 py::tuple validate(const std::string& package, int flow) {
     return texts(run([&] {
-        requireFile(package);
+        requireThere(package);
         std::vector<std::string> found;
         HKPContainerUtils::validateKPAndGetKernelNames(
             package, static_cast<HKPKernel::SupportedFlowType>(flow), found);
@@ -78,7 +72,7 @@ py::str page(const std::string& package, const KernelName& kernel) {
 /// None where the package has no such file.
 py::object read(const std::string& package, const std::string& member) {
     const auto bytes = run([&]() -> std::optional<std::string> {
-        requireFile(package);
+        requireThere(package);
         const auto archive = ArchiveSnapshot::open(package);
         const ArchiveEntry* entry = archive->find(member);
         if (entry == nullptr || entry->isDirectory()) return {};
