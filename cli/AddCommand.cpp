@@ -114,16 +114,11 @@ KernelAddition additionOf(const Options& options) {
     return addition;
 }
 
-/// What is posted of every replacement: that it is one, and that it brings no device image.
-bool saysNothingNew(const ComMsg& message) {
-    return message.number() == "17-1864" || message.number() == "17-1868";
-}
-
 ExitStatus add(const Options& options, const CLI::App& given) {
     const KernelAddition addition = additionOf(options);
     const std::string unread = onlyUpdates(addition, given) ? "" : lint(addition, options);
     const MessageFilter filter([&](const ComMsg& message, const ComMsgMgr::Sink& pass) {
-        if (!addition.replace || !saysNothingNew(message)) pass(message);
+        if (!addition.replace || !tellsOnlyOfReplacement(message)) pass(message);
     });
     withAdvice([&] {
         if (!options.dryRun) return HKPContainerUtils::addKernel(addition);

@@ -3,9 +3,7 @@
 #include "cli/Kernels.h"
 #include "cli/Options.h"
 #include "cli/Output.h"
-#include "containers/explorer/ExplorerIface.h"
 #include "containers/kp/HKPContainerUtils.h"
-#include "containers/kp/PackageLayout.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HUTInterrupt.h"
 #include "platform/files/HUTPathUtils.h"
@@ -55,16 +53,10 @@ std::shared_ptr<ExplorerIface> extractKernels(const Options& options, const Vers
                           : HKPContainerUtils::extractAllKernels(request);
 }
 
-Json describe(const std::string& name, const ExplorerIface& explorer) {
-    const std::string root = explorer.getKernelDefRoot(name);
-    Json described{{"name", jsonText(name)}, {"root", jsonText(root)}};
-    // An extraction of all kernels tells the explorer of no IP outside the repository.
-    const std::string ipDir = explorer.getIPDefinitionRoot(name);
-    const std::pair<const char*, std::string> directories[] = {
-        {"ipDir", ipDir.empty() ? HUTPathUtils::join(root, layout::kernelIp) : ipDir},
-        {"ipCacheDir", explorer.getIPCacheRoot(name)}};
-    for (const auto& [key, directory] : directories)
-        if (!directory.empty() && explorer.existsDir(directory)) described[key] = jsonText(directory);
+Json describe(const std::string& name, const ExtractedPlaces& places) {
+    Json described{{"name", jsonText(name)}, {"root", jsonText(places.root)}};
+    if (!places.ip.empty()) described["ipDir"] = jsonText(places.ip);
+    if (!places.ipCache.empty()) described["ipCacheDir"] = jsonText(places.ipCache);
     return described;
 }
 
@@ -99,12 +91,13 @@ std::optional<Json> extractAndDescribe(const Options& options) {
     HUTInterrupt::check();  // the explorer takes work that is called off for a description it cannot read
     std::optional<Json> kernels = Json::array();
     for (const std::string& name : names) {
-        if (explorer->getKernelDefRoot(name).empty()) {
+        const ExtractedPlaces places = placesOf(name, *explorer);
+        if (places.root.empty()) {
             complain("error", "Kernel '" + name + "' was extracted, but its description in '" +
                                   options.directory + "' cannot be read: " + words.nextLine());
             kernels.reset();
         } else if (kernels) {
-            kernels->push_back(describe(name, *explorer));
+            kernels->push_back(describe(name, places));
         }
     }
     return kernels;

@@ -57,9 +57,8 @@ void defineAddition(py::module_& module) {
         });
 }
 
-/// Of every replacement it is posted that it is one, and that it brings no device image.
 bool saysMoreThanThatItReplaces(const ComMsg& message) {
-    return message.number() != "17-1864" && message.number() != "17-1868";
+    return !tellsOnlyOfReplacement(message);
 }
 
 void add(const KernelAddition& addition, const py::object& progress) {
@@ -104,20 +103,16 @@ void addCaches(const std::string& package, const std::string& directory, bool re
 }
 
 struct Extracted {
-    std::string name, root, ip, ipCache;
+    std::string name;
+    ExtractedPlaces places;
 };
 
 Extracted extractedOf(const std::string& name, const ExplorerIface& explorer) {
-    const auto ifThere = [&](const std::string& directory) {
-        return !directory.empty() && explorer.existsDir(directory) ? directory : std::string();
-    };
-    const std::string root = explorer.getKernelDefRoot(name);
-    if (root.empty())
+    const ExtractedPlaces places = placesOf(name, explorer);
+    if (places.root.empty())
         throw HEXAlgException("Kernel '" + name + "' was extracted, but its description in '" +
                               explorer.getRoot() + "' cannot be read");
-    // An extraction of all kernels tells the explorer of no IP outside the repository.
-    const std::string ip = explorer.getIPDefinitionRoot(name);
-    return {name, root, ifThere(ip.empty() ? root + "/ip" : ip), ifThere(explorer.getIPCacheRoot(name))};
+    return {name, places};
 }
 
 std::vector<Extracted> extractKernels(KernelExtraction request, bool all) {
@@ -151,8 +146,9 @@ py::tuple extract(const std::string& package, const std::optional<std::string>& 
     return tuple(run(progress, [&] { return extractKernels(request, !kernel); }),
                  [](const Extracted& extracted) {
                      return make("Extracted", "name"_a = text(extracted.name),
-                                 "directory"_a = text(extracted.root), "ip_dir"_a = textOrNone(extracted.ip),
-                                 "ip_cache_dir"_a = textOrNone(extracted.ipCache));
+                                 "directory"_a = text(extracted.places.root),
+                                 "ip_dir"_a = textOrNone(extracted.places.ip),
+                                 "ip_cache_dir"_a = textOrNone(extracted.places.ipCache));
                  });
 }
 

@@ -2,6 +2,7 @@
 
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/KernelStaging.h"
+#include "platform/messages/ComMsgMgr.h"
 
 void HKPContainerUtils::addKernel(const KernelAddition& addition) {
     KernelStaging::examine(addition);
@@ -51,4 +52,8 @@ void HKPContainerUtils::addKernelToKPContainer(
                .replace = replace,
                .update = update,
                .checkVersion = checkVersion});
+}
+
+bool tellsOnlyOfReplacement(const ComMsg& message) {
+    return message.number() == "17-1864" || message.number() == "17-1868";
 }

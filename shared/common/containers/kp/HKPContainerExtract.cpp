@@ -223,3 +223,15 @@ bool HKPContainerUtils::readFileInKP(const std::string& path, const std::string&
         return false;
     }
 }
+
+ExtractedPlaces placesOf(const std::string& name, const ExplorerIface& explorer) {
+    const auto ifThere = [&](const std::string& directory) {
+        return !directory.empty() && explorer.existsDir(directory) ? directory : std::string();
+    };
+    const std::string root = explorer.getKernelDefRoot(name);
+    if (root.empty()) return {};
+    // An extraction of all kernels tells the explorer of no IP outside the repository.
+    const std::string ip = explorer.getIPDefinitionRoot(name);
+    return {root, ifThere(ip.empty() ? HUTPathUtils::join(root, layout::kernelIp) : ip),
+            ifThere(explorer.getIPCacheRoot(name))};
+}

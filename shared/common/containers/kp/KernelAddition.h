@@ -1,8 +1,12 @@
 #pragma once
 
+#include "platform/base/Export.h"
+
 #include <cstddef>
 #include <string>
 #include <vector>
+
+struct ComMsg;
 
 /// What adding to a package does when the package has the other layout than the one asked for.
 enum class OtherLayout {
@@ -50,6 +54,10 @@ struct KernelAddition {
     BrokenSeal brokenSeal = BrokenSeal::Renew;
     std::size_t jobs = 1;  ///< so many threads, the calling one among them, may take part
 };
+
+/// Whether a message is one that is posted of every replacement: that it is one, and that it brings no device
+/// image.
+KP_EXPORT bool tellsOnlyOfReplacement(const ComMsg& message);
 
 /// IP caches that are to be added to a package: every directory, `directory` included, that itself holds a
 /// ".qmr" file becomes the cache of its own name.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "containers/explorer/ExplorerIface.h"
+#include "platform/base/Export.h"
 
 #include <cstddef>
 #include <memory>
@@ -30,3 +31,13 @@ struct ExtractedKernel {
     std::string topIpDir = ".";
     std::shared_ptr<kfab::kernel::ExplorerIface> explorer;  ///< has the kernel under this name
 };
+
+/// The directories of an extracted kernel; empty where it has none.
+struct ExtractedPlaces {
+    std::string root;  ///< of its description; empty as well when that cannot be read
+    std::string ip;
+    std::string ipCache;
+};
+
+/// @param name as the explorer of the extraction knows it
+KP_EXPORT ExtractedPlaces placesOf(const std::string& name, const kfab::kernel::ExplorerIface& explorer);
