@@ -97,10 +97,12 @@ class Comparison:
 
     def race(self, ours, *peers, rounds=1, times=1, warm=0):
         """All in turns, in `rounds` times the usual number of rounds, after one that warms the caches. What takes many
-        MiB of memory and of the cache of the file system has more than twice as many in `warm`."""
+        MiB of memory and of the cache of the file system has more than twice as many in `warm`. What one left to be
+        written, the next, which may wait for the disk, does not wait for."""
         for round_number in range(rounds * self.runs + 1):
             for command in (ours, *peers):
                 warm_memory(int(warm * self.scale) * MIB)
+                os.sync()
                 command.run(self.measure, times)
                 if round_number == 0:
                     command.seconds.clear()

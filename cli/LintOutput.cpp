@@ -1,7 +1,7 @@
 #include "cli/LintOutput.h"
 
 #include "cli/Output.h"
-#include "platform/files/HUTPathUtils.h"
+#include "platform/files/DisplayText.h"
 
 #include <iostream>
 
@@ -16,17 +16,17 @@ using kfab::lint::Unchecked;
 using nlohmann::ordered_json;
 
 std::string lintLine(const Finding& finding, const std::string& severity) {
-    std::string line = HUTPathUtils::shown(finding.document) + ":";
+    std::string line = finding.document + ":";
     if (finding.line > 0) line += std::to_string(finding.line) + ":";
     if (!severity.empty()) line += " " + severity + ":";
-    return line + " " + finding.text + " [" + finding.rule->code + "]";
+    return display::displayed(line + " " + finding.text + " [" + finding.rule->code + "]");
 }
 
 void printLintText(const Outcome& outcome) {
     for (const Finding& finding : outcome.findings)
         std::cout << lintLine(finding, severityText(finding.rule->severity)) << '\n';
     for (const Unchecked& unchecked : outcome.unchecked)
-        std::cout << HUTPathUtils::shown(unchecked.kernel) << ": unchecked: " << unchecked.reason << " ["
+        std::cout << display::displayed(unchecked.kernel + ": unchecked: " + unchecked.reason) << " ["
                   << unchecked.code << "]\n";
 }
 

@@ -18,7 +18,7 @@ constexpr std::uint64_t bytesOfThread = std::uint64_t{1} << 19;
 constexpr std::uint64_t leastBytes = std::uint64_t{1} << 13;
 
 std::size_t maximumItems() {
-    constexpr rlim_t most = 256;
+    constexpr rlim_t most = 1024;
     rlimit files{};
     getrlimit(RLIMIT_NOFILE, &files);
     return std::clamp<rlim_t>(files.rlim_cur / 4, 1, most);
@@ -66,8 +66,7 @@ void OrderedWork::add(std::uint64_t bytes, Task task, Use use) {
         items_.push_back({bytes, std::move(task), std::move(use)});
         bytes_ += bytes;
         unclaimedBytes_ += bytes;
-        const bool isAlone = claimed_ + 1 == items_.size();  // then the row's own thread takes it
-        pays = unclaimedBytes_ >= bytesOfThread && !isAlone;
+        pays = unclaimedBytes_ >= bytesOfThread;
     }
     if (jobs_ == 1) return finish();
     if (pays && threads_.size() + 1 < jobs_) startWorker();

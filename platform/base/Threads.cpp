@@ -1,8 +1,14 @@
 #include "platform/base/Threads.h"
 
+#include <algorithm>
 #include <csignal>
 #include <system_error>
 #include <utility>
+
+#include <fcntl.h>
+#include <sys/eventfd.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -22,9 +28,23 @@ private:
     sigset_t before_;
 };
 
+/// While threads share it, the system's table of descriptors grows only after a wait for all processors, of
+/// ten milliseconds and more. It grows here to what many open files need, at once where this is the first
+/// thread that is started.
+void growDescriptorTable() {
+    constexpr rlim_t enough = 2048;
+    rlimit files{};
+    getrlimit(RLIMIT_NOFILE, &files);
+    const int any = eventfd(0, EFD_CLOEXEC);
+    const int last = fcntl(any, F_DUPFD_CLOEXEC, static_cast<int>(std::min(files.rlim_cur, enough)) - 1);
+    for (const int descriptor : {any, last})
+        if (descriptor >= 0) close(descriptor);
+}
+
 }  // namespace
 
 std::jthread startThread(std::function<void()> run) {
+    growDescriptorTable();
     const NoSignals none;
     try {
         return std::jthread(std::move(run));

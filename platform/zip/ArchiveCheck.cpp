@@ -17,16 +17,27 @@ namespace {
 
 using Code = ArchiveFinding::Code;
 
+/// A task counts as so many bytes at most, since it keeps none for later.
+constexpr std::uint64_t mostBytes = std::uint64_t{1} << 20;
+
 class Check {
 public:
     explicit Check(const ArchiveSnapshot& archive, std::uint64_t endRecordsOffset)
         : archive_(archive), endRecordsOffset_(endRecordsOffset), isUnreadable_(archive.entries().size()) {}
 
     std::vector<ArchiveFinding> run(std::size_t jobs, const std::function<void()>& beside) {
-        checkNames();
-        checkKinds();
-        checkLayout();
-        checkData(jobs, beside);
+        std::vector<Buffer> buffers(jobs);
+        OrderedWork work(jobs);
+        work.run([&] {
+            if (beside)
+                work.add(std::min(archive_.digestEnd(), mostBytes), [&](std::size_t) { beside(); }, {});
+            checkNames();
+            checkKinds();
+            checkLayout();
+            forEach([&](std::uint32_t position) {
+                if (!isUnreadable_[position]) addReading(position, work, buffers);
+            });
+        });
         if (findings_.empty()) checkExtraction();
         return std::move(findings_);
     }
@@ -148,26 +159,16 @@ private:
         });
     }
 
-    void checkData(std::size_t jobs, const std::function<void()>& beside) {
-        constexpr std::uint64_t mostBytes = std::uint64_t{1} << 20;  // none of them is kept for later
-        std::vector<Buffer> buffers(jobs);
-        OrderedWork work(jobs);
-        work.run([&] {
-            if (beside)
-                work.add(std::min(archive_.digestEnd(), mostBytes), [&](std::size_t) { beside(); }, {});
-            forEach([&](std::uint32_t position) {
-                if (isUnreadable_[position]) return;
-                const auto failure = std::make_shared<std::optional<HEXAlgException>>();
-                work.add(
-                    std::min(at(position).size, mostBytes),
-                    [=, this, &buffers](std::size_t worker) {
-                        *failure = failureToRead(at(position), buffers[worker]);
-                    },
-                    [=, this] {
-                        if (*failure) reportFailure(Code::BadData, position, **failure);
-                    });
+    void addReading(std::uint32_t position, OrderedWork& work, std::vector<Buffer>& buffers) {
+        const auto failure = std::make_shared<std::optional<HEXAlgException>>();
+        work.add(
+            std::min(at(position).size, mostBytes),
+            [=, this, &buffers](std::size_t worker) {
+                *failure = failureToRead(at(position), buffers[worker]);
+            },
+            [=, this] {
+                if (*failure) reportFailure(Code::BadData, position, **failure);
             });
-        });
     }
 
     std::optional<HEXAlgException> failureToRead(const ArchiveEntry& entry, Buffer& buffer) const {

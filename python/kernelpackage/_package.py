@@ -247,7 +247,6 @@ class Package:
         return list(_core.extract(self._bytes(), text_or_none(kernel), path(directory), own_ip, check_version,
                                   overwrite, _number_of(jobs), progress))
 
-
     def customize(self, kernel: str, name: str, output: StrPath, *, tcl_shell: str,
                   params: Mapping[str, str | int] | None = None, board: str = "", host_scripts: Iterable[StrPath] = (),
                   replace_ip: bool = False, reseal: bool = False, jobs: int | None = None,
