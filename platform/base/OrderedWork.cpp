@@ -24,6 +24,21 @@ std::size_t maximumItems() {
     return std::clamp<rlim_t>(files.rlim_cur / 4, 1, most);
 }
 
+/// Whether the condition, which the mutex of `lock` guards, holds within a moment: less than a thread that
+/// sleeps needs to be woken, above all on a virtual machine, whose processor may have gone to sleep with it.
+template <class Condition>
+bool holdsSoon(std::unique_lock<std::mutex>& lock, const Condition& condition) {
+    using std::chrono::steady_clock;
+    const steady_clock::time_point end = steady_clock::now() + std::chrono::microseconds(200);
+    while (!condition()) {
+        if (steady_clock::now() > end) return false;
+        lock.unlock();
+        std::this_thread::yield();
+        lock.lock();
+    }
+    return true;
+}
+
 }  // namespace
 
 void OrderedWork::Item::run(std::size_t worker) noexcept {
@@ -86,7 +101,8 @@ void OrderedWork::work(std::size_t worker) {
     HUTProgress::collectInto(progress_);
     std::unique_lock lock(mutex_);
     for (;;) {
-        hasTask_.wait(lock, [&] { return isStopping_ || claimed_ < items_.size(); });
+        const auto mayGoOn = [&] { return isStopping_ || claimed_ < items_.size(); };
+        if (!holdsSoon(lock, mayGoOn)) hasTask_.wait(lock, mayGoOn);
         if (isStopping_) return;
         Item* const item = claim();
         lock.unlock();
@@ -122,7 +138,8 @@ void OrderedWork::step() try {
         lock.lock();
         item->isDone = true;
     } else {
-        isFrontDone_.wait_for(lock, patience, [&] { return items_.front().isDone; });
+        const auto isFrontDone = [&] { return items_.front().isDone; };
+        if (!holdsSoon(lock, isFrontDone)) isFrontDone_.wait_for(lock, patience, isFrontDone);
         lock.unlock();
         tellProgress();
     }

@@ -17,7 +17,7 @@
 /// thread: that of whoever makes this, which works off tasks as well. With one job it does all alone. Other
 /// threads begin only once half a MiB of work waits.
 ///
-/// What is waiting or done, and not used yet, is bounded: 8 MiB for each job, and 256 tasks or a quarter of
+/// What is waiting or done, and not used yet, is bounded: 8 MiB for each job, and 1,024 tasks or a quarter of
 /// the files that the process may have open. The first failure in the order of the row is thrown, whatever
 /// failed first; nothing behind it is used. What tasks tell of progress, the one thread passes on.
 class KP_EXPORT OrderedWork {
