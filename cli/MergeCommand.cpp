@@ -39,8 +39,9 @@ Run declareMerge(CLI::App& app) {
     app.add_flag("--json", options->json, "With --dry-run: as a JSON object")->needs(dryRun);
     app.add_flag("--reseal", options->reseal,
                  "Go on, and seal the new package, although a digest does not hold");
-    return [options] {
+    return [options, &app] {
         PackageJoin& join = options->join;
+        join.jobs = jobs(app);
         if (options->reseal) join.brokenSeal = BrokenSeal::Renew;
         openAsManyFilesAsMayBe();
         withAdvice([&] {

@@ -83,8 +83,8 @@ void remove(const std::string& package, const std::vector<std::string>& kernels,
 }
 
 void merge(const std::string& package, const std::vector<std::string>& inputs, bool sort, bool checkVersion,
-           bool reseal, const py::object& progress) {
-    const PackageJoin join{package, inputs, sort, checkVersion, brokenSeal(reseal)};
+           bool reseal, std::size_t jobs, const py::object& progress) {
+    const PackageJoin join{package, inputs, sort, checkVersion, brokenSeal(reseal), jobsOf(jobs)};
     run(progress, [&] {
         for (const std::string& input : inputs)
             requireThere(input);

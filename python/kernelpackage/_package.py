@@ -219,12 +219,13 @@ class Package:
         _core.remove(self._bytes(), [text(name) for name in names], reseal, progress)
 
     def merge(self, packages: Iterable[StrPath], *, sort: bool = False, check_version: bool = False,
-              reseal: bool = False, progress: Progress | None = None) -> None:
+              reseal: bool = False, jobs: int | None = None, progress: Progress | None = None) -> None:
         """Make this package, which must not be there yet, of all kernels of others.
 
         They are in the order of the packages, with `sort` in that of their names.
         """
-        _core.merge(self._bytes(), paths(packages), sort, check_version, reseal, progress)
+        _core.merge(self._bytes(), paths(packages), sort, check_version, reseal, _number_of(jobs),
+                    progress)
 
     def add_caches(self, directory: StrPath, *, reseal: bool = False, jobs: int | None = None,
                    progress: Progress | None = None) -> None:

@@ -36,6 +36,7 @@ void HKPContainerUtils::joinPackages(const PackageJoin& join) {
     const HUTProgress progress([&] { return workOf(join); });
     ArchiveEdit edit(join.kpPath);
     if (edit.exists()) refuseTaken(join.kpPath);
+    edit.useJobs(join.jobs);
     PackageJoining(join, edit).stage();
     try {
         edit.commit();

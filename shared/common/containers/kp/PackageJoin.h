@@ -2,6 +2,7 @@
 
 #include "containers/kp/KernelAddition.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -12,4 +13,5 @@ struct PackageJoin {
     bool sorts = false;         ///< kernels by name, byte by byte, instead of in the order of the inputs
     bool checkVersion = false;  ///< refuse inputs that later software wrote
     BrokenSeal brokenSeal = BrokenSeal::Refuse;  ///< of the inputs
+    std::size_t jobs = 1;  ///< so many threads, the calling one among them, may take part
 };
