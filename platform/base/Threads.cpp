@@ -6,6 +6,8 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <pthread.h>
+#include <sched.h>
 #include <sys/eventfd.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -41,13 +43,28 @@ void growDescriptorTable() {
         if (descriptor >= 0) close(descriptor);
 }
 
+/// A virtual machine's idle processor may count as taken, so that a new thread waits behind the one that
+/// started it, until the system balances its load milliseconds later. It is moved to another processor at
+/// once, and may go where it likes from then on.
+void moveAway(pthread_t thread) {
+    cpu_set_t all;
+    if (sched_getaffinity(0, sizeof all, &all) != 0) return;
+    cpu_set_t others = all;
+    CPU_CLR(static_cast<std::size_t>(sched_getcpu()), &others);
+    if (CPU_COUNT(&others) == 0) return;
+    pthread_setaffinity_np(thread, sizeof others, &others);
+    pthread_setaffinity_np(thread, sizeof all, &all);
+}
+
 }  // namespace
 
 std::jthread startThread(std::function<void()> run) {
     growDescriptorTable();
     const NoSignals none;
     try {
-        return std::jthread(std::move(run));
+        std::jthread thread(std::move(run));
+        moveAway(thread.native_handle());
+        return thread;
     } catch (const std::system_error&) {
         return {};
     }

@@ -1,11 +1,14 @@
 // Whatever an enemy or a failing disk makes of a package or a document: it is told from a sound one, read
 // right or refused with a clear error, and does no harm. With KP_LONG_TESTS=1 every bit is tried.
 
+#include "containers/compare/Comparison.h"
 #include "containers/kernel/KernelRecords.h"
 #include "containers/kp/PackageVerification.h"
+#include "containers/lint/Lint.h"
 #include "containers/overview/Overview.h"
 #include "containers/page/Page.h"
 #include "platform/base/Exceptions.h"
+#include "platform/files/HUTPathUtils.h"
 #include "platform/xml/ElementTree.h"
 #include "platform/xml/Reader.h"
 #include "platform/xml/Writer.h"
@@ -14,11 +17,12 @@
 #include "tests/support/Failure.h"
 #include "tests/support/Packages.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <regex>
 #include <set>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace {
 
@@ -51,13 +55,72 @@ void expectPageOrRefusal(const std::function<kfab::overview::Overview()>& gather
     EXPECT_TRUE(tree.root().child("body").child("main")) << place;
 }
 
+/// Every finding names a document that there is and a line in it, in few words that are fit for a terminal.
+void expectUsableFindings(const kfab::lint::Outcome& outcome,
+                          const std::function<std::string(const std::string&)>& read, std::size_t place) {
+    for (const kfab::lint::Finding& finding : outcome.findings) {
+        const std::string document = finding.line > 0 ? read(finding.document) : "";
+        EXPECT_LE(finding.line, std::count(document.begin(), document.end(), '\n') + 1) << place;
+        EXPECT_LT(finding.text.size(), 2000U) << place;
+        EXPECT_EQ(finding.text, HUTPathUtils::shown(finding.text)) << place;
+    }
+    for (const kfab::lint::Unchecked& unchecked : outcome.unchecked)
+        EXPECT_FALSE(unchecked.reason.empty()) << place;
+}
+
+/// All files that can be read, but for the manifest, whose times and blanks are no difference.
+std::map<std::string, std::string> contentsOf(const std::string& package) {
+    std::map<std::string, std::string> contents;
+    for (const auto snapshot = ArchiveSnapshot::open(package);
+         const ArchiveEntry& entry : snapshot->entries())
+        if (!entry.isDirectory() && !entry.name.ends_with(".xml"))
+            contents[std::string(entry.name)] = snapshot->read(entry);
+    return contents;
+}
+
+/// What is called the same holds the same, and whatever can be read is the same as itself.
+void expectDifferencesTold(const std::string& sound, const std::string& package, std::size_t place) {
+    // What the comparison finds, or what is expected if it finds that something cannot be read.
+    const auto isSame = [](const std::string& one, const std::string& other, bool expected) {
+        bool isSame = expected;
+        failureOf([&] {
+            isSame = kfab::compare::comparePackages(one, other).verdict() == kfab::compare::Verdict::Same;
+        });
+        return isSame;
+    };
+    EXPECT_TRUE(isSame(package, package, true)) << place;
+    EXPECT_TRUE(!isSame(sound, package, false) || contentsOf(package) == contentsOf(sound)) << place;
+}
+
+/// A merge makes a package that is as sound as what it is made of, or nothing.
+void expectMergedOrRefused(const std::string& package, const std::string& other, std::size_t place) {
+    const auto flawsOf = [](const std::string& path) {
+        std::set<std::string> flaws;
+        for (const PackageFinding& finding : PackageVerification::of(path).findings)
+            flaws.insert(finding.code);
+        return flaws;
+    };
+    const std::string merged = package + ".merged";
+    for (const BrokenSeal seal : {BrokenSeal::Refuse, BrokenSeal::Renew}) {
+        const PackageJoin join{.kpPath = merged, .inputs = {package, other}, .brokenSeal = seal};
+        const bool isMade = failureOf([&] { HKPContainerUtils::joinPackages(join); }) == "nothing thrown";
+        const std::set<std::string> flaws = isMade ? flawsOf(merged) : std::set<std::string>();
+        EXPECT_THAT(flawsOf(package), testing::IsSupersetOf(flaws)) << place;
+        EXPECT_EQ(std::filesystem::remove(merged), isMade) << place;
+    }
+}
+
 TEST(HostilePackage, EveryTruncationAndFlippedBitIsFoundAndHarmless) {
     const TemporaryDirectory directory;
     const CapturedMessages messages;
     KernelAddition k1 = ipKernel(directory, "k1"), k2 = ipKernel(directory, "k2");
     k1.cpuFiles = {directory.file("a.cpp", std::string(300, 'a'))};
     add(k1);
+    KernelAddition k3 = ipKernel(directory, "k3");
+    k3.kpPath = directory / "other.kp";
+    add(k3);
     const std::string package = k1.kpPath, out = directory / "out", sound = TemporaryDirectory::read(package);
+    const std::string original = directory.file("sound.kp", sound);
     std::set<std::string> members;
     for (const auto snapshot = ArchiveSnapshot::open(package);
          const ArchiveEntry& entry : snapshot->entries())
@@ -80,6 +143,14 @@ TEST(HostilePackage, EveryTruncationAndFlippedBitIsFoundAndHarmless) {
             std::filesystem::remove_all(out);
         }
         expectPageOrRefusal([&] { return kfab::overview::ofPackage(package); }, place);
+        failureOf([&] {
+            expectUsableFindings(
+                kfab::lint::lintPackage(package),
+                [&](const std::string& member) { return ArchiveSnapshot::open(package)->read(member); },
+                place);
+        });
+        expectDifferencesTold(original, package, place);
+        expectMergedOrRefused(package, k3.kpPath, place);
         EXPECT_EQ(directory.files(), before) << place;
         const bool isChanged = failureOf([&] { add(k2); }) == "nothing thrown";
         EXPECT_TRUE(isChanged ? !isSound || PackageVerification::of(package).isClean()
@@ -106,6 +177,28 @@ TEST(HostileDocuments, DamagedExamplesAreReadOrRefused) {
     };
     damage(example("kernel.xml"), 1, expectReadOrRefused<KernelXML::Root>);
     damage(example("design.xml"), 19, expectReadOrRefused<DesignXML::Profile>);
+}
+
+TEST(HostileDocuments, WhatIsWrongWithADamagedOneIsToldAtItsLine) {
+    const TemporaryDirectory directory;
+    const CapturedMessages messages;
+    std::filesystem::copy(KP_EXAMPLES_DIR "/vadd", directory / "vadd",
+                          std::filesystem::copy_options::recursive);
+    const std::string kernel = directory / "vadd/";
+    for (const auto& [name, step] :
+         {std::pair("kernel.xml", 5U), {"design.xml", 59U}, {"ip/component.xml", 13U}}) {
+        const std::string sound = TemporaryDirectory::read(kernel + name);
+        damage(sound, step, [&](const std::string& document, std::size_t place) {
+            directory.file("vadd/" + std::string(name), document);
+            const std::string failure = failureOf([&] {
+                expectUsableFindings(
+                    kfab::lint::lintKernel({kernel + "kernel.xml", kernel + "ip", kernel + "design.xml"}),
+                    &TemporaryDirectory::read, place);
+            });
+            EXPECT_LT(failure.size(), 1000U) << place;
+        });
+        directory.file("vadd/" + std::string(name), sound);
+    }
 }
 
 TEST(HostilePage, IsWellFormedWhateverADocumentSays) {

@@ -33,7 +33,8 @@ protected:
     /// The bytes of p.kp, made of these.
     std::string merge(const Texts& inputs, bool sorts = false) const {
         fs::remove(package_);
-        HKPContainerUtils::joinPackages({.kpPath = package_, .inputs = inputs, .sorts = sorts});
+        HKPContainerUtils::joinPackages(
+            {.kpPath = package_, .inputs = inputs, .sorts = sorts, .jobs = jobsOfTests()});
         verifyClean();
         return HUTFile::readFile(package_);
     }
