@@ -165,6 +165,14 @@ class Comparison:
         with self.place_for_files() as place:
             one, two = (self.kp("extract", package(1), "-d", place, jobs=jobs, ready=lambda: renew(place)) for jobs in (1, 2))
             self.compare("extract it with two cores", two, one, "with one", 1 / 1.3, rounds=4)
+        # No more work than pays for a second thread.
+        small = lambda jobs: self.out / f"small{jobs}.kp"
+        one, two = (self.kp("add", small(jobs), description, "--ip", tree / "part0", "--no-lint", jobs=jobs,
+                            ready=lambda jobs=jobs: self.fresh(small(jobs).name)) for jobs in (1, 2))
+        self.compare(f"add {self.scaled(75)} of its files with two cores", two, one, "with one", 1, rounds=4)
+        with self.place_for_files() as place:
+            one, two = (self.kp("extract", small(1), "-d", place, jobs=jobs, ready=lambda: renew(place)) for jobs in (1, 2))
+            self.compare("extract them with two cores", two, one, "with one", 1, rounds=4)
 
     def image(self):
         """One large file with one core and with two, in turns."""

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# usage: tools/install-deps.sh [fuzz|lint|package|reference]...
+# usage: tools/install-deps.sh [fuzz|lint|package|reference|memcheck]...
 # Installs the Debian packages that building and testing need, and on demand those for fuzzing, for the linter, for
-# trying the Debian packages and for the reference of the library: those that are missing, and nothing else.
+# trying the Debian packages, for the reference of the library and for Memcheck: those that are missing, and nothing else.
 set -euo pipefail
 
 # For the library, the command kp and the Python module.
@@ -21,6 +21,7 @@ tests=(
 )
 declare -A more=(
     [fuzz]="clang libclang-rt-14-dev" [lint]="clang-tidy" [package]="debootstrap dpkg-dev file" [reference]="doxygen"
+    [memcheck]="valgrind"
 )
 
 packages=("${build[@]}" "${tests[@]}")

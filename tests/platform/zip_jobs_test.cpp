@@ -81,9 +81,13 @@ protected:
         extractArchive(plan, at("new"), jobs);
     }
     std::vector<std::string> flaws(std::size_t jobs) const {
+        const auto snapshot = ArchiveSnapshot::open(archive);
+        DigestVerdict digest = DigestVerdict::Unreadable;
         std::vector<std::string> texts;
-        for (const ArchiveFinding& finding : ArchiveSnapshot::open(archive)->check(jobs))
+        for (const ArchiveFinding& finding :
+             snapshot->check(jobs, [&] { digest = snapshot->checkDigest(ArchiveDigest::Label::Sha256); }))
             texts.push_back(finding.text);
+        EXPECT_EQ(digest, texts.empty() ? DigestVerdict::Valid : DigestVerdict::Mismatch);
         return texts;
     }
 

@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# usage: tools/memcheck.sh [TEST...]
+# Runs the programs of the tests and, through the tests of the command, kp itself under Memcheck of valgrind: all, or those
+# that are named, such as xml_test or kp. Fails when Memcheck finds an access out of place, a value that nobody set, or a
+# block that is lost. Left out are cases that fill hundreds of megabytes or measure time.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+tools/install-deps.sh memcheck
+cmake --preset release --log-level=WARNING >/dev/null
+cmake --build --preset release
+bin=$PWD/build/release/bin
+logs=$PWD/build/memcheck
+mkdir -p "$logs"
+
+left_out='-*MoreEntries*:*HugeOnes*:Limits.*:*TooLongForTheMemory*:*FromDeepest*:Shell.*'
+memcheck=(valgrind -q --error-exitcode=99 --leak-check=full --errors-for-leak-kinds=definite
+    "--suppressions=$PWD/tools/memcheck.supp")
+
+check_program() {
+    "${memcheck[@]}" "$bin/$1" --gtest_brief=1 --gtest_filter="$left_out"
+}
+
+# The command leaves what Memcheck says in a file, since its standard error belongs to the tests.
+check_command() {
+    local wrapper=$logs/kp
+    printf '#!/bin/sh\nexec %s "%s" "$@"\n' "${memcheck[*]@Q} --log-file='$logs/kp-%p.log'" "$bin/kp" >"$wrapper"
+    chmod +x "$wrapper"
+    rm -f "$logs"/kp-*.log
+    KP=$wrapper KP_EXAMPLES_DIR=$PWD/examples KP_SHARE_DIR=$PWD/build/release/share KP_HANDBOOK=$PWD/docs/cli.md \
+        PYTHONDONTWRITEBYTECODE=1 python3 "tests/cli/$1_test.py" || true
+    ! grep -h . "$logs"/kp-*.log
+}
+
+(($#)) || set -- $(cd "$bin" && ls -- *_test) kp lint show
+status=0
+for name in "$@"; do
+    echo "memcheck: $name"
+    if [[ $name == *_test ]]; then check_program "$name"; else check_command "$name"; fi >"$logs/$name.txt" 2>&1 ||
+        { cat "$logs/$name.txt"; status=1; }
+done
+exit "$status"
