@@ -89,7 +89,9 @@ TEST_F(PackageTest, UpdatesOnlyDeviceImagesAndShimUnderTheFolderThatTheKernelHas
         add(change);
     };
     update({}, file("old.shim"));
-    update({directory_.file("same.pdi", "newer")}, "");
+    directory_.file("same.pdi", "newer");
+    std::filesystem::create_symlink("same.pdi", directory_ / "link.pdi");
+    update({directory_ / "link.pdi"}, "");
     EXPECT_EQ(member("k1/pdi/same.pdi"), "newer");
     EXPECT_EQ(member("k1/shim_soln/old.shim"), "bytes of old.shim");
     update({}, file("new.shim"));
@@ -214,6 +216,7 @@ TEST_F(PackageTest, WhateverFailsChangesNothing) {
             spoil(spoilt);
             const auto before = directory_.files();
             EXPECT_EQ(failureOf([&] { add(spoilt); }), error);
+            EXPECT_EQ(failureOf([&] { HKPContainerUtils::planKernelAddition(spoilt); }), error);
             EXPECT_EQ(directory_.files(), before) << error;
             EXPECT_TRUE(std::filesystem::is_empty(temporary.path())) << error;
         }

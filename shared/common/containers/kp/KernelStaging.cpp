@@ -108,8 +108,7 @@ void KernelStaging::requireOwnFolder(const std::string& folder) const {
 
 HKPKernel* KernelStaging::stageUpdate(const HKPKernel& present) {
     folder_ = HUTPathUtils::withoutTrailingSeparators(present.getDirectory());
-    HKPKernel* updated = container_.addKPKernel(request_.kernelName, {}, {}, {}, {}, {}, false, false, false,
-                                                false, false, false, false, false);
+    HKPKernel* updated = container_.appendKPKernel(takeKernel());  // the one that changed last comes last
     for (const KernelPart& part : kernelParts) {
         Files given = part.byUpdate ? part.givenBy(request_) : Files();
         if (given.empty()) continue;
