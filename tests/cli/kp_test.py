@@ -126,8 +126,8 @@ class KpTest(KpCase):
                   "notes": [note]}
         self.expect_json(["diff", "a.kp", "b.kp", "VADD", "--breaking"], answer, 1)
         differences = json.loads(run("diff", "a.kp", "b.kp", "--json")[1])["differences"]
-        self.assertEqual([odd, None, 100.0, "new\x1b"], [differences[0]["new"], differences[-1]["old"],
-                                                       differences[3]["percent"], differences[-1]["new"]])
+        self.assertEqual([odd, None, 1310, 100.0, "new\x1b"], [
+            differences[0]["new"], differences[-1]["old"], differences[3]["new"], differences[3]["percent"], differences[-1]["new"]])
         self.expect(["diff", "a.kp", "b.kp", "x"], 3, "", "kp: error: Kernel 'x' was not found inside KP container "
                     "'a.kp', nor inside 'b.kp'\n")
         self.expect(["diff", "a.kp", "none"], 3, "", "kp: error: File not found: 'none'\n")

@@ -41,8 +41,8 @@ TEST(CompareProperties, KnowsWhatEveryFieldMeans) {
         });
 }
 
-/// Fills a record with one of everything, but for one value, which is another one, or one child, which is
-/// missing.
+/// Fills a record with one of everything, and two of each value that may occur more than once, but for one
+/// value, which is another one, or one child, which is missing.
 class OneOdd {
 public:
     explicit OneOdd(std::size_t odd) : left_(odd) {}
@@ -53,9 +53,13 @@ public:
             if (field.name == KernelXML::InstListType::element && level > deepest) continue;
             const bool isOdd = left_-- == 0;
             if (isOdd) name_ = field.name;
+            const auto addValue = [&](bool isOther) {
+                if (field.parse(record, isOther ? "SYSTEM" : "HW_EMU") != lmx60::ErrorKind::None)
+                    field.parse(record, isOther ? "1" : "2");
+            };
             if (field.parse != nullptr) {
-                if (field.parse(record, isOdd ? "SYSTEM" : "HW_EMU") != lmx60::ErrorKind::None)
-                    field.parse(record, isOdd ? "1" : "2");
+                if (field.occurs == lmx60::Occurs::Any) addValue(false);
+                addValue(isOdd);
             } else if (!isOdd || field.occurs == lmx60::Occurs::Required) {
                 if (isOdd) isRequired_ = true;
                 void* const child = field.append(record);

@@ -23,6 +23,14 @@ Texts linesOf(const Comparison& comparison) {
     return lines;
 }
 
+/// What is told of two packages; as much is told of them the other way round.
+Texts between(const std::string& before, const std::string& now,
+              const std::optional<std::string>& kernel = {}) {
+    Texts lines = linesOf(comparePackages(before, now, kernel));
+    EXPECT_EQ(linesOf(comparePackages(now, before, kernel)).size(), lines.size());
+    return lines;
+}
+
 // The example as two packages
 
 /// One piece of one of its inputs in another way.
@@ -78,11 +86,10 @@ Texts changed(const std::vector<Edit>& edits, const std::function<void(KernelAdd
     KernelAddition addition = inputs.addition("new.kp");
     if (change) change(addition);
     add(addition);
-    const Comparison comparison = comparePackages(old.kpPath, addition.kpPath);
-    Texts lines = linesOf(comparison);
+    Texts lines = between(old.kpPath, addition.kpPath);
     for (std::string& line : lines)
         line.erase(0, std::string_view("vadd: ").size());
-    lines.emplace_back(textOf(comparison.verdict()));
+    lines.emplace_back(textOf(comparePackages(old.kpPath, addition.kpPath).verdict()));
     return lines;
 }
 
@@ -118,6 +125,7 @@ TEST(Compare, TellsEachKindOfDifference) {
         {{xml("id=\"0\"", "id=\"9\""), xml("id=\"1\"", "id=\"0\""), xml("id=\"2\"", "id=\"1\""), xml("id=\"3\"", "id=\"2\""), xml("id=\"9\"", "id=\"3\"")},
          {"breaking: argument 'a': id 0 -> 3", "major"}},
         {{xml("id=\"3\"", "id=\"7\"")}, {"breaking: argument 'length': id 3 -> 7", "major"}},
+        {{xml("id=\"1\"", "id=\"0\"")}, {"breaking: argument 'b': id 1 -> 0", "major"}},
         {{xml(b, ""), xml("id=\"2\"", "id=\"1\""), xml("id=\"3\"", "id=\"2\"")}, {"breaking: argument 'b' removed", "major"}},
         {{xml("</args>", "<arg name='x' id='4'/></args>")}, {"breaking: argument 'x' added", "major"}},
         {{xml(b, ""), xml("<args>", "<args>" + b)}, {"inside: file 'vadd/kernel.xml': checksum", "patch"}},
@@ -201,29 +209,28 @@ TEST(Compare, FindsKernelsByTheirNames) {
         return directory / name;
     };
     const std::string old = package("old.kp", {"a", "b", "c"});
-    EXPECT_THAT(linesOf(comparePackages(old, package("order.kp", {"c", "a", "b"}))), IsEmpty());
-    EXPECT_THAT(linesOf(comparePackages(old, package("less.kp", {"c", "d"}))),
+    EXPECT_THAT(between(old, package("order.kp", {"c", "a", "b"})), IsEmpty());
+    EXPECT_THAT(between(old, package("less.kp", {"c", "d"})),
                 ElementsAre("a: breaking: kernel removed", "b: breaking: kernel removed",
                             "d: compatible: kernel added"));
-    EXPECT_THAT(linesOf(comparePackages(old, directory / "less.kp", "C")), IsEmpty());
-    EXPECT_THAT(linesOf(comparePackages(old, directory / "less.kp", "D")),
-                ElementsAre("d: compatible: kernel added"));
-    EXPECT_THAT(linesOf(comparePackages(old, package("case.kp", {"A", "b", "c"}), "a")),
+    EXPECT_THAT(between(old, directory / "less.kp", "C"), IsEmpty());
+    EXPECT_THAT(between(old, directory / "less.kp", "D"), ElementsAre("d: compatible: kernel added"));
+    EXPECT_THAT(between(old, package("case.kp", {"A", "b", "c"}), "a"),
                 ElementsAre("A: breaking: Name a -> A", "A: inside: Dir a -> A", "A: breaking: name a -> A"));
     EXPECT_THROW(comparePackages(old, directory / "less.kp", "e"), HEXAlgException);
     EXPECT_THAT(
-        linesOf(comparePackages(old, package("layout.kp", {"a", "b", "c"}, false))),
+        between(old, package("layout.kp", {"a", "b", "c"}, false)),
         ElementsAre("a: inside: IP ip_repo/v_l_shared_1_0 -> a/ip",
                     "b: inside: IP ip_repo/v_l_shared_1_0 -> b/ip",
                     "c: inside: IP ip_repo/v_l_shared_1_0 -> c/ip", "package: inside: VersionMajor 6 -> 2"));
     inputFile(directory, "a/ip/hdl/more.v");
     const std::string sharedToo =
         ": inside: IP 'ip_repo/v_l_shared_1_0', that of kernel 'a' as well: files differ";
-    EXPECT_THAT(linesOf(comparePackages(old, package("more.kp", {"b", "a", "c"}))),
+    EXPECT_THAT(between(old, package("more.kp", {"b", "a", "c"})),
                 ElementsAre("a: inside: file 'ip_repo/v_l_shared_1_0/hdl/more.v' added", "b" + sharedToo,
                             "c" + sharedToo));
     EXPECT_THAT(
-        linesOf(comparePackages(old, package("grown.kp", {"a", "b"}, false))),
+        between(old, package("grown.kp", {"a", "b"}, false)),
         ElementsAre("a: inside: IP ip_repo/v_l_shared_1_0 -> a/ip", "a: inside: file 'a/ip/hdl/more.v' added",
                     "b: inside: IP ip_repo/v_l_shared_1_0 -> b/ip", "b: inside: IP 'b/ip': files differ",
                     "c: breaking: kernel removed", "package: inside: VersionMajor 6 -> 2"));
@@ -248,7 +255,7 @@ TEST(Compare, LooksAtAllMembersAndTellsWhatIsNotSure) {
         directory, "old.kp", "<IpCaches><Cache CacheDir='x'/></IpCaches>" + kernels,
         {{"k/kernel.xml", kernelXml("name='k'")}, {"ip_cache/x/x.qmr", "x"}, {"lone", "1"}, {"k/e/", ""}});
     const std::string now = written(directory, "new.kp", kernels, {{"k/kernel.xml", later}, {"lone", "2"}});
-    EXPECT_THAT(linesOf(comparePackages(old, now)),
+    EXPECT_THAT(between(old, now),
                 ElementsAre("k: inside: versionMinor 10 -> 11", "package: inside: IP cache 'x' removed",
                             "package: inside: file 'lone': checksum 0x83dcefb7 -> 0x1ad5be0d",
                             "note: The digest of '" + old + "' is missing",
@@ -267,9 +274,9 @@ TEST(Compare, LooksAtAllMembersAndTellsWhatIsNotSure) {
             "<Kernels>" + kernel("a", first) + kernel("b", second) + kernel("c", "x") + "</Kernels>",
             members);
     };
-    EXPECT_THAT(linesOf(comparePackages(crossed("1", "x", "y"), crossed("22", "y", "x"), "c")),
+    EXPECT_THAT(between(crossed("1", "x", "y"), crossed("22", "y", "x"), "c"),
                 testing::Contains("c: inside: file 'ip_repo/x/f': size 1 -> 2"));
-    EXPECT_THAT(linesOf(comparePackages(directory / "1", directory / "22")),
+    EXPECT_THAT(between(directory / "1", directory / "22"),
                 testing::Contains("c: inside: file 'ip_repo/x/f': size 1 -> 2"));
     const Comparison none = comparePackages(written(directory, "none.kp", "<Kernels/>", {}), now, "K");
     EXPECT_EQ(none.verdict(), Verdict::Minor);
@@ -297,11 +304,15 @@ TEST(Compare, NamesWhatCannotBeCompared) {
                  "bare.kp' has no description: 'k/kernel.xml' is not in the package");
     expectReason(written(directory, "bad.kp", kernels, {{"k/kernel.xml", "<root/>"}}), "bad.kp");
     // The same name twice, as no writer here would.
-    std::string bytes = TemporaryDirectory::read(written(
-        directory, "x.kp", kernels, {{"k/kernel.xml", kernelXml("name='k'")}, {"k/e1", "1"}, {"k/e2", "2"}}));
-    for (std::size_t at = 0; (at = bytes.find("k/e2", at)) != std::string::npos;)
-        bytes[at + 3] = '1';
-    expectReason(directory.file("twice.kp", bytes), "twice.kp' holds two entries named 'k/e1'");
+    for (const std::string folder : {"k/", "no/"}) {
+        const std::string first = folder + "e1", second = folder + "e2";
+        std::string bytes = TemporaryDirectory::read(
+            written(directory, "x.kp", kernels,
+                    {{"k/kernel.xml", kernelXml("name='k'")}, {first, "1"}, {second, "2"}}));
+        for (std::size_t at = 0; (at = bytes.find(second, at)) != std::string::npos;)
+            bytes.replace(at, first.size(), first);
+        expectReason(directory.file("twice.kp", bytes), "twice.kp' holds two entries named '" + first + "'");
+    }
 }
 
 }  // namespace
