@@ -1,5 +1,6 @@
 #include "containers/lint/Lint.h"
 
+#include "containers/lint/KernelFacts.h"
 #include "platform/base/Exceptions.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
@@ -70,12 +71,24 @@ std::string lineOf(const std::string& code, const Example& mistake) {
            mistake.finding + " [" + code + "]";
 }
 
+constexpr const char* lengthRegister = "<ipxact:name>length< ... >32< ... write-only</ipxact:access>";
+
+/// The register of an argument with more bits than that has, of which so many are its field.
+std::string wideRegister(int fieldWidth) {
+    return "<ipxact:name>length< ... >64< ... write-only</ipxact:access><ipxact:field><ipxact:name>value"
+           "</ipxact:name><ipxact:bitOffset>0</ipxact:bitOffset><ipxact:bitWidth>" +
+           std::to_string(fieldWidth) + "</ipxact:bitWidth></ipxact:field>";
+}
+
 /// Nor of the example customized, with the report of the original.
 TEST(Lint, HasNothingToSayOfTheExample) {
-    for (const char* name : {"vadd", "vadd_deep"}) {
-        const Outcome outcome = lintChanged("kernel.xml", [&](std::string text) {
-            return withMistake(std::move(text), R"(<kernel name="vadd")",
-                               "<kernel name=\"" + std::string(name) + '"');
+    const std::tuple<const char*, std::string, std::string> rows[] = {
+        {"kernel.xml", "", ""},
+        {"kernel.xml", R"(<kernel name="vadd")", R"(<kernel name="vadd_deep")"},
+        {"ip/component.xml", lengthRegister, wideRegister(32)}};
+    for (const auto& [file, piece, other] : rows) {
+        const Outcome outcome = lintChanged(file, [&, piece = piece, other = other](std::string text) {
+            return withMistake(std::move(text), piece, other);
         });
         EXPECT_THAT(linesOf(outcome), IsEmpty());
         EXPECT_THAT(outcome.unchecked, IsEmpty());
@@ -96,7 +109,7 @@ TEST(Lint, NamesTheMistakeOfEachRuleAtItsLine) {
 
 TEST(Lint, NamesOtherMistakesOfTheRules) {
     const std::string length = R"(<arg name="length" ... offset="0x34")",
-                      type = R"(<arg name="length" ... type="uint")";
+                      type = R"(<arg name="length" ... type="uint")", narrowField = wideRegister(16);
     const std::pair<Example, const char*> mistakes[] = {
         // clang-format off
         {{"kernel.xml", R"(<arg name="length" ... offset="0xFFFFFFFFFFFFFFFF")", length.c_str(),
@@ -105,6 +118,11 @@ TEST(Lint, NamesOtherMistakesOfTheRules) {
           "kernel.xml:12", "argument 'out' ends at 0x1008, beyond the 0x1000 bytes of the control port 's_control'"}, "beyond-range"},
         {{"kernel.xml", R"(range="0x1000" dataWidth="32" ... base="0x1000")", R"(range="0x1000" dataWidth="32" ... base="0x0")",
           "kernel.xml:5", "the base 0x1000 of port 's_control' lies beyond its range of 0x1000"}, "port-range"},
+        {{"kernel.xml", R"(<port name="2nd")", R"(<port name="m_read")",
+          "kernel.xml:6", "the name '2nd' of a port is no C identifier"}, "name"},
+        {{"kernel.xml", R"(<arg name="b" ... size="0x4" offset="0x14" ... <arg name="out" ... offset="0x17")",
+          R"(<arg name="b" ... size="0x8" offset="0x1C" ... <arg name="out" ... offset="0x28")",
+          "kernel.xml:12", "argument 'out' begins at 0x17, before argument 'a' ends at 0x18"}, "overlap"},
         {{"kernel.xml", R"(<arg name="length" ... type="unsigned long")", type.c_str(),
           "kernel.xml:13", "argument 'length' has 0x4 bytes, but its type 'unsigned long' has 0x8"}, "type-size"},
         {{"kernel.xml", R"(<arg name="length" ... type="float4")", type.c_str(),
@@ -117,6 +135,8 @@ TEST(Lint, NamesOtherMistakesOfTheRules) {
           "component.xml:269", "the file 'hdl/../../vadd_fifo.v' of the file set 'synthesis' lies outside the IP"}, "ip-file-outside"},
         {{"ip/component.xml", "<ipxact:baseAddress>0x10<", "<ipxact:baseAddress>0x0<",
           "kernel.xml:13", "argument 'length' takes 0x4 bytes at 0x34, where the IP describes no such register; that of its name lies at 0x44"}, "ip-register"},
+        {{"ip/component.xml", narrowField.c_str(), lengthRegister,
+          "kernel.xml:13", "argument 'length' takes 0x4 bytes at 0x34, where the IP describes no such register; that of its name has another size"}, "ip-register"},
         {{"ip/component.xml", "<ipxact:name>control</ipxact:name> ... <ipxact:range>0x800<", "<ipxact:name>control</ipxact:name> ... <ipxact:range>0x1000<",
           "kernel.xml:5", "port 's_control' has a range of 0x1000, but the IP's address block 'control' ends at 0x800"}, "ip-range"},
         // clang-format on
@@ -129,11 +149,10 @@ TEST(Lint, NamesOtherMistakesOfTheRules) {
     }
 }
 
-Outcome lintXml(const std::string& attributes, const std::string& children) {
+Outcome lintXml(const std::string& attributes, const std::string& children, bool isComplete = true) {
     const TemporaryDirectory directory;
     return kfab::lint::lintKernel({.kernelXml = directory.file("kernel.xml", kernelXml(attributes, children)),
-
-                                   .isComplete = true});
+                                   .isComplete = isComplete});
 }
 
 TEST(Lint, FindsNothingInGoodKernelsOfOtherKinds) {
@@ -227,6 +246,18 @@ TEST(Lint, SaysThatNoIpIsGiven) {
     EXPECT_THAT(alone.findings, IsEmpty());
     ASSERT_EQ(alone.unchecked.size(), 1U);
     EXPECT_EQ(alone.unchecked.front().reason, "no IP is given; nothing was held against it");
+    const std::string nothing = "<ports/><args/>";
+    EXPECT_THAT(linesOf(lintXml("name='k' language='c'", nothing, false)), IsEmpty());
+    EXPECT_THAT(linesOf(lintXml("name='k' language='ip'", nothing, false)),
+                ElementsAre("kernel.xml:2: the kernel has no VLNV [vlnv]"));
+}
+
+TEST(Lint, KnowsLeftOversByTheirNames) {
+    for (const char* path :
+         {".git/a", "a/.git/b", "a/.DS_Store", "Thumbs.db", "a/b~", ".a.swp", "a/.b.c.swo"})
+        EXPECT_TRUE(kfab::lint::isStray(path)) << path;
+    for (const char* path : {"", "a/~", "a.swp", "a/.swpx", ".gitignore", "git/a", "Thumbs.db2"})
+        EXPECT_FALSE(kfab::lint::isStray(path)) << path;
 }
 
 }  // namespace

@@ -37,9 +37,6 @@ bool isOneOf(const std::string& word, std::initializer_list<std::string_view> wo
 /// By the type that the component gives.
 FileKind kindOfType(const std::string& type) {
     const std::string folded = HSTStringUtils::foldCase(type);
-    const bool isBinary =
-        folded.find("library") != std::string::npos || folded.find("netlist") != std::string::npos;
-    if (isBinary) return FileKind::Other;
     if (folded.find("verilogsource") != std::string::npos) return FileKind::Verilog;
     if (folded.find("vhdlsource") != std::string::npos) return FileKind::Vhdl;
     const bool isNoHardware = isOneOf(folded, {"sdc", "csource", "cppsource", "asmsource", "systemcsource"});
