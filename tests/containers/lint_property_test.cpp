@@ -23,27 +23,12 @@ struct Type {
     unsigned size;
 };
 
-const std::vector<Type> types = {{"char", 1},
-                                 {"unsigned char", 1},
-                                 {"bool", 1},
-                                 {"uint8_t", 1},
-                                 {"short", 2},
-                                 {"half", 2},
-                                 {"int16_t", 2},
-                                 {"int", 4},
-                                 {"unsigned", 4},
-                                 {"uint", 4},
-                                 {"float", 4},
-                                 {"int32_t", 4},
-                                 {"char4", 4},
-                                 {"long", 8},
-                                 {"size_t", 8},
-                                 {"double", 8},
-                                 {"uint2", 8},
-                                 {"float4", 16},
-                                 {"unsigned long int", 8},
-                                 {"int3", 16},
-                                 {"ulong8", 64}};
+// clang-format off
+const std::vector<Type> types = {
+    {"char", 1}, {"unsigned char", 1}, {"bool", 1}, {"uint8_t", 1}, {"short", 2}, {"half", 2}, {"int16_t", 2},
+    {"int", 4}, {"unsigned", 4}, {"uint", 4}, {"float", 4}, {"int32_t", 4}, {"char4", 4}, {"long", 8}, {"size_t", 8},
+    {"double", 8}, {"uint2", 8}, {"float4", 16}, {"unsigned long int", 8}, {"int3", 16}, {"ulong8", 64}};
+// clang-format on
 
 /// A random prototype, and the registers of 4 bytes that fit its arguments.
 struct Prototype {
