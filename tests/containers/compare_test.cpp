@@ -1,5 +1,6 @@
 #include "containers/compare/Comparison.h"
 #include "platform/base/Exceptions.h"
+#include "tests/support/Failure.h"
 #include "tests/support/Packages.h"
 
 #include <filesystem>
@@ -287,16 +288,8 @@ TEST(Compare, NamesWhatCannotBeCompared) {
     const std::string kernels = "<Kernels><Kernel Name='k' Dir='k'/></Kernels>";
     const std::string good =
         written(directory, "good.kp", kernels, {{"k/kernel.xml", kernelXml("name='k'")}});
-    const auto reason = [&](const std::string& package) -> std::string {
-        try {
-            comparePackages(good, package);
-        } catch (const std::exception& failure) {
-            return failure.what();
-        }
-        return "";
-    };
     const auto expectReason = [&](const std::string& package, const std::string& expected) {
-        EXPECT_THAT(reason(package), testing::HasSubstr(expected));
+        EXPECT_THAT(failureOf([&] { comparePackages(good, package); }), testing::HasSubstr(expected));
     };
     expectReason(directory / "none.kp", "none.kp");
     expectReason(directory.file("empty.kp", ""), "is not a readable archive");

@@ -96,15 +96,17 @@ TEST(Lint, HasNothingToSayOfTheExample) {
 }
 
 /// One mistake may break several rules.
+void expectFinding(const char* code, const Example& mistake) {
+    const Outcome outcome = lintChanged(mistake.document, [&](std::string text) {
+        return withMistake(std::move(text), mistake.right, mistake.wrong);
+    });
+    EXPECT_THAT(linesOf(outcome), Contains(lineOf(code, mistake)));
+}
+
 TEST(Lint, NamesTheMistakeOfEachRuleAtItsLine) {
-    for (const Rule& rule : kfab::lint::rules()) {
-        const Example& mistake = rule.example;
-        if (*mistake.document == '\0') continue;  // not made in a document: tried with a package
-        const Outcome outcome = lintChanged(mistake.document, [&](std::string text) {
-            return withMistake(std::move(text), mistake.right, mistake.wrong);
-        });
-        EXPECT_THAT(linesOf(outcome), Contains(lineOf(rule.code, mistake)));
-    }
+    for (const Rule& rule : kfab::lint::rules())
+        if (*rule.example.document != '\0')  // otherwise tried with a package
+            expectFinding(rule.code, rule.example);
 }
 
 TEST(Lint, NamesOtherMistakesOfTheRules) {
@@ -141,12 +143,8 @@ TEST(Lint, NamesOtherMistakesOfTheRules) {
           "kernel.xml:5", "port 's_control' has a range of 0x1000, but the IP's address block 'control' ends at 0x800"}, "ip-range"},
         // clang-format on
     };
-    for (const auto& [mistake, code] : mistakes) {
-        const Outcome outcome = lintChanged(mistake.document, [&](std::string text) {
-            return withMistake(std::move(text), mistake.right, mistake.wrong);
-        });
-        EXPECT_THAT(linesOf(outcome), Contains(lineOf(code, mistake)));
-    }
+    for (const auto& [mistake, code] : mistakes)
+        expectFinding(code, mistake);
 }
 
 Outcome lintXml(const std::string& attributes, const std::string& children, bool isComplete = true) {
