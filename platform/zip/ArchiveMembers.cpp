@@ -167,7 +167,7 @@ public:
     ~LargeMember() override { inflateEnd(&inflater_); }
 
     std::size_t read(char* buffer, std::size_t size) override {
-        if (size == 0 || isChecked_) return 0;
+        if (size == 0) return 0;
         const std::size_t got =
             entry_.method == ArchiveEntry::Stored ? copy(buffer, size) : inflate(buffer, size);
         done_ += got;
@@ -211,7 +211,6 @@ private:
         if (!pending_.empty() || !stored_.next().empty())
             refuse(*archive_, entry_, "its data do not have the size that the directory states");
         requireChecksum(*archive_, entry_, crc_);
-        isChecked_ = true;
     }
 
     std::shared_ptr<const ArchiveSnapshot> archive_;
@@ -222,7 +221,6 @@ private:
     std::uint64_t done_ = 0;
     std::uint32_t crc_ = 0;
     bool isInflated_ = false;
-    bool isChecked_ = false;
 };
 
 }  // namespace

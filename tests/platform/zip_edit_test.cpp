@@ -172,17 +172,30 @@ TEST_F(ZipEdit, MoreEntriesThanThePlainFormatCounts) {
 TEST_F(ZipEdit, ArchivesOfOtherProgramsAreEdited) {
     write("tree/a/b", "content of b, content of b");
     write("tree/c", "content of c");
-    // The second is written to a pipe: its sizes stand behind the data.
+    // The second is written to a pipe: its sizes stand behind the data. The third has sizes of 64 bits that
+    // it does not need, and a field of some program before them.
     const std::string commands[] = {"zip -qr '" + archive + "' . && zip -qz '" + archive + "' < c",
-                                    "zip -qr - . | tee '" + archive + "'"};
+                                    "zip -qr - . | tee '" + archive + "'",
+                                    "python3 -c \"import zipfile\n"
+                                    "with zipfile.ZipFile('" +
+                                        archive + R"x(', 'w') as z:
+    for name in ('a/b', 'c'):
+        i = zipfile.ZipInfo(name)
+        i.extra = bytes((0xfe, 0xca, 1, 0, 7))
+        with z.open(i, 'w', force_zip64=True) as f: f.write(open(name, 'rb').read())
+        i.extra += bytes((1, 0, 8, 0)) + bytes(8)")x"};
     for (const std::string& command : commands) {
         fs::remove(archive);
         ASSERT_EQ(run("cd '" + at("tree") + "' && " + command), 0);
-        EXPECT_TRUE(ArchiveSnapshot::open(archive)->check().empty());
-        const std::string comment(ArchiveSnapshot::open(archive)->comment());
+        const auto before = ArchiveSnapshot::open(archive);
+        EXPECT_TRUE(before->check().empty());
         edit([](ArchiveEdit& edit) { edit.addBytes("new", "n"), edit.deleteFile("a/"); });
         expectSound({{"a/b", "content of b, content of b"}, {"c", "content of c"}, {"new", "n"}});
-        EXPECT_EQ(ArchiveSnapshot::open(archive)->comment(), comment);
+        const auto after = ArchiveSnapshot::open(archive);
+        EXPECT_EQ(after->comment(), before->comment());
+        const std::string_view extra = before->find("c")->extra;
+        EXPECT_FALSE(extra.empty());
+        EXPECT_EQ(after->find("c")->extra, extra.substr(0, extra.find(std::string_view("\1\0\10\0", 4))));
     }
 }
 

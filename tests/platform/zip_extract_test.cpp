@@ -191,16 +191,34 @@ TEST_F(ZipExtract, NamesThatMeetOnTheFileSystemAreRefused) {
     EXPECT_THAT(treeOf(to), IsEmpty());
 }
 
-TEST_F(ZipExtract, ALargeMemberThatProvesBadAtItsEndLeavesNothing) {
+TEST_F(ZipExtract, AMemberThatProvesBadAtItsEndLeavesNothing) {
     std::string deep = "deep";  // longer than a path with the staging directory before it
     while (deep.size() < 4000)
         deep += "/" + std::string(90, 'd');
-    std::string bytes = forged({{deep, ""}, {"k/m", std::string((std::size_t{16} << 20) + 1, 'l')}});
-    bytes[bytes.rfind("lPK")] = 'L';
     makeTree({});
-    HUTFile::writeFile(archive, bytes);
-    EXPECT_THAT(failureOf([&] { extract(); }), testing::EndsWith("its checksum differs"));
-    EXPECT_THAT(treeOf(to), IsEmpty());
+    for (const std::size_t size : {std::size_t{100}, (std::size_t{16} << 20) + 1}) {
+        edit([&](ArchiveEdit& edit) { edit.addBytes("m", std::string(size, 'l')); });
+        const auto snapshot = ArchiveSnapshot::open(archive);
+        const LocalRecord record = snapshot->localRecord(*snapshot->find("m"));
+        const std::string deflated = bytesOfArchive().substr(record.data, record.end - record.data);
+        const std::string wrongSize = "its data do not have the size that the directory states";
+        const std::tuple<std::string, std::size_t, std::uint16_t, std::string> rows[] = {
+            {std::string(size, 'l'), size, ArchiveEntry::Stored, "its checksum differs"},
+            {deflated, size, ArchiveEntry::Deflated, "its checksum differs"},
+            {deflated, size - 1, ArchiveEntry::Deflated, wrongSize},
+            {deflated, size + 1, ArchiveEntry::Deflated, wrongSize},
+            {deflated + "x", size, ArchiveEntry::Deflated, wrongSize},
+            {deflated.substr(0, deflated.size() - 1), size, ArchiveEntry::Deflated, "its data are damaged"},
+        };
+        for (const auto& [stored, stated, method, reason] : rows) {
+            std::string bytes = forged({{deep, ""}, {"k/m", stored, 0, stated, {}, method}});
+            if (method == ArchiveEntry::Stored) bytes[bytes.rfind("lPK")] = 'L';
+            HUTFile::writeFile(archive, bytes);
+            EXPECT_EQ(failureOf([&] { extract(); }),
+                      "Failed to read 'k/m' of the archive '" + archive + "': " + reason);
+            EXPECT_THAT(treeOf(to), IsEmpty());
+        }
+    }
 }
 
 TEST_F(ZipExtract, MissingAbilitiesAndCompetitorsDoNotMatter) {
@@ -210,7 +228,8 @@ TEST_F(ZipExtract, MissingAbilitiesAndCompetitorsDoNotMatter) {
                        forged({{"k/a", whole.at("k/a")}, {"k/d/b", "b"}, {"k/d/e/", "", S_IFDIR | 0755}}));
     const disk::DiskFaults::Decide environments[] = {
         interruptions(), always("lock", EBADF), once("rename", [] { return EINVAL; }),
-        once("rename", [this] { return write("to/k/d/b", "of another"), 0; })};
+        once("rename", [this] { return write("to/k/d/b", "of another"), 0; }),
+        once("rename", [this] { return write("to/k/d/b", "of another"), EINVAL; })};
     for (const auto& environment : environments) {
         makeTree({});
         const disk::DiskFaults faults(environment);

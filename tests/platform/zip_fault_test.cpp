@@ -92,31 +92,43 @@ TEST_F(ZipFault, ASourceThatChangesWhileItIsPackedIsNamed) {
 }
 
 TEST_F(ZipFault, AnotherProgramsChangeIsNotOverwritten) {
-    const std::function<void()> changes[] = {
-        [&] { HUTFile::writeFile(archive, "in place"); },
-        [&] { fs::rename(write("new", "replaced"), archive); },
-        [&] { fs::remove(archive); },
+    const auto replace = [&] { fs::rename(write("new", old), archive); };
+    const std::tuple<const char*, int, std::function<void()>, std::string> changes[] = {
+        {"sync", 1, [&] { write("out/a.kp", "in place"); }, "in place"},
+        {"sync", 1, replace, old},
+        {"open", 2, replace, old},  // after it was locked, before it is read
+        {"sync", 1, [&] { fs::remove(archive); }, ""},
     };
-    for (const auto& act : changes) {
+    for (const auto& [when, count, act, left] : changes) {
         HUTFile::writeFile(archive, old);
-        const disk::DiskFaults faults(once("sync", [&] { return act(), 0; }));
-        EXPECT_EQ(failureOf([&] { change(); }),
-                  "'" + archive + "' was changed by another program while it was edited");
-        EXPECT_FALSE(fs::exists(archive) && fs::file_size(archive) > 10);
+        {
+            const disk::DiskFaults faults([&, n = count, awaited = when, &act = act](
+                                              std::string_view call, const std::string&) mutable {
+                if (call == awaited && --n == 0) act();
+                return 0;
+            });
+            EXPECT_EQ(failureOf([&] { change(); }),
+                      "'" + archive + "' was changed by another program while it was edited");
+        }
+        EXPECT_EQ(fs::exists(archive) ? bytesOfArchive() : "", left);
+        fs::remove(archive);
     }
     EXPECT_THAT(filesBeside(), ElementsAre());
 }
 
 TEST_F(ZipFault, TheOperationStartsOverWhenAnotherWriterWasFirst) {
-    fs::remove(archive);
-    int runs = 0;
-    const disk::DiskFaults faults(once("rename", [&] { return HUTFile::writeFile(archive, old), 0; }));
-    edit([&](ArchiveEdit& edit) {
-        EXPECT_EQ(edit.exists(), ++runs == 2);
-        edit.addBytes("mine", "m");
-    });
-    EXPECT_EQ(runs, 2);
-    expectSound({{"old", std::string(3000, 'o')}, {"gone", "g"}, {"kp.xml", "old"}, {"mine", "m"}});
+    for (const int error : {0, EINVAL}) {
+        fs::remove(archive);
+        int runs = 0;
+        const disk::DiskFaults faults(once("rename", [&] { return HUTFile::writeFile(archive, old), error; }));
+        edit([&](ArchiveEdit& edit) {
+            EXPECT_EQ(edit.exists(), ++runs == 2);
+            edit.addBytes("mine", "m");
+        });
+        EXPECT_EQ(runs, 2);
+        expectSound({{"old", std::string(3000, 'o')}, {"gone", "g"}, {"kp.xml", "old"}, {"mine", "m"}});
+        EXPECT_THAT(filesBeside(), ElementsAre("a.kp"));
+    }
 }
 
 }  // namespace

@@ -177,6 +177,27 @@ TEST_F(ZipRead, SourcesStreamAndSinksChangeTheArchiveOnlyWhenTheyAreClosed) {
     }
     boost::iostreams::stream<io::device::file_source> source(archive, "a");
     EXPECT_TRUE(std::string(std::istreambuf_iterator<char>(source), {}) == large);
+    const auto fail = [&] {
+        boost::iostreams::stream<io::device::file_sink> halfWay(archive, "half");
+        halfWay << "of it";
+        throw HEXAlgException("no more");
+    };
+    EXPECT_EQ(failureOf(fail), "no more");
+    EXPECT_THAT(names(), ElementsAre("a"));
+    for (const auto& [path, member] :
+         {std::pair(archive, "../a"), {archive, "a/"}, {at("no/a.kp"), "a"}, {write("f", ""), "a"}}) {
+        io::device::file_sink unfit(path, member);
+        EXPECT_FALSE(unfit.is_open()) << member;
+        EXPECT_THROW(unfit.write("x", 1), std::ios_base::failure);
+        unfit.close();
+    }
+    io::device::file_source inSteps(archive, "a");
+    std::string bytes(large.size() + 1, '\0');
+    std::streamsize done = 0, got = 0;
+    for (std::streamsize step = 1; (got = inSteps.read(bytes.data() + done, step)) > 0; done += got)
+        step = static_cast<std::streamsize>(bytes.size()) - done - got;
+    EXPECT_TRUE(bytes == large + '\0');
+    EXPECT_EQ(inSteps.read(bytes.data(), 1), -1) << "at the end, again";
     std::string damaged = bytesOfArchive();
     damaged[damaged.find("PK\1\2") + 16] = ++damaged[14];
     HUTFile::writeFile(archive, damaged);
