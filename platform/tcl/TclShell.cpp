@@ -52,7 +52,7 @@ std::optional<answer> take_answer(std::string& received) {
         throw HEXError("The Tcl shell sent what is no answer");
     if (received.size() - line_end - 1 < size) return std::nullopt;
     taken.result = received.substr(line_end + 1, size);
-    received.erase(0, line_end + 1 + size);
+    received.clear();  // there is one answer to a request
     return taken;
 }
 

@@ -1,4 +1,5 @@
 #include "platform/base/HI18N.h"
+#include "platform/base/Spelling.h"
 #include "platform/messages/DocumentMessages.h"
 #include "platform/params/HPAParamMgr.h"
 #include "platform/params/UsableCores.h"
@@ -41,6 +42,17 @@ TEST(HI18N, AnyBytesComeBackAndAnyCharactersCanBeTold) {
     EXPECT_EQ(HI18N::convert(std::wstring(1, static_cast<wchar_t>(-1))), "\xEF\xBF\xBD");
 }
 
+TEST(Spelling, TheNearestIsWithinAThirdOfTheWord) {
+    const std::tuple<std::string, std::vector<std::string>, std::string> cases[] = {
+        {"ab", {"xy", "ba", "abc"}, "ba"},       {"widht", {"length", "width"}, "width"},
+        {"kernel", {"kenrle"}, "kenrle"},        {"kernel", {"kexxxl", "krnl", "kernl", "kerne"}, "kernl"},
+        {"abcd", {"xabcd", "abd"}, "xabcd"},     {"abcdef", {"abxyzf", "abxydef", "abcxyzdef"}, "abxydef"},
+        {"abcdefghi", {"cabdefigh", "abc"}, ""}, {"", {"ab", "a"}, "a"},
+    };
+    for (const auto& [word, candidates, nearest] : cases)
+        EXPECT_EQ(nearestSpelling(word, candidates), nearest) << word;
+}
+
 TEST(ComMsgMgr, MessagesAreToldOnceWithTheirArguments) {
     testing::internal::CaptureStderr();
     ComMsgMgr::post("@17-1312@%d%s", {"%1", "a%2.kp"});
@@ -51,6 +63,7 @@ TEST(ComMsgMgr, MessagesAreToldOnceWithTheirArguments) {
               "warning: [17-1312] Unknown flow number %1 in the manifest of 'a%2.kp' is ignored\n");
 
     const CapturedMessages messages;
+    { const CapturedMessages inner; }
     try {
         fail();
     } catch (const HEXAll& failure) {

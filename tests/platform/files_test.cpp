@@ -1,5 +1,6 @@
 #include "platform/base/HUTInterrupt.h"
 #include "platform/files/DirectoryTree.h"
+#include "platform/files/DisplayText.h"
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTFileUtils.h"
 #include "platform/files/HUTPathUtils.h"
@@ -12,6 +13,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = boost::filesystem;
 using testing::ElementsAre;
@@ -140,7 +142,15 @@ TEST_F(Files, WhatCannotBeWrittenHasItsReason) {
 
 TEST_F(Files, ADocumentIsReplacedAsAWholeOrNotAtAllWhateverFails) {
     write("real/old");
-    fs::permissions(at("real/old"), fs::perms(0640));
+    const mode_t mask = ::umask(026);
+    fs::permissions(at("real/old"), fs::perms(0642));
+    const bool isRoot = ::chown(at("real/old").c_str(), 11, 22) == 0;
+    const auto rightsOf = [&](const std::string& name) {
+        struct stat status {};
+        EXPECT_EQ(::stat(at(name).c_str(), &status), 0);
+        return std::tuple(status.st_mode & 0777, status.st_uid, status.st_gid);
+    };
+    const auto rights = rightsOf("real/old");
     fs::create_symlink("real/old", at("old"));
     fs::create_symlink("real/new", at("new"));
     const CapturedMessages messages;
@@ -172,7 +182,12 @@ TEST_F(Files, ADocumentIsReplacedAsAWholeOrNotAtAllWhateverFails) {
         }
     }
     EXPECT_GT(failures, 15);
-    EXPECT_EQ(fs::status(at("real/old")).permissions(), fs::perms(0640));
+    EXPECT_EQ(rightsOf("real/old"), rights);
+    EXPECT_EQ(rightsOf("real/new"), std::tuple(0640U, ::geteuid(), ::getegid()));
+    const disk::DiskFaults faults(once("change the owner of", [] { return EPERM; }));
+    HUTFile::writeFile(at("old"), "by another");
+    EXPECT_EQ(rightsOf("real/old"), std::tuple(0642U, ::geteuid(), isRoot ? 22 : ::getegid()));
+    ::umask(mask);
     EXPECT_EQ(messages.calls().size(), 4U);  // of those that are in place and could not be synced there
 }
 
@@ -229,6 +244,45 @@ TEST(Paths, AreTakenApartAtTheirSeparators) {
         EXPECT_EQ(HUTPathUtils::lastComponent(path), last) << path;
         EXPECT_EQ(HUTPathUtils::components(path), components) << path;
     }
+    EXPECT_EQ(HUTPathUtils::join("a/", "///b"), "a/b");
+    EXPECT_EQ(HUTPathUtils::join("", "/b") + HUTPathUtils::join("a", ""), "/ba");
+}
+
+TEST(DisplayText, IsSeenAsItIsAndFits) {
+    std::string marks;
+    for (int i = 0; i < 8; ++i)
+        marks += "\u0301";
+    const std::pair<std::string, std::string> seen[] = {
+        {"a\u202az\n", "a\\u202az\\x0a"},
+        {"\u200a\u200b\u200f\u2010", "\u200a\\u200b\\u200f\u2010"},
+        {"\U000e0fff\U000e1000", "\\U000e0fff\U000e1000"},
+        {"e" + marks + "\u0301a" + marks, "e" + marks + "\\u0301a" + marks},
+    };
+    for (const auto& [text, shown] : seen)
+        EXPECT_EQ(display::displayed(text), shown);
+    EXPECT_EQ(display::displayWidth("a\u6f22e\u0301"), 4U);
+
+    const std::tuple<std::string, std::size_t, std::string> shortened[] = {
+        {"abcdefghij", 10, "abcdefghij"},
+        {"abcdefghij", 9, "abcd..hij"},
+        {"abcdefghij", 3, "a.."},
+        {"abcdefghij", 2, "ab"},
+        {"\u6f22\u5b57\u6f22\u5b57", 7, "\u6f22..\u5b57"},
+        {"abcde\u0301f", 5, "ab..f"},
+        {"abcdefe\u0301", 5, "ab..e\u0301"}};
+    for (const auto& [text, width, shown] : shortened)
+        EXPECT_EQ(display::shortened(text, width, ".."), shown);
+
+    using Lines = std::vector<std::string>;
+    const std::tuple<std::string, std::size_t, Lines> wrapped[] = {
+        {"one two  three", 7, {"one two", "three"}},
+        {"one two three", 6, {"one", "two", "three"}},
+        {"abcdef", 4, {"abcd", "ef"}},
+        {"", 4, {""}},
+        {" abcdef", 4, {" abc", "def"}},
+        {"\u6f22\u5b57", 1, {"\u6f22", "\u5b57"}}};
+    for (const auto& [text, width, lines] : wrapped)
+        EXPECT_EQ(display::wrapped(text, width), lines) << text;
 }
 
 }  // namespace

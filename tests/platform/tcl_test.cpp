@@ -1,4 +1,5 @@
 #include "platform/base/HI18N.h"
+#include "platform/base/HUTInterrupt.h"
 #include "platform/tcl/InProcessInterpreter.h"
 #include "platform/tcl/TaskManager.h"
 #include "platform/tcl/TclShell.h"
@@ -45,7 +46,7 @@ TEST(Evaluators, GiveWhatTclGives) {
         {"set open {", "tcl_error: missing close-brace"},
         {"break", "tcl_error: invoked \"break\" outside of a loop"},
         {"return -code 7 reason", "tcl_error: command returned bad code: 7"},
-        {"set x", "1"},
+        {"after 120; set x", "1"},
     };
     in_process_interpreter interpreter;
     tcl_shell shell("tclsh8.6");
@@ -56,6 +57,10 @@ TEST(Evaluators, GiveWhatTclGives) {
             EXPECT_TRUE(outcome(*evaluator, script) == expected)
                 << typeid(*evaluator).name() << ": " << script.substr(0, 80);
         EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << "standard output is not for scripts";
+        HUTInterrupt::request();
+        EXPECT_THROW(evaluator->evaluate("set x late"), HEXInterrupted);
+        HUTInterrupt::clear();
+        EXPECT_EQ(outcome(*evaluator, "set x"), "1");
     }
     EXPECT_EQ(outcome(interpreter, "exit 3"), "tcl_error: A script cannot end the process that it runs in");
 }
@@ -78,6 +83,8 @@ TEST(Shell, TellsHowItEnded) {
         {"exec tclsh8.6", "exec kill -KILL [pid]; after 10000", "was ended by signal 9 (Killed)"},
         {"sh -c 'tclsh8.6; exit 9'", "exit 3", "ended with status 9"},
         {"exec no-such-shell", "set x", "ended with status 127"},
+        {"exec python3 -c 'import os; os.closerange(3, 256); os.system(\"sleep 9\")'", "set x",
+         "closed its pipe"},
         {"sleep 0.2; exit 5", std::string(1'000'000, ' '), "ended with status 5"},
     };
     for (const auto& [command, script, ending] : cases) {
@@ -86,7 +93,6 @@ TEST(Shell, TellsHowItEnded) {
         EXPECT_EQ(outcome(shell, script), expected);
         EXPECT_EQ(outcome(shell, "set x"), expected) << "asked again";
     }
-    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "no child is left, not even as a zombie";
 }
 
 TEST(Shell, LeavesScriptsItsStreamsAndCommands) {
@@ -111,6 +117,7 @@ TEST(Shell, TakesItsProcessesAlong) {
         }
         EXPECT_TRUE(endsSoon(shell)) << command;
         EXPECT_TRUE(endsSoon(background)) << command;
+        EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "not even a zombie is left";
     }
 }
 
@@ -122,8 +129,10 @@ TEST(TaskManager, RecordsWhatTheEvaluatorOfTheScopeIsGiven) {
     });
     const evaluator_scope scope(std::make_shared<tcl_shell>("tclsh8.6"));
     EXPECT_EQ(manager.eval_in_tcl_throw("set x 6", record_command, false), "6");
-    EXPECT_THROW(manager.eval_in_tcl_throw("fail", dont_record_command, false), tcl_error);
-    EXPECT_EQ(seen, "+set x 6-fail");
+    { const evaluator_scope inner(std::make_shared<tcl_shell>("exit")); }
+    EXPECT_THROW(manager.eval_in_tcl_throw("fail $x", dont_record_command, false), tcl_error);
+    EXPECT_EQ(manager.eval_in_tcl_throw("set x", dont_record_command, false), "6");
+    EXPECT_EQ(seen, "+set x 6-fail $x-set x");
 }
 
 /// Whether Tcl takes what is written as one word of this value, in each place that a script may have for it.

@@ -120,7 +120,8 @@ TEST_F(ZipFault, TheOperationStartsOverWhenAnotherWriterWasFirst) {
     for (const int error : {0, EINVAL}) {
         fs::remove(archive);
         int runs = 0;
-        const disk::DiskFaults faults(once("rename", [&] { return HUTFile::writeFile(archive, old), error; }));
+        const disk::DiskFaults faults(
+            once("rename", [&] { return HUTFile::writeFile(archive, old), error; }));
         edit([&](ArchiveEdit& edit) {
             EXPECT_EQ(edit.exists(), ++runs == 2);
             edit.addBytes("mine", "m");

@@ -21,7 +21,8 @@ std::string workedOff(std::size_t jobs, const std::set<int>& failing) {
     OrderedWork work(jobs);
     const std::string failure = failureOf([&] {
         work.run([&] {
-            for (int n = 0; n < 1000; ++n)
+            for (int n = 0; n < 1000; ++n) {
+                EXPECT_LE(n - used, static_cast<int>(jobs * 84)) << "of 8 MiB a job";
                 work.add(
                     100'000,
                     [&, n](std::size_t worker) {
@@ -32,10 +33,12 @@ std::string workedOff(std::size_t jobs, const std::set<int>& failing) {
                         if (failing.contains(n)) throw std::out_of_range(std::to_string(n));
                     },
                     [&, n] { EXPECT_EQ(n, used++); });
+            }
             if (failing.contains(1000)) throw std::out_of_range("the row itself");
         });
     });
     EXPECT_LE(most, static_cast<int>(jobs));
+    EXPECT_TRUE(jobs == 1 || most > 1 || used < 1000);
     return std::to_string(used) + ": " + failure;
 }
 
