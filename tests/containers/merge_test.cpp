@@ -205,8 +205,10 @@ TEST_F(MergeTest, WhatIsSharedComesOnceHoweverItIsStored) {
     const std::string a = packageOf("a.kp", {"k1"}, "c1"), b = directory_ / "b.kp";
     KernelAddition twin = kernel("k2", "language='ip' vlnv='v:l:k1:1.0'");
     twin.ipDir = directory_ / "k1/ip";
-    twin.kpPath = b;
+    KernelAddition other = kernel("k4");
+    twin.kpPath = other.kpPath = b;
     add(twin);
+    add(other);
     HKPContainerUtils::appendIPCacheDir(b, directory_ / "c1");
     const std::string anew = "cd '" + directory_.path() +
                              "' && mkdir x k3 && cd x && unzip -q ../b.kp && mv ip_repo/v_l_k1_1_0 "
@@ -222,7 +224,8 @@ TEST_F(MergeTest, WhatIsSharedComesOnceHoweverItIsStored) {
         return "17-2011: '" + name + "' in '" + b + "' belongs to no kernel and is left out";
     };
     EXPECT_THAT(messages_.texts(), testing::UnorderedElementsAre(left("ip_repo.txt"), left("k3/kernel.xml")));
-    EXPECT_THAT(kernelsOf(package_)[1], HasSubstr("k2|k2|ip_repo/v_l_k1_1_0/|"));
+    EXPECT_THAT(kernelsOf(package_), ElementsAre(HasSubstr("k1|"), HasSubstr("k2|k2|ip_repo/v_l_k1_1_0/|"),
+                                                 HasSubstr("k4|k4|ip_repo/v_l_k4_1_0|")));
     EXPECT_THAT(members(), Not(testing::Contains(HasSubstr("V_l"))));
 }
 

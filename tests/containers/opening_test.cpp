@@ -45,7 +45,7 @@ TEST_F(OpeningTest, NoOperationLeavesAPackageOpen) {
         [&] { add(second); },
         [&] { add(again(second)); },
         [&] { Utils::appendIPCacheDir(package_, directory_ / "caches"); },
-        [&] { Utils::parseKPContainerIntoObject_(package_, container); },
+        [&] { EXPECT_TRUE(Utils::parseKPContainerIntoObject_(package_, container)); },
         [&] { Utils::getKPContainerMajorVersion(package_); },
         [&] { Utils::validateKPAndGetKernelNames(package_, HKPKernel::SYSTEM, texts); },
         [&] { Utils::extractKernelFromKPContainer(package_, "k1", out, true); },
@@ -70,6 +70,7 @@ TEST_F(OpeningTest, NoOperationLeavesAPackageOpen) {
     const auto version = Utils::openKPContainer_(package_, container);
     const std::string before = member("k2/kernel.xml");
     std::filesystem::remove(package_);
+    EXPECT_FALSE(Utils::parseKPContainerIntoObject_(package_, container));
     EXPECT_THAT(openFiles(), ElementsAre(package_ + " (deleted)")) << "who holds a version has it open";
     EXPECT_EQ(version->read("k2/kernel.xml"), before);
 }
@@ -140,23 +141,37 @@ TEST_F(OpeningTest, ABrokenSealIsRenewedOnlyWhereThatIsAsked) {
         {leaveUnsealed, "is missing"},
         {change, "does not hold: the package was changed since it was sealed"}};
     file("caches/c/one.qmr");
+    const std::string caches = directory_ / "caches", joined = directory_ / "joined.kp";
+    const std::function<void(BrokenSeal)> operations[] = {
+        [&](BrokenSeal brokenSeal) {
+            KernelAddition second = kernel("k2");
+            second.brokenSeal = brokenSeal;
+            add(second);
+        },
+        [&](BrokenSeal brokenSeal) {
+            HKPContainerUtils::appendIPCacheDir(
+                {.kpPath = package_, .directory = caches, .brokenSeal = brokenSeal});
+        },
+        [&](BrokenSeal brokenSeal) {
+            HKPContainerUtils::removeKernels({package_, {"k1"}, brokenSeal});
+        },
+        [&](BrokenSeal brokenSeal) {
+            HKPContainerUtils::joinPackages(
+                {.kpPath = joined, .inputs = {package_}, .brokenSeal = brokenSeal});
+            std::filesystem::rename(joined, package_);
+        }};
     for (const auto& [breakSeal, reason] : rows) {
-        for (const bool addsCache : {false, true}) {
+        for (const auto& operation : operations) {
             const auto failureWith = [&, &spoil = breakSeal](BrokenSeal brokenSeal) {
                 spoil();
-                KernelAddition second = kernel("k2");
-                second.brokenSeal = brokenSeal;
-                const IpCacheAddition caches{
-                    .kpPath = package_, .directory = directory_ / "caches", .brokenSeal = brokenSeal};
-                return failureOf(
-                    [&] { addsCache ? HKPContainerUtils::appendIPCacheDir(caches) : add(second); });
+                return failureOf([&] { operation(brokenSeal); });
             };
             const auto isValid = [&] { return HUTZip::checkIntegrityEn(package_) == 0; };
             EXPECT_EQ(failureWith(BrokenSeal::Refuse), "The digest of '" + package_ + "' " + reason + "\n");
             EXPECT_EQ(failureWith(BrokenSeal::Leave), "nothing thrown");
-            EXPECT_FALSE(isValid()) << reason << addsCache;
+            EXPECT_FALSE(isValid()) << reason << &operation - operations;
             EXPECT_EQ(failureWith(BrokenSeal::Renew), "nothing thrown");
-            EXPECT_TRUE(isValid()) << reason << addsCache;
+            EXPECT_TRUE(isValid()) << reason << &operation - operations;
         }
     }
     change();
