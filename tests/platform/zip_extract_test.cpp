@@ -207,6 +207,7 @@ TEST_F(ZipExtract, AMemberThatProvesBadAtItsEndLeavesNothing) {
             {deflated, size, ArchiveEntry::Deflated, "its checksum differs"},
             {deflated, size - 1, ArchiveEntry::Deflated, wrongSize},
             {deflated, size + 1, ArchiveEntry::Deflated, wrongSize},
+            {deflated, size << 30, ArchiveEntry::Deflated, "it states a size that its data cannot have"},
             {deflated + "x", size, ArchiveEntry::Deflated, wrongSize},
             {deflated.substr(0, deflated.size() - 1), size, ArchiveEntry::Deflated, "its data are damaged"},
         };

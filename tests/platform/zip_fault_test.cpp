@@ -60,6 +60,22 @@ TEST_F(ZipFault, WorkThatIsCalledOffLeavesTheOldArchiveOrTheWholeNewOne) {
     EXPECT_GT(calledOff, 10);
 }
 
+TEST_F(ZipFault, AComparisonEndsWhenItIsCalledOff) {
+    const std::string file = write("f", std::string(3000, 'o'));
+    copyTo(at("copy"));
+    const auto copy = ArchiveSnapshot::open(at("copy"));
+    const std::function<void(ArchiveEdit&)> additions[] = {
+        [&](ArchiveEdit& edit) { edit.addFile("old", file); },
+        [&](ArchiveEdit& edit) { edit.addMember(copy, *copy->find("old")); }};
+    for (const auto& add : additions) {
+        ArchiveEdit edit(archive);
+        add(edit);
+        HUTInterrupt::request();
+        EXPECT_THROW(edit.rehearse(), HEXInterrupted);
+        HUTInterrupt::clear();
+    }
+}
+
 TEST_F(ZipFault, InterruptionsAndMissingAbilitiesDoNotMatter) {
     const disk::DiskFaults::Decide environments[] = {interruptions(), once("write", [] { return EXDEV; }),
                                                      once("write", [] { return EOPNOTSUPP; }),

@@ -163,6 +163,7 @@ TEST_F(ZipRead, WhatCannotBeTrustedIsFoundAndDropsOutOrIsRefused) {
     ++bytes[bytes.find("PK\1\2") - 1];
     HUTFile::writeFile(archive, bytes);
     EXPECT_EQ(findings().at(0).text, "'f' lacks the sizes behind its data");
+    EXPECT_THAT(findings().at(1).text, testing::StartsWith("16 bytes at offset"));
 }
 
 TEST_F(ZipRead, SourcesStreamAndSinksChangeTheArchiveOnlyWhenTheyAreClosed) {
