@@ -99,6 +99,12 @@ TEST(HPAParamMgr, TheProgramThenTheFileThenTheDefault) {
     EXPECT_FALSE(HPAParamMgr::getBool("a.off", true));
     EXPECT_TRUE(HPAParamMgr::getBool("a.on", false));
     EXPECT_TRUE(HPAParamMgr::getBool("a.other", true));
+    bool isOn = false;
+    for (const std::string word : {"False", "true", "no", "yes", "0", "1"}) {
+        const Environment other("KP_PARAM_FILE", directory.file("word", "a = " + word));
+        EXPECT_EQ(HPAParamMgr::getBool("a", !isOn), isOn) << word;
+        isOn = !isOn;
+    }
 
     const std::pair<std::string, std::string> broken[] = {
         {"a = 1\na = maybe\n", ":2: the parameter 'a' must be true or false, not 'maybe'"},
@@ -126,12 +132,12 @@ TEST(UsableCores, AreThoseOfTheAffinityUnlessAGroupGrantsLessTime) {
         std::size_t cores;
     } cases[] = {
         {"0::/a/b", "a/b/cpu.max", "max 100000", all},
-        {"0::/a/b", "a/b/cpu.max", "50000 100000", 1},
-        {"0::/a/b", "a/cpu.max", "150000 100000", two},
+        {"0::/a/b", "a/b/cpu.max", "150000 100000", two},
+        {"0::/a/b", "a/cpu.max", "50000 100000", 1},
         {"0::/", "cpu.max", "100000 100000", 1},
         {"0::/a", "a/cpu.max", "x", all},
         {"3:cpu,cpuacct:/d", "cpu,cpuacct/d/cpu.cfs_quota_us", "90000", 1},
-        {"3:cpuacct,cpu:/d", "cpu/cpu.cfs_quota_us", "110000", two},
+        {"3:cpuacct,cpu:/d", "cpu/d/cpu.cfs_quota_us", "90000", 1},
         {"3:cpu:/d", "cpu/d/cpu.cfs_quota_us", "-1", all},
         {"3:memory:/d", "memory/d/cpu.cfs_quota_us", "90000", all},
     };
