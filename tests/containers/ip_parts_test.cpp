@@ -123,6 +123,7 @@ TEST(IpExpressions, OfDependenciesAreWorkedOutOrUnknown) {
         {"id('Z') != 0 or id('W') > 1", "1"},
         {"(spirit:decode(id('W')) / 8) - 1", "3"},
         {"7 div 2", "'7 div 2': the quotient is no integer"},
+        {"7 div id('Z')", "'7 div id('Z')': division by zero"},
         {"id('GONE')", "there is no parameter 'GONE'"},
         {"id('W' + 1", "'id('W' + 1': a ')' is missing"},
         {"../x", "'../x': it cannot be read at '../x'"},

@@ -224,6 +224,7 @@ TEST(Lint, LooksAtThePackageAsWellAndAtWhatIsToBeAdded) {
 
     directory.file("ip/hdl/vadd.v~", "old");
     vadd.topIpDir = "top";
+    vadd.cpuFiles = {directory / "src/vadd.cpp"};
     vadd.hlsDir = directory / "hls";
     directory.file("hls/.git/config", "");
     EXPECT_THAT(linesOf(kfab::lint::lintAddition(vadd)),
