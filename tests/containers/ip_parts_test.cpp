@@ -90,6 +90,7 @@ TEST(IpExpressions, AreWorkedOutOrUnknown) {
         {"BAD + 1", "'W / Z': division by zero"},
         {"Z ? BAD : 7", "7"},
         {"Z && BAD || 3 || BAD", "1"},
+        {"2 * (W && 3) + (W && Z)", "2"},
         {"BAD && Z", "'W / Z': division by zero"},
         {"REAL", "'1.5': it is no integer"},
         {"TEXT", "there is no parameter 'fast'"},
