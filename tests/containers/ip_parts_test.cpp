@@ -101,6 +101,7 @@ TEST(IpExpressions, AreWorkedOutOrUnknown) {
         {"$bits(W)", "'$bits(W)': the function '$bits' is not known"},
         {"W +", "'W +': it ends too early"},
         {"(W", "'(W': a ')' is missing"},
+        {"$clog2(W", "'$clog2(W': a ')' is missing"},
         {"W ? 1", "'W ? 1': a ':' is missing"},
         {"W W", "'W W': it cannot be read at 'W'"},
         {"Z ? (1 : 2", "'Z ? (1 : 2': a ')' is missing"},
