@@ -14,7 +14,8 @@ logs=$PWD/build/memcheck
 mkdir -p "$logs"
 
 left_out='-*MoreEntries*:*HugeOnes*:Limits.*:*TooLongForTheMemory*:*FromDeepest*:Shell.*'
-memcheck=(valgrind -q --error-exitcode=99 --leak-check=full --errors-for-leak-kinds=definite
+memcheck=(valgrind -q --error-exitcode=99 --leak-check=full --show-leak-kinds=definite
+    --errors-for-leak-kinds=definite
     "--suppressions=$PWD/tools/memcheck.supp")
 
 check_program() {

@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
-# usage: tools/mutate.sh N [ROOM]
+# usage: tools/mutate.sh N [ROOM [PROGRAM...]]
 # Puts N random faults into the sources of the product, or of the room, one at a time: a comparison turned, a sum for a
 # difference, a call dropped, a flag inverted. Builds and tests each in a copy of the tree, and prints those that no test
-# noticed and how many were. What does not compile is passed over and not counted. MUTATE_SEED chooses the faults.
+# noticed and how many were. What does not compile, or makes no other code, is passed over and not counted. The programs
+# of tests that are named are built and tried first, which is quick. MUTATE_SEED chooses the faults.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-(($#)) || { echo "usage: tools/mutate.sh N [ROOM]" >&2; exit 2; }
+(($#)) || { echo "usage: tools/mutate.sh N [ROOM [PROGRAM...]]" >&2; exit 2; }
 number=$1
 room=${2:-}
+near=("${@:3}")
 seed=${MUTATE_SEED:-$RANDOM}
 tree=$PWD/build/mutants
 slow='^(kp|lint|show|terminal|disaster|power_loss|install|doors|java|page|python.*)$'
@@ -23,7 +25,11 @@ out=$tree/build
 log=$tree/log
 
 build() {
-    cmake --build "$out" -j "$jobs" >"$log" 2>&1
+    cmake --build "$out" -j "$jobs" --target "${1:-all}" >"$log" 2>&1
+}
+
+object_of() {
+    find "$out/$(dirname "$1")" -name "$(basename "$1").o" | head -n 1
 }
 
 # A faulty program may remove and write what it likes: it sees a file system that is read-only but for its own copy of
@@ -40,7 +46,7 @@ tests() {
 
 # What noticed faults before does most often.
 killers=''
-is_noticed() {
+tests_notice() {
     { [[ $killers ]] && ! tests -R "^(${killers#|})\$"; } || ! tests -E "$slow" ||
         ! tests -R "$slow" -E '^(disaster|install|doors)$'
 }
@@ -52,24 +58,38 @@ note_killers() {
     done
 }
 
+# 0 when it is, 1 when not, 2 when there is nothing to notice.
+is_noticed() {
+    local program object
+    object=$(object_of "$1")
+    build "${object#"$out/"}" && ! cmp -s "$object" "$tree/objects/$1.o" || return 2
+    for program in "${near[@]}"; do
+        build "$program" || return 2
+        jail timeout 120 "$out/bin/$program" --gtest_fail_fast >"$log" 2>&1 || return 0
+    done
+    build || return 2
+    tests_notice
+}
+
 cmake -S "$tree" -B "$out" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE=-O1 \
     -DCMAKE_LINK_DEPENDS_NO_SHARED=ON >"$log" 2>&1 && build || { cat "$log" >&2; exit 1; }
-! is_noticed || { cat "$log" >&2; echo "mutate: the tests fail without any fault" >&2; exit 1; }
+for source in $sources; do
+    mkdir -p "$tree/objects/$(dirname "$source")"
+    cp "$(object_of "$source")" "$tree/objects/$source.o"
+done
+! tests_notice || { cat "$log" >&2; echo "mutate: the tests fail without any fault" >&2; exit 1; }
 
 noticed=0
 survived=0
 while ((noticed + survived < number)) && IFS=$'\t' read -r file line what changed; do
     cp --preserve=timestamps "$tree/$file" "$tree/original"
     CHANGED=$changed awk -v line="$line" 'NR == line { print ENVIRON["CHANGED"]; next } { print }' "$tree/original" >"$tree/$file"
-    if ! build; then
-        :
-    elif is_noticed; then
-        noticed=$((noticed + 1))
-        note_killers
-    else
-        survived=$((survived + 1))
-        echo "$file:$line: $what"
-    fi
+    verdict=0
+    is_noticed "$file" || verdict=$?
+    case $verdict in
+        0) noticed=$((noticed + 1)); note_killers ;;
+        1) survived=$((survived + 1)); echo "$file:$line: $what" ;;
+    esac
     cp "$tree/original" "$tree/$file"
 done < <(tools/mutants.py $((3 * number)) "$seed" $sources)
 build
