@@ -23,6 +23,8 @@ find "$tree" -mindepth 1 -maxdepth 1 ! -name build -exec rm -rf {} +
 git ls-files -z | xargs -0 cp --parents --preserve=timestamps,mode -t "$tree"
 out=$tree/build
 log=$tree/log
+# What a run that was stopped left faulty is to be built again.
+[[ ! -e $out/faulty ]] || touch -c "$tree/$(<"$out/faulty")"
 
 build() {
     cmake --build "$out" -j "$jobs" --target "${1:-all}" >"$log" 2>&1
@@ -32,10 +34,10 @@ object_of() {
     find "$out/$(dirname "$1")" -name "$(basename "$1").o" | head -n 1
 }
 
-# A faulty program may remove and write what it likes: it sees a file system that is read-only but for its own copy of
-# the tree and temporary directories. Endless loops end, and so does greed for memory.
+# A faulty program may remove, write and kill what it likes: it sees a file system that is read-only but for its own copy
+# of the tree and temporary directories, and no process but its own. Endless loops end, and so does greed for memory.
 jail() {
-    unshare --mount $( ((EUID == 0)) || echo --map-root-user) bash -c '
+    unshare --mount --pid --fork --kill-child --mount-proc $( ((EUID == 0)) || echo --map-root-user) bash -c '
         mount --bind "$0" "$0" && mount -o remount,bind,ro / && mount -t tmpfs none /tmp && mount -t tmpfs none /dev/shm
         cd "$0" && ulimit -t 120 -d 12000000 && "$@"' "$tree" "$@"
 }
@@ -84,6 +86,7 @@ survived=0
 while ((noticed + survived < number)) && IFS=$'\t' read -r file line what changed; do
     cp --preserve=timestamps "$tree/$file" "$tree/original"
     CHANGED=$changed awk -v line="$line" 'NR == line { print ENVIRON["CHANGED"]; next } { print }' "$tree/original" >"$tree/$file"
+    echo "$file" >"$out/faulty"
     verdict=0
     is_noticed "$file" || verdict=$?
     case $verdict in
