@@ -86,6 +86,7 @@ TEST(DocumentMessages, OfTheLibrarysOwnTenArePosted) {
     const auto texts = messages.texts();
     EXPECT_EQ(texts.size(), 13U + 10U + 1U);
     EXPECT_EQ(texts[19], "17-2005: p.kp:10: x; it is ignored");
+    EXPECT_EQ(texts[22], texts[0]) << "one of the host's";
     EXPECT_EQ(texts.back(), "17-2006: ... and 3 more about 'p.kp'");
 }
 
