@@ -13,14 +13,20 @@ bin=$PWD/build/release/bin
 logs=$PWD/build/memcheck
 mkdir -p "$logs"
 
-left_out='-*MoreEntries*:*HugeOnes*:Limits.*:*TooLongForTheMemory*:*FromDeepest*:Shell.*'
-memcheck=(valgrind -q --error-exitcode=99 --leak-check=full --show-leak-kinds=definite
-    --errors-for-leak-kinds=definite
+left_out='-*MoreEntries*:*HugeOnes*:Limits.*:*TooLongForTheMemory*:Shell.*'
+memcheck=(valgrind -q --error-exitcode=99 --leak-check=full --show-leak-kinds=definite --errors-for-leak-kinds=definite
     "--suppressions=$PWD/tools/memcheck.supp")
 
 check_program() {
     "${memcheck[@]}" "$bin/$1" --gtest_brief=1 --gtest_filter="$left_out"
 }
+
+# Another user, or a script that moves the temporary directory, keeps valgrind itself from starting.
+run_cases='
+import sys, unittest
+cases = [case for suite in unittest.defaultTestLoader.loadTestsFromName(sys.argv[1]) for case in suite
+         if not any(left_out in case.id() for left_out in ("whoever_packs_them", "change_the_directory"))]
+sys.exit(not cases or not unittest.TextTestRunner().run(unittest.TestSuite(cases)).wasSuccessful())'
 
 # The command leaves what Memcheck says in a file, since its standard error belongs to the tests.
 check_command() {
@@ -29,7 +35,7 @@ check_command() {
     chmod +x "$wrapper"
     rm -f "$logs"/kp-*.log
     KP=$wrapper KP_EXAMPLES_DIR=$PWD/examples KP_SHARE_DIR=$PWD/build/release/share KP_HANDBOOK=$PWD/docs/cli.md \
-        PYTHONDONTWRITEBYTECODE=1 python3 "tests/cli/$1_test.py" || true
+        KP_SANITIZE=memcheck PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=tests/cli python3 -c "$run_cases" "$1_test" || return
     ! grep -h . "$logs"/kp-*.log
 }
 
