@@ -149,12 +149,20 @@ class Comparison:
         sizes = [path.stat().st_size for path in (package, zipped)]
         self.table.add("its size", mib(sizes[0]), f"zip -qr: {mib(sizes[1])}", sizes[0] / sizes[1], 1)
 
+    def additions(self, package, tree, *more):
+        """The addition of a tree with one core and with two, each to a new package."""
+        return (self.kp("add", package(jobs), self.example / "kernel.xml", "--ip", tree, *more, jobs=jobs,
+                        ready=lambda jobs=jobs: self.fresh(package(jobs).name)) for jobs in (1, 2))
+
+    def compare_extractions(self, work, package, wanted):
+        with self.place_for_files() as place:
+            one, two = (self.kp("extract", package, "-d", place, jobs=jobs, ready=lambda: renew(place)) for jobs in (1, 2))
+            self.compare(work, two, one, "with one", wanted, rounds=4)
+
     def two_cores(self):
         """What is done with one core and with two, in turns."""
-        tree, description = self.inputs / "ip", self.example / "kernel.xml"
-        package = lambda jobs: self.out / f"cores{jobs}.kp"
-        one, two = (self.kp("add", package(jobs), description, "--ip", tree, jobs=jobs,
-                            ready=lambda jobs=jobs: self.fresh(package(jobs).name)) for jobs in (1, 2))
+        tree, package = self.inputs / "ip", lambda jobs: self.out / f"cores{jobs}.kp"
+        one, two = self.additions(package, tree)
         zip_ = Command(["zip", "-qr", self.out / "tree.zip", tree], ready=lambda: self.fresh("tree.zip"))
         self.race(two, one, zip_, rounds=2)
         work = f"add a tree of {self.scaled(3000)} files, with two cores"
@@ -162,24 +170,17 @@ class Comparison:
         self.row(work, two, zip_, "zip -qr", 1 / 3)
         one, two = (self.kp("verify", package(1), jobs=jobs) for jobs in (1, 2))
         self.compare("verify it with two cores", two, one, "with one", 1 / 1.6, rounds=4)
-        with self.place_for_files() as place:
-            one, two = (self.kp("extract", package(1), "-d", place, jobs=jobs, ready=lambda: renew(place)) for jobs in (1, 2))
-            self.compare("extract it with two cores", two, one, "with one", 1 / 1.3, rounds=4)
+        self.compare_extractions("extract it with two cores", package(1), 1 / 1.3)
         # No more work than pays for a second thread.
         small = lambda jobs: self.out / f"small{jobs}.kp"
-        one, two = (self.kp("add", small(jobs), description, "--ip", tree / "part0", "--no-lint", jobs=jobs,
-                            ready=lambda jobs=jobs: self.fresh(small(jobs).name)) for jobs in (1, 2))
+        one, two = self.additions(small, tree / "part0", "--no-lint")
         self.compare(f"add {self.scaled(75)} of its files with two cores", two, one, "with one", 1, rounds=4)
-        with self.place_for_files() as place:
-            one, two = (self.kp("extract", small(1), "-d", place, jobs=jobs, ready=lambda: renew(place)) for jobs in (1, 2))
-            self.compare("extract them with two cores", two, one, "with one", 1, rounds=4)
+        self.compare_extractions("extract them with two cores", small(1), 1)
 
     def image(self):
         """One large file with one core and with two, in turns."""
-        tree, description = self.inputs / "image-ip", self.example / "kernel.xml"
-        package = lambda jobs: self.out / f"image{jobs}.kp"
-        one, two = (self.kp("add", package(jobs), description, "--ip", tree, jobs=jobs,
-                            ready=lambda jobs=jobs: self.fresh(package(jobs).name)) for jobs in (1, 2))
+        tree, package = self.inputs / "image-ip", lambda jobs: self.out / f"image{jobs}.kp"
+        one, two = self.additions(package, tree)
         zipped, image = self.out / "image.zip", tree / "image.bin"
         zip_ = Command(["zip", "-q", zipped, image], ready=lambda: self.fresh(zipped.name))
         pigz = Command(["sh", "-c", 'pigz -p 2 -c "$1" >"$2"', "sh", image, self.out / "image.gz"])

@@ -224,8 +224,7 @@ class Package:
 
         They are in the order of the packages, with `sort` in that of their names.
         """
-        _core.merge(self._bytes(), paths(packages), sort, check_version, reseal, _number_of(jobs),
-                    progress)
+        _core.merge(self._bytes(), paths(packages), sort, check_version, reseal, _number_of(jobs), progress)
 
     def add_caches(self, directory: StrPath, *, reseal: bool = False, jobs: int | None = None,
                    progress: Progress | None = None) -> None:
