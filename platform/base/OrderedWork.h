@@ -2,6 +2,7 @@
 
 #include "platform/base/Export.h"
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
@@ -40,6 +41,8 @@ public:
     /// Adds a task on about so many bytes, and what to do once it and all before it are done. There may be
     /// nothing but the latter. Makes room first, if there is none.
     void add(std::uint64_t bytes, Task task, Use use);
+    /// What a task on so many bytes counts that keeps none of them for later.
+    static std::uint64_t keepingNone(std::uint64_t bytes) { return std::min(bytes, std::uint64_t{1} << 20); }
 
 private:
     struct Item {

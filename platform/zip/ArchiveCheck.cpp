@@ -17,9 +17,6 @@ namespace {
 
 using Code = ArchiveFinding::Code;
 
-/// A task counts as so many bytes at most, since it keeps none for later.
-constexpr std::uint64_t mostBytes = std::uint64_t{1} << 20;
-
 class Check {
 public:
     explicit Check(const ArchiveSnapshot& archive, std::uint64_t endRecordsOffset)
@@ -30,7 +27,7 @@ public:
         OrderedWork work(jobs);
         work.run([&] {
             if (beside)
-                work.add(std::min(archive_.digestEnd(), mostBytes), [&](std::size_t) { beside(); }, {});
+                work.add(OrderedWork::keepingNone(archive_.digestEnd()), [&](std::size_t) { beside(); }, {});
             checkNames();
             checkKinds();
             checkLayout();
@@ -162,7 +159,7 @@ private:
     void addReading(std::uint32_t position, OrderedWork& work, std::vector<Buffer>& buffers) {
         const auto failure = std::make_shared<std::optional<HEXAlgException>>();
         work.add(
-            std::min(at(position).size, mostBytes),
+            OrderedWork::keepingNone(at(position).size),
             [=, this, &buffers](std::size_t worker) {
                 *failure = failureToRead(at(position), buffers[worker]);
             },

@@ -126,9 +126,8 @@ void Extraction::refuse(const Place& place, const std::string& name, const char*
 }
 
 void Making::make(const PlannedDirectory& planned, const Directory& directory, const std::string& prefix) {
-    constexpr std::uint64_t mostBytes = std::uint64_t{1} << 20;  // none of them is kept for later
     for (const auto& [name, entry] : planned.files)
-        work_.add(std::min(entry->size, mostBytes),
+        work_.add(OrderedWork::keepingNone(entry->size),
                   [this, &entry = *entry, &name = name, directory](std::size_t worker) {
                       makeFile(entry, name, *directory, buffers_[worker]);
                   },
