@@ -28,7 +28,7 @@ struct Options {
     KernelAddition addition;
     std::string layout;
     bool replaceIp = false, reseal = false, dryRun = false, json = false;
-    bool isStrict = false, isLinted = true, isQuiet = false;
+    bool isStrict = false, isUnlinted = false, isQuiet = false;
 };
 
 /// What goes to a kernel that is there only with --replace.
@@ -84,7 +84,7 @@ void warnOfErrors(const KernelAddition& addition) {
 /// Returns why the kernel could not be looked at, which its addition may refuse with better words; empty when
 /// it was.
 std::string lint(const KernelAddition& addition, const Options& options) {
-    if (!options.isLinted) return {};
+    if (options.isUnlinted) return {};
     const MessageFilter silence([](const ComMsg&, const ComMsgMgr::Sink&) {});  // the addition posts them
     if (options.isStrict) {
         requireNoFindings(addition);
@@ -175,7 +175,7 @@ Run declareAdd(CLI::App& app) {
     app.add_flag("--check-version", addition.checkVersion, "Refuse a package that later software wrote");
     CLI::Option* strict =
         app.add_flag("--strict", options->isStrict, "Refuse a kernel that 'kp lint --strict' would");
-    app.add_flag("!--no-lint", options->isLinted, "Tell of no mistakes in the kernel")->excludes(strict);
+    app.add_flag("--no-lint", options->isUnlinted, "Tell of no mistakes in the kernel")->excludes(strict);
     CLI::Option* dryRun =
         app.add_flag("--dry-run", options->dryRun, "Print what would be done, and change nothing");
     app.add_flag("--json", options->json, "With --dry-run: as a JSON object")->needs(dryRun);
