@@ -8,8 +8,10 @@ import subprocess
 import tempfile
 import time
 import unittest
+import zipfile
 from pathlib import Path
 
+HERE = Path(__file__).resolve().parent
 KP = os.environ["KP"]
 EXAMPLES = os.environ["KP_EXAMPLES_DIR"]
 JOBS = ["-j", os.environ["KP_TEST_JOBS"]] if "KP_TEST_JOBS" in os.environ else []  # for a second run
@@ -79,3 +81,25 @@ class KpCase(unittest.TestCase):
         text = text.replace('name="vadd"', f'name="{name}"').replace(":vadd:", f":{vlnv or name}:")
         Path(path + ".xml").write_text(text)
         return path + ".xml"
+
+    def rewrite(self, package, changes):
+        """A package like another one, some members of which are changed by functions."""
+        with zipfile.ZipFile(package) as before, zipfile.ZipFile("changed.kp", "w") as after:
+            for name in before.namelist():
+                after.writestr(name, changes.get(name, lambda data: data)(before.read(name)))
+        return "changed.kp"
+
+    def add_odd(self):
+        """A package whose kernel has a little of everything, much of it wrong."""
+        given = {"--cpu-source": "a.cpp", "--pdi": "x.pdi", "--sw-emu": "e.so", "--shim": "s.bin", "--debug-dir": "debug/d",
+                 "--hls-dir": "hls/h"}
+        for name in (*given.values(), "caches/c1/c.qmr", "caches/c2/c.qmr"):
+            Path(name).parent.mkdir(parents=True, exist_ok=True)
+            Path(name).write_text(name)
+        parts = [word for option, name in given.items() for word in (option, name.partition("/")[0])]
+        for command in (["add", "odd.kp", HERE / "odd.xml", *parts, "--project", "p7", "--top-ip", "top", "--no-lint"],
+                        ["add-cache", "odd.kp", "caches"]):
+            self.expect([*command, "-q"], 0, SOURCE_DATE_EPOCH="1600000000")
+        with zipfile.ZipFile("odd.kp", "a") as package:
+            for name in ("notes.txt", "ip/h.v", "void/", "new/" + "x" * 170):
+                package.writestr("odd/" + name, "mine" if name[-1] != "/" else "")

@@ -534,6 +534,9 @@ class KpTest(KpCase):
         self.assertEqual(([], []), (os.listdir("elsewhere"), os.listdir("tmp")))
         self.assertIn("ipx::save_core", Path("kept.tcl").read_text())
         self.expect(["verify", "o.kp"], 0, "digest: valid\n")
+        status, out, err = run("customize", "p.kp", "vadd", "--name=n", "-o", "./n.kp", TMPDIR="p.kp")
+        self.assertEqual((3, ""), (status, out))
+        self.assertRegex(err, r"\Akp: error: Failed to create directory '.*/p\.kp/quorix-kfab-[\da-f]+': Not a directory\n\Z")
 
     def test_errors_name_the_thing_and_change_nothing(self):
         self.add("p.kp")

@@ -15,9 +15,8 @@ from pathlib import Path
 
 import jsonschema
 
-from kp_case import KP, KpCase, run
+from kp_case import HERE, KP, KpCase, run
 
-HERE = Path(__file__).resolve().parent
 SCHEMA = jsonschema.Draft202012Validator(json.loads((HERE.parents[1] / "docs/show.schema.json").read_text()))
 UTF8 = {"LC_ALL": "C.UTF-8"}
 
@@ -45,13 +44,6 @@ def on_screen(width, *arguments, **environment):
 
 
 class ShowTest(KpCase):
-    def rewrite(self, package, changes):
-        """A package like another one, some members of which are changed by functions."""
-        with zipfile.ZipFile(package) as before, zipfile.ZipFile("changed.kp", "w") as after:
-            for name in before.namelist():
-                after.writestr(name, changes.get(name, lambda data: data)(before.read(name)))
-        return "changed.kp"
-
     def change(self, *pieces):
         """A description like the example's, with pieces of it replaced."""
         text = Path("vadd/kernel.xml").read_text()
@@ -70,6 +62,11 @@ class ShowTest(KpCase):
             self.assertFalse([c for c in line if unicodedata.category(c) in ("Cc", "Cf", "Zl", "Zp")], line)
         return out
 
+    def expect_page(self, name, page):
+        """That it is as in a file, but for what depends on the library that deflates."""
+        page = re.sub(r"(Size +)[\d.]+ KiB,", r"\g<1>9.9 KiB,", page)
+        self.assertEqual((HERE / name).read_text(), re.sub(r"(sha256:|:s)[\da-f…]+", r"\1...", page))
+
     def described(self, *arguments):
         """The JSON, which the schema describes."""
         status, out, err = run("show", *arguments, "--json")
@@ -78,13 +75,10 @@ class ShowTest(KpCase):
         return json.loads(out)
 
     def test_the_example_at_80_and_40_columns(self):
-        self.add("vadd.kp", "--report", "vadd/design.xml", "--cpu-source", "vadd/src/vadd.cpp")
+        self.expect(["add", "vadd.kp", "vadd/kernel.xml", "--ip", "vadd/ip", "--report", "vadd/design.xml",
+                     "--cpu-source", "vadd/src/vadd.cpp"], 0, SOURCE_DATE_EPOCH="1600000000")
         for width in (80, 40):
-            page = self.shown("vadd.kp", width=width)
-            page = re.sub(r"(Size +)[\d.]+ KiB,", r"\g<1>9.9 KiB,", page)  # as deflated here
-            page = re.sub(r"(Written +)[-\d]+ [\d:]+", r"\g<1>2020-02-02 20:20", page)
-            page = re.sub(r"(sha256:|:s)[\da-f…]+", r"\1...", page)
-            self.assertEqual((HERE / f"show-{width}.txt").read_text(), page)
+            self.expect_page(f"show-{width}.txt", self.shown("vadd.kp", width=width))
         plain = self.shown("vadd.kp", LC_ALL="C")
         self.assertTrue(plain.isascii())
         self.assertIn("  | `-requests_u  vadd_walker    72  #            64     24  met 1.64/3.5\n", plain)
@@ -102,6 +96,7 @@ class ShowTest(KpCase):
                                        "nothing was held against it [ip-missing]\n"), alone)
 
         kernel = self.described("vadd.kp")["kernels"][0]
+        self.assertEqual(os.path.getsize("vadd.kp"), self.described("vadd.kp")["package"]["size"])
         description, report = kernel["description"], kernel["description"]["report"]
         self.assertEqual({"id": 3, "name": "length", "type": "uint", "passing": "value", "port": "s_control",
                           "offset": 0x34, "size": 4, "hostOffset": 0, "hostSize": 4}, description["arguments"][3])
@@ -115,6 +110,23 @@ class ShowTest(KpCase):
                          {key: kernel["files"][0][key] for key in ("part", "name", "size")})
         description["arguments"][3]["offset"] = -1
         self.assertFalse(SCHEMA.is_valid({"package": None, "kernels": [kernel]}))
+
+    def test_a_little_of_everything(self):
+        self.add_odd()
+        self.expect_page("show-odd.txt", self.shown("odd.kp").partition("\nLint\n")[0])
+        text = (HERE / "odd.xml").read_text()
+        for lut, most, bars in ((0, "even, 5", 0), (1, "even, 5 of 1 (500%)", 3)):
+            Path("k.xml").write_text(text.replace("<FF>0</FF>", f"<FF>0</FF><LUT>{lut}</LUT>"))
+            page = self.shown("k.xml")
+            self.assertIn(f"\n  Most LUT   {most}\n", page)
+            self.assertEqual(bars, page.count("  " + "█" * 10 + " "))
+        for version, told in ((b'SoftwareVersionMajor="1"', " by software 1.0"), (b'SoftwareVersionMinor="1"', " by software 0.1"),
+                              (b"", ", it does not say by what")):
+            package = self.rewrite("odd.kp", {"kp.xml": lambda data: re.sub(b'SoftwareVersionMajor.* ', version + b" ", data)})
+            self.assertIn(f" UTC{told}\n", self.shown(package))
+        self.add("k.kp", "--layout", "kernel")
+        self.assertEqual(sorted(zipfile.ZipFile("k.kp").namelist())[1:],
+                         sorted(file["name"] for file in self.described("k.kp")["kernels"][0]["files"]))
 
     def test_many_kernels_are_a_table_whatever_their_names(self):
         names = ["x" * 200, "計算" * 20, "e\u0301" * 40, "re\u202everse", "\u200bo" + "\u0302" * 10, "two\nlines\x9b2J", "ünï"]
@@ -190,11 +202,19 @@ class ShowTest(KpCase):
         # A manifest may name one directory many times.
         self.add("p.kp")
         kernel = re.compile(b"( *<Kernel )(.*?</Kernel>\n)", re.S)
-        package = self.rewrite("p.kp", {"vadd/kernel.xml": lambda data: data.ljust(8 << 20), "kp.xml": lambda data: kernel.sub(
-            lambda found: b"".join(found[1] + found[2].replace(b'Name="vadd"', b'Name="vadd%d"' % at) for at in range(65)), data)})
-        self.assertEqual((3, "", "kp: error: The kernels of 'changed.kp' have more to show than can be held at once; ask for one of them\n"),
-                         run("show", package))
+
+        def naming(times):
+            return lambda manifest: kernel.sub(lambda found: b"".join(
+                found[1] + found[2].replace(b'Name="vadd"', b'Name="vadd%d"' % at) for at in range(times)), manifest)
+
+        package = self.rewrite("p.kp", {"vadd/kernel.xml": lambda data: data.ljust((8 << 20) + 1), "kp.xml": naming(64)})
+        refused = (3, "", "kp: error: The kernels of 'changed.kp' have more to show than can be held at once; ask for one of them\n")
+        self.assertEqual(refused, run("show", package))
         self.assertIn("\nKernel vadd9\n", self.shown(package, "vadd9"))
+        with zipfile.ZipFile("p.kp", "a") as package:
+            for at in range(2100):
+                package.writestr(f"vadd/{at}", "")
+        self.assertEqual(refused, run("show", self.rewrite("p.kp", {"kp.xml": naming(1000)})))
 
     def test_of_what_is_damaged_the_rest_is_shown(self):
         self.add("p.kp")
@@ -210,10 +230,11 @@ class ShowTest(KpCase):
         self.assertEqual((None, True), (kernel["description"], problem in kernel["problem"]))
         self.rewrite("p.kp", {"kp.xml": lambda data: data[:-9]})
         Path("broken.xml").write_text("<root")
-        for status, *arguments in ((3, package), (3, "none.kp"), (3, "broken.xml"), (3, "vadd"), (3, "p.kp", "none"),
+        for status, *arguments in ((3, package), (3, "broken.xml"), (3, "vadd"), (3, "p.kp", "none"),
                                    (2, "vadd/kernel.xml", "vadd")):
             done = run("show", *arguments)
             self.assertEqual((status, "", True), (done[0], done[1], done[2].startswith("kp: error: ")), arguments)
+        self.assertEqual((3, "", "kp: error: File not found: 'none.kp'\n"), run("show", "none.kp"))
 
 
 if __name__ == "__main__":

@@ -169,8 +169,9 @@ class TerminalTest(KpCase):
         os.mkdir("out")
         Path("loop.tcl").write_text("puts stderr ready\ncatch {while 1 {incr i}}\nputs stderr survived\n")
         update = ["add", "p.kp", "vadd/kernel.xml", "--ip", "vadd/ip", "--update", "--replace"]
-        customize = ["customize", "p.kp", "vadd", "--name", "new", "-o", "new.kp", "--host-script", "loop.tcl"]
-        customize_in_shell = [*customize, "--tcl-shell", "echo $$ > shell.pid; exec tclsh"]
+        Path("late.tcl").write_text("proc create_project args {source loop.tcl}\n")
+        customize = ["customize", "p.kp", "vadd", "--name", "new", "-o", "new.kp", "--board", "b", "--host-script", "loop.tcl"]
+        customize_in_shell = [*customize[:-1], "late.tcl", "--tcl-shell", "echo $$ > shell.pid; exec tclsh"]
         drawn, erased, ready = "left\x1b[K", "\r\x1b[K", "ready\r\r\n"
         # What is worked at, what the screen shows before the signal, the signal, and the end of the screen.
         rows = [(update, drawn, signal.SIGINT, erased), (["verify", "large.kp"], drawn, signal.SIGTERM, erased),

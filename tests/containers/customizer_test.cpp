@@ -7,6 +7,7 @@
 #include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/Iostreams.h"
 #include "tests/support/CapturedMessages.h"
+#include "tests/support/Environment.h"
 #include "tests/support/Packages.h"
 
 #include <filesystem>
@@ -20,6 +21,7 @@
 namespace {
 
 using kfab::kernel::Customizer;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -31,6 +33,15 @@ public:
         : Customizer(package, kernel) {
         setWorkingDirPath_(directory);
     }
+    std::string getExtractedIPDefinitionRoot() const override {
+        return repository.empty() ? Customizer::getExtractedIPDefinitionRoot() : repository;
+    }
+
+    std::string repository;
+    bool updates = false;
+
+protected:
+    void prepareAddition_(KernelAddition& addition) const override { addition.update = updates; }
 };
 
 /// Customizes what was extracted before, if anything was.
@@ -105,6 +116,16 @@ TEST_F(CustomizerTest, WithoutChangesOnlyTheNameIsNew) {
     EXPECT_EQ(after->entries().size(), before->entries().size());
     EXPECT_TRUE(PackageVerification::of(output_).isClean());
     EXPECT_FALSE(HUTFile::exists(work_));
+
+    FixedDirectory again = customizer();
+    EXPECT_FALSE(again.execute());
+    EXPECT_EQ(again.getErrorMessage(),
+              "Failed to create KP file. Exception: Kernel 'n1' already exists inside KP container '" +
+                  output_ + "'\n");
+    const Environment older("KP_SOFTWARE_VERSION", "2019.4");  // which nobody asks about
+    again.updates = true;
+    EXPECT_TRUE(again.execute()) << again.getErrorMessage();
+    EXPECT_THAT(messages_.texts(), Contains(HasSubstr("a kernel of the same name is replaced")));
 }
 
 /// W stands for the working directory. One item for each evaluation.
@@ -191,8 +212,19 @@ TEST_F(CustomizerTest, FailuresHaveTheirTextsAndLeaveNothing) {
     EXPECT_EQ(error("n1", "", {{"P", "a} [exit] {\n"}}),
               "Failed to customize RTL kernel IP block. Exception: The value 'a} [exit] {\\x0a' of parameter "
               "'P' cannot be used in a script: it is not one Tcl word in braces");
+    for (const auto& [directory, repository, what] :
+         {std::tuple{directory_ / "w [x]", std::string(), "working directory"},
+          {work_, directory_ / "r [x]", "IP repository"}}) {
+        FixedDirectory made(package_, "k1", directory);
+        made.repository = repository;
+        const std::string word = repository.empty() ? directory : repository;
+        EXPECT_EQ(errorOf(made.withTargetBoard("b1")), refused("", what, word));
+        EXPECT_EQ(errorOf(made.withTargetBoard("").withParams({{"P", "1"}})), refused(" block", what, word));
+    }
     EXPECT_THAT(host_->scripts, IsEmpty());
     EXPECT_EQ(error("n1", "", {{"P", "1"}}), "File not found. Path: " + (directory_ / instance_));
+    host_->save = [&] { std::filesystem::remove(directory_ / "work/k1/kernel.xml"); };
+    EXPECT_EQ(error("n1", "", {{"P", "1"}}), "File not found. Path: " + work_ + "/k1/kernel.xml");
     EXPECT_EQ(error("a/b", "", {}),
               "Failed to create KP file. Exception: Kernel 'a/b' cannot be added to KP container '" +
                   output_ + "': it is not one path component.\n");
@@ -206,6 +238,8 @@ TEST_F(CustomizerTest, FailuresHaveTheirTextsAndLeaveNothing) {
     std::filesystem::remove(package_);
     add(fullKernel(directory_, "k1", "vlnv='a:b:c:[exec touch x]'"));
     EXPECT_EQ(error("n1", "", {{"P", "1"}}), refused(" block", "VLNV", "a:b:c:[exec touch x]"));
+    EXPECT_EQ(error("n1", "b1", {}),
+              refused("", "IP description", work_ + "/ip_repo/a_b_c_[exec touch x]/component.xml"));
 }
 
 TEST_F(CustomizerTest, ChecksPreconditionsInOrder) {
@@ -222,11 +256,17 @@ TEST_F(CustomizerTest, ChecksPreconditionsInOrder) {
     }
     FixedDirectory nowhere(package_, "k1", directory_ / std::string(5000, 'w'));
     EXPECT_EQ(errorOf(nowhere), "") << "no directory could be made";
-    Customizer base(package_, "k1");
+    const Environment temporary("TMPDIR", directory_ / "tmp");
+    Customizer base(package_, "K1");
     EXPECT_NE(base.getWorkingDirPath(), base.getWorkingDirPath()) << "a new one each time";
     EXPECT_THAT(base.getWorkingDirPath(), HasSubstr("/quorix-kfab-"));
     EXPECT_EQ(base.withOutputFilePath("o.kp").getOutputFilePath(), directory_ / "o.kp");
     EXPECT_EQ(base.withOutputFilePath("d/o.kp").getOutputFilePath(), "d/o.kp");
+    EXPECT_EQ(base.withParamsFile("params").getParamsFilePath(), "params");
+    EXPECT_TRUE(base.withOutputFilePath(output_).withNewKernelName("n1").execute()) << base.getErrorMessage();
+    const std::string left = std::filesystem::directory_iterator(directory_ / "tmp")->path() / "k1";
+    EXPECT_EQ(TemporaryDirectory::read(left + "/kernel.xml.bak"),
+              ArchiveSnapshot::open(package_)->read("k1/kernel.xml"));
 }
 
 TEST_F(CustomizerTest, WhatADerivedClassExtractedNeedsNoPackage) {
@@ -243,6 +283,14 @@ TEST_F(CustomizerTest, WhatADerivedClassExtractedNeedsNoPackage) {
     EXPECT_EQ(errorOf(given), "File not found. Path: kernel.xml") << "the explorer has no 'K1'";
     std::filesystem::current_path(before);
     EXPECT_EQ(TemporaryDirectory::read(directory_ / "kernel.xml"), "mine");
+
+    for (const char* gone : {"k1/kernel.xml", "ip_repo/v_l_k1_1_0"})
+        for (const char* board : {"b1", ""}) {
+            given.kernel = extracted();
+            std::filesystem::remove_all(work_ + "/" + gone);
+            EXPECT_EQ(errorOf(given.withTargetBoard(board)), "File not found. Path: " + work_ + "/" + gone);
+        }
+    EXPECT_THAT(host_->scripts, IsEmpty());
 
     given.kernel = extracted();
     directory_.file("p.kp", "no package");

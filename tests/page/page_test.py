@@ -107,6 +107,10 @@ class PageTest(KpCase):
         # To scale: the pointer takes as many pixels a byte as the control registers do.
         heights = self.ask("['.control', '.pointer', '.value'].map((kind) => boxOf(document.querySelector(kind)).height)")
         self.assertEqual([4.0, 2.0, 1.0], [round(height / heights[2], 1) for height in heights])
+        picture = page[page.index('aria-label="Address map'):].partition("</svg>")[0]
+        self.assertEqual([("16", "0.62"), ("16.62", "0.5"), ("17.09", "0.5"), ("17.56", "0.5"), ("18.03", "0.5"), ("16", "16"), ("18.19", "176")],
+                         re.findall(r'class="(?:filled|lead)" x1?="(?:1|29)" y1?="(\S+)".* (?:height|y2)="(\S+)"', picture))
+        self.assertEqual("vadd.kp, a kernel package", self.ask("document.title"))
         rows = self.ask("all('.tree .row').map((each) => each.innerText.split(/\\s+/).slice(0, 4).join(' '))")
         self.assertEqual(["vadd 655 LUT 612", "control_u vadd_control 142 LUT", "reader_u vadd_reader 271 LUT"], rows[:3])
 
@@ -116,18 +120,26 @@ class PageTest(KpCase):
         self.expect_laid_out()
         self.assertEqual(run("page", "-", "-o", "-", stdin=Path("vadd/kernel.xml").read_text())[1].replace("stdin", "kernel.xml").replace(
             "/dev/kernel.xml", "vadd/kernel.xml"), Path("alone.html").read_text())
+        description = Path("vadd/kernel.xml").read_text()
+        for attributes, control, lint in (('interrupt="true"', "start_done, interrupt", "1 unchecked"), ("", "start_done", "1 unchecked"),
+                                          ('interrupt="no"', "start_done, interrupt &#39;no&#39;", "1 warning")):
+            Path("k.xml").write_text(description.replace('interrupt="false"', attributes))
+            told = run("page", "k.xml", "-o", "-")[1]
+            self.assertEqual([control, lint], re.findall(r"<dt>(?:Control|Lint)</dt><dd.*?>(.*?)</dd>", told), attributes)
+            self.assertIn("<title>k.xml, a kernel description</title>", told)
         # What a style attribute would do to a page: the policy lets only its own style be.
         Path("styled.html").write_text(page.replace('<main', '<main style="color: red"'))
         complaints, _ = self.browser.load(Path("styled.html"))
         self.assertRegex("".join(complaints), "Content Security Policy")
 
     def test_all_of_what_a_page_has(self):
-        page = self.show("named.html", self.pack("named.kp", ["k", "v:l:n:1.0", "p", "a", "i", "m", "t"]))
-        page = re.sub(r">[\d.]+ KiB, 3 files", ">9.9 KiB, 3 files", page[page.index("<body"):])  # as deflated here
-        page = re.sub(r">[-\d]+ [\d:]+ UTC by", ">2020-02-02 20:20 UTC by", re.sub(r"(sha256:)[\da-f]+", r"\1...", page))
-        before, files, after = page.partition("<h3>Files</h3>")
+        self.add_odd()
+        page = self.show("odd.html", "odd.kp")
+        page = re.sub(r">[\d.]+ KiB, 13 files", ">9.9 KiB, 13 files", page[page.index("<body"):])  # as deflated here
+        before, files, after = re.sub(r"(sha256:)[\da-f]+", r"\1...", page).partition("<h3>Files</h3>")
         page = before + files + re.sub(r"[\d.]+ (B|KiB)(</td>\n</tr>)", r"... \1\2", after)
-        self.assertEqual(HERE.joinpath("page.html").read_text(), page)
+        page = re.sub(r"\n(?!<(h\d|div><dt|tbody|tr|li|rect|line|text))", "", page)  # an item, a row or a shape to a line
+        self.assertEqual(HERE.joinpath("page.html").read_text(), page + "\n")
 
     def test_it_is_legible_in_both_schemes_and_on_paper(self):
         self.show("named.html", self.pack("named.kp", ["k", "v", "p", "a", "i", "m", "t"]))
@@ -173,31 +185,75 @@ class PageTest(KpCase):
         self.assertEqual([100, 101, "kernel99"], self.ask(
             "[all('nav tbody tr').length, all('h2').length, document.querySelector(all('nav a').at(-1).getAttribute('href') + ' bdi').textContent]"))
 
+    def test_of_what_is_damaged_the_rest_is_shown(self):
+        self.add("p.kp", "--report", "vadd/design.xml")
+        for name in "other", "damaged":
+            self.expect(["add", "p.kp", self.derive(name), "--cpu-source", "vadd/src/vadd.cpp", "-q"], 0)
+        self.rewrite("p.kp", {"damaged/kernel.xml": lambda data: data.replace(b"<args>", b"<arg>")})
+        page = self.show("p.html", "changed.kp")
+        self.assertEqual([["Name", "Flows", "LUT", "FF", "SLICE", "Timing", "Lint"],
+                          ["vadd", "hw_emu,hw", "655", "612", "178", "met 2.92/3.5", "clean"],
+                          ["other", "sw_emu", "-", "-", "-", "-", "clean"], ["damaged", "sw_emu", "-", "-", "-", "-", "UNREADABLE"]],
+                         self.ask("all('nav tr').map((row) => [...row.cells].map((cell) => cell.textContent))"))
+        self.assertEqual(
+            '<dl class="facts"><div><dt>Unreadable</dt><dd class="bad">[17-132] damaged/kernel.xml:9: element &#39;arg&#39; is not known in '
+            "&#39;kernel&#39;</dd></div>\n<div><dt>Flows</dt><dd>sw_emu</dd></div>\n<div><dt>IP</dt><dd>none</dd></div>\n<div><dt>Described in"
+            "</dt><dd>damaged/kernel.xml</dd></div>\n</dl>\n", page.partition("<bdi>damaged</bdi></h2>\n")[2].partition("<h3>Files</h3>")[0])
+        self.expect(["remove", "p.kp", "vadd", "other", "damaged"], 0)
+        self.assertRegex(run("page", "p.kp", "-o", "-")[1], r'(?s)<h2 id="index-name">0 kernels</h2>.*<tbody></tbody>.*<main id="content"></main>')
+
     def test_a_crowded_kernel(self):
         text = Path("vadd/kernel.xml").read_text()
+        text = text.replace('name="vadd"', f'name="{"k" * 35}"')
         port = re.search(r' *<port name="m_read".*\n', text)[0]
         argument = re.search(r' *<arg name="a".*\n', text)[0]
-        text = text.replace(port, "".join(port.replace("m_read", f"m_{at}") for at in range(40))).replace("</args>", "".join(
-            argument.replace('"a"', f'"a{at}"').replace("m_read", f"m_{at % 40}").replace("0x10", hex(0x40 + 12 * at)) for at in range(150)) + "</args>")
+        text = text.replace(port, "".join(port.replace("m_read", f"memory_port_no_{at}") for at in range(40))).replace("</args>", "".join(
+            argument.replace('"a"', f'"arg{at}"').replace("m_read", f"memory_port_no_{at % 40}").replace("0x10", hex(0x40 + 12 * at)) for at in range(150)) + "</args>")
         report = Path("vadd/design.xml").read_text().partition("<profile>")[2]
         instance = "<Instance><InstName>i</InstName><ModuleName>vadd_walker</ModuleName><ID>1</ID>"
         nested = instance + "<InstancesList>" + "<InstancesList>".join([instance] * 20) + "</Instance>" + "</InstancesList></Instance>" * 20
         text = text.replace("</root>", "<profile>" + report.replace("<InstancesList>", "<InstancesList>" + nested + (instance + "</Instance>") * 1100, 1) + "</root>")
         Path("k.xml").write_text(text)
-        self.show("k.html", "k.xml")
+        page = self.show("k.html", "k.xml")
         self.expect_laid_out(widths=(400, 1600), scrolls_too=False)
+        self.assertEqual(
+            ['viewBox="0 0 428 1704"', f'<text class="strong" x="214" y="27" text-anchor="middle">{"k" * 17}…{"k" * 16}<', '<text class="quiet" x="76" y="88">154 arguments<',
+             '<text class="strong" x="352" y="1624" text-anchor="end">memory_p…t_no_31<', '<text class="quiet" x="352" y="1638" text-anchor="end">arg31, ar…, arg111<',
+             '<text class="quiet" x="352" y="1674" text-anchor="end">and 9 more<'],
+            re.findall('(viewBox=".*?"|<text.*?>(?:k+…k+|154 .*?|[^<]*t_no_31|arg31,.*?|.*more)<)', page.partition("</svg>")[0]))
+        self.assertIn("</figcaption>", page.partition(" Of 309 pieces the first 100 are drawn.")[2])
+        # What is nested deeper than eight levels says how deep it is.
+        self.assertEqual((8, [f">[{level}] <bdi>" for level in range(9, 22)]), (page.count("<ul>"), re.findall(r">\[\d+\] <bdi>", page)))
         self.assertEqual([32, 1, 49, 1000, 2, "and 129 more"], self.ask(
             "[all('[text-anchor=end].strong').length, all('text').filter((each) => each.textContent === 'and 9 more').length,"
             " all('.pointer').length, all('.tree .row').length, all('details[open]').length, all('.tree > li').at(-1).textContent]"))
 
+    def test_the_longest_lists_and_trees(self):
+        text = Path("vadd/kernel.xml").read_text()
+        port, argument = (re.search(f' *<{kind} name="{name}".*\n', text)[0] for kind, name in (("port", "s_control"), ("arg", "length")))
+        Path("k.xml").write_text(text.replace(port, "".join(port.replace("s_control", f"s{at}").replace("0x1000", "0x0") for at in range(1001)))
+                                 .replace(argument, argument * 997))
+        page = run("page", "k.xml", "-o", "-")[1]
+        self.assertEqual((["and 969 more", "and 3 more", "and 1 more address maps", "and 2990 more"], 1000, 1000),
+                         (re.findall(r">(and \d+ more.*?)<", page), page.count("<h3>Address map of"), page.count("<p>Cure: ")))
+        instance = "<Instance><InstName>i</InstName><ModuleName>m</ModuleName><ID>1</ID>"
+        for count, unfolded in ((200, 4), (201, 2)):
+            Path("k.xml").write_text(text.replace("</root>", "<profile><RTLDesignHierarchy><TopModule><ModuleName>m</ModuleName>" + (
+                "<InstancesList>" + instance) * 4 + "</Instance></InstancesList>" * 3 + "</Instance>" + (instance + "</Instance>") * (
+                count - 5) + "</InstancesList></TopModule></RTLDesignHierarchy></profile></root>"))
+            self.assertEqual(unfolded, run("page", "k.xml", "-o", "-")[1].count("<details open="))
+
     def test_extreme_numbers(self):
         text, report = Path("vadd/kernel.xml").read_text(), Path("vadd/design.xml").read_text().partition("<profile>")[2]
-        for target, needed, offset, drawn in (("-4", "2", "0x34", 0), ("4", "98765.432", "0xFFFFFFFFFFFFFFFE", 1), ("1e308", "1e307", "0x38", 1), ("0", "0", "0x0", 0)):
+        for target, needed, offset, *drawn in (
+                ("-4", "2", "0x34"), ("0.5", "0", "0x0"), ("4", "3.92", "0x34", "438", "429.24", "384.25", "384.25", "1", "439"),
+                ("4", "98765.432", "0xFFFFFFFFFFFFFFFE", "0.02", "438", "1.02", "1.02", "439", "1.02"),
+                ("1e308", "1e307", "0x38", "438", "43.8", "439", "439", "1", "439")):
             Path("k.xml").write_text(text.replace("0x1000", "0x" + "F" * 16).replace("0x34", offset).replace(
                 "</root>", "<profile>" + report.replace(">4.00<", f">{target}<").replace(">2.920<", f">{needed}<") + "</root>"))
-            self.show("k.html", "k.xml")
+            clock = self.show("k.html", "k.xml").partition("Clock period")[2].partition("</svg>")[0]
             self.expect_laid_out(widths=(400, 1000), scrolls_too=False)
-            self.assertEqual(drawn, self.ask("all('.mark').length"), target)
+            self.assertEqual(drawn, re.findall(r'(?: width|class="mark" x1|class="quiet" x)="([\d.]+)"', clock))
             # Where the target is, there it is told.
             self.assertTrue(self.ask("""all('svg:has(.mark)').every((picture) => {
                 const told = boxOf(all('text', picture).at(-1)), {right} = boxOf(picture.querySelector('.track'));

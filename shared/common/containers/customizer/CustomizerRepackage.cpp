@@ -80,9 +80,7 @@ KernelAddition Customizer::addition_(const std::string& root, const std::string&
             .topIpDir = extracted_.topIpDir,
             .debugDir = absolute_(getExtractedDebugRoot()),
             .hlsDir = absolute_(getExtractedHlsRoot()),
-            .ipRepoLayout = true,
             .replace = true,
-            .update = false,
             .checkVersion = HPAParamMgr::getBool("kp.enableVersionCheck", false)};
 }
 

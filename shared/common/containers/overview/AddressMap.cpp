@@ -36,7 +36,7 @@ AddressMap mapOf(const lint::KernelFacts& facts, const lint::PortFacts& slave) {
     };
     for (Stretch& stretch : usedBytes(facts, slave)) {
         addGap(stretch.offset);
-        if (stretch.offset < end) stretch.shared = std::min(end, stretch.end()) - stretch.offset;
+        stretch.shared = std::min(end, stretch.end()) - std::min(end, stretch.offset);
         stretch.isBeyond = map.range && stretch.end() > *map.range;
         end = std::max(end, stretch.end());
         map.stretches.push_back(std::move(stretch));

@@ -157,7 +157,7 @@ Overview ofFacts(const lint::KernelFacts& facts) {
 }  // namespace
 
 Overview ofPackage(const std::string& path, const std::optional<std::string>& kernel, Depth depth) {
-    if (path.empty() || !HUTFile::exists(path)) throw HEXFileNotFoundException(path);
+    if (!HUTFile::exists(path)) throw HEXFileNotFoundException(path);
     const lint::PackageFacts facts(path);
     Overview overview;
     overview.package = packageOf(facts);

@@ -1,5 +1,6 @@
 #include "containers/overview/Parts.h"
 
+#include <algorithm>
 #include <charconv>
 #include <unordered_map>
 
@@ -19,11 +20,11 @@ void forEach(Element parent, std::string_view name, const Use& use) {
         if (child.name() == name) use(child);
 }
 
+/// Whoever read the document has seen that it is a number.
 Resources::Count countIn(Element element) {
     const std::string_view text = element.text();
     std::uint64_t count = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
-    if (error != std::errc() || end != text.data() + text.size()) return {};
+    if (std::from_chars(text.data(), text.data() + text.size(), count).ec != std::errc()) return {};
     return count;
 }
 
@@ -113,11 +114,13 @@ const Module* Report::top() const {
 
 const Module* Report::largest(Resources::Count Resources::*count) const {
     const Module* largest = nullptr;
+    std::uint64_t most = 0;
     for (const Instance& instance : instances) {
         if (instance.level == 0 || !instance.module) continue;
         const Module& module = modules[*instance.module];
-        const std::uint64_t most = largest == nullptr ? 0 : (largest->resources.*count).value_or(0);
-        if ((module.resources.*count).value_or(0) > most) largest = &module;
+        const std::uint64_t taken = (module.resources.*count).value_or(0);
+        if (taken > most) largest = &module;
+        most = std::max(most, taken);
     }
     return largest;
 }

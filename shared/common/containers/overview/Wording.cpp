@@ -33,7 +33,7 @@ std::string sizeText(std::uint64_t bytes) {
     if (bytes < 1024) return std::to_string(bytes) + " B";
     auto size = static_cast<double>(bytes) / step;
     std::size_t unit = 0;
-    for (; size >= step - 0.05 && unit + 1 < units.size(); ++unit)
+    for (; size >= step - 0.05; ++unit)  // 64 bits end at 16 EiB
         size /= step;
     std::string number = decimal(size, std::chars_format::fixed, 1);
     if (number.ends_with(".0")) number.resize(number.size() - 2);
