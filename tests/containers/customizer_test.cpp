@@ -8,6 +8,7 @@
 #include "platform/zip/Iostreams.h"
 #include "tests/support/CapturedMessages.h"
 #include "tests/support/Environment.h"
+#include "tests/support/Faults.h"
 #include "tests/support/Packages.h"
 
 #include <filesystem>
@@ -116,6 +117,10 @@ TEST_F(CustomizerTest, WithoutChangesOnlyTheNameIsNew) {
     EXPECT_EQ(after->entries().size(), before->entries().size());
     EXPECT_TRUE(PackageVerification::of(output_).isClean());
     EXPECT_FALSE(HUTFile::exists(work_));
+    EXPECT_THAT(
+        (Texts{plain.getExtractedCpuSourcesRoot(), plain.getExtractedSwEmuRoot(),
+               plain.getExtractedDebugRoot(), plain.getExtractedHlsRoot()}),
+        ElementsAre(work_ + "/k1/cpu_sources", work_ + "/k1/sw_emu", work_ + "/k1/debug", work_ + "/k1/hls"));
 
     FixedDirectory again = customizer();
     EXPECT_FALSE(again.execute());
@@ -248,11 +253,16 @@ TEST_F(CustomizerTest, ChecksPreconditionsInOrder) {
         {"", "", "Missing kernel name."},
         {"", "k1", "Missing KP file path."},
         {directory_ / "gone.kp", "k1", "KP file not found."},
-        {directory_ / std::string(5000, 'k'), "k1", "KP file not found."},
         {package_, "k2", start + "Kernel 'k2' was not found inside KP container '" + package_ + "'\n"}};
     for (const auto& [package, kernel, error] : cases) {
         FixedDirectory customizer(package, kernel, work_);
         EXPECT_EQ(errorOf(customizer), error);
+    }
+    {
+        const disk::DiskFaults faults(always("inspect", EACCES));
+        Customizer unseen(package_, "k1");
+        EXPECT_FALSE(unseen.checkPreconditions());
+        EXPECT_EQ(unseen.getErrorMessage(), "KP file not found.");
     }
     FixedDirectory nowhere(package_, "k1", directory_ / std::string(5000, 'w'));
     EXPECT_EQ(errorOf(nowhere), "") << "no directory could be made";

@@ -230,6 +230,10 @@ TEST_F(ArchiveExplorerTest, TheRootIsTheDirectoryOfThePackage) {
     }
     fs::current_path(before);
     EXPECT_FALSE(explorer_.existsDir("k1")) << "not below the root";
+    const disk::DiskFaults faults([&](std::string_view call, const std::string& path) {
+        return call == "inspect" && path == directory_.path() ? EACCES : 0;
+    });
+    EXPECT_EQ(explorer_.getRoot(), before) << "its own cannot be seen";
 }
 
 TEST_F(ArchiveExplorerTest, AgreesWithAWalkOverTheFilesOfAnyPackage) {

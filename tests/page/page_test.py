@@ -92,18 +92,10 @@ class PageTest(KpCase):
         page = self.show("vadd.html", "vadd.kp")
         self.expect_laid_out()
         tables = self.ask("tables()")
-        arguments = next(rows for caption, rows in tables.items() if caption.startswith("Of a pointer"))
-        self.assertEqual([["Name", "Id", "Type", "Passed", "Port", "Offset", "Size"],
-                          ["a", "0", "uint*", "pointer", "m_read", "0x10", "8 B"],
-                          ["b", "1", "uint*", "pointer", "m_read", "0x1C", "8 B"],
-                          ["out", "2", "uint*", "pointer", "m_write", "0x28", "8 B"],
-                          ["length", "3", "uint", "value", "s_control", "0x34", "4 B"]], arguments)
         self.assertEqual(["LUT", "655", "vadd_reader", "271", "41%"],
                          next(rows for caption, rows in tables.items() if "most of it" in caption)[1])
         self.assertEqual(["met 2.92/3.5", "12 cycles", "655", "vadd_reader", "clean"],
                          self.ask("all('.tiles dd').map((each) => each.textContent)"))
-        self.assertEqual(["0x0: control, 16 B", "0x10: a, address, 8 B", "0x18: free, 4 B"],
-                         self.ask("all('text').map((each) => each.textContent).filter((text) => text.includes(': ')).slice(0, 3)"))
         # To scale: the pointer takes as many pixels a byte as the control registers do.
         heights = self.ask("['.control', '.pointer', '.value'].map((kind) => boxOf(document.querySelector(kind)).height)")
         self.assertEqual([4.0, 2.0, 1.0], [round(height / heights[2], 1) for height in heights])
@@ -138,7 +130,7 @@ class PageTest(KpCase):
         page = re.sub(r">[\d.]+ KiB, 13 files", ">9.9 KiB, 13 files", page[page.index("<body"):])  # as deflated here
         before, files, after = re.sub(r"(sha256:)[\da-f]+", r"\1...", page).partition("<h3>Files</h3>")
         page = before + files + re.sub(r"[\d.]+ (B|KiB)(</td>\n</tr>)", r"... \1\2", after)
-        page = re.sub(r"\n(?!<(h\d|div><dt|tbody|tr|li|rect|line|text))", "", page)  # an item, a row or a shape to a line
+        page = re.sub(r"\n(?!<(h\d|div><dt|tbody|tr|li|rect|line))", "", page)  # an item, a row or a shape to a line
         self.assertEqual(HERE.joinpath("page.html").read_text(), page + "\n")
 
     def test_it_is_legible_in_both_schemes_and_on_paper(self):
