@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <memory>
+#include <span>
 #include <thread>
 
 #include <sys/file.h>
@@ -32,25 +33,26 @@ int openNumber(const Where& where, int flags, mode_t mode) {
                    waiting([&] { return ::openat(where.directory(), where.name(), all, mode); }));
 }
 
-/// Reads, with what reads after the bytes that are there already, until there are `size` bytes or no more
-/// come.
-template <class ReadAfter>
-std::size_t fill(const FileDescriptor& file, std::size_t size, ReadAfter readAfter) {
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t got = require("read", file.path(), waiting([&] { return readAfter(done); }));
+/// Fills the buffer, with what reads into the rest of it, until it is full or no more comes. Tells how much
+/// came.
+template <class ReadInto>
+std::size_t fill(const FileDescriptor& file, std::span<char> buffer, ReadInto readInto) {
+    std::span<char> rest = buffer;
+    while (!rest.empty()) {
+        const ssize_t got = require("read", file.path(), waiting([&] { return readInto(rest); }));
         if (got == 0) break;
-        done += static_cast<std::size_t>(got);
+        rest = rest.subspan(static_cast<std::size_t>(got));
     }
-    return done;
+    return buffer.size() - rest.size();
 }
 
-/// Writes, with what writes after so many bytes, until all are written.
-template <class WriteAfter>
-void drain(const FileDescriptor& file, std::size_t size, WriteAfter writeAfter) {
-    for (std::size_t done = 0; done < size;)
-        done += static_cast<std::size_t>(
-            require("write", file.path(), waiting([&] { return writeAfter(done); })));
+/// Writes, with what writes some of the rest, until all is written.
+template <class WriteOf>
+void drain(const FileDescriptor& file, std::string_view rest, WriteOf writeOf) {
+    while (!rest.empty()) {
+        const ssize_t written = require("write", file.path(), waiting([&] { return writeOf(rest); }));
+        rest.remove_prefix(static_cast<std::size_t>(written));
+    }
 }
 
 [[noreturn]] void failCutShort(const FileDescriptor& file) {
@@ -105,9 +107,9 @@ FileDescriptor createIfAbsent(const Where& where, int flags, mode_t mode) {
 }
 
 std::size_t readAt(const FileDescriptor& file, std::uint64_t offset, void* buffer, std::size_t size) {
-    return fill(file, size, [&](std::size_t done) {
-        return ::pread(file.number(), static_cast<char*>(buffer) + done, size - done,
-                       static_cast<off_t>(offset + done));
+    const std::uint64_t end = offset + size;
+    return fill(file, {static_cast<char*>(buffer), size}, [&](std::span<char> rest) {
+        return ::pread(file.number(), rest.data(), rest.size(), static_cast<off_t>(end - rest.size()));
     });
 }
 
@@ -116,8 +118,8 @@ void readExactly(const FileDescriptor& file, std::uint64_t offset, void* buffer,
 }
 
 std::size_t read(const FileDescriptor& file, char* buffer, std::size_t size) {
-    return fill(file, size,
-                [&](std::size_t done) { return ::read(file.number(), buffer + done, size - done); });
+    return fill(file, {buffer, size},
+                [&](std::span<char> rest) { return ::read(file.number(), rest.data(), rest.size()); });
 }
 
 std::string readAll(const FileDescriptor& file) {
@@ -133,15 +135,15 @@ std::string readAll(const FileDescriptor& file) {
 }
 
 void writeAt(const FileDescriptor& file, std::uint64_t offset, std::string_view bytes) {
-    drain(file, bytes.size(), [&](std::size_t done) {
-        return ::pwrite(file.number(), bytes.data() + done, bytes.size() - done,
-                        static_cast<off_t>(offset + done));
+    const std::uint64_t end = offset + bytes.size();
+    drain(file, bytes, [&](std::string_view rest) {
+        return ::pwrite(file.number(), rest.data(), rest.size(), static_cast<off_t>(end - rest.size()));
     });
 }
 
 void write(const FileDescriptor& file, std::string_view bytes) {
-    drain(file, bytes.size(),
-          [&](std::size_t done) { return ::write(file.number(), bytes.data() + done, bytes.size() - done); });
+    drain(file, bytes,
+          [&](std::string_view rest) { return ::write(file.number(), rest.data(), rest.size()); });
 }
 
 void copy(const FileDescriptor& from, std::uint64_t fromOffset, const FileDescriptor& to,
