@@ -120,7 +120,7 @@ void LeafText<float>::append(float value, std::string& out) {
     if (std::isnan(value)) {
         out += "NaN";
     } else if (std::isinf(value)) {
-        out += value > 0 ? "INF" : "-INF";
+        out += std::signbit(value) ? "-INF" : "INF";
     } else {
         std::array<char, 32> shortest{};
         const auto result = std::to_chars(shortest.data(), shortest.data() + shortest.size(), value);

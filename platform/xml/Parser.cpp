@@ -31,13 +31,11 @@ void requireFitting(std::size_t size) {
 
 /// All bytes that `read` gets, or as many as show that they are too many.
 std::string readFitting(const std::function<std::size_t(char* to, std::size_t size)>& read) {
-    std::string bytes;
-    for (std::size_t had = 0; had <= maximumDocument; had = bytes.size()) {
-        bytes.resize(std::min(2 * had + 65536, maximumDocument + 1));
-        const std::size_t got = read(bytes.data() + had, bytes.size() - had);
-        const bool isEnd = got < bytes.size() - had;
-        bytes.resize(had + got);
-        if (isEnd) break;
+    std::string bytes, piece(65536, '\0');
+    while (bytes.size() <= maximumDocument) {
+        const std::size_t got = read(piece.data(), piece.size());
+        bytes.append(piece, 0, got);
+        if (got < piece.size()) break;
     }
     return bytes;
 }
@@ -65,10 +63,6 @@ std::string readBytes(std::istream& stream) {
     });
 }
 
-void Parser::Free::operator()(XML_ParserStruct* parser) const {
-    XML_ParserFree(parser);
-}
-
 Parser::~Parser() = default;
 
 int Parser::line() const {
@@ -91,7 +85,7 @@ void Parser::guarded(void* self, Event event) {
     }
 }
 
-Parser::Parser() : parser_(XML_ParserCreate(nullptr)) {
+Parser::Parser() : parser_(XML_ParserCreate(nullptr), XML_ParserFree) {
     if (!parser_) throw std::bad_alloc();
     XML_SetUserData(parser_.get(), this);
     XML_SetElementHandler(
@@ -126,7 +120,7 @@ void Parser::parse(std::string document) {
 void Parser::parseFile(const std::string& path) {
     const disk::FileDescriptor file = open(path);
     const struct stat status = reading([&] { return disk::status(file); });
-    if (!S_ISREG(status.st_mode) || status.st_size == 0) return parse(readFitting(file));
+    if (status.st_size == 0) return parse(readFitting(file));  // a pipe, or made as it is read
     const auto size = static_cast<std::size_t>(status.st_size);
     requireFitting(size);
     const std::span<char> room = makeRoom(size);
@@ -143,8 +137,9 @@ std::span<char> Parser::makeRoom(std::size_t size) {
 
 void Parser::parseRoom(std::size_t size) {
     const XML_Status status = XML_ParseBuffer(parser_.get(), static_cast<int>(size), XML_TRUE);
+    if (status == XML_STATUS_OK) return;
     if (failure_) std::rethrow_exception(failure_);
-    if (status != XML_STATUS_OK) fail(ErrorKind::Syntax, XML_ErrorString(XML_GetErrorCode(parser_.get())));
+    fail(ErrorKind::Syntax, XML_ErrorString(XML_GetErrorCode(parser_.get())));
 }
 
 }  // namespace lmx60

@@ -39,10 +39,6 @@ protected:
     [[noreturn]] void fail(ErrorKind kind, const std::string& text) const;
 
 private:
-    struct Free {
-        void operator()(XML_ParserStruct* parser) const;
-    };
-
     std::span<char> makeRoom(std::size_t size);
     void parseRoom(std::size_t size);
 
@@ -50,7 +46,7 @@ private:
     template <class Event>
     static void guarded(void* self, Event event);
 
-    std::unique_ptr<XML_ParserStruct, Free> parser_;
+    std::unique_ptr<XML_ParserStruct, void (*)(XML_ParserStruct*)> parser_;
     std::exception_ptr failure_;
 };
 

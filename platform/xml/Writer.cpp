@@ -23,7 +23,6 @@ public:
     std::string write(const void* record, const Table& table, std::string_view element) {
         out_ = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
         writeRecord(record, table, element);
-        require(out_.size() <= maximumDocument, tooLarge);
         return std::move(out_);
     }
 
@@ -34,6 +33,7 @@ private:
     void writeValue(const void* record, const Field& field, std::size_t index, Place place);
     void appendEscaped(std::string_view value, std::string_view name, Place place);
     void beginTag(std::string_view element);
+    void endElement(std::string_view end);
     void indent() { out_.append(depth_ * 2, ' '); }
 
     static void require(bool holds, const char* otherwise) {
@@ -64,19 +64,24 @@ void Writer::writeRecord(const void* record, const Table& table, std::string_vie
     }
     --depth_;
     if (out_.size() == endOfTag) {
-        out_ += "/>\n";
+        endElement("/>\n");
     } else {
         indent();
-        out_.append("</").append(element).append(">\n");
+        out_.append("</").append(element);
+        endElement(">\n");
     }
 }
 
 void Writer::beginTag(std::string_view element) {
     if (depth_ == maximumDepth) throw WriteError("in element '" + std::string(element) + "' " + tooDeep);
     require(++elements_ <= maximumElements, tooManyElements);
-    require(out_.size() <= maximumDocument, tooLarge);
     indent();
     out_.append("<").append(element);
+}
+
+void Writer::endElement(std::string_view end) {
+    out_ += end;
+    require(out_.size() <= maximumDocument, tooLarge);
 }
 
 void Writer::writeAttributes(const void* record, const Table& table) {
@@ -92,13 +97,11 @@ void Writer::writeChild(const void* record, const Field& field, std::size_t inde
     if (field.kind == FieldKind::Record)
         return writeRecord(field.at(record, index), field.childTable(), field.name);
     beginTag(field.name);
-    if (field.kind == FieldKind::Marker) {
-        out_ += "/>\n";
-        return;
-    }
+    if (field.kind == FieldKind::Marker) return endElement("/>\n");
     out_ += '>';
     writeValue(record, field, index, Place::Text);
-    out_.append("</").append(field.name).append(">\n");
+    out_.append("</").append(field.name);
+    endElement(">\n");
 }
 
 void Writer::writeValue(const void* record, const Field& field, std::size_t index, Place place) {
@@ -108,7 +111,6 @@ void Writer::writeValue(const void* record, const Field& field, std::size_t inde
 }
 
 void Writer::appendEscaped(std::string_view value, std::string_view name, Place place) {
-    require(out_.size() + value.size() <= maximumDocument, tooLarge);
     const auto refuse = [&] {
         throw WriteError("'" + std::string(name) + "' holds a character that XML cannot carry");
     };

@@ -64,26 +64,20 @@ TEST(KernelRecords, ExactTextAndDefinition) {
 
 TEST(HCOKernelXMLReader, RefusesWhatIsNoDescription) {
     const TemporaryDirectory directory;
-    const std::pair<std::string, std::string> cases[] = {
-        {"<root versionMajor='1' versionMinor='10'>\n</root>",
-         "2: element 'root' lacks its required element 'kernel'"},
-        {kernelXml("", "<ports/><args>\n<arg addressQualifier='x'/>"),
-         "3: value 'x' is not a valid literal in attribute 'addressQualifier' of element 'arg'"},
-    };
-    for (const auto& [document, error] : cases) {
-        const std::string path = directory.file("kernel.xml", document);
-        HCOKernelXMLReader reader(path);
-        EXPECT_EQ(failureOf<HEXAll>([&] { reader.getKernelName(); }), "[17-132] " + path + ":" + error);
-        EXPECT_EQ(reader.getRoot(), nullptr);
-        directory.file("kernel.xml", kernelXml("name='late'"));
-        EXPECT_EQ(reader.getKernelName(), "late");
-        HCOKernelXMLWriter(reader.getRoot()).addDebug("true");
-        reader.parse();
-        EXPECT_EQ(reader.getDebug(), "true") << "what is read is kept";
-    }
-    for (const std::string& path : {std::string(), directory / "no"}) {
-        const auto failure = [&] { HCOKernelXMLReader(path).getDebug(); };
-        EXPECT_EQ(failureOf<HEXFileNotFoundException>(failure), HEXFileNotFoundException(path).what());
+    const std::string path =
+        directory.file("kernel.xml", "<root versionMajor='1' versionMinor='10'>\n</root>");
+    HCOKernelXMLReader reader(path);
+    EXPECT_EQ(failureOf<HEXAll>([&] { reader.getKernelName(); }),
+              "[17-132] " + path + ":2: element 'root' lacks its required element 'kernel'");
+    EXPECT_EQ(reader.getRoot(), nullptr);
+    directory.file("kernel.xml", kernelXml("name='late'"));
+    EXPECT_EQ(reader.getKernelName(), "late");
+    HCOKernelXMLWriter(reader.getRoot()).addDebug("true");
+    reader.parse();
+    EXPECT_EQ(reader.getDebug(), "true") << "what is read is kept";
+    for (const std::string& none : {std::string(), directory / "no"}) {
+        const auto failure = [&] { HCOKernelXMLReader(none).getDebug(); };
+        EXPECT_EQ(failureOf<HEXFileNotFoundException>(failure), HEXFileNotFoundException(none).what());
     }
 }
 
@@ -136,7 +130,7 @@ TEST(HCOKernelXMLWriter, WritesIntoADirectory) {
     };
     EXPECT_EQ(failure("out/a"), "[17-1377] Failed to write XML: " + path +
                                     " - element 'root' lacks its required attribute 'versionMajor'");
-    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_FALSE(std::filesystem::exists(directory / "out"));
     root = lmx60::parse<Root>(everything);
     for (const char* where : {"out/a/", "out/a"}) {
         writer.addDebug(where);
@@ -146,11 +140,8 @@ TEST(HCOKernelXMLWriter, WritesIntoADirectory) {
     std::filesystem::create_directories(directory / "taken/kernel.xml");
     EXPECT_THAT(failure("taken"), testing::StartsWith("[17-1376] Failed to write '" + (directory / "taken")));
     EXPECT_THROW(writer.write(path + "/below"), HEXAlgException);
-    for (const auto& [call, error, reason] :
-         {std::tuple{"open", EACCES, "Permission denied"}, {"write", ENOSPC, "No space left on device"}}) {
-        const disk::DiskFaults faults(always(call, error));
-        EXPECT_EQ(failure("out/a"), "[17-1376] Failed to write '" + path + "': " + reason);
-    }
+    const disk::DiskFaults faults(always("write", ENOSPC));
+    EXPECT_EQ(failure("out/a"), "[17-1376] Failed to write '" + path + "': No space left on device");
     EXPECT_EQ(TemporaryDirectory::read(path), lmx60::toString(root));
 }
 
@@ -176,11 +167,10 @@ TEST(KernelReaders, PassOverWhatALaterVersionHoldsAndDoNotWriteItAnew) {
             const CapturedMessages messages;
             const std::string failure = failureOf<HEXAll>([&] { reader.parse(); });
             const std::string packageFailure = failureOf<HEXAll>([&] { packageReader.parse(); });
+            const std::string unknown = ":1: attribute 'more' of element 'root' is not known";
             if (isMore && later.empty()) {
-                EXPECT_EQ(failure,
-                          "[17-132] " + file + ":1: attribute 'more' of element 'root' is not known");
-                EXPECT_EQ(packageFailure,
-                          "[17-132] " + package + ":1: attribute 'more' of element 'root' is not known");
+                EXPECT_EQ(failure, "[17-132] " + file + unknown);
+                EXPECT_EQ(packageFailure, "[17-132] " + package + unknown);
                 continue;
             }
             EXPECT_EQ(failure + packageFailure, "nothing thrownnothing thrown");
@@ -194,8 +184,7 @@ TEST(KernelReaders, PassOverWhatALaterVersionHoldsAndDoNotWriteItAnew) {
             for (const std::string& name : {file, package + "/k/kernel.xml"})
                 expected.insert(
                     expected.end(),
-                    {"17-2005: " + name +
-                         ":1: attribute 'more' of element 'root' is not known; it is ignored",
+                    {"17-2005: " + name + unknown + "; it is ignored",
                      "17-2005: " + name + ":3: element 'more' is not known in 'kernel'; it is ignored"});
             EXPECT_EQ(messages.texts(), expected);
             EXPECT_EQ(failureOf<HEXAll>([&] { writer.write(directory / "new"); }),

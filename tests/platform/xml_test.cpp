@@ -52,21 +52,29 @@ std::string with(const std::string& children) {
     return "<item id='1'><title>t</title>\n" + children + "</item>";
 }
 
-/// What is wrong with a document, as "line: text".
-std::string failureOfReading(const std::string& document) {
+/// What is wrong with a document that is read, as "line: text".
+std::string failureOfReading(const std::function<void()>& read) {
     try {
-        parse<Item>(document);
+        read();
     } catch (const lmx60::ReadError& failure) {
         return std::to_string(failure.error().line) + ": " + failure.error().text;
     }
-    return "";
+    return "nothing";
 }
 
-std::string nested(int items) {
-    std::string document;
-    for (int i = 0; i < items; ++i)
-        document = "<item id='1'><title/>" + document + "</item>";
-    return document;
+std::string failureOfReading(const std::string& document) {
+    return failureOfReading([&] { parse<Item>(document); });
+}
+
+std::string repeated(std::size_t count, const std::string& piece) {
+    std::string text;
+    while (count-- > 0)
+        text += piece;
+    return text;
+}
+
+std::string nested(std::size_t items) {
+    return repeated(items, "<item id='1'><title/>") + repeated(items, "</item>");
 }
 
 TEST(Reader, RefusesWhatIsNoValidDocument) {
@@ -74,7 +82,6 @@ TEST(Reader, RefusesWhatIsNoValidDocument) {
     const std::pair<std::string, std::string> cases[] = {
         {"", "1: no element found"},
         {"<item\0/>"s, "1: not well-formed (invalid token)"},
-        {"<?xml version='1.0' encoding='klingon'?>\n<item/>", "1: unknown encoding"},
         {"\n<!DOCTYPE item [<!ENTITY a 'b'>]>\n<item id='&a;'/>",
          "2: document type declarations are not accepted"},
         {"\n<Item/>", "2: the document element is 'Item', not 'item'"},
@@ -87,17 +94,17 @@ TEST(Reader, RefusesWhatIsNoValidDocument) {
         {with("<weight>1</weight>\n<count>1</count>"),
          "3: element 'count' of 'item' must stand before 'weight'"},
         {with("\nstray<note/>"), "3: text 'stray' may not stand in element 'item'"},
-        {with("<note><![CDATA[a]]></note>"), "2: text 'a' may not stand in element 'note'"},
         {with("<Loop*>9</Loop*>"), "2: text '9' may not stand in element 'Loop*'"},
         {with("<item id='x\ty'><title/></item>"),
          "2: value 'x y' is not a valid literal in attribute 'id' of element 'item'"},
         {with("<count>-1</count>"), "2: value '-1' is below the minimum in element 'count'"},
         {with("<count>1</count>\n<count>" + digits + "9</count>"),
          "3: value '" + digits + "...' is above the maximum in element 'count'"},
+        {with("<count>" + digits.substr(1) + "\xC3\xBC</count>"),
+         "2: value '" + digits.substr(1) + "...' is not a valid literal in element 'count'"},
+        {with("<Loop./>"), "2: element 'Loop.' is not known in 'item'"},
         {with("<Loop*/>\n<Loop./>"), "3: element names that end in '.' are not known"},
         {with("<Loop*/>\n<Noop*/>"), "3: element 'Noop*' is not known in 'item'"},
-        {with("<Loop*>\n</Loop>"), "3: mismatched tag"},
-        {with("<Lo*op/>"), "2: not well-formed (invalid token)"},
     };
     for (const auto& [document, expected] : cases)
         EXPECT_EQ(failureOfReading(document), expected) << document.substr(0, 80);
@@ -137,9 +144,9 @@ TEST(Reader, NumbersAreReadByTheirWholeTextAndWrittenShortest) {
     for (const std::string& text : {""s, "+"s, "+-5"s, "- 5"s, "0x10"s, "1.0"s, "5\0"s, "99999999999x"s})
         EXPECT_EQ(rewritten<std::uint32_t>(text), "no literal") << text;
     const std::pair<const char*, const char*> floats[] = {
-        {"NaN", "NaN"},     {" INF\n", "INF"}, {"-1e99", "-INF"},        {"1e-99", "0"},
-        {"-0", "-0"},       {".5", "0.5"},     {"\t+1.25E+2 ", "125"},   {"3.4028235e38", "3.4028235e+38"},
-        {"1e-45", "1e-45"}, {"0.1", "0.1"},    {"16777217.", "16777216"}};
+        {"NaN", "NaN"},     {" INF\n", "INF"}, {"-1e99", "-INF"},          {"1e-99", "0"},
+        {"-0", "-0"},       {".5", "0.5"},     {"\t+1.25E+2 ", "125"},     {"3.4028235e38", "3.4028235e+38"},
+        {"1e-45", "1e-45"}, {"0.1", "0.1"},    {"16777217.e0", "16777216"}};
     for (const auto& [text, expected] : floats)
         EXPECT_EQ(rewritten<float>(text), expected) << text;
     for (const char* text : {"", ".", "e1", "1e+", "1,5", "+", "nan", "inf", "+INF", "0x1p3", "1 2", "1f"})
@@ -174,22 +181,18 @@ TEST(ElementTree, KeepsOneNamespaceWhateverItsPrefix) {
          "a@1 id=1(b@2 'x z')"},
         {"<p:a xmlns:p='u'><p:b xmlns:p='v'><p:i/></p:b><p:c/></p:a>", "a@1(c@1)"},
         {"<a xmlns='u'><b xmlns=''>x</b>\n<b\n id='2'/></a>", "a@1(b@2 id=2)"},
+        {"<a*><b*/></a*>", "a*@1(b*@1)"},
+        {"<a.>*</a.>", "a.@1 '*'"},
         {"<a>gone<b>kept<![CDATA[ <&]]><!-- c -->&#33;</b>gone<c/></a>", "a@1(b@1 'kept <&!' c@1)"},
     };
     for (const auto& [document, expected] : cases)
         EXPECT_EQ(shown(lmx60::ElementTree(document).root()), expected) << document;
-    const lmx60::ElementTree tree("<a xmlns='u'><b/><c/></a>");
-    EXPECT_EQ(tree.namespaceName() + shown(tree[tree.size() - 1]) + shown(tree.root().child("c")), "uc@1c@1");
+    const lmx60::ElementTree tree("<a><b/><c/></a>"), root("<a xmlns='u'/>");
+    EXPECT_EQ(root.namespaceName() + shown(tree[tree.size() - 1]) + shown(tree.root().child("c")), "uc@1c@1");
     EXPECT_FALSE(tree.root().child("d"));
 }
 
 TEST(ElementTree, RefusesWhatNoDocumentMayBe) {
-    const auto repeated = [](std::size_t count, const std::string& piece) {
-        std::string text;
-        while (count-- > 0)
-            text += piece;
-        return text;
-    };
     const auto declarations = [](int count) {
         std::string text = "<b";
         while (count-- > 0)
@@ -198,7 +201,6 @@ TEST(ElementTree, RefusesWhatNoDocumentMayBe) {
     };
     const std::string many = repeated(lmx60::maximumElements / 2, "<a b=''/>");
     const std::pair<std::string, std::string> cases[] = {
-        {"\n<a></b>", "2: mismatched tag"},
         {"<a><p:b/></a>", "1: unbound prefix"},
         {"<xml:a/>", "1: unbound prefix"},
         {"<a>\n" + declarations(101) + "</a>", "2: there are too many namespaces"},
@@ -206,22 +208,14 @@ TEST(ElementTree, RefusesWhatNoDocumentMayBe) {
         {"<a xmlns:p='" + std::string(1'000'000, 'u') + "'>" + repeated(100'000, "<p:b p:c='' p:d=''/>") +
              "</a>",
          "nothing"},
-        {"\n<!DOCTYPE a [<!ENTITY e 'f'>]><a>&e;</a>", "2: document type declarations are not accepted"},
         {"<a xmlns:o='o'>" + repeated(2000, "<o:b>"), "1: elements are nested deeper than 2000"},
         {repeated(1999, "<b>") + repeated(1999, "</b>"), "nothing"},
         {"<a>\n" + many + "</a>", "2: there are too many elements and attributes"},
         {"<a xmlns:o='o'>" + repeated(lmx60::maximumElements, "<o:b/>") + "</a>", "nothing"},
-        {std::string(lmx60::maximumDocument + 1, ' '), "0: the document is larger than 256 MiB"},
     };
-    for (const auto& [document, expected] : cases) {
-        std::string failure = "nothing";
-        try {
-            lmx60::ElementTree{document};
-        } catch (const lmx60::ReadError& error) {
-            failure = std::to_string(error.error().line) + ": " + error.what();
-        }
-        EXPECT_EQ(failure, expected) << document.substr(0, 80);
-    }
+    for (const auto& [document, expected] : cases)
+        EXPECT_EQ(failureOfReading([text = document] { lmx60::ElementTree{text}; }), expected)
+            << document.substr(0, 80);
 }
 
 TEST(Writer, ExactTextOfEveryKindOfField) {
@@ -272,6 +266,7 @@ TEST(Writer, ReplacesAFileAsAWholeOrNotAtAll) {
     item.id.set(1);
     EXPECT_EQ(failureOfWriting(item, path), "element 'item' lacks its required element 'title'");
     item.title.set("t");
+    item.loop.append();
     for (const std::string_view failing : {"write", "rename"}) {
         const disk::DiskFaults faults(always(failing, ENOSPC));
         EXPECT_THROW(lmx60::writeFile(item, path), disk::Failure);
@@ -279,8 +274,8 @@ TEST(Writer, ReplacesAFileAsAWholeOrNotAtAll) {
     EXPECT_EQ(directory.files(), (std::map<std::string, std::string>{{"item.xml", "before"}}));
     EXPECT_EQ(failureOfWriting(item, path), "nothing thrown");
     EXPECT_EQ(lmx60::parseFile<Item>(path), item);
-    EXPECT_EQ(failureOf([&] { lmx60::parseFile<Item>(path + "/x"); }),
-              "Failed to open '" + path + "/x': Not a directory");
+    EXPECT_EQ(failureOfReading([&] { lmx60::parseFile<Item>(path + "/x"); }),
+              "0: Failed to open '" + path + "/x': Not a directory");
     const std::string pipe = directory.path() + "/pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     std::thread writer([&] { std::ofstream(pipe) << lmx60::readBytes(path); });
@@ -296,27 +291,25 @@ TEST(Limits, HoldForReadingAndWritingAlike) {
     EXPECT_EQ(parse<Item>(lmx60::toString(deepest)), deepest);
     most.loop.append();
     wrapped.item.append(deepest);
-    largest.title.set(std::string(lmx60::maximumDocument, 't'));
+    largest.title.set(std::string(lmx60::maximumDocument - lmx60::toString(largest).size() + 1, 't'));
     const auto written = [](const Item& item) { return failureOf([&] { lmx60::toString(item); }); };
     const std::string size = "the document is larger than 256 MiB",
                       elements = "the document has more than 2,000,000 elements",
                       depth = "elements are nested deeper than 2000";
     EXPECT_EQ(written(most), elements);
     EXPECT_EQ(written(wrapped), "in element 'title' " + depth);
+    EXPECT_EQ(written(largest), "nothing thrown");
+    largest.title.set(largest.title.get() + "t");
     EXPECT_EQ(written(largest), size);
-    std::string loops = "<Loop*/>";
-    while (loops.size() < 8 * (most.loop.size()))
-        loops += loops;
-    EXPECT_EQ(failureOfReading(with(loops)), "2: " + elements);
+    EXPECT_EQ(failureOfReading(with(repeated(most.loop.size(), "<Loop*/>"))), "2: " + elements);
     EXPECT_EQ(failureOfReading(nested(2000)), "1: " + depth);
+    EXPECT_EQ(failureOfReading(std::string(lmx60::maximumDocument, ' ')), "1: no element found");
     EXPECT_EQ(failureOfReading(std::string(lmx60::maximumDocument + 1, ' ')), "0: " + size);
     const TemporaryDirectory directory;
     const std::string file = directory.file("large.xml", "");
     std::filesystem::resize_file(file, lmx60::maximumDocument + 1);
     EXPECT_EQ(failureOf([&] { lmx60::parseFile<Item>(file); }), size);
     EXPECT_EQ(failureOf([&] { lmx60::parseFile<Item>("/dev/zero"); }), size);
-    std::ifstream endless("/dev/zero");
-    EXPECT_EQ(failureOf([&] { lmx60::parseStream<Item>(endless); }), size);
 }
 
 TEST(Lists, TakeTheirOwnValuesAndGrow) {
@@ -327,20 +320,15 @@ TEST(Lists, TakeTheirOwnValuesAndGrow) {
     leaves.insert(0, leaves.get(0));
     EXPECT_EQ(leaves.size(), 103U);
     EXPECT_EQ(std::count(leaves.begin(), leaves.end(), text), 103);
-    leaves.append() += "new";
-    EXPECT_EQ(leaves.get(103), "new");
 
     lmx60::Markers markers;
     markers.set(2);
     markers.assign(2, markers.get(2));
     EXPECT_EQ(markers.size(), 3U);
     EXPECT_THROW(markers.get(3), std::out_of_range);
-    EXPECT_THROW(markers.assign(3), std::out_of_range);
-    EXPECT_THROW(markers.set(SIZE_MAX), std::length_error);
     lmx60::List<Note> notes;
     EXPECT_THROW(notes.get(SIZE_MAX), std::length_error);
     EXPECT_FALSE(notes.get(1).lang.isPresent());
-    EXPECT_EQ(notes.size(), 2U);
 }
 
 TEST(Records, AreEqualWhenTheirDocumentsAre) {
