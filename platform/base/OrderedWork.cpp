@@ -58,7 +58,6 @@ OrderedWork::~OrderedWork() {
         isStopping_ = true;
     }
     hasTask_.notify_all();
-    threads_.clear();
 }
 
 void OrderedWork::run(const std::function<void()>& fill) {
@@ -75,14 +74,12 @@ void OrderedWork::add(std::uint64_t bytes, Task task, Use use) {
     bytes = task ? std::max(bytes, leastBytes) : 0;
     while (!hasRoomFor(bytes))
         step();
-    bool pays = false;
-    {
-        const std::lock_guard lock(mutex_);
-        items_.push_back({bytes, std::move(task), std::move(use)});
-        bytes_ += bytes;
-        unclaimedBytes_ += bytes;
-        pays = unclaimedBytes_ >= bytesOfThread;
-    }
+    std::unique_lock lock(mutex_);
+    items_.push_back({bytes, std::move(task), std::move(use)});
+    bytes_ += bytes;
+    unclaimedBytes_ += bytes;
+    const bool pays = unclaimedBytes_ >= bytesOfThread;
+    lock.unlock();
     if (jobs_ == 1) return finish();
     if (pays && threads_.size() + 1 < jobs_) startWorker();
     hasTask_.notify_one();
@@ -126,7 +123,7 @@ void OrderedWork::finish() {
         step();
 }
 
-/// Uses the first item if it is done, else works one off, else waits a while.
+/// Uses the first item if it is done, else works one off, else waits a while; then tells what the others did.
 void OrderedWork::step() try {
     constexpr std::chrono::milliseconds patience(5);
     std::unique_lock lock(mutex_);
@@ -135,14 +132,13 @@ void OrderedWork::step() try {
     } else if (Item* const item = claim()) {
         lock.unlock();
         item->run(0);
-        lock.lock();
-        item->isDone = true;
+        item->isDone = true;  // which no other thread asks for
     } else {
         const auto isFrontDone = [&] { return items_.front().isDone; };
         if (!holdsSoon(lock, isFrontDone)) isFrontDone_.wait_for(lock, patience, isFrontDone);
         lock.unlock();
-        tellProgress();
     }
+    HUTProgress::advance(progress_.exchange(0));
 } catch (...) {
     hasFailed_ = true;
     throw;
@@ -154,11 +150,6 @@ void OrderedWork::useFront(std::unique_lock<std::mutex>& lock) {
     --claimed_;
     bytes_ -= item.bytes;
     lock.unlock();
-    tellProgress();
     if (item.failure) std::rethrow_exception(item.failure);
     if (item.use) item.use();
-}
-
-void OrderedWork::tellProgress() {
-    HUTProgress::advance(progress_.exchange(0));
 }

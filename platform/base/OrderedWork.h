@@ -62,7 +62,6 @@ private:
     void finish();
     void step();
     void useFront(std::unique_lock<std::mutex>& lock);
-    void tellProgress();
 
     const std::size_t jobs_;
     const std::size_t maximumItems_;
@@ -77,5 +76,5 @@ private:
     std::uint64_t bytes_ = 0;           ///< of all items
     std::uint64_t unclaimedBytes_ = 0;  ///< of those that have not begun
     bool isStopping_ = false;
-    std::vector<std::jthread> threads_;
+    std::vector<std::jthread> threads_;  ///< the last, so that they have ended before the others go
 };

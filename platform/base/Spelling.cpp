@@ -9,8 +9,9 @@ namespace {
 
 /// How many characters to insert, drop, replace or swap with their neighbour to make one word of the other.
 std::size_t editDistance(std::string_view from, std::string_view to) {
-    std::vector<std::size_t> beforeLast(to.size() + 1), last(to.size() + 1), row(to.size() + 1);
+    std::vector<std::size_t> row(to.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
+    std::vector<std::size_t> beforeLast = row, last = row;
     for (std::size_t i = 1; i <= from.size(); ++i) {
         beforeLast.swap(last);
         last.swap(row);

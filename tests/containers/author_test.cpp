@@ -103,7 +103,6 @@ TEST(KernelAuthor, MakesTheDescriptionOfTheExample) {
 TEST(KernelAuthor, PlacesArguments) {
     const std::tuple<std::string, std::string, std::string> cases[] = {
         // Arguments, registers, result.
-        {"", "", ""},
         {"void", "", ""},
         {"uint n", "n@20", "n 0 s 0x4 0x20 uint; "},
         {"__global const uint *restrict a, __constant float4 *c", "a_low@10 a_high@14 c_1@1C c_2@20",
@@ -153,17 +152,13 @@ TEST(KernelAuthor, TakesWhatTheRequestGives) {
 
 TEST(KernelAuthor, PointsAtWhatIsWrongInPrototypes) {
     const std::pair<std::string, std::string> cases[] = {
-        {"", "column 1: a kernel returns 'void', but the end is found"},
         {"int k(int a)", "column 1: a kernel returns 'void', but 'int' is found"},
         {"void (int a)", "column 6: the function's name is expected, but '(' is found"},
         {"void k", "column 7: '(' is expected, but the end is found"},
         {"void k(int)", "column 11: the argument's name is expected, but ')' is found"},
-        {"void k(uint *, int n)", "column 14: the argument's name is expected, but ',' is found"},
         {"void k(struct s)", "column 16: the argument's name is expected, but ')' is found"},
         {"void k(int a,)", "column 14: an argument's type is expected, but ')' is found"},
-        {"void k(int a, ...)", "column 15: an argument's type is expected, but '.' is found"},
         {"void k(int &a)", "column 12: the argument's name is expected, but '&' is found"},
-        {"void k(int (*f)(int))", "column 12: the argument's name is expected, but '(' is found"},
         {"void k(int 4a)", "column 8: '4a' is no name"},
         {"void k(int a", "column 13: ',' or ')' is expected, but the end is found"},
         {"void k(int a[4)", "column 13: '[' is never closed"},

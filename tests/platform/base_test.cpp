@@ -1,5 +1,6 @@
 #include "platform/base/HI18N.h"
 #include "platform/base/Spelling.h"
+#include "platform/base/Threads.h"
 #include "platform/messages/DocumentMessages.h"
 #include "platform/params/HPAParamMgr.h"
 #include "platform/params/UsableCores.h"
@@ -8,11 +9,13 @@
 #include "tests/support/Failure.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <random>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace {
 
@@ -28,7 +31,7 @@ TEST(HI18N, AnyBytesComeBackAndAnyCharactersCanBeTold) {
         {"\x7F\xC2\x80\xDF\xBF", L"\x7F\x80\x7FF", true},
         {"\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF", L"\x800\xD7FF\xE000\xFFFF", true},
         {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", L"\x10000\x10FFFF", true},
-        {"\xC1\xBF", L"\xDCC1\xDCBF", false},
+        {"\xC1\xBF\xFF", L"\xDCC1\xDCBF\xDCFF", false},
         {"\xE0\x9F\xBF", L"\xDCE0\xDC9F\xDCBF", false},
         {"\xED\xA0\x80", L"\xDCED\xDCA0\xDC80", false},
         {"\xF4\x90\x80\x80", L"\xDCF4\xDC90\xDC80\xDC80", false},
@@ -36,18 +39,39 @@ TEST(HI18N, AnyBytesComeBackAndAnyCharactersCanBeTold) {
     };
     for (const auto& [narrow, wide, isUtf8] : cases) {
         EXPECT_EQ(HI18N::convert(narrow), wide) << testing::PrintToString(narrow);
+        EXPECT_EQ(HI18N::convert(wide), narrow);
         EXPECT_EQ(HI18N::isUtf8(narrow), isUtf8) << testing::PrintToString(narrow);
     }
-    EXPECT_EQ(HI18N::convert(L"\xD83D\xD83D\xDE00"), "\xEF\xBF\xBD\xF0\x9F\x98\x80");
-    EXPECT_EQ(HI18N::convert(std::wstring(1, static_cast<wchar_t>(-1))), "\xEF\xBF\xBD");
+    const std::string none = "\xEF\xBF\xBD";
+    EXPECT_EQ(
+        HI18N::convert(L"\xD83D\xDE00\xD800\xDBFF\xDFFF\xDC00\xDC00\xD800\xE000\xD800\xDC00"),
+        "\xF0\x9F\x98\x80" + none + "\xF4\x8F\xBF\xBF" + none + none + none + "\xEE\x80\x80\xF0\x90\x80\x80");
+    EXPECT_EQ(HI18N::convert(L"\xDFFF" + std::wstring(1, static_cast<wchar_t>(-1))), none + none);
+}
+
+TEST(Threads, GetNoSignalsAndLeaveNothingOpen) {
+    const auto isBlocked = [] {
+        sigset_t blocked;
+        pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+        return sigismember(&blocked, SIGINT) == 1;
+    };
+    const int descriptor = ::dup(0);
+    bool isBlockedThere = false;
+    startThread([&] { isBlockedThere = isBlocked(); }).join();
+    EXPECT_TRUE(isBlockedThere && !isBlocked());
+    EXPECT_EQ(::dup(0), descriptor + 1);
 }
 
 TEST(Spelling, TheNearestIsWithinAThirdOfTheWord) {
     const std::tuple<std::string, std::vector<std::string>, std::string> cases[] = {
-        {"ab", {"xy", "ba", "abc"}, "ba"},       {"widht", {"length", "width"}, "width"},
-        {"kernel", {"kenrle"}, "kenrle"},        {"kernel", {"kexxxl", "krnl", "kernl", "kerne"}, "kernl"},
-        {"abcd", {"xabcd", "abd"}, "xabcd"},     {"abcdef", {"abxyzf", "abxydef", "abcxyzdef"}, "abxydef"},
-        {"abcdefghi", {"cabdefigh", "abc"}, ""}, {"", {"ab", "a"}, "a"},
+        {"ab", {"xy", "abc"}, "abc"},
+        {"widht", {"length", "width"}, "width"},
+        {"kernel", {"kenrle"}, "kenrle"},
+        {"kernel", {"kexxxl", "krnl", "kernl", "kerne"}, "kernl"},
+        {"abcd", {"abd", "xabcd"}, "abd"},
+        {"abcdef", {"abxyzf", "abxydef", "abcxyzdef"}, "abxydef"},
+        {"abcdefghi", {"cabdefigh", "abc"}, ""},
+        {"", {"ab"}, ""},
     };
     for (const auto& [word, candidates, nearest] : cases)
         EXPECT_EQ(nearestSpelling(word, candidates), nearest) << word;

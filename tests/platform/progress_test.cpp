@@ -1,4 +1,5 @@
 #include "platform/base/HUTProgress.h"
+#include "platform/base/OrderedWork.h"
 #include "tests/platform/ZipTest.h"
 
 namespace {
@@ -14,13 +15,14 @@ protected:
     void begin(std::uint64_t total) override {
         EXPECT_TRUE(isOver);
         all = total;
-        done = 0;
+        told = {0};
         isOver = false;
         ++works;
     }
     void advance(std::uint64_t now) override {
-        EXPECT_TRUE(now >= done + 65536 || (now > done && now == all)) << done << ' ' << now;
-        done = now;
+        const std::uint64_t step = now - told.back();
+        EXPECT_TRUE(step >= 65536 || (step > 0 && now == all)) << step << ' ' << now;
+        told.push_back(now);
     }
     void end() override { isOver = true; }
 
@@ -28,11 +30,12 @@ protected:
     std::uint64_t totalOf(const std::function<void()>& operation) {
         works = 0;
         operation();
-        EXPECT_TRUE(works == 1 && isOver && done == all) << works << " works, " << done << " of " << all;
+        EXPECT_TRUE(works == 1 && isOver && told.back() == all) << works << " works, " << told.back();
         return all;
     }
 
-    std::uint64_t all = 0, done = 0;
+    std::uint64_t all = 0;
+    std::vector<std::uint64_t> told;
     int works = 0;
     bool isOver = true;
 
@@ -64,6 +67,30 @@ TEST_F(Progress, AllWorkIsHeardFromItsBeginToItsEnd) {
                   whole.remains(0);
               }),
               5 * MiB);
+}
+
+TEST_F(Progress, IsThatOfAllThreadsInStepsThatAreWorthIt) {
+    totalOf([] {
+        const HUTProgress whole([] { return 200'000; });
+        HUTProgress::advance(65'536), HUTProgress::advance(65'535), HUTProgress::advance(1);
+        whole.remains(10);
+        HUTProgress::advance(100), HUTProgress::advance(5);
+    });
+    EXPECT_THAT(told, testing::ElementsAre(0, 65'536, 131'072, 199'990, 200'000));
+    totalOf([] {
+        const HUTProgress whole([] { return 30'000; });
+        OrderedWork work(2);
+        std::atomic<int> done = 0;
+        work.run([&] {
+            for (int n = 1; n <= 3; ++n) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));  // the other one falls asleep
+                work.add(MiB, [&](std::size_t) { HUTProgress::advance(10'000), ++done; }, {});
+                for (int wait = 0; done < n && wait < 5000; ++wait)
+                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                EXPECT_EQ(done, n);
+            }
+        });
+    });
 }
 
 }  // namespace
