@@ -48,7 +48,7 @@ public:
         ::posix_spawnattr_setsigmask(&attributes, &signals);
         ::sigfillset(&signals);
         ::posix_spawnattr_setsigdefault(&attributes, &signals);
-        ::posix_spawnattr_setpgroup(&attributes, 0);
+        // The group is its own unless another is named.
         ::posix_spawnattr_setflags(&attributes,
                                    POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     }

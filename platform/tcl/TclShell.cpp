@@ -50,8 +50,9 @@ std::optional<answer> take_answer(std::string& received) {
     const auto length = std::from_chars(std::min(code.ptr + 1, end), end, size);
     if (code.ec != std::errc() || length.ec != std::errc() || length.ptr != end)
         throw HEXError("The Tcl shell sent what is no answer");
-    if (received.size() - line_end - 1 < size) return std::nullopt;
-    taken.result = received.substr(line_end + 1, size);
+    const std::string_view result = std::string_view(received).substr(line_end + 1);
+    if (result.size() < size) return std::nullopt;
+    taken.result = result.substr(0, size);
     received.clear();  // there is one answer to a request
     return taken;
 }
