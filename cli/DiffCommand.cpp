@@ -89,7 +89,8 @@ Run declareDiff(CLI::App& app) {
     app.add_option("NEW", options->newPackage, "The one that is to take its place")
         ->type_name("FILE")
         ->required();
-    app.add_option("KERNEL", options->kernel, "Name of a kernel of both; all and the packages unless given");
+    app.add_option("KERNEL", options->kernel, "Name of a kernel of both; all and the packages unless given")
+        ->type_name("NAME");
     app.add_flag("--breaking", options->breaking, "Only what breaks is told and counts");
     app.add_flag("--json", options->json, "As a JSON object");
     return [options] { return diff(*options); };

@@ -64,7 +64,8 @@ Run declareLint(CLI::App& app) {
     auto options = std::make_shared<Options>();
     InputFiles inputs(app);
     inputs.addOrPackage("PACKAGE", options->file, "The package, or a kernel.xml");
-    app.add_option("KERNEL", options->kernel, "Name of a kernel of the package; all unless given");
+    app.add_option("KERNEL", options->kernel, "Name of a kernel of the package; all unless given")
+        ->type_name("NAME");
     takesDirectory(app.add_option("--ip", options->ipDir, "Directory of the IP of a kernel.xml"));
     inputs.add("--report", options->report, "Synthesis report of a kernel.xml");
     app.add_flag("--strict", options->strict, "Warnings count as well");

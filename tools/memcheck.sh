@@ -34,7 +34,7 @@ check_command() {
     printf '#!/bin/sh\nexec %s "%s" "$@"\n' "${memcheck[*]@Q} --log-file='$logs/kp-%p.log'" "$bin/kp" >"$wrapper"
     chmod +x "$wrapper"
     rm -f "$logs"/kp-*.log
-    KP=$wrapper KP_EXAMPLES_DIR=$PWD/examples KP_SHARE_DIR=$PWD/build/release/share KP_HANDBOOK=$PWD/docs/cli.md \
+    KP=$wrapper KP_EXAMPLES_DIR=$PWD/examples KP_PAGES=$bin/kp_pages KP_HANDBOOK=$PWD/docs/cli.md \
         KP_SANITIZE=memcheck PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=tests/cli python3 -c "$run_cases" "$1_test" || return
     ! grep -h . "$logs"/kp-*.log
 }

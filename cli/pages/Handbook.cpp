@@ -15,15 +15,20 @@ namespace {
 constexpr std::string_view sectionMark = "## ";
 constexpr std::string_view blockMark = "    ";
 
-/// Takes the block that is the synopsis off the text's front.
+/// Takes the block that is the synopsis off the text's front. Lines that are indented further go on with a
+/// form.
 void takeSynopsis(Handbook::Section& section) {
     boost::algorithm::trim_left_if(section.text, [](char c) { return c == '\n'; });
     while (section.text.starts_with(blockMark)) {
+        section.text.erase(0, blockMark.size());
         const std::size_t end = section.text.find('\n');
-        section.synopsis += " " + boost::algorithm::trim_copy(section.text.substr(0, end));
+        const std::string line = boost::algorithm::trim_copy(section.text.substr(0, end));
+        if (section.text.starts_with(' ') && !section.synopses.empty())
+            section.synopses.back() += " " + line;
+        else
+            section.synopses.push_back(line);
         section.text.erase(0, end + 1);
     }
-    boost::algorithm::trim(section.synopsis);
 }
 
 }  // namespace

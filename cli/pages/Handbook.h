@@ -14,8 +14,8 @@ public:
 
     struct Section {
         std::string title;
-        std::string synopsis;  ///< the indented block that it begins with, on one line
-        std::string text;      ///< what follows that, in Markdown
+        std::vector<std::string> synopses;  ///< the indented block that it begins with, a form each
+        std::string text;                   ///< what follows that, in Markdown
     };
 
     const Section& introduction() const { return introduction_; }

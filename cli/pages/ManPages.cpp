@@ -25,16 +25,24 @@ std::string beginning(const std::string& name, const std::string& summary) {
 }
 
 /// Lines are broken between the brackets of the synopsis, not inside.
-std::string synopsis(const std::string& command, const std::string& text) {
-    if (!text.starts_with(command + " "))
-        throw HEXAlgException("The handbook's section '" + command + "' does not begin with a synopsis");
+std::string argumentsOf(const std::string& command, const std::string& form) {
+    if (!form.starts_with(command + " "))
+        throw HEXAlgException("The handbook's synopsis of '" + command + "' begins with '" + form + "'");
     std::string arguments;
     int depth = 0;
-    for (const char c : text.substr(command.size() + 1)) {
+    for (const char c : form.substr(command.size() + 1)) {
         depth += c == '[' ? 1 : c == ']' ? -1 : 0;
         arguments += c == ' ' && depth > 0 ? "\\ " : roffText(std::string(1, c));
     }
-    return heading("SYNOPSIS") + ".SY \"" + roffText(command) + "\"\n" + arguments + "\n.YS\n";
+    return arguments;
+}
+
+std::string synopsis(const std::string& command, const std::vector<std::string>& forms) {
+    std::string roff = heading("SYNOPSIS");
+    if (forms.empty()) throw HEXAlgException("The handbook has no synopsis of '" + command + "'");
+    for (const std::string& form : forms)
+        roff += ".SY \"" + roffText(command) + "\"\n" + argumentsOf(command, form) + "\n.YS\n";
+    return roff;
 }
 
 std::string term(const OptionEntry& entry) {
@@ -73,7 +81,7 @@ std::string commandPage(const CommandLine::Subcommand& subcommand, const Handboo
     const std::string words = std::string("kp ") + subcommand.command.name;
     const Handbook::Section& section = handbook.section(words);
     return beginning(pageName(subcommand.command.name), subcommand.command.summary) +
-           synopsis(words, section.synopsis) + heading("DESCRIPTION") + roffFromMarkdown(section.text) +
+           synopsis(words, section.synopses) + heading("DESCRIPTION") + roffFromMarkdown(section.text) +
            options(subcommand.parser) + exitStatus(subcommand.command) + example(subcommand.command) +
            heading("SEE ALSO") + reference("kp") + "\n";
 }
@@ -91,13 +99,13 @@ std::string subcommands(const CommandLine& commandLine, std::string_view words) 
 std::string groupPage(const CommandLine& commandLine, const CLI::App& group) {
     const std::string& word = group.get_name();
     return beginning(pageName(word), group.get_description()) +
-           synopsis("kp " + word, "kp " + word + " SUBCOMMAND ...") + subcommands(commandLine, word + " ") +
+           synopsis("kp " + word, {"kp " + word + " SUBCOMMAND ..."}) + subcommands(commandLine, word + " ") +
            heading("SEE ALSO") + reference("kp") + "\n";
 }
 
 std::string mainPage(const CommandLine& commandLine, const Handbook& handbook) {
     std::string roff = beginning("kp", commandLine.parser().get_description()) +
-                       synopsis("kp", handbook.introduction().synopsis) + heading("DESCRIPTION") +
+                       synopsis("kp", handbook.introduction().synopses) + heading("DESCRIPTION") +
                        roffFromMarkdown(handbook.introduction().text) + subcommands(commandLine, "") +
                        options(commandLine.parser());
     for (const Handbook::Section& section : handbook.sections())

@@ -1,5 +1,7 @@
 #include "cli/pages/Roff.h"
 
+#include "platform/base/Exceptions.h"
+
 #include <algorithm>
 #include <sstream>
 #include <vector>
@@ -45,7 +47,8 @@ std::string roffFromTable(const std::vector<std::string>& rows) {
     std::string roff;
     for (std::size_t i = 2; i < rows.size(); ++i) {
         const std::vector<std::string> cells = cellsOf(rows[i]);
-        roff += ".TP\n" + roffFromLine(cells.at(0)) + "\n" + roffFromLine(cells.at(1)) + "\n";
+        if (cells.size() != 2) throw HEXAlgException("Not two columns: '" + rows[i] + "'");
+        roff += ".TP\n" + roffFromLine(cells[0]) + "\n" + roffFromLine(cells[1]) + "\n";
     }
     return roff;
 }

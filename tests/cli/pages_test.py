@@ -1,0 +1,233 @@
+"""What describes the command kp: its help, the handbook, man pages and the completions of shells say the same."""
+
+import os
+import re
+import shutil
+import subprocess
+import unittest
+from pathlib import Path
+
+from kp_case import KP, KpCase, run
+
+HANDBOOK = Path(os.environ["KP_HANDBOOK"]).read_text()
+SECTIONS = dict(part.split("\n", 1) for part in HANDBOOK.split("\n## ")[1:])
+PAGES = {title.replace(" ", "-"): title[3:] for title in ["kp", "kp kernel", *SECTIONS] if title.startswith("kp")}
+CHECKS = re.findall(r"`(\w+)`", re.search(r"^\| 1 \|.*", SECTIONS["Exit status"], re.M)[0])
+USUAL = {"add --top-ip": " [.]", "lint --format": " [text]"}
+HELP = ".TP\n-h, --help\nPrint this help and exit.\n"
+BASH, ZSH, FISH = "made/bash-completion/completions/kp", "made/zsh/site-functions/_kp", "made/fish/vendor_completions.d/kp.fish"
+ZSH_VALUES = {"DIR": "_files -/", "NAME": "_kp_names"}
+FISH_VALUES = {"": "", "DIR": " -x -a '(__fish_complete_directories)'"}
+# Neither shell may be here to be asked.
+ZSH_NAMES = ('_kp_names() {\n    local -a names=(${(f)"$(command kp __complete "${(@Q)words[1,CURRENT-1]}" "" 2>/dev/null)"})\n'
+             '    (($#names)) && compadd -a names\n}\n')
+FISH_NAMES = ("function __kp_names\n    set -l words (commandline -opc)\n    command kp __complete $words[2..-1] \"\" 2>/dev/null\nend\n"
+              "complete -c kp -f -n '__kp_names >/dev/null' -a '(__kp_names)'\n")
+
+
+def make_pages(*arguments):
+    done = subprocess.run([os.environ["KP_PAGES"], *arguments], capture_output=True, text=True)
+    return done.returncode, done.stdout, done.stderr
+
+
+def page(name):
+    """The sections of a man page as plain text, but for macros and blanks that do not break."""
+    roff = re.sub(r"\\f[BIR]|\\&", "", Path("made/man/man1", name + ".1").read_text()).replace("\\-", "-")
+    return dict(part.split("\n", 1) for part in roff.replace("\\e", "\\").split(".SH ")[1:])
+
+
+def summary_of(name):
+    return page(name)["NAME"].strip().partition(" - ")[2]
+
+
+def terms(section):
+    return re.findall(r"^\.TP\n(.+)\n(.+)\.$", section, re.M)
+
+
+def words_of(text):
+    text = re.sub(r"^\|.*\n\|--.*|^\..*", "", text, flags=re.M)  # titles of tables, macros
+    return re.findall(r"[\w'*]+", re.sub(r"\]\([^)]*\)", "", text))
+
+
+def help_list(title, rows):
+    lines = [f"  {term:<29} {text}" if len(term) < 30 else f"  {term}\n{'':32}{text}" for term, text in rows]
+    return "\n".join(["", title + ":", *lines, ""]) if rows else ""
+
+
+class Option:
+    """One of a command, as its man page and the synopses in the handbook have it."""
+
+    def __init__(self, term, text, synopses):
+        names, self.value = re.fullmatch(r"(-[\w-]+(?:, -[\w-]+)?)(?: (\S+))?", term).groups("")
+        self.names, self.text, self.words = names.split(", "), text, self.value.split("|") if "|" in self.value else []
+        found = re.search(rf"(\[?){self.names[-1]}(?: ([A-Z=]+|[\w|]+\|\w+))?\]?(\.\.\.)?(?![\w-])", synopses)
+        self.stated = (found[2] or "") if found else self.value
+        self.isNeeded, self.isRepeated = bool(found and self.value and not found[1]), bool(found and found[3])
+
+
+class Command:
+    """A command, the whole or a group, as its man page and the handbook have it."""
+
+    def __init__(self, name):
+        self.line, self.page, self.summary = PAGES[name], page(name), summary_of(name)
+        self.words, self.section = self.line.split(), SECTIONS.get(f"kp {self.line}", "\n\n")
+        block = re.match(r"\n((?:    .*\n)*)\n", self.section)[1]
+        self.forms = [" ".join(form.split()) for form in block.split(f"    kp {self.line} ")[1:]]
+        self.terms = terms(self.page.get("OPTIONS", HELP))
+        self.options = [Option(*row, " ".join(self.forms)) for row in self.terms if row[0].startswith("-")]
+        rest = [re.sub(r"--[\w-]+( [A-Z=]+\b| [\w|]+\|\w+)?", "", form).split() for form in self.forms]
+        positionals = [[word for word in words if re.search("[A-Z]", word)] for words in rest] or [[]]
+        self.positionals = [word if all(positionals) or "[" in word else f"[{word}]" for word in positionals[0]]
+        listed = [PAGES[row[0][:-3]] for row in terms(self.page.get("SUBCOMMANDS", ""))]
+        self.examples = [page("kp-" + line.replace(" ", "-"))["EXAMPLE"].split("\n")[1] for line in listed or [self.line]]
+        self.below = {word: summary_of("-".join(["kp", *self.words, word])) for word in (line.split()[len(self.words)] for line in listed)}
+
+    def help(self):
+        options = [(",".join(option.names) + (option.value and " " + option.value) + USUAL.get(f"{self.line} {option.names[-1]}", ""), option.text)
+                   for option in self.options]
+        checks = not self.words or self.line in CHECKS
+        statuses = [("0", "done; what was checked holds" if checks else "done"), *[("1", "a check found something")] * checks,
+                    ("2", "wrong usage"), ("3", "the operation failed; a package it would have changed is as it was"),
+                    ("130", "interrupted by SIGINT, likewise; 143 by SIGTERM, 129 by SIGHUP")]
+        return (f"{self.summary}\nUsage: {' '.join(['kp', *self.words, '[OPTIONS]', *self.positionals, *['SUBCOMMAND'] * bool(self.below)])}\n" +
+                help_list("Positionals", [row for row in self.terms if row[0][0] != "-"]) + help_list("Options", options) +
+                help_list("Subcommands", self.below.items()) + "\n  ".join(["\nExample" + "s" * bool(self.below) + ":", *self.examples]) +
+                "\n\nExit status:\n" + "".join(f"  {status:<5}{text}\n" for status, text in statuses))
+
+
+class PagesTest(KpCase):
+    def setUp(self):
+        super().setUp()
+        self.assertEqual((0, "", ""), make_pages(os.environ["KP_HANDBOOK"], "made"))
+        self.commands = [Command(name) for name in PAGES]
+
+    def test_help_and_man_pages_and_the_handbook_say_the_same(self):
+        for command in self.commands:
+            self.expect([*command.words, "--help"], 0, command.help())
+            self.expect(["help", *command.words], 0, command.help())
+            if command.below:
+                self.expect(["-q", *command.words], 2, "", command.help())
+                continue
+            self.assertEqual([option.stated for option in command.options], [option.value for option in command.options], command.line)
+            self.assertEqual({*re.findall(r"--[a-z][a-z-]+", command.section)} - {"--help"},
+                             {option.names[-1] for option in command.options} - {"--help"}, command.line)
+            forms = [re.sub(r"\[([^][]|\[[^]]*\])*\]", lambda found: found[0].replace(" ", "\\ "), form) for form in command.forms]
+            self.assertEqual("".join(f'.SY "kp {command.line}"\n{form}\n.YS\n' for form in forms), command.page["SYNOPSIS"])
+            self.assertEqual(words_of(command.section.split("\n\n", 1)[1]), words_of(command.page["DESCRIPTION"]))
+            self.assertIn("\nExit status:\n" + "".join(f"  {status:<5}{text}\n" for status, text in terms(command.page["EXIT STATUS"])), command.help())
+            self.assertEqual("kp(1)\n", command.page["SEE ALSO"])
+        self.expect([], 2, "", self.commands[0].help())
+        self.assertEqual(sorted({*PAGES} - {"kp", "kp-kernel"}), sorted(row[0][:-3] for row in terms(self.commands[0].page["SUBCOMMANDS"])))
+        self.assertEqual({"NAME", "SYNOPSIS", "DESCRIPTION", "SUBCOMMANDS", "OPTIONS", *(
+            title.upper() for title in SECTIONS if not title.startswith("kp "))}, {*self.commands[0].page})
+        self.assertEqual(sorted(f"{name}.1" for name in PAGES), sorted(os.listdir("made/man/man1")))
+        if shutil.which("groff"):
+            checked = subprocess.run(["groff", "-man", "-ww", "-z", *os.listdir("made/man/man1")], cwd="made/man/man1", capture_output=True, text=True)
+            self.assertEqual((0, "", ""), (checked.returncode, checked.stdout, checked.stderr))
+
+    def test_what_a_command_needs_must_be_given(self):
+        for command in self.commands:
+            needed = [(name.rstrip("."), [name]) for name in command.positionals if "[" not in name] + [
+                (option.names[-1], [option.names[-1], (option.words or ["x"])[0]]) for option in command.options if option.isNeeded]
+            for at, (name, _) in enumerate(needed):
+                left = needed[:at] + needed[at + 1:] * name.startswith("-")
+                self.expect([*command.words, *(word for _, words in left for word in words)], 2, "", f"kp: error: {name} is required\n")
+
+    def test_markdown_becomes_macros_and_a_handbook_that_lacks_something_is_refused(self):
+        pieces = {".a dot, a \\backslash and\n'quoted' `code`. A [link](a.md#b), [KERNEL] and a `mark":
+                  r"\&.a dot, a \ebackslash and 'quoted' \fBcode\fR\&. A link, [KERNEL] and a `mark",
+                  "- one `code that\n  goes on`\n- two -x": ".IP \\(bu 2\none \\fBcode that goes on\\fR\n.IP \\(bu 2\ntwo \\-x",
+                  "    block  -x\n        'more": ".PP\n.RS 4\n.EX\nblock  \\-x\n    'more\n.EE\n.RE",
+                  "| A | B |\n|---|---|\n| `a-b` | c |": ".TP\n\\fBa\\-b\\fR\nc"}
+        Path("odd.md").write_text(HANDBOOK + "\n## Odd -- things\n\n" + "\n\n".join(pieces) + "\n")
+        self.assertEqual((0, "", ""), make_pages("odd.md", "odd"))
+        self.assertEqual("\n".join(["ODD \\-\\- THINGS", *pieces.values(), ""]), Path("odd/man/man1/kp.1").read_text().split("\n.SH ")[-1])
+        command = "    kp list PACKAGE [--json]\n"
+        for piece, other, text in (("## kp list", "## list", "The handbook has no section 'kp list'"),
+                                   (command, "", "The handbook has no synopsis of 'kp list'"),
+                                   (command, "    kp info\n", "The handbook's synopsis of 'kp list' begins with 'kp info'"),
+                                   ("\n| 2 |", "\n| 2 | 3 |", "Not two columns: '| 2 | 3 | wrong usage |'")):
+            Path("odd.md").write_text(HANDBOOK.replace(piece, other))
+            self.assertEqual((3, "", f"kp_pages: {text}\n"), make_pages("odd.md", "odd"))
+        self.assertEqual((2, "", "usage: kp_pages HANDBOOK DIRECTORY\n"), make_pages("odd.md"))
+
+    def test_bash_completes_every_subcommand_option_and_value(self):
+        script = ('source "$0"; compopt() { printf "directories: "; }; while read -ra COMP_WORDS; do COMP_WORDS=("${COMP_WORDS[@]/#_/}"); '
+                  'COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _kp; echo "${COMPREPLY[@]}"; done')
+        rows = {}
+        for command in self.commands:
+            line = f"kp {command.line}".strip()
+            rows[line + " -"] = " ".join(name for option in command.options for name in option.names)
+            rows |= {line + " _": " ".join(command.below)} if command.below else {}
+            for option in command.options:
+                answer = " ".join(option.words) or ("directories: vadd" if option.value == "DIR" else "")
+                rows |= {f"{line} {name} " + ("_" if option.words else "va"): answer for name in option.names if option.value}
+        answers = subprocess.run(["bash", "-c", script, BASH], input="".join(row + "\n" for row in rows), capture_output=True, text=True)
+        self.assertEqual((rows, ""), (dict(zip(rows, answers.stdout.split("\n"))), answers.stderr))
+
+    def test_bash_completes_names_and_quotes_them(self):
+        script = ('source "$0"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); compopt() { :; }; _kp; '
+                  'printf "%s\\n" "${COMPREPLY[@]}"')
+        os.makedirs("vadd/two words")
+        odd = "a $(touch hit)`touch hit`'!.txt"
+        for name in (odd, "a\nb.txt", "a:b=c.txt"):
+            Path("vadd/src", name).touch()
+        self.add("p q.kp", "--debug-dir", "vadd/src", "-q")
+        self.expect(["add", "--no-lint", "--cpu-source", "vadd/src/vadd.cpp", "--", "p q.kp", self.derive("./-k")], 0)
+        debug, quoted = "vadd/debug/", "vadd/debug/a\\ \\$\\(touch\\ hit\\)\\`touch\\ hit\\`\\'\\!.txt"
+        rows = [(["-q", "kernel", "show", "--j"], "--json"),
+                (["validate", "p.kp", "--target", "=", "hw_"], "hw_emu"), (["add", "list", "--la"], "--layout"),
+                (["extract", "p.kp", "-d", "vadd/tw"], "vadd/two words"), (["add", "p.kp", ""], ""),
+                (["-q", "extract", "~/p\\ q.kp", "--force", ""], "vadd"), (["customize", "--name", "x", "'p q.kp'", "v"], "vadd"),
+                (["cat", '"p q.kp"', debug + "a\\ "], quoted), (["cat", "p\\ q.kp", "'" + debug + "a "], ""),
+                (["cat", '"p q.kp"', '"' + debug + "a "], ""), (["cat", "p\\ q.kp", debug + "a", ":", "b"], "b=c.txt"),
+                (["cat", "--", "p\\ q.kp", "vadd/k"], "vadd/kernel.xml"), (["cat", "p\\ q.kp", "vadd/kernel.xml", ""], ""),
+                (["extract", "$(touch\\ hit)", ""], ""), (["files", "none.kp", "v"], ""), (["extract", "p\\ q.kp", "-d", "v"], "vadd"),
+                (["remove", "p\\ q.kp", "--dry-run", "v"], "vadd"), (["help", "ker"], "kernel"), (["help", "kernel", "r"], "report"),
+                (["remove", "--", "p\\ q.kp", ""], "vadd\n-k")]
+        for words, expected in rows:
+            completed = subprocess.run(["bash", "-c", script, BASH, "kp", *words], capture_output=True, text=True, env={
+                **os.environ, "HOME": self.directory, "PATH": f"{Path(KP).parent}:{os.environ['PATH']}"})
+            self.assertEqual((expected + "\n", ""), (completed.stdout, completed.stderr), words)
+        self.assertFalse(os.path.exists("hit"))
+
+    def test_zsh_is_told_every_subcommand_option_and_value(self):
+        functions = [ZSH_NAMES]
+        for command in self.commands:
+            entries = []
+            for option in command.options:
+                action = f"({' '.join(option.words)})" if option.words else ZSH_VALUES.get(option.value, "_files")
+                value = f":{option.value}:{action}" if option.value else ""
+                once, text = "*" if option.isRepeated else f"({' '.join(option.names)})", re.sub(r"([][:])", r"\\\1", option.text)
+                entries += [once + name + ("=" if name.startswith("--") and value else "") + f"[{text}]{value}" for name in option.names]
+            for name in command.positionals:
+                kind = "NAME" if name.strip("[].") in ("KERNEL", "MEMBER", "SUBCOMMAND") else "DIR" if name == "DIR" else "FILE"
+                entries.append(("*" if "..." in name else "") + f":{kind}:{ZSH_VALUES.get(kind, '_files')}")
+            entries += ["1:subcommand:->subcommand", "*::argument:->argument"] if command.below else []
+            name = "_".join(["_kp", *command.words]).replace("-", "_")
+            entries, below = ([each.replace("'", r"'\''") for each in quoted] for quoted in (
+                entries, (f"{word}:{text}" for word, text in command.below.items())))
+            arguments, below = "".join(f" \\\n        '{each}'" for each in entries), "".join(f"\n                '{each}'" for each in below)
+            functions.append(f"{name}() {{\n" + (f"    _arguments -s -S{arguments}\n" if not below else (
+                f"    local curcontext=$curcontext state line\n    _arguments -s -S -C{arguments}\n    case $state in\n        subcommand)\n"
+                f"            local -a subcommands=({below})\n            _describe subcommand subcommands ;;\n"
+                f"        argument) {name}_${{words[1]//-/_}} ;;\n    esac\n")) + "}\n")
+        self.assertEqual(sorted(functions), sorted(re.findall(r"^_kp\w*\(\) \{\n.*?^\}\n", Path(ZSH).read_text(), re.M | re.S)))
+
+    def test_fish_is_told_every_subcommand_option_and_value(self):
+        lines = []
+        for command in self.commands:
+            seen = [f"__fish_seen_subcommand_from {word}" for word in command.words]
+            for option in command.options:
+                value = f" -x -a '{' '.join(option.words)}'" if option.words else FISH_VALUES.get(option.value, " -r")
+                names = "".join(f" -l {name[2:]}" if name.startswith("--") else f" -s {name[1:]}" for name in option.names)
+                lines.append(("complete -c kp" + f" -n '{'; and '.join(seen)}'" * bool(seen) + f"{names}{value}", option.text))
+            below = "; and ".join([*seen, f"not __fish_seen_subcommand_from {' '.join(command.below)}"])
+            lines += [(f"complete -c kp -f -n '{below}' -a {word}", text) for word, text in command.below.items()]
+        head, names, rest = Path(FISH).read_text().partition(FISH_NAMES)
+        lines = [f"{line} -d '" + text.replace("'", r"\'") + "'" for line, text in lines]
+        self.assertEqual((FISH_NAMES, sorted(lines)), (names, sorted(rest.splitlines())))
+
+
+if __name__ == "__main__":
+    unittest.main()
