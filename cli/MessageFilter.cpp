@@ -42,9 +42,9 @@ MessageLimit::MessageLimit()
 
 MessageLimit::~MessageLimit() {
     for (auto& [numberAndDocument, kind] : kinds_) {
-        if (kind.count <= mostShown) continue;
+        if (kind.more == 0) continue;
         const std::string& document = numberAndDocument.second;
-        kind.last.text = "... and " + std::to_string(kind.count - mostShown) + " more of the kind" +
+        kind.last.text = "... and " + std::to_string(kind.more) + " more of the kind" +
                          (document.empty() ? "" : " about '" + document + "'");
         kind.last.detail.clear();
         filter_.before()(kind.last);
@@ -53,8 +53,12 @@ MessageLimit::~MessageLimit() {
 
 void MessageLimit::take(const ComMsg& message, const ComMsgMgr::Sink& pass) {
     Kind& kind = kinds_[{message.number(), documentOf(message)}];
-    if (++kind.count <= mostShown) return pass(message);
-    if (kind.count == mostShown + 1) kind.last = message;
+    if (kind.shown < mostShown) {
+        ++kind.shown;
+        return pass(message);
+    }
+    ++kind.more;
+    kind.last = message;
 }
 
 }  // namespace cli

@@ -38,7 +38,8 @@ public:
 
 private:
     struct Kind {
-        std::uint64_t count = 0;
+        std::uint64_t shown = 0;
+        std::uint64_t more = 0;
         ComMsg last;
     };
 

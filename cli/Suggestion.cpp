@@ -51,18 +51,18 @@ std::string unknownSubcommand(const std::vector<const CLI::App*>& parsers, const
 
 std::string unknownSubcommand(const CLI::App& app) {
     const std::vector<const CLI::App*> parsers = parsersOf(app);
-    const std::vector<std::string> refused = app.remaining(true);
+    const std::vector<std::string> refused = app.remaining();
     const bool isNone =
         parsers.back()->get_subcommands({}).empty() || refused.empty() || refused.front().starts_with('-');
     return isNone ? "" : unknownSubcommand(parsers, refused.front());
 }
 
 bool lacksSubcommand(const CLI::App& app) {
-    return app.remaining(true).empty() && !parsersOf(app).back()->get_subcommands({}).empty();
+    return app.remaining().empty() && !parsersOf(app).back()->get_subcommands({}).empty();
 }
 
 std::string unknownWord(const CLI::App& app) {
-    const std::vector<std::string> refused = app.remaining(true);
+    const std::vector<std::string> refused = app.remaining();
     if (!refused.empty() && refused.front().size() > 1 && refused.front().starts_with('-'))
         return unknownOption(refused.front(), parsersOf(app));
     return unknownSubcommand(app);

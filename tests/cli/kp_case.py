@@ -54,7 +54,7 @@ class OnTerminal:
     def finish(self):
         """The exit status, standard output, and the rest of the screen."""
         shown = "".join(iter(self.read, ""))
-        out = self.process.communicate()[0].decode()
+        out = self.process.communicate()[0].decode(errors="replace")
         os.close(self.screen)
         return self.process.returncode, out, shown
 

@@ -15,6 +15,8 @@ from pathlib import Path
 from kp_case import EXAMPLES, KP, KpCase, run
 
 IS_ROOT = os.geteuid() == 0
+UNSEALED = ("kp: error: The digest of '{}' does not hold: the package was changed since it was sealed; 'kp verify' tells more, "
+            "and --reseal goes on and seals the package anew\n")
 
 
 class KpTest(KpCase):
@@ -44,6 +46,14 @@ class KpTest(KpCase):
         self.expect(["list", "p.kp"], 0, "vadd_hw  hw_emu,hw  rtl,pdi\nvadd     hw_emu,hw  rtl\n")
         missing = "kp: warning: [17-1867] The kernel to update is not in the package; it is added\n"
         self.expect(["add", "n.kp", "vadd/kernel.xml", "--ip", "vadd/ip", "--replace"], 0, "", missing)
+        bare = "kp: warning: [17-1868] Neither a device image nor a shim solution is given to update the kernel\n"
+        for package in "n.kp", "new.kp":
+            self.expect(["add", package, "--update", self.derive("other"), "--ip", "vadd/ip", "--no-lint"], 0, "", bare + missing)
+        parts = [word for part in ("--pdi", "--shim", "--sw-emu", "--cpu-source") for word in (part, "vadd/vadd.qmr")]
+        self.expect(["add", *parts, "all.kp", "vadd/kernel.xml", "--ip=vadd/ip", "--debug-dir=vadd/src", "--hls-dir=vadd/src", "-q"], 0)
+        Path("c.xml").write_text(Path("vadd/kernel.xml").read_text().replace('"vadd"', '"c"').replace('"ip"', '"c"'))
+        self.expect(["add", "all.kp", "c.xml", "--cpu-source", "vadd/src/vadd.cpp", "--no-lint"], 0)
+        self.expect(["list", "all.kp"], 0, "vadd  sw_emu,hw_emu,hw  rtl,debug-dir,hls-dir,pdi,shim,sw-emu\nc     sw_emu            -\n")
 
     def test_update_needs_no_description_and_verify_finds_changes(self):
         self.add("p.kp", "--debug-dir", "vadd/src", "-q")
@@ -76,20 +86,15 @@ class KpTest(KpCase):
                     "'ip_repo/example_kernels_vadd_1_0' of KP container 'p.kp', the IP of kernels 'vadd', 'same'; "
                     "give each IP a VLNV of its own, or replace it with --replace-ip\n")
         subprocess.run(["zip", "-q", "p.kp", "vadd/kernel.xml"], check=True)
-        unsealed = ("kp: error: The digest of 'p.kp' does not hold: the package was changed since it was sealed; "
-                    "'kp verify' tells more, and --reseal goes on and seals the package anew\n")
-        self.expect([*third, "--replace-ip"], 3, "", unsealed)
-        self.expect(["add-cache", "p.kp", "vadd"], 3, "", unsealed)
+        self.expect([*third, "--replace-ip"], 3, "", UNSEALED.format("p.kp"))
+        self.expect(["add-cache", "p.kp", "vadd"], 3, "", UNSEALED.format("p.kp"))
         self.expect([*third, "--replace-ip", "--reseal", "-q"], 0)
         self.expect(["verify", "p.kp"], 0, "digest: valid\n")
 
     def test_of_many_messages_of_one_number_ten_are_shown(self):
         self.add("p.kp")
-        with zipfile.ZipFile("p.kp") as package, zipfile.ZipFile("many.kp", "w") as many:
-            for name in package.namelist():
-                many.writestr(name, package.read(name).replace(b"HW_EMU", b"HW_EMU</SupportedFlow>" +
-                                                               b"<SupportedFlow>NO_FLOW</SupportedFlow>" * 1000 +
-                                                               b"<SupportedFlow>SYSTEM"))
+        flows = b"HW_EMU</SupportedFlow>" + b"<SupportedFlow>NO_FLOW</SupportedFlow>" * 1000 + b"<SupportedFlow>SYSTEM"
+        Path(self.rewrite("p.kp", {"kp.xml": lambda data: data.replace(b"HW_EMU", flows)})).rename("many.kp")
         shown = "kp: warning: [17-1312] Unknown flow number 0 in the manifest of 'many.kp' is ignored\n" * 10
         rest = "kp: warning: [17-1312] ... and 990 more of the kind about 'many.kp'\n"
         self.expect(["list", "many.kp"], 0, "vadd  hw_emu,hw,hw  rtl\n", shown + rest)
@@ -203,15 +208,6 @@ class KpTest(KpCase):
         self.assertEqual("mine", Path("out/deep/vadd/kernel.xml").read_text())
         self.expect(["extract", "p.kp", "big", "-d", "own", "--own-ip"], 0, "own/big\n")
         self.assertEqual(["example_kernels_big_1_0"], os.listdir("own/ip_repo"))
-        os.makedirs("own/ip_repo/example_kernels_vadd_1_0")
-        Path("own/ip_repo/example_kernels_vadd_1_0/component.xml").write_text("another")
-        shutil.rmtree("own/big")
-        self.expect(["extract", "p.kp", "big", "-d", "own", "--own-ip"], 0, "own/big\n")
-        shutil.rmtree("own/big")
-        Path("own/ip_repo/example_kernels_big_1_0/component.xml").write_text("another")
-        self.expect(["extract", "p.kp", "big", "-d", "own", "--own-ip"], 3, "", "kp: error: 'own/ip_repo/"
-                    "example_kernels_big_1_0/component.xml' exists already and is not what the package holds; --force "
-                    "replaces its files\n")
         self.expect(["extract", "p.kp", "-d", "own", "--own-ip"], 2, "", "kp: error: --own-ip requires KERNEL\n")
         self.expect(["extract", "p.kp", "-d", "out/deep", "--force"], 0, "out/deep/vadd\nout/deep/big\n")
         subprocess.run(["unzip", "-q", "p.kp", "-x", "kp.xml", "-d", "by_unzip"], check=True)
@@ -225,11 +221,11 @@ class KpTest(KpCase):
                     "its description in 'm' cannot be read: Failed to parse RTL kernel file. Exception: [17-132] "
                     "m/k/kernel.xml:1: unclosed token\n")
         Path("parameters").write_text("kp.enableVersionCheck = true\n")
-        for more, parameters in (["--check-version"], ""), ([], "parameters"):
+        for more, parameters, ended in (["--check-version"], "", 3), ([], "parameters", 3), ([], "", 0):
             environment = dict(KP_SOFTWARE_VERSION="2019.4", KP_PARAM_FILE=parameters)
-            status, out, err = run("extract", "p.kp", "-d", "n", *more, **environment)
-            self.assertEqual((3, "", False), (status, out, os.path.exists("n")))
-            self.assertIn("was created in version 2020.1, which is later than", err)
+            status, _, err = run("extract", "p.kp", "-d", "n", *more, **environment)
+            self.assertEqual((ended, ended == 0), (status, os.path.exists("n")))
+            self.assertEqual(ended == 3, "was created in version 2020.1, which is later than" in err)
 
     def test_other_tools_read_what_cat_shows(self):
         Path("vadd/ip/every.bin").write_bytes(bytes(range(256)) * 70_000)
@@ -318,8 +314,12 @@ class KpTest(KpCase):
         shutil.copy("vadd/vadd.qmr", "caches/c1")
         self.expect(["add-cache", "p.kp", "caches/"], 0)
         self.expect(["verify", "p.kp"], 0, "digest: valid\n")
-        self.expect(["extract", "p.kp", "-d", "out"], 0, "out/vadd\n")
+        places = {"name": "vadd", "root": "out/vadd", "ipDir": "out/ip_repo", "ipCacheDir": "out/ip_cache"}
+        self.expect_json(["extract", "p.kp", "-d", "out"], {"kernels": [places]})
         self.expect_same("caches", "out/ip_cache")
+        self.expect_json(["files", "p.kp"], {"kernels": [{
+            "name": "vadd", "root": "vadd", "description": "vadd/kernel.xml", "cpuSources": [], "swEmuFiles": [], "pdiFiles": [],
+            "ipDir": "ip_repo/example_kernels_vadd_1_0", "ipCacheDir": "ip_cache"}]})
         self.expect(["add-cache", "p.kp", "vadd/src"], 0, "",
                     "kp: warning: [17-2004] The directory 'vadd/src' holds no IP cache\n")
         self.add("k.kp", "--layout", "kernel")
@@ -329,37 +329,69 @@ class KpTest(KpCase):
         self.expect(["add-cache", "k.kp", "caches"], 3, "",
                     "kp: error: 'k.kp' has the layout 'kernel', which has no IP caches\n")
 
-    def test_remove_and_merge_do_what_a_dry_run_tells(self):
+    def state(self):
+        found = {name: os.stat(name) for name in [".", *os.listdir(".")]}
+        return {name: (file.st_ino, file.st_size, file.st_mtime_ns, file.st_ctime_ns) for name, file in found.items()}
+
+    def expect_planned(self, *arguments):
+        """That a dry run changes nothing and tells what then is done to p.kp: the plan, and the lines before its files."""
         def members():
             return {info.filename: info.CRC for info in zipfile.ZipFile("p.kp").infolist()} if os.path.exists("p.kp") else {}
 
+        before, untouched = members(), self.state()
+        (status, out, err), lines = run(*arguments, "--dry-run", "--json"), run(*arguments, "--dry-run")[1].splitlines()
+        self.assertEqual((0, untouched), (status, self.state()))
+        self.assertEqual((0, "", err), run(*arguments))
+        after, plan = members(), json.loads(out)
+        changes = {"+": sorted(after.keys() - before.keys()), "-": sorted(before.keys() - after.keys()),
+                   "~": sorted(name for name in before if after.get(name, before[name]) != before[name])}
+        self.assertEqual([changes[mark] for mark in "+~-"], [plan[key] for key in ("added", "replaced", "removed")])
+        told = [mark + " " + name for mark in "+~-" for name in changes[mark]]
+        self.assertEqual(told, lines[-len(told):])
+        return plan, lines[:-len(told)]
+
+    def test_a_dry_run_tells_what_the_addition_does_and_changes_nothing(self):
+        os.makedirs("less/empty")
+        shutil.copy("vadd/ip/component.xml", "less")
+        other, third = self.derive("other"), self.derive("third")
+        for step in (["vadd/kernel.xml", "--ip", "vadd/ip", "--debug-dir", "vadd/src", "--layout", "repo"],
+                     [other, "--ip", "vadd/ip", "--cpu-source", "vadd/src/vadd.cpp"],
+                     ["--name", "VADD", "--update", "--pdi", "vadd/vadd.qmr", "--shim", "vadd/vadd.qmr"],
+                     ["vadd/kernel.xml", "--ip", "less", "--replace", "--sw-emu", "vadd/vadd.qmr", "--pdi", "vadd/vadd.qmr"]):
+            plan, lines = self.expect_planned("add", "p.kp", *step)
+            self.assertIn(plan["kernel"], json.loads(run("list", "p.kp", "--json")[1])["kernels"])
+            self.assertEqual([plan["kernel"]["name"]], [line.split()[0] for line in lines])
+        self.assertIn("ip_repo/example_kernels_vadd_1_0/empty/", plan["added"])
+
+        damaged = bytearray(Path("p.kp").read_bytes())
+        damaged[damaged.index(b"component.xml")] ^= 1  # in the member's own header
+        Path("damaged.kp").write_bytes(damaged)
+        for arguments in (["p.kp", "vadd/kernel.xml", "--ip", "vadd/ip"], ["p.kp", "none.xml", "--ip", "vadd/ip"],
+                          ["n.kp", other, "--cpu-source", "none.cpp"], ["none/p.kp", other, "--ip", "vadd/ip"],
+                          ["vadd", other, "--ip", "vadd/ip"], ["n.kp", other], ["damaged.kp", third, "--ip", "vadd/ip"],
+                          ["p.kp", other, "--ip", "vadd/ip", "--replace", "--layout", "kernel"]):
+            real, untouched = run("add", *arguments), self.state()
+            self.assertEqual((3, real, untouched), (real[0], run("add", *arguments, "--dry-run"), self.state()), arguments)
+        self.expect(["add", "p.kp", other, "--json"], 2, "", "kp: error: --json requires --dry-run\n")
+
+    def test_remove_and_merge_do_what_a_dry_run_tells(self):
         for name in "cab":
             self.expect(["add", name + ".kp", self.derive(name), "--ip", "vadd/ip", "--no-lint"], 0)
-        rows = [(["merge", "--output=p.kp", "c.kp", "a.kp", "b.kp", "--sort"], "abc", "abc"),
-                (["remove", "p.kp", "B", "a"], "ba", "c"), (["remove", "p.kp", "c"], "c", "")]
-        for arguments, named, left in rows:
-            before = members()
-            plan, lines = json.loads(run(*arguments, "--dry-run", "--json")[1]), run(*arguments, "--dry-run")[1].splitlines()
-            self.assertEqual(before, members())
-            self.expect(arguments, 0)
-            after = members()
-            self.assertEqual((named, sorted(after.keys() - before.keys()), sorted(before.keys() - after.keys())),
-                             ("".join(kernel["name"] for kernel in plan["kernels"]), plan["added"], plan["removed"]))
-            self.assertEqual(["kp.xml"] * bool(before), plan["replaced"])
-            self.assertEqual([f"{name}  hw_emu,hw  rtl" for name in named] + [
-                mark + " " + name for mark, key in zip("+~-", ("added", "replaced", "removed")) for name in plan[key]], lines)
+        for arguments, named, left in ((["merge", "--output=p.kp", "c.kp", "a.kp", "b.kp", "--sort"], "abc", "abc"),
+                                       (["remove", "p.kp", "B", "a"], "ba", "c"), (["remove", "p.kp", "c"], "c", "")):
+            plan, lines = self.expect_planned(*arguments)
+            self.assertEqual([*named], [kernel["name"] for kernel in plan["kernels"]])
+            self.assertEqual([f"{name}  hw_emu,hw  rtl" for name in named], lines)
             self.expect(["list", "p.kp"], 0, "".join(f"{name}  hw_emu,hw  rtl\n" for name in left))
             self.expect(["verify", "p.kp"], 0, "digest: valid\n")
-        self.assertEqual(["kp.xml"], [*after])
+        self.assertEqual(["kp.xml"], zipfile.ZipFile("p.kp").namelist())
 
         merge, refused = ["merge", "-o", "m.kp", "a.kp", "b.kp"], "kp: error: 'm.kp' is there already; a merge replaces no file\n"
         subprocess.run(["zip", "-q", "b.kp", "vadd/design.xml"], check=True)
-        unsealed = ("kp: error: The digest of 'b.kp' does not hold: the package was changed since it was sealed; "
-                    "'kp verify' tells more, and --reseal goes on and seals the package anew\n")
         left = "kp: warning: [17-1396] The integrity of the package 'b.kp' could not be verified\n" \
             "kp: warning: [17-2011] 'vadd/design.xml' in 'b.kp' belongs to no kernel and is left out\n"
         for arguments in merge, ["remove", "b.kp", "b"]:
-            self.expect(arguments, 3, "", unsealed)
+            self.expect(arguments, 3, "", UNSEALED.format("b.kp"))
         self.expect([*merge, "--reseal"], 0, "", left)
         self.expect(merge, 3, "", refused)
         self.expect(["verify", "m.kp"], 0, "digest: valid\n")
@@ -390,9 +422,6 @@ class KpTest(KpCase):
         self.assertEqual([True] * 3, [package == built[0] for package in built])
         self.expect(["verify", "./-j8/all.kp"], 0, "digest: valid\n")
         self.assertEqual(sorted(names), [line.split()[0] for line in run("list", "./-j8/all.kp")[1].splitlines()])
-        self.expect(["remove", "./-j8/all.kp", *names[1:]], 0)
-        self.expect(["merge", "-o", "again.kp", "--sort", *(f"./-j1/{name}.kp" for name in names[1:]), "./-j8/all.kp"], 0)
-        self.assertTrue(Path("again.kp").read_bytes() == built[0])
 
     def test_kernel_show_edit_and_report(self):
         document = ElementTree.parse("vadd/kernel.xml")
@@ -400,10 +429,17 @@ class KpTest(KpCase):
         kernel.set("hash", "h")
         kernel.find("args/arg").attrib |= dict(memSize="m", origName="n", origUse="u")
         document.write("k.xml")
-        self.expect(["kernel", "edit", "k.xml", "-o", "a/b", "--compile-options=-g", "--compile-options", "-O3",
-                     "--debug", "true", "--profile-type", "stall", "--report", "vadd/design.xml"], 0)
+        self.expect(["kernel", "edit", "--compile-options=-g", "--compile-options", "-O3", "k.xml", "-o", "a/b", "--debug", "true",
+                     "--profile-type", "stall", "--report", "vadd/design.xml"], 0)
         kernel.attrib |= dict(compileOptions="-g -O3", debug="true", profileType="stall")
         shown = json.loads(run("kernel", "show", "a/b/kernel.xml", "--json")[1])
+
+        def values(desc, indent):
+            return [f"{indent}{key}: {value if isinstance(value, str) else json.dumps(value)}" for key, value in desc.items()
+                    if value != "" and not isinstance(value, list)]
+
+        lines = [line for title, key in (("argument", "args"), ("port", "ports")) for each in shown[key] for line in (title, *values(each, "  "))]
+        self.expect(["kernel", "show", "a/b/kernel.xml"], 0, "\n".join([*values(shown, ""), *lines, ""]))
         for one, given in zip([*kernel.findall("args/arg"), *kernel.findall("ports/port")],
                               shown.pop("args") + shown.pop("ports"), strict=True):
             self.assertEqual(one.attrib, {name: str(value) for name, value in given.items() if value != ""})
@@ -423,7 +459,7 @@ class KpTest(KpCase):
     def test_kernel_new(self):
         vadd = ["kernel", "new", "vadd/ip", "--prototype", "void vadd(const uint *a, const uint *b, uint *out, uint length)"]
         known = ["--connect", "a=m_read", "--connect=b=m_read", "--connect", "out=m_write"]
-        like_example = [*vadd, *known, "--protocol", "start_done", "--interrupt", "false"]
+        like_example = [*vadd[:2], *known, *vadd[2:], "--protocol", "start_done", "--interrupt", "false"]
         self.expect([*like_example, "-o", "-"], 0, Path("vadd/kernel.xml").read_text())
         self.expect([*like_example, "-o", "new.xml"], 0)
         self.expect_same("new.xml", "vadd/kernel.xml")
@@ -457,9 +493,8 @@ class KpTest(KpCase):
     def test_customize(self):
         self.add("p.kp")
         for shell in ([], ["--tcl-shell", "tclsh8.6"]):
-            command = ["customize", "p.kp", "VADD", "--name", "wide", "-o", "./out.kp"]
-            host = ["--host-script", EXAMPLES + "/host/host.tcl", "--board", "brook:heron:part0:1.2"]
-            self.expect([*command, *host, "--param", "SUM_FIFO_DEPTH= 64 ", *shell], 0)
+            host = ["--board", "brook:heron:part0:1.2", "--param", "SUM_FIFO_DEPTH= 64 ", "--host-script", EXAMPLES + "/host/host.tcl"]
+            self.expect(["customize", *host, "p.kp", "VADD", "--name", "wide", "-o", "./out.kp", *shell], 0)
             self.expect(["verify", "out.kp"], 0, "digest: valid\n")
             self.expect(["list", "out.kp"], 0, "wide  hw_emu,hw  rtl\n")
             self.assertIn('name="SUM_FIFO_DEPTH" value=" 64 "', run("cat", "out.kp", "wide/ip.qmr")[1])
@@ -548,6 +583,7 @@ class KpTest(KpCase):
         host = ["--board=b", "--host-script", EXAMPLES + "/host/host.tcl"]
         subprocess.run(["zip", "-q", "z.kp", "vadd/kernel.xml"], check=True)
         before = Path("p.kp").read_bytes()
+        Path("cut.kp").write_bytes(before[:100])
         below = "value '-1' is below the minimum in attribute 'dataWidth' of element 'port'"
         gone = "The specified KP container does not exist: 'gone.kp'"
         rows = [
@@ -573,6 +609,12 @@ class KpTest(KpCase):
                f"Kernel '{kernel}' cannot be customized: '{package}' holds no packaged IP of it in 'ip_repo'")
               for package, kernel in (("p.kp", "twin"), ("k.kp", "vadd"))],
             (["kernel", "show", "bad.xml"], "[17-132] bad.xml:3: " + below),
+            *[(["kernel", "show", path], f"[17-132] {path}:1: not well-formed (invalid token)") for path in ("z.kp", "cut.kp")],
+            (["add", "p.kp", "--update", "--name=x", "--pdi", "vadd/vadd.qmr"], "Kernel 'x' is not in 'p.kp'; to add it, give its KERNEL.XML"),
+            (["list", "--", "--name="], "The specified KP container does not exist: '--name='"),
+            *[([*customize, "p.kp", "vadd", "--param", param], f"--param: expected NAME=VALUE, found '{param}'") for param in ("n", "=n")],
+            ([*customize, "p.kp", "vadd", "--board=b"], "Failed to customize RTL kernel IP. Exception: invalid command name \"create_project\"; "
+             "give a script or a shell that knows the host's commands with --host-script or --tcl-shell"),
             (["add", "p.kp", self.derive("other"), "--layout", "kernel", "--ip", "vadd/ip", "--no-lint"],
              "'p.kp' has the layout 'repo'; a kernel cannot be added in the layout 'kernel'"),
         ]
@@ -580,7 +622,9 @@ class KpTest(KpCase):
             self.expect(arguments, 3, "", f"kp: error: {text}\n")
             self.assertEqual(before, Path("p.kp").read_bytes(), arguments)
         self.assertFalse(os.path.exists("o.kp"))
-        for wrong in (["list"], ["extract", "p.kp", "-d", ""], ["customize", "p.kp", "vadd", "--name=n", "-o", ""],
+        for more in (["--update"], ["--name=x"], ["--update", "--replace", "--name=x"]):
+            self.expect(["add", "p.kp", *more], 2, "", "kp: error: KERNEL.XML (it may be left out with --update --name) is required\n")
+        for wrong in (["extract", "p.kp", "-d", ""], ["customize", "p.kp", "vadd", "--name=n", "-o", ""],
                       ["kernel", "edit", "vadd/kernel.xml", "-o", ""], ["validate", "p.kp", "--target", "fpga"], ["list", "p.kp", "--bogus"],
                       ["add", "p.kp", "vadd/kernel.xml", "--project=", "--ip=no"]):
             status, out, err = run(*wrong)
