@@ -13,12 +13,6 @@
 namespace kfab::kernel {
 namespace {
 
-std::string withoutLineEnd(std::string text) {
-    while (text.ends_with('\n'))
-        text.pop_back();
-    return text;
-}
-
 /// The path of the first entry of the name below the directory, depth first; empty when there is none.
 std::string findBelow(const std::string& directory, const std::string& name) {
     HUTInterrupt::check();
@@ -45,7 +39,7 @@ bool FileExplorer::addKernelRootDir(const std::string& kernelName, const std::st
     try {
         description.parse();
     } catch (const std::exception& failure) {
-        std::cout << "Failed to parse RTL kernel file. Exception: " + withoutLineEnd(failure.what()) + "\n";
+        std::cout << std::string("Failed to parse RTL kernel file. Exception: ") + failure.what() + "\n";
         return false;
     }
     KernelDesc& desc = kernels_[kernelName];

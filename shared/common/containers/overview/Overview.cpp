@@ -138,8 +138,6 @@ Kernel kernelOf(const lint::PackageFacts& package, std::size_t place, Depth dept
         throw;
     } catch (const std::exception& unreadable) {
         kernel.problem = unreadable.what();
-        while (kernel.problem.ends_with('\n'))
-            kernel.problem.pop_back();
     }
     return kernel;
 }
