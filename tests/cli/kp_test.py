@@ -557,6 +557,11 @@ class KpTest(KpCase):
             self.expect(["customize", "p.kp", "vadd", "--name=n", "-o", "./o.kp", "--host-script",
                          EXAMPLES + "/host/host.tcl", "--param", param + "=1"], 0, "", said)
             os.remove("o.kp")
+        os.remove("vadd/ip/component.xml")
+        self.add("p.kp", "--replace", "-q")
+        self.expect(["customize", "p.kp", "vadd", "--name=n", "-o", "./o.kp", "--host-script", EXAMPLES + "/host/host.tcl", "--param", "ANY=1"],
+                    3, "", "kp: error: Failed to customize RTL kernel IP block. Exception: there is no IP definition "
+                    "'example:kernels:vadd:1.0'; there are: \n")
 
     def test_host_scripts_that_change_the_directory_lead_no_path_elsewhere(self):
         self.add("p.kp")
