@@ -53,7 +53,7 @@ std::optional<answer> take_answer(std::string& received) {
     const std::string_view result = std::string_view(received).substr(line_end + 1);
     if (result.size() < size) return std::nullopt;
     taken.result = result.substr(0, size);
-    received.clear();  // there is one answer to a request
+    received.erase(0, line_end + 1 + size);
     return taken;
 }
 
@@ -117,17 +117,18 @@ public:
 
     /// None when the shell has ended.
     std::optional<answer> ask(const std::string& script) {
-        const std::string request = std::to_string(script.size()) + "\n" + script;
-        std::string_view unsent = request;
-        for (;;) {
-            HUTInterrupt::check();
-            if (auto answer = take_answer(received_)) return answer;
+        HUTInterrupt::check();
+        unsent_ += std::to_string(script.size()) + "\n" + script;
+        for (++unanswered_;; HUTInterrupt::check()) {
+            // Those who asked before may have been called off while they waited.
+            while (auto answer = take_answer(received_))
+                if (--unanswered_ == 0) return answer;
             // Asked before reading, so that the last words of a dying shell are read.
             const bool has_ended = process_.has_ended();
-            send(unsent);
+            send();
             if (receive()) continue;
             if (has_ended || is_closed_) return std::nullopt;
-            wait_for_shell(!unsent.empty());
+            wait_for_shell();
         }
     }
 
@@ -137,9 +138,9 @@ public:
     }
 
 private:
-    void send(std::string_view& unsent) {
-        const ssize_t sent = ::write(requests_.writing.number(), unsent.data(), unsent.size());
-        if (sent > 0) unsent.remove_prefix(static_cast<std::size_t>(sent));
+    void send() {
+        const ssize_t sent = ::write(requests_.writing.number(), unsent_.data(), unsent_.size());
+        if (sent > 0) unsent_.erase(0, static_cast<std::size_t>(sent));
     }
 
     /// Returns whether anything arrived.
@@ -152,16 +153,18 @@ private:
     }
 
     /// The end of the shell is no event of a pipe when a child of its own still holds that; hence the limit.
-    void wait_for_shell(bool may_send) {
+    void wait_for_shell() {
         constexpr int milliseconds = 20;
         pollfd events[] = {{results_.reading.number(), POLLIN, 0}, {requests_.writing.number(), POLLOUT, 0}};
-        ::poll(events, may_send ? 2 : 1, milliseconds);
+        ::poll(events, unsent_.empty() ? 1 : 2, milliseconds);
     }
 
     pipe_ends requests_;
     pipe_ends results_;
     child_process process_;
+    std::string unsent_;
     std::string received_;
+    int unanswered_ = 0;
     bool is_closed_ = false;
 };
 

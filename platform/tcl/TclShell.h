@@ -23,7 +23,8 @@ public:
     ~tcl_shell() override;
 
     /// Waits for the shell as long as that lives. Throws HEXError that tells how the shell ended when it did,
-    /// now or before, HEXInterrupted when work is called off.
+    /// now or before, HEXInterrupted when work is called off; the script then goes on in the shell, whose
+    /// answer to it is dropped.
     std::string evaluate(const std::string& script) override;
 
 private:
