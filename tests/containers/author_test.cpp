@@ -102,22 +102,19 @@ TEST(KernelAuthor, MakesTheDescriptionOfTheExample) {
 
 TEST(KernelAuthor, PlacesArguments) {
     const std::tuple<std::string, std::string, std::string> cases[] = {
-        // Arguments, registers, result.
         {"void", "", ""},
-        {"uint n", "n@20", "n 0 s 0x4 0x20 uint; "},
+        {"uint n", "n@20/31", "n 0 s 0x4 0x20 uint; "},
         {"__global const uint *restrict a, __constant float4 *c", "a_low@10 a_high@14 c_1@1C c_2@20",
          "a 1 m 0x8 0x10 uint*; c 2 m 0x8 0x1C float4*; "},
         {"int *a", "a@18/64", "a 1 m 0x8 0x18 int*; "},
-        {"int a[4][2], void *const *volatile p", "a_LO@10 a_HI@14 p[0]@18 p[1]@1C",
-         "a 1 m 0x8 0x10 int*; p 1 m 0x8 0x18 void**; "},
+        {"int a[4][2], void *const *volatile p", "a_LO@10 a_HI@14 a_ctl@18 p[0]@1C p[1]@20",
+         "a 1 m 0x8 0x10 int*; p 1 m 0x8 0x1C void**; "},
         {"unsigned long int n, char c", "c@10 n_0@14 n_1@18",
          "n 0 s 0x8 0x14 unsigned long int; c 0 s 0x1 0x10 char; "},
         {"int a, int a_1", "a_1@10", "a 0 s 0x4 0x14 int; a_1 0 s 0x4 0x10 int; a@20 "},
-        {"int *p, int n", "n@10", "p 1 m 0x8 0x18 int*; n 0 s 0x4 0x10 int; p@24 "},
         {"char c, half h, float3 v, double d, uint8_t b", "",
          "c 0 s 0x1 0x10 char; h 0 s 0x2 0x14 half; v 0 s 0x10 0x20 float3; d 0 s 0x8 0x30 double; b 0 s 0x1 "
-         "0x38 "
-         "uint8_t; c@16 h@20 v@32 d@48 b@56 "},
+         "0x38 uint8_t; c@16 h@20 v@32 d@48 b@56 "},
         {"short s1, uint *in, struct p *q", "ctrl@0",
          "s1 0 s 0x2 0x10 short; in 1 in 0x8 0x0 uint*; q 1 m 0x8 0x18 struct p*; s1@16 q@24 "},
     };
@@ -128,26 +125,28 @@ TEST(KernelAuthor, PlacesArguments) {
 }
 
 TEST(KernelAuthor, TakesWhatTheRequestGives) {
-    KernelRequest request = requestFor("foo_t a, int b, int c, foo_t in, const int *p");
-    request.sizes = {{"a", 6}, {"in", 3}};
-    request.offsets = {{"b", 0x14}, {"c", 0x40}};
+    KernelRequest request = requestFor("struct foo a, local int b, int c, foo_t in, const int *p");
+    request.sizes = {{"a", 6}, {"in", 0xFFFFFFFF}, {"p", 8}};
+    request.offsets = {{"b", 0x58}, {"c", 0x7C}};
     request.ports = {{"p", "m"}};
-    EXPECT_EQ(
-        argumentsOf(componentOf({slave, master, stream}, "b@60"), request),
-        "a 0 s 0x6 0x6C foo_t; b 0 s 0x4 0x14 int; c 0 s 0x4 0x40 int; in 0 in 0x3 0x0 foo_t; p 1 m 0x8 0x78 "
-        "int*; a@108 p@120 ");
-    const Bus other{"t", "<slave/>", slave.signals};
+    EXPECT_EQ(argumentsOf(componentOf({slave, master, stream}, "b@50"), request),
+              "a 0 s 0x6 0x60 struct foo; b 0 s 0x4 0x58 int; c 0 s 0x4 0x7C int; in 0 in 0xFFFFFFFF 0x0 "
+              "foo_t; p 1 m 0x8 0x68 int*; a@96 p@104 ");
+    const Bus other{"t", "<slave/>", "AWADDR=11 ARADDR=11 WDATA=4095 RDATA=4095"};
+    const Bus wide{"w", "<master/>", "AWADDR=63 ARADDR=63 WDATA=7 RDATA=7"};
     request = requestFor("int *p, int n");
-    request.ports = {{"n", "t"}};
-    const author::NewKernel made = describeKernel(componentOf({slave, master, other}, "", "'h100"), request);
+    request.ports = {{"n", "t"}, {"p", "m"}};
+    const author::NewKernel made =
+        describeKernel(componentOf({slave, master, other, wide}, "", "'h40"), request);
     EXPECT_EQ(argumentsOf(made), "p 1 m 0x8 0x10 int*; n 0 t 0x4 0x18 int; p@16 n@24 ");
     std::string ports;
     for (const KernelXML::Port& port : made.description.kernel->ports.port)
         ports += port.name.get() + " " + port.mode.get() + " " + port.range.get() + " " +
                  std::to_string(port.dataWidth.get()) + "; ";
-    EXPECT_EQ(ports, "s slave 0x180 32; m master 0xFFFFFFFF 512; t slave 0x1000 32; ");
-    EXPECT_EQ(argumentsOf(componentOf({slave}, "n@10", "'h100"), requestFor("int n")),
-              "n 0 s 0x4 0x110 int; ");
+    EXPECT_EQ(
+        ports,
+        "s slave 0xC0 32; m master 0xFFFFFFFF 512; t slave 0x1000 4096; w master 0xFFFFFFFFFFFFFFFF 8; ");
+    EXPECT_EQ(argumentsOf(componentOf({slave}, "n@10", "'h10"), requestFor("int n")), "n 0 s 0x4 0x20 int; ");
 }
 
 TEST(KernelAuthor, PointsAtWhatIsWrongInPrototypes) {
@@ -165,12 +164,14 @@ TEST(KernelAuthor, PointsAtWhatIsWrongInPrototypes) {
         {"void k(int a, float a)", "column 15: there are two arguments 'a'"},
         {"void k(void a)", "column 8: 'a' has the type 'void'"},
         {"void k(local int *a)", "column 8: 'a' points to 'local' memory, which no port leads to"},
-        {"void k(int a) {}", "column 15: the prototype must end here, but '{' is found"},
+        {"extern void k(int a) {}", "column 22: the prototype must end here, but '{' is found"},
         {"/* k", "column 1: the comment does not end"},
         {"extern \"D\" void k()", "column 9: \"C\" is expected, but 'D' is found"},
         {"void k(int a,\n       foo_t b) // two",
          "line 2, column 8: the size of 'foo_t', the type of 'b', is not known"},
-        {"extern \"C\" __kernel __attribute__((reqd(1, 1))) void k(/* no */);", "nothing thrown"},
+        {"extern \"C\" __kernel __attribute__((x(1, 1))) void __attribute__((x)) k(/*/ no */ int a /**/ "
+         "__attribute__((x))) __attribute__((x)); /* end */",
+         "nothing thrown"},
     };
     for (const auto& [prototype, expected] : cases) {
         KernelRequest request;
@@ -181,36 +182,34 @@ TEST(KernelAuthor, PointsAtWhatIsWrongInPrototypes) {
 }
 
 TEST(KernelAuthor, RefusesWhatTheIpDoesNotHaveOrTell) {
-    const auto with = [](const std::string& arguments, auto member, const std::string& name, auto value) {
+    const auto with = [](const std::string& arguments, auto change) {
         KernelRequest request = requestFor(arguments);
-        if constexpr (std::is_same_v<decltype(member), std::string KernelRequest::*>)
-            request.*member = value;
-        else
-            (request.*member)[name] = value;
+        change(request);
         return request;
     };
     const Bus second{"m2", "<master/>", master.signals}, odd{"o", "<master/>", "AWADDR=31 WDATA=23"};
     const Bus named{"s-1", slave.mode, slave.signals}, mute{"q", "<slave/>", "AWADDR=7"};
-    const auto ports = &KernelRequest::ports;
-    const auto offsets = &KernelRequest::offsets;
     const std::tuple<ip::IpComponent, KernelRequest, std::string> cases[] = {
         {componentOf({slave}), requestFor("int *p"),
          "The argument 'p' is a pointer, but the IP has no memory-mapped master that it could go through"},
         {componentOf({slave, master, second}), requestFor("int *p"),
          "The argument 'p' may go through any of 'm', 'm2'"},
-        {componentOf({slave, master, second}), with("int *p", ports, "p", "s"),
+        {componentOf({slave, master, second}), with("int *p", [](auto& r) { r.ports["p"] = "s"; }),
          "The argument 'p' cannot go through 's', which is a slave, and it is a pointer; it could go through "
          "'m', 'm2'"},
-        {componentOf({slave}), with("int n", ports, "n", "x"),
+        {componentOf({slave}), with("int n", [](auto& r) { r.ports["n"] = "x"; }),
          "The argument 'n' cannot go through 'x', which is no memory-mapped interface or stream of the IP; "
-         "it could go "
-         "through 's'"},
-        {componentOf({slave}), with("int length", offsets, "lenght", 1),
+         "it could go through 's'"},
+        {componentOf({slave}), with("int length", [](auto& r) { r.offsets["lenght"] = 1; }),
          "The prototype has no argument 'lenght'; did you mean 'length'?"},
-        {componentOf({slave, stream}), with("int in", offsets, "in", 1),
+        {componentOf({slave, stream}), with("int in", [](auto& r) { r.offsets["in"] = 1; }),
          "The argument 'in' is a stream's and has no offset"},
-        {componentOf({slave, master}), with("int *p", &KernelRequest::sizes, "p", 4),
+        {componentOf({slave, master}), with("int *p", [](auto& r) { r.sizes["p"] = 4; }),
          "The argument 'p' is a pointer, which has 8 bytes"},
+        {componentOf({slave}), with("foo_t f", [](auto& r) { r.sizes["f"] = 0; }),
+         "The argument 'f' cannot have 0 bytes"},
+        {componentOf({slave}, "x@FFFFFFFFFFFFFFFF"), requestFor("int a"),
+         "Where the argument 'a' lies on 's' cannot be told: the register 'x' ends beyond 64 bits"},
         {componentOf({master}), requestFor("int n"),
          "The IP has no memory-mapped slave, where values and the addresses of pointers lie"},
         {componentOf({slave, {"t", "<slave/>", slave.signals}}), requestFor("int n"),
@@ -219,19 +218,18 @@ TEST(KernelAuthor, RefusesWhatTheIpDoesNotHaveOrTell) {
          "Where the argument 'n' lies on 's' cannot be told: its register 'n' has 4 bytes, and it has 8"},
         {componentOf({slave}, "x@W n@10"), requestFor("int a"),
          "Where the argument 'a' lies on 's' cannot be told: the offset of the register 'x' is not known: "
-         "''hW': it is "
-         "no integer"},
-        {componentOf({slave}), with("int n", offsets, "n", 0x7E),
+         "''hW': it is no integer"},
+        {componentOf({slave}), with("int n", [](auto& r) { r.offsets["n"] = 0x7E; }),
          "The argument 'n' of 4 bytes at 0x7E ends beyond the 0x80 bytes of 's'"},
-        {componentOf({slave}), with("int n", offsets, "n", ~0ull),
+        {componentOf({slave}), with("int n", [](auto& r) { r.offsets["n"] = ~0ull; }),
          "The argument 'n' of 4 bytes at 0xFFFFFFFFFFFFFFFF ends beyond the 0x80 bytes of 's'"},
         {componentOf({slave}, "z@7C"), requestFor("int n"),
          "The argument 'n' of 4 bytes at 0x80 ends beyond the 0x80 bytes of 's'"},
-        {componentOf({slave}, "n@10"), with("int n, int m", offsets, "m", 0x12),
+        {componentOf({slave}, "n@10"), with("int n, int m", [](auto& r) { r.offsets["m"] = 0x12; }),
          "The arguments 'n' at 0x10 and 'm' at 0x12 overlap"},
-        {componentOf({slave}, "n@8"), with("int n", &KernelRequest::protocol, "", "start_done"),
+        {componentOf({slave}, "n@8"), with("int n", [](auto& r) { r.protocol = "start_done"; }),
          "The argument 'n' at 0x8 lies in the registers of the protocol 'start_done', below 0x10"},
-        {componentOf({slave}), with("", &KernelRequest::name, "", "a b"),
+        {componentOf({slave}), with("", [](auto& r) { r.name = "a b"; }),
          "The kernel's name 'a b' is no C identifier"},
         {componentOf({named}), requestFor(""),
          "The name of the bus interface 's-1' is no C identifier, so no port can have it"},

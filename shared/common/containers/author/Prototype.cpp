@@ -179,8 +179,10 @@ private:
     std::vector<std::string_view> readWords(Parameter& parameter) {
         std::vector<std::string_view> words;
         memory_ = {};
-        for (; !token_.empty() && lettersAndDigits.find(token_.front()) != std::string_view::npos;
-             advance()) {
+        const auto isWord = [&] {
+            return !token_.empty() && lettersAndDigits.find(token_.front()) != std::string_view::npos;
+        };
+        for (; isWord() && !isOneOf(attribute, token_); advance()) {
             if (isOneOf(constantMemory, token_))
                 parameter.isConstant = true;
             else if (isOneOf(otherMemory, token_))

@@ -17,25 +17,28 @@ struct NamedSize {
     std::uint32_t bytes;
 };
 
-constexpr std::uint32_t pointerBytes = 8;
+// Those of the devices, whatever this program was compiled for.
+constexpr std::uint32_t one = sizeof(std::int8_t), two = sizeof(std::int16_t), four = sizeof(std::int32_t),
+                        eight = sizeof(std::int64_t);
 
 /// Integers that are spelled in several words, without "signed", "unsigned" and "int".
-constexpr NamedSize integers[] = {{"", 4}, {"char", 1}, {"short", 2}, {"long", 8}, {"long long", 8}};
+constexpr NamedSize integers[] = {
+    {"", four}, {"char", one}, {"short", two}, {"long", eight}, {"long long", eight}};
 
 /// Those of which OpenCL has vectors.
-constexpr NamedSize elements[] = {{"char", 1}, {"uchar", 1}, {"short", 2}, {"ushort", 2},
-                                  {"int", 4},  {"uint", 4},  {"long", 8},  {"ulong", 8},
-                                  {"half", 2}, {"float", 4}, {"double", 8}};
+constexpr NamedSize elements[] = {{"char", one}, {"uchar", one},  {"short", two},   {"ushort", two},
+                                  {"int", four}, {"uint", four},  {"long", eight},  {"ulong", eight},
+                                  {"half", two}, {"float", four}, {"double", eight}};
 
-constexpr NamedSize others[] = {
-    {"bool", 1},           {"_Bool", 1},         {"size_t", 8},         {"ssize_t", 8},
-    {"ptrdiff_t", 8},      {"intptr_t", 8},      {"uintptr_t", 8},      {"intmax_t", 8},
-    {"uintmax_t", 8},      {"int8_t", 1},        {"uint8_t", 1},        {"int16_t", 2},
-    {"uint16_t", 2},       {"int32_t", 4},       {"uint32_t", 4},       {"int64_t", 8},
-    {"uint64_t", 8},       {"int_least8_t", 1},  {"uint_least8_t", 1},  {"int_least16_t", 2},
-    {"uint_least16_t", 2}, {"int_least32_t", 4}, {"uint_least32_t", 4}, {"int_least64_t", 8},
-    {"uint_least64_t", 8},
-};
+constexpr NamedSize booleans[] = {{"bool", one}, {"_Bool", one}};
+
+/// Those of the size of a pointer.
+constexpr std::string_view wordSized[] = {"size_t",    "ssize_t",  "ptrdiff_t", "intptr_t",
+                                          "uintptr_t", "intmax_t", "uintmax_t"};
+
+/// Those whose name goes on with their size.
+constexpr std::string_view sized[] = {"int", "uint", "int_least", "uint_least"};
+constexpr NamedSize bits[] = {{"8_t", one}, {"16_t", two}, {"32_t", four}, {"64_t", eight}};
 
 struct VectorLength {
     std::string_view digits;
@@ -50,11 +53,20 @@ std::optional<std::uint32_t> find(const Sizes& sizes, std::string_view name) {
     return {};
 }
 
-std::optional<std::uint32_t> sizeOfVector(std::string_view type) {
+template <class Names>
+bool isOneOf(const Names& names, std::string_view name) {
+    return std::find(std::begin(names), std::end(names), name) != std::end(names);
+}
+
+/// Of a vector such as "float4", or of an integer such as "uint16_t".
+std::optional<std::uint32_t> sizeByDigits(std::string_view type) {
     const std::size_t digits = std::min(type.find_first_of("0123456789"), type.size());
-    const auto element = find(elements, type.substr(0, digits));
+    const std::string_view name = type.substr(0, digits), rest = type.substr(digits);
+    if (isOneOf(sized, name))
+        if (const auto size = find(bits, rest)) return size;
+    const auto element = find(elements, name);
     for (const VectorLength& length : vectorLengths)
-        if (element && length.digits == type.substr(digits)) return *element * length.elements;
+        if (element && length.digits == rest) return *element * length.elements;
     return {};
 }
 
@@ -66,15 +78,16 @@ std::optional<std::uint32_t> sizeOfInteger(std::vector<std::string> words) {
     std::string rest;
     for (const std::string& word : words)
         rest += (rest.empty() ? "" : " ") + word;
-    if (signs > 1 || ints > 1 || signs + ints + words.size() == 0 || (ints > 0 && rest == "char")) return {};
+    const bool isNothing = signs + ints == 0 && rest.empty();
+    if (isNothing || signs > 1 || ints > 1 || (ints > 0 && rest == "char")) return {};
     return find(integers, rest);
 }
 
 }  // namespace
 
 std::optional<std::uint32_t> sizeOfCType(std::string_view type) {
-    if (type.ends_with('*')) return pointerBytes;
-    for (const auto size : {find(elements, type), find(others, type), sizeOfVector(type)})
+    if (type.ends_with('*') || isOneOf(wordSized, type)) return eight;
+    for (const auto size : {find(elements, type), find(booleans, type), sizeByDigits(type)})
         if (size) return size;
     std::vector<std::string> words;
     boost::algorithm::split(words, type, boost::algorithm::is_any_of(" "),
