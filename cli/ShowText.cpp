@@ -24,17 +24,16 @@ void showPackage(TextPage& page, const Package& package) {
 
 void showKernels(TextPage& page, const std::vector<Kernel>& kernels) {
     page.heading(countText(kernels.size(), "kernel"));
-    constexpr int firstLeftOut = 9;
     std::vector<const Module*> tops;
     std::transform(kernels.begin(), kernels.end(), std::back_inserter(tops), topOf);
     const std::vector<ResourceKind> resources = takenResources(tops);
     std::vector<TableColumn> columns{{.title = "Name", .least = 14},
                                      {.title = "Flows", .rank = 3},
-                                     {.title = "IP", .least = 14, .rank = firstLeftOut - 2}};
+                                     {.title = "IP", .least = 14, .rank = 4}};
     for (std::size_t at = 0; at < resources.size(); ++at)
         columns.push_back({.title = resources[at].name,
                            .isNumber = true,
-                           .rank = at == 0 ? 2 : static_cast<int>(firstLeftOut + at)});
+                           .rank = at == 0 ? 2 : static_cast<int>(4 + at)});
     columns.push_back({.title = "Timing", .rank = 1});
     columns.push_back({.title = "Lint", .least = 8});
     TextTable table(columns);

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <string_view>
+#include <type_traits>
 
 #include <langinfo.h>
 #include <locale.h>
@@ -50,11 +52,9 @@ std::size_t outputWidth() {
 }
 
 bool isUtf8Locale() {
-    const locale_t locale = ::newlocale(LC_CTYPE_MASK, "", nullptr);
-    if (locale == nullptr) return false;
-    const bool isUtf8 = std::string_view(::nl_langinfo_l(CODESET, locale)) == "UTF-8";
-    ::freelocale(locale);
-    return isUtf8;
+    const std::unique_ptr<std::remove_pointer_t<locale_t>, void (*)(locale_t)> locale(
+        ::newlocale(LC_CTYPE_MASK, "", nullptr), ::freelocale);
+    return locale != nullptr && std::string_view(::nl_langinfo_l(CODESET, locale.get())) == "UTF-8";
 }
 
 }  // namespace cli
