@@ -41,9 +41,10 @@ Json describe(const NumberText& number) {
 
 /// A text of a report as the number that it is.
 Json figure(const std::string& text) {
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error == std::errc() && end == text.data() + text.size()) return number;
+    std::uint64_t number{};
+    const char* const whole = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), whole, number);
+    if (error == std::errc() && end == whole) return number;
     return textOrNull(text);
 }
 

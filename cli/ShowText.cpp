@@ -31,9 +31,8 @@ void showKernels(TextPage& page, const std::vector<Kernel>& kernels) {
                                      {.title = "Flows", .rank = 3},
                                      {.title = "IP", .least = 14, .rank = 4}};
     for (std::size_t at = 0; at < resources.size(); ++at)
-        columns.push_back({.title = resources[at].name,
-                           .isNumber = true,
-                           .rank = at == 0 ? 2 : static_cast<int>(4 + at)});
+        columns.push_back(
+            {.title = resources[at].name, .isNumber = true, .rank = at == 0 ? 2 : static_cast<int>(4 + at)});
     columns.push_back({.title = "Timing", .rank = 1});
     columns.push_back({.title = "Lint", .least = 8});
     TextTable table(columns);

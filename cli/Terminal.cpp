@@ -24,8 +24,9 @@ std::string_view variable(const char* name) {
 std::optional<std::size_t> statedWidth() {
     const std::string_view text = variable("COLUMNS");
     std::size_t width = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), width);
-    if (error != std::errc() || end != text.data() + text.size() || width == 0) return {};
+    const char* const whole = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), whole, width);
+    if (error != std::errc() || end != whole || width == 0) return {};
     return width;
 }
 

@@ -140,7 +140,6 @@ class KpTest(KpCase):
             for name in sorted(package.namelist()):
                 stored.writestr(name, package.read(name))
         self.expect(["diff", "a.kp", "stored.kp"], 0, "note: The digest of 'stored.kp' is missing\nverdict: same\n")
-        self.assertEqual([2, 2], [run("diff", *wrong)[0] for wrong in ([], ["a.kp"])])
 
     def test_info_and_files(self):
         self.add("p.kp", "--shim", "vadd/vadd.qmr", "--hls-dir", "vadd/src", "-q")
@@ -163,8 +162,6 @@ class KpTest(KpCase):
         self.assertEqual(2, report.count("=== Kernel Definition ==="))
         self.assertIn("\nShimSolnFile: vadd/shim_soln/vadd.qmr\n", report)
         self.assertIn(f"\nsourceFile: other/cpu_sources/{shown}\n", report)
-        kernels = json.loads(run("info", "p.kp", "--json")[1])["kernelDefs"]
-        self.assertEqual({"vadd", "other"}, {kernel["name"] for kernel in kernels})
 
     def test_no_command_shows_a_control_character_raw(self):
         name = "v\u009b2J"

@@ -79,7 +79,6 @@ class LintTest(KpCase):
 
     def test_sarif(self):
         self.assertEqual((0, "", []), self.sarif(*WHOLE))
-        self.assertEqual([], self.run["invocations"][0]["toolExecutionNotifications"])
         self.break_kernel(('offset="0x34"', 'offset="0x1000"'), ("false", "no"))
         for arguments in (WHOLE, [os.path.abspath("vadd/kernel.xml")], ["p.kp"]):
             if arguments == ["p.kp"]:
@@ -109,7 +108,6 @@ class LintTest(KpCase):
             self.assertEqual(len(text.splitlines()), len(self.sarif(*arguments)[2]))
             uris = [artifact["location"]["uri"] for artifact in self.run["artifacts"]]
             self.assertTrue(any(unquote_to_bytes(uri).endswith(odd[7:]) for uri in uris), uris)
-            self.assertEqual(len(text.splitlines()), len(json.loads(run("lint", *arguments, "--json")[1])["findings"]))
 
     def test_add_warns_of_errors_and_refuses_when_strict(self):
         self.break_kernel(('offset="0x34"', 'offset="0x1000"'), ("false", "no"))

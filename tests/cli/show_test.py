@@ -102,21 +102,10 @@ class ShowTest(KpCase):
 
         kernel = self.described("vadd.kp")["kernels"][0]
         self.assertEqual(os.path.getsize("vadd.kp"), self.described("vadd.kp")["package"]["size"])
-        description, report = kernel["description"], kernel["description"]["report"]
         self.assertEqual({"id": 3, "name": "length", "type": "uint", "passing": "value", "port": "s_control",
-                          "offset": 0x34, "size": 4, "hostOffset": 0, "hostSize": 4}, description["arguments"][3])
-        self.assertEqual([2**64 - 1, 32], [description["ports"][1][key] for key in ("range", "dataWidth")])
+                          "offset": 0x34, "size": 4, "hostOffset": 0, "hostSize": 4}, kernel["description"]["arguments"][3])
         self.assertEqual(["control", *["pointer", "gap"] * 3, "value", "gap"],
-                         [each["use"] for each in description["addressMaps"][0]["stretches"]])
-        self.assertEqual({"target": 4, "uncertainty": 0.5, "estimated": 2.92, "isMet": True}, {
-            key: round(value, 3) for key, value in report["modules"][0]["timing"].items()})
-        self.assertEqual({"cycles": "undef", "time": "undef"}, report["modules"][0]["latency"]["worst"])
-        self.assertEqual([(0, None), (1, "control_u"), (1, "reader_u"), (2, "requests_u")],
-                         [(each["level"], each["name"]) for each in report["instances"][:4]])
-        self.assertEqual({"part": "cpu-source", "name": "vadd/cpu_sources/vadd.cpp", "size": 319},
-                         {key: kernel["files"][0][key] for key in ("part", "name", "size")})
-        description["arguments"][3]["offset"] = -1
-        self.assertFalse(SCHEMA.is_valid({"package": None, "kernels": [kernel]}))
+                         [each["use"] for each in kernel["description"]["addressMaps"][0]["stretches"]])
 
     def test_a_little_of_everything(self):
         self.add_odd()

@@ -326,6 +326,7 @@ TEST(Lists, TakeTheirOwnValuesAndGrow) {
     markers.assign(2, markers.get(2));
     EXPECT_EQ(markers.size(), 3U);
     EXPECT_THROW(markers.get(3), std::out_of_range);
+    EXPECT_THROW(markers.remove(3), std::out_of_range);
     lmx60::List<Note> notes;
     EXPECT_THROW(notes.get(SIZE_MAX), std::length_error);
     EXPECT_FALSE(notes.get(1).lang.isPresent());

@@ -2,27 +2,23 @@
 
 namespace {
 
+constexpr struct {
+    JavaError kind;
+    const char* className;
+} classes[] = {
+    {JavaError::outOfMemory, "java/lang/OutOfMemoryError"},
+    {JavaError::inputOutput, "java/io/IOException"},
+    {JavaError::runTime, "java/lang/RuntimeException"},
+    {JavaError::indexOutOfBounds, "java/lang/IndexOutOfBoundsException"},
+    {JavaError::arithmetic, "java/lang/ArithmeticException"},
+    {JavaError::illegalArgument, "java/lang/IllegalArgumentException"},
+    {JavaError::nullPointer, "java/lang/NullPointerException"},
+    {JavaError::pureVirtualCall, "java/lang/RuntimeException"},
+};
+
 const char* classOf(JavaError kind) {
-    switch (kind) {
-        case JavaError::outOfMemory:
-            return "java/lang/OutOfMemoryError";
-        case JavaError::inputOutput:
-            return "java/io/IOException";
-        case JavaError::runTime:
-            return "java/lang/RuntimeException";
-        case JavaError::indexOutOfBounds:
-            return "java/lang/IndexOutOfBoundsException";
-        case JavaError::arithmetic:
-            return "java/lang/ArithmeticException";
-        case JavaError::illegalArgument:
-            return "java/lang/IllegalArgumentException";
-        case JavaError::nullPointer:
-            return "java/lang/NullPointerException";
-        case JavaError::pureVirtualCall:
-            return "java/lang/RuntimeException";
-        case JavaError::unknown:
-            break;
-    }
+    for (const auto& row : classes)
+        if (row.kind == kind) return row.className;
     return "java/lang/UnknownError";
 }
 
@@ -36,7 +32,6 @@ void raiseInJava(JNIEnv* environment, const char* className, const char* text) {
     environment->ExceptionClear();
     if (const jclass type = environment->FindClass(className)) {
         environment->ThrowNew(type, text);
-        environment->DeleteLocalRef(type);
     } else {
         environment->ExceptionClear();  // the failed search has left its own
     }
