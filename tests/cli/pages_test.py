@@ -134,8 +134,8 @@ class PagesTest(KpCase):
                 self.expect([*command.words, *(word for _, words in left for word in words)], 2, "", f"kp: error: {name} is required\n")
 
     def test_markdown_becomes_macros_and_a_handbook_that_lacks_something_is_refused(self):
-        pieces = {".a dot, a \\backslash and\n'quoted' `code`. A [link](a.md#b), [KERNEL] and a `mark":
-                  r"\&.a dot, a \ebackslash and 'quoted' \fBcode\fR\&. A link, [KERNEL] and a `mark",
+        pieces = {".a dot, a \\backslash and\n'quoted' `code`. A [link](a.md#b), [KERNEL], `` and a `mark":
+                  r"\&.a dot, a \ebackslash and 'quoted' \fBcode\fR\&. A link, [KERNEL], \fB\fR and a `mark",
                   "- one `code that\n  goes on`\n- two -x": ".IP \\(bu 2\none \\fBcode that goes on\\fR\n.IP \\(bu 2\ntwo \\-x",
                   "    block  -x\n        'more": ".PP\n.RS 4\n.EX\nblock  \\-x\n    'more\n.EE\n.RE",
                   "| A | B |\n|---|---|\n| `a-b` | c |": ".TP\n\\fBa\\-b\\fR\nc"}
@@ -190,6 +190,8 @@ class PagesTest(KpCase):
                 **os.environ, "HOME": self.directory, "PATH": f"{Path(KP).parent}:{os.environ['PATH']}"})
             self.assertEqual((expected + "\n", ""), (completed.stdout, completed.stderr), words)
         self.assertFalse(os.path.exists("hit"))
+        # What fish asks for: whether a name belongs there.
+        self.assertEqual([(0, "vadd\n", ""), (1, "", "")], [run("__complete", "files", *words) for words in (["p q.kp", ""], [""])])
 
     def test_zsh_is_told_every_subcommand_option_and_value(self):
         functions = [ZSH_NAMES]

@@ -7,7 +7,6 @@ import re
 import shutil
 import signal
 import subprocess
-import time
 import unittest
 from pathlib import Path
 
@@ -82,9 +81,8 @@ class TerminalTest(KpCase):
             self.addCleanup(work.process.kill)
             screen = work.read_until(shown)
             work.process.send_signal(number)
-            sent = time.monotonic()
+            work.process.wait(10)  # though nobody reads the answer
             status, out, rest = work.finish()
-            self.assertLess(time.monotonic() - sent, 10, arguments)
             self.assertEqual((128 + number, arguments[0] == "cat"), (status, out != ""), arguments)
             self.assertTrue((screen + rest).endswith(end), (arguments, screen + rest))
             lock.seek(0)
