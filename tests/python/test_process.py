@@ -14,6 +14,7 @@ import sys
 import threading
 import time
 from collections.abc import Callable, Iterator
+from concurrent.futures import ThreadPoolExecutor, wait
 from pathlib import Path
 from typing import Any
 
@@ -107,19 +108,7 @@ time.sleep(0.2)
 def test_threads_work_at_once(package: Package) -> None:
     names = [f"k{number}" for number in range(12)]
     descriptions = [derived(name) for name in names]
-    failures: list[BaseException] = []
     stop = threading.Event()
-
-    def guarded(work: object, *arguments: object) -> threading.Thread:
-        def run() -> None:
-            try:
-                assert callable(work)
-                work(*arguments)
-            except BaseException as failure:
-                failures.append(failure)
-        thread = threading.Thread(target=run)
-        thread.start()
-        return thread
 
     def add_to(target: Package, some: list[str]) -> None:
         for description in some:
@@ -134,15 +123,14 @@ def test_threads_work_at_once(package: Package) -> None:
             seen = len(present)
 
     other = Package("other.kp")
-    adders = [guarded(add_to, package, descriptions[::2]), guarded(add_to, package, descriptions[1::2]),
-              guarded(add_to, other, descriptions)]
-    readers = [guarded(read), guarded(read)]
-    for thread in adders:
-        thread.join()
-    stop.set()
-    for thread in readers:
-        thread.join()
-    assert not failures, failures
+    with ThreadPoolExecutor(5) as threads:
+        adders = [threads.submit(add_to, target, some) for target, some in (
+            (package, descriptions[::2]), (package, descriptions[1::2]), (other, descriptions))]
+        readers = [threads.submit(read) for _ in range(2)]
+        wait(adders)
+        stop.set()
+        for work in [*adders, *readers]:
+            work.result()
     assert sorted(package.names()) == sorted(["vadd", *names]) and other.names() == names
 
 
