@@ -20,7 +20,6 @@
 
 #include <boost/filesystem.hpp>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace fs = boost::filesystem;
 

@@ -1,4 +1,3 @@
-#include "platform/base/HUTInterrupt.h"
 #include "platform/files/DirectoryTree.h"
 #include "platform/files/DisplayText.h"
 #include "platform/files/HUTFile.h"
@@ -11,7 +10,6 @@
 
 #include <boost/filesystem.hpp>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -157,21 +155,15 @@ TEST_F(Files, ADocumentIsReplacedAsAWholeOrNotAtAllWhateverFails) {
     int failures = 0;
     for (const std::string name : {"old", "new"}) {
         const std::string left = "." + name + ".kp-0123456789ab";  // by a process that was killed
-        for (int n = 1, calls = 0; calls + 1 >= n; ++n) {
+        std::string failed;
+        const auto fail = [&](std::string_view call) { return failed = call, EIO; };
+        atEachCall(fail, [&](const auto& disaster) {
             HUTFile::writeFile(at("real/old"), "old");
             fs::remove(at("real/new"));
             write("real/" + left);
-            calls = 0;
-            std::string failed;
-            bool isDone = false;
-            {
-                const disk::DiskFaults faults([&](std::string_view call, const std::string&) {
-                    if (++calls != n) return 0;
-                    failed = call;
-                    return EIO;
-                });
-                isDone = failureOf([&] { HUTFile::writeFile(at(name), "new"); }) == "nothing thrown";
-            }
+            std::optional<disk::DiskFaults> faults(disaster);
+            const bool isDone = failureOf([&] { HUTFile::writeFile(at(name), "new"); }) == "nothing thrown";
+            faults.reset();
             failures += !isDone;
             const std::string held = isDone ? "new" : name == "old" ? "old" : "";
             EXPECT_EQ(fs::exists(at(name)) ? TemporaryDirectory::read(at(name)) : "", held) << failed;
@@ -179,7 +171,7 @@ TEST_F(Files, ADocumentIsReplacedAsAWholeOrNotAtAllWhateverFails) {
                 EXPECT_TRUE(file == "old" || file == "new" || file == left) << file << " after " << failed;
             HUTFile::writeFile(at(name), "next");
             EXPECT_EQ(directory.files("real").size(), name == "old" ? 1U : 2U) << failed;
-        }
+        });
     }
     EXPECT_GT(failures, 15);
     EXPECT_EQ(rightsOf("real/old"), rights);

@@ -96,14 +96,11 @@ TEST_F(ZipEdit, RefusalsNameTheMemberAndChangeNothing) {
     for (const auto& [operation, text] : refused)
         EXPECT_EQ(failureOf([&, &operation = operation] { edit(operation); }), text);
     const std::pair<std::string, std::string> unfit[] = {
-        {"a\\b", "it contains a backslash"},
-        {"/etc/x", "it is an absolute path"},
         {"", "it is empty"},
         {"a//b", "a component of it is empty"},
         {"./a", "a component of it is '.'"},
         {"a/.", "a component of it is '.'"},
         {"k/" + std::string(256, 'n'), "a component of it is longer than 255 bytes"},
-        {"k/" + std::string(4094, 'n'), "its name is longer than a path can be"},
     };
     for (const auto& [name, reason] : unfit)
         EXPECT_EQ(failureOf([&, &name = name] { ArchiveEdit(archive).addBytes(name, ""); }),

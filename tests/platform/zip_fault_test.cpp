@@ -1,4 +1,3 @@
-#include "platform/base/HUTInterrupt.h"
 #include "tests/platform/ZipTest.h"
 
 using testing::ElementsAre;
@@ -37,26 +36,16 @@ protected:
 
 TEST_F(ZipFault, WorkThatIsCalledOffLeavesTheOldArchiveOrTheWholeNewOne) {
     int calledOff = 0;
-    for (int n = 1, calls = 0; calls + 1 >= n; ++n) {
+    atEachCall(callOff, [&](const auto& disaster) {
         HUTFile::writeFile(archive, old);
-        calls = 0;
-        bool isWhole = true;
-        {
-            const disk::DiskFaults faults([&](std::string_view, const std::string&) {
-                if (++calls == n) HUTInterrupt::request();
-                return 0;
-            });
-            try {
-                change();
-            } catch (const HEXInterrupted&) {
-                isWhole = false;
-                ++calledOff;
-            }
-            HUTInterrupt::clear();
-        }
-        EXPECT_EQ(bytesOfArchive(), isWhole ? changed : old) << n;
-        EXPECT_THAT(filesBeside(), ElementsAre("a.kp")) << n;
-    }
+        std::optional<disk::DiskFaults> faults(disaster);
+        const bool isWhole = ::failureOf<HEXInterrupted>([&] { change(); }) == "nothing thrown";
+        HUTInterrupt::clear();
+        faults.reset();
+        calledOff += isWhole ? 0 : 1;
+        EXPECT_EQ(bytesOfArchive(), isWhole ? changed : old) << calledOff;
+        EXPECT_THAT(filesBeside(), ElementsAre("a.kp")) << calledOff;
+    });
     EXPECT_GT(calledOff, 10);
 }
 

@@ -1,6 +1,5 @@
 // Several threads at one archive: the same results, failures and remains as with one.
 
-#include "platform/base/HUTInterrupt.h"
 #include "platform/base/OrderedWork.h"
 #include "platform/zip/ArchiveExtraction.h"
 #include "tests/platform/ZipTest.h"
@@ -144,7 +143,7 @@ TEST_F(ZipJobs, WhateverCallFailsAllIsOldOrNew) {
     pack(1);
     const std::string changed = bytesOfArchive();
     const std::function<int()> disasters[] = {[] { return EIO; }, [] { return throw std::bad_alloc(), 0; },
-                                              [] { return HUTInterrupt::request(), 0; }};
+                                              [] { return callOff(""); }};
     for (const auto& disaster : disasters) {
         int failures = 0;
         bool isReached = true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/base/HUTInterrupt.h"
 #include "platform/files/Disk.h"
 
 #include <cerrno>
@@ -11,9 +12,24 @@ inline disk::DiskFaults::Decide interruptions() {
     return [n = 0](std::string_view, const std::string&) mutable { return ++n % 2 == 1 ? EINTR : 0; };
 }
 
+/// Calls the work off, and lets the call be.
+inline int callOff(std::string_view) {
+    HUTInterrupt::request();
+    return 0;
+}
+
 /// Lets every call of this name fail.
 inline disk::DiskFaults::Decide always(std::string_view failing, int error) {
     return [=](std::string_view call, const std::string&) { return call == failing ? error : 0; };
+}
+
+/// Tries with a disaster at the first call on the disk, then at the second, up to the last one that is made.
+inline void atEachCall(const std::function<int(std::string_view)>& disaster,
+                       const std::function<void(const disk::DiskFaults::Decide&)>& attempt) {
+    for (int n = 1, calls = 0; calls + 1 >= n; ++n) {
+        calls = 0;
+        attempt([&](std::string_view call, const std::string&) { return ++calls == n ? disaster(call) : 0; });
+    }
 }
 
 /// Acts when a call of this name is made first, which fails with the result if that is not 0.
