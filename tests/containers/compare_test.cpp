@@ -1,12 +1,5 @@
 #include "containers/compare/Comparison.h"
-#include "platform/base/Exceptions.h"
-#include "tests/support/Failure.h"
-#include "tests/support/Packages.h"
-
-#include <filesystem>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "tests/containers/PackageTest.h"
 
 namespace {
 
@@ -76,6 +69,8 @@ private:
     TemporaryDirectory directory_;
 };
 
+using Compare = PackageTest;
+
 /// The lines of the example before and after edits of its inputs and of what is added; then the verdict.
 Texts changed(const std::vector<Edit>& edits, const std::function<void(KernelAddition&)>& change = {}) {
     Inputs inputs;
@@ -98,17 +93,13 @@ Edit xml(const std::string& piece, const std::string& other) {
     return {"kernel.xml", piece, other};
 }
 
-TEST(Compare, TellsEachKindOfDifference) {
+TEST_F(Compare, TellsEachKindOfDifference) {
     const std::string length = "id=\"3\" port=\"s_control\" size=\"0x4\"";
     const std::string b =
         R"(<arg name="b" addressQualifier="1" id="1" port="m_read" size="0x8" offset="0x1C" hostOffset="0x0" hostSize="0x8" type="uint*"/>)";
     const std::string source = "ip_repo/example_kernels_vadd_1_0/hdl/vadd.v";
-    struct Row {
-        std::vector<Edit> edits;
-        Texts lines;
-    };
     // clang-format off
-    const Row rows[] = {
+    const std::pair<std::vector<Edit>, Texts> rows[] = {
         {{}, {"same"}},
         {{xml("offset=\"0x34\"", "offset=\"0x38\"")}, {"breaking: argument 'length': offset 0x34 -> 0x38", "major"}},
         {{xml("offset=\"0x34\"", "offset=\"52\"")}, {"inside: argument 'length': offset 0x34 -> 52", "patch"}},
@@ -162,18 +153,17 @@ TEST(Compare, TellsEachKindOfDifference) {
         {{{"debug/trace.txt", "old", "older"}}, {"inside: file 'vadd/debug/trace.txt': size 3 -> 5", "patch"}},
     };
     // clang-format on
-    for (const Row& row : rows) {
-        Texts lines = changed(row.edits);
+    for (const auto& [edits, expected] : rows) {
+        Texts lines = changed(edits);
         for (std::string& line : lines)  // of inputs that may change
             if (const std::size_t at = line.find(": checksum 0x"); at != std::string::npos)
                 line.resize(at + std::string_view(": checksum").size());
-        EXPECT_THAT(lines, ElementsAreArray(row.lines)) << (row.edits.empty() ? "" : row.edits.front().other);
+        EXPECT_THAT(lines, ElementsAreArray(expected)) << (edits.empty() ? "" : edits.front().other);
     }
 }
 
-TEST(Compare, TellsWhatElseAKernelHasAndLacks) {
-    const TemporaryDirectory more;
-    const std::string image = inputFile(more, "x.pdi");
+TEST_F(Compare, TellsWhatElseAKernelHasAndLacks) {
+    const std::string image = file("x.pdi");
     // clang-format off
     const std::pair<std::function<void(KernelAddition&)>, Texts> rows[] = {
         {[](KernelAddition& kernel) { kernel.cpuFiles = {}; },
@@ -195,18 +185,16 @@ TEST(Compare, TellsWhatElseAKernelHasAndLacks) {
 
 // Whole packages
 
-TEST(Compare, FindsKernelsByTheirNames) {
-    const TemporaryDirectory directory;
+TEST_F(Compare, FindsKernelsByTheirNames) {
     const std::string shared = "language='ip' vlnv='v:l:shared:1.0'";
     const auto package = [&](const std::string& name, const Texts& kernels, bool repo = true) {
         for (const std::string& kernel : kernels) {
-            KernelAddition addition = ipKernel(directory, kernel, shared);
-            addition.kpPath = directory / name;
-            addition.ipDir = directory / "a/ip";
+            KernelAddition addition = into(directory_ / name, ipKernel(directory_, kernel, shared));
+            addition.ipDir = directory_ / "a/ip";
             addition.ipRepoLayout = repo;
             add(addition);
         }
-        return directory / name;
+        return directory_ / name;
     };
     const std::string old = package("old.kp", {"a", "b", "c"});
     const auto expect = [&](const std::string& now, const Texts& lines,
@@ -225,7 +213,7 @@ TEST(Compare, FindsKernelsByTheirNames) {
     EXPECT_THROW(comparePackages(old, less, "e"), HEXAlgException);
     expect(package("layout.kp", {"a", "b", "c"}, false),
            {"a" + ip + "a/ip", "b" + ip + "b/ip", "c" + ip + "c/ip", format});
-    inputFile(directory, "a/ip/hdl/more.v");
+    inputFile(directory_, "a/ip/hdl/more.v");
     const std::string sharedToo =
         ": inside: IP 'ip_repo/v_l_shared_1_0', that of kernel 'a' as well: files differ";
     expect(package("more.kp", {"b", "a", "c"}),
@@ -245,15 +233,14 @@ std::string written(const TemporaryDirectory& directory, const std::string& name
     return directory / name;
 }
 
-TEST(Compare, LooksAtAllMembersAndTellsWhatIsNotSure) {
-    const TemporaryDirectory directory;
+TEST_F(Compare, LooksAtAllMembersAndTellsWhatIsNotSure) {
     const std::string kernels = "<Kernels><Kernel Name='k' Dir='k'/></Kernels>";
     const std::string later =
         "<root versionMajor='1' versionMinor='11' new=''><kernel name='k'><ports/><args/></kernel></root>";
     const std::string old = written(
-        directory, "old.kp", "<IpCaches><Cache CacheDir='x'/></IpCaches>" + kernels,
+        directory_, "old.kp", "<IpCaches><Cache CacheDir='x'/></IpCaches>" + kernels,
         {{"k/kernel.xml", kernelXml("name='k'")}, {"ip_cache/x/x.qmr", "x"}, {"lone", "1"}, {"k/e/", ""}});
-    const std::string now = written(directory, "new.kp", kernels, {{"k/kernel.xml", later}, {"lone", "2"}});
+    const std::string now = written(directory_, "new.kp", kernels, {{"k/kernel.xml", later}, {"lone", "2"}});
     EXPECT_THAT(between(old, now),
                 ElementsAre("k: inside: versionMinor 10 -> 11", "package: inside: IP cache 'x' removed",
                             "package: inside: file 'lone': checksum 0x83dcefb7 -> 0x1ad5be0d",
@@ -269,40 +256,37 @@ TEST(Compare, LooksAtAllMembersAndTellsWhatIsNotSure) {
         for (const std::string each : {"a", "b", "c"})
             members.emplace_back(each + "/kernel.xml", kernelXml("name='" + each + "'"));
         return written(
-            directory, name,
+            directory_, name,
             "<Kernels>" + kernel("a", first) + kernel("b", second) + kernel("c", "x") + "</Kernels>",
             members);
     };
     EXPECT_THAT(between(crossed("1", "x", "y"), crossed("22", "y", "x"), "c"),
                 testing::Contains("c: inside: file 'ip_repo/x/f': size 1 -> 2"));
-    EXPECT_THAT(between(directory / "1", directory / "22"),
+    EXPECT_THAT(between(directory_ / "1", directory_ / "22"),
                 testing::Contains("c: inside: file 'ip_repo/x/f': size 1 -> 2"));
-    const Comparison none = comparePackages(written(directory, "none.kp", "<Kernels/>", {}), now, "K");
+    const Comparison none = comparePackages(written(directory_, "none.kp", "<Kernels/>", {}), now, "K");
     EXPECT_EQ(none.verdict(), Verdict::Minor);
 }
 
-TEST(Compare, NamesWhatCannotBeCompared) {
-    const TemporaryDirectory directory;
+TEST_F(Compare, NamesWhatCannotBeCompared) {
     const std::string kernels = "<Kernels><Kernel Name='k' Dir='k'/></Kernels>";
     const std::string good =
-        written(directory, "good.kp", kernels, {{"k/kernel.xml", kernelXml("name='k'")}});
+        written(directory_, "good.kp", kernels, {{"k/kernel.xml", kernelXml("name='k'")}});
     const auto expectReason = [&](const std::string& package, const std::string& expected) {
         EXPECT_THAT(failureOf([&] { comparePackages(good, package); }), testing::HasSubstr(expected));
     };
-    expectReason(directory / "none.kp", "none.kp");
-    expectReason(directory.file("empty.kp", ""), "is not a readable archive");
-    expectReason(written(directory, "bare.kp", kernels, {}),
+    expectReason(written(directory_, "bare.kp", kernels, {}),
                  "bare.kp' has no description: 'k/kernel.xml' is not in the package");
-    expectReason(written(directory, "bad.kp", kernels, {{"k/kernel.xml", "<root/>"}}), "bad.kp");
+    expectReason(written(directory_, "bad.kp", kernels, {{"k/kernel.xml", "<root/>"}}), "bad.kp");
     // The same name twice, as no writer here would.
     for (const std::string folder : {"k/", "no/"}) {
         const std::string first = folder + "e1", second = folder + "e2";
         std::string bytes = TemporaryDirectory::read(
-            written(directory, "x.kp", kernels,
+            written(directory_, "x.kp", kernels,
                     {{"k/kernel.xml", kernelXml("name='k'")}, {first, "1"}, {second, "2"}}));
         for (std::size_t at = 0; (at = bytes.find(second, at)) != std::string::npos;)
             bytes.replace(at, first.size(), first);
-        expectReason(directory.file("twice.kp", bytes), "twice.kp' holds two entries named '" + first + "'");
+        expectReason(directory_.file("twice.kp", bytes), "twice.kp' holds two entries named '" + first + "'");
     }
 }
 

@@ -2,22 +2,12 @@
 // manifest states.
 
 #include "containers/explorer/FileExplorer.h"
-#include "containers/kp/PackageVerification.h"
-#include "platform/zip/ArchiveEdit.h"
 #include "platform/zip/HUTZip.h"
-#include "platform/zip/Iostreams.h"
-#include "tests/support/CapturedMessages.h"
-#include "tests/support/Failure.h"
-#include "tests/support/Packages.h"
+#include "tests/containers/PackageTest.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <functional>
 #include <map>
 
 #include <boost/algorithm/string/replace.hpp>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 namespace {
@@ -28,10 +18,9 @@ using testing::ElementsAre;
 using Explorer = std::shared_ptr<ExplorerIface>;
 using Files = std::map<std::string, std::string>;
 
-class ExtractTest : public testing::Test {
+class ExtractTest : public PackageTest {
 protected:
     std::string at(const std::string& name) const { return directory_ / name; }
-    std::string file(const std::string& name) const { return inputFile(directory_, name); }
 
     /// A new package of a kernel that has everything.
     void packK1(bool repo = true) const {
@@ -73,9 +62,6 @@ protected:
         return lines;
     }
 
-    TemporaryDirectory directory_;
-    CapturedMessages messages_;
-    const std::string package_ = at("p.kp");
     const std::string out_ = at("out");
 };
 
@@ -96,10 +82,7 @@ std::string rootsOf(const Explorer& explorer, const std::string& kernel) {
 TEST_F(ExtractTest, GivesWhatUnzipGivesAndTellsWhereItLies) {
     const std::string sources = "k1 k1/cpu_sources k1/sw_emu ", none = "- - - - ";
     const std::string solutions = sources + "k1/debug k1/hls k1/pdi k1/shim_soln ";
-    const struct {
-        bool repo;
-        std::string alone, amongAll, other;
-    } rows[] = {
+    const std::tuple<bool, std::string, std::string, std::string> rows[] = {
         {true, solutions + "ip_repo ip_cache ", solutions + "ip_repo - ", "k2 - - " + none + "ip_repo - "},
         {false, sources + none + "k1/ip - ", sources + none + "- - ", "k2 - - " + none + "- - "},
     };
@@ -143,7 +126,7 @@ TEST_F(ExtractTest, IpCachesArePackedOnceAndExtractedWhileTheyAreNotThere) {
                                                "' is not packaged: another one is named 'a' as well"));
     EXPECT_TRUE(PackageVerification::of(package_).isClean());
 
-    const Texts members = isl::iostreams::zip::get_files(package_);
+    const Texts packed = members();
     const Files caches = directory_.files("caches"), a = directory_.files("caches/a");
     file("caches/a/late.txt");
     const fs::path before = fs::current_path();
@@ -155,7 +138,7 @@ TEST_F(ExtractTest, IpCachesArePackedOnceAndExtractedWhileTheyAreNotThere) {
     EXPECT_EQ(failureOf([&] { HKPContainerUtils::appendIPCacheDir(package_, at("caches")); }),
               "filesystem::recursive_directory_iterator directory error: '" + at("caches/dangling") +
                   "' is a symbolic link that leads nowhere");
-    EXPECT_EQ(isl::iostreams::zip::get_files(package_), members);
+    EXPECT_EQ(members(), packed);
 
     EXPECT_EQ(one("k1")->getIPCacheRoot("k1"), out_ + "/ip_cache");
     EXPECT_EQ(directory_.files("out/ip_cache/caches"), caches);
@@ -207,11 +190,7 @@ TEST_F(ExtractTest, WhatCannotBeExtractedIsToldAndNothingIsWritten) {
                " in the manifest, " + reason + "\n";
     };
     const std::string k1 = "kernel 'k1'", dir = "its Dir", no = "', cannot be a directory: it ";
-    const struct {
-        std::string kernel;
-        std::function<void()> prepare;
-        std::string error;
-    } rows[] = {
+    const std::tuple<std::string, std::function<void()>, std::string> rows[] = {
         {"k1", inDirectory("../k1"), unfit(k1, dir, "'../k1" + no + "contains '..'")},
         {"k1", inDirectory("/etc"), unfit(k1, dir, "'/etc" + no + "is an absolute path")},
         {"k1", inDirectory(""), unfit(k1, dir, "'" + no + "is empty")},
@@ -223,17 +202,17 @@ TEST_F(ExtractTest, WhatCannotBeExtractedIsToldAndNothingIsWritten) {
          refused("ip_repo", "'" + out_ + "/ip_repo' is in the way: it is a symbolic link")},
         {"k1", [&] { fs::remove(package_); }, "Failed to parse KP container '" + package_ + "'\n"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [kernel, prepare, error] : rows) {
         packK1();
         fs::remove_all(out_);
         fs::create_directory(out_);
-        row.prepare();
+        prepare();
         const Files before = directory_.files();
         Texts errors = {"before"};
-        EXPECT_FALSE(HKPContainerUtils::extractKernelFromKP(package_, row.kernel, out_, errors));
-        EXPECT_THAT(errors, ElementsAre("before", row.error));
-        EXPECT_EQ(failureOf([&] { all(); }), row.error);
-        EXPECT_EQ(directory_.files(), before) << row.error;
+        EXPECT_FALSE(HKPContainerUtils::extractKernelFromKP(package_, kernel, out_, errors));
+        EXPECT_THAT(errors, ElementsAre("before", error));
+        EXPECT_EQ(failureOf([&] { all(); }), error);
+        EXPECT_EQ(directory_.files(), before) << error;
     }
     packK1();
     EXPECT_EQ(failureOf([&] { one("k"); }),
@@ -329,17 +308,13 @@ TEST_F(ExtractTest, VerificationComparesTheManifestWithTheContents) {
     const auto unsafe = [](const std::string& what, const std::string& reason) {
         return "unsafe-path [kp.xml] " + what + " cannot be a directory: it contains " + reason;
     };
-    const auto flagged = [](const std::string& flag, const std::string& text) {
-        return "[k1/hls] Kernel 'k1': its flag 'Hls' is " + flag + ", but 'k1/hls' is " + text +
-               " the package";
-    };
     const std::string misnamed = "kernel-name [k1/kernel.xml] Kernel '", its = "Kernel 'k1': its ";
     const std::pair<std::function<void()>, Texts> rows[] = {
         {[] {}, {}},
         {[&] { packK1(false); }, {}},
-        {without("k1/hls"), {"flag-without-folder " + flagged("set", "not in")}},
         {k1With([](HKPKernel& k1) { k1.setIsHlsDir(false); }),
-         {"folder-without-flag " + flagged("not set", "in")}},
+         {"folder-without-flag [k1/hls] Kernel 'k1': its flag 'Hls' is not set, but 'k1/hls' is in the "
+          "package"}},
         {without("k1"), {missing("directory", its + "directory", "k1")}},
         {[&] {
              changeManifest(

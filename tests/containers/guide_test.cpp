@@ -9,7 +9,6 @@
 #include <string_view>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -3,26 +3,17 @@
 
 #include "containers/compare/Comparison.h"
 #include "containers/kernel/KernelRecords.h"
-#include "containers/kp/PackageVerification.h"
 #include "containers/lint/Lint.h"
 #include "containers/overview/Overview.h"
 #include "containers/page/Page.h"
-#include "platform/base/Exceptions.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/xml/ElementTree.h"
 #include "platform/xml/Reader.h"
 #include "platform/xml/Writer.h"
-#include "platform/zip/ArchiveSnapshot.h"
-#include "tests/support/CapturedMessages.h"
-#include "tests/support/Failure.h"
-#include "tests/support/Packages.h"
+#include "tests/containers/PackageTest.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <regex>
 #include <set>
-
-#include <gmock/gmock.h>
 
 namespace {
 
@@ -110,51 +101,51 @@ void expectMergedOrRefused(const std::string& package, const std::string& other,
     }
 }
 
-TEST(HostilePackage, EveryTruncationAndFlippedBitIsFoundAndHarmless) {
-    const TemporaryDirectory directory;
-    const CapturedMessages messages;
-    KernelAddition k1 = ipKernel(directory, "k1"), k2 = ipKernel(directory, "k2");
-    k1.cpuFiles = {directory.file("a.cpp", std::string(300, 'a'))};
+using HostilePackage = PackageTest;
+using HostileDocuments = PackageTest;
+using HostilePage = PackageTest;
+
+TEST_F(HostilePackage, EveryTruncationAndFlippedBitIsFoundAndHarmless) {
+    KernelAddition k1 = kernel("k1"), k2 = kernel("k2"), k3 = into(directory_ / "other.kp", kernel("k3"));
+    k1.cpuFiles = {directory_.file("a.cpp", std::string(300, 'a'))};
     add(k1);
-    KernelAddition k3 = ipKernel(directory, "k3");
-    k3.kpPath = directory / "other.kp";
     add(k3);
-    const std::string package = k1.kpPath, out = directory / "out", sound = TemporaryDirectory::read(package);
-    const std::string original = directory.file("sound.kp", sound);
+    const std::string out = directory_ / "out", sound = TemporaryDirectory::read(package_);
+    const std::string original = directory_.file("sound.kp", sound);
     std::set<std::string> members;
-    for (const auto snapshot = ArchiveSnapshot::open(package);
+    for (const auto snapshot = ArchiveSnapshot::open(package_);
          const ArchiveEntry& entry : snapshot->entries())
         members.insert(snapshot->read(entry));
     damage(sound, 1, [&](const std::string& bytes, std::size_t place) {
-        directory.file("p.kp", bytes);
-        const auto before = directory.files();
-        const PackageVerification verification = PackageVerification::of(package);
+        directory_.file("p.kp", bytes);
+        const auto before = directory_.files();
+        const PackageVerification verification = PackageVerification::of(package_);
         const bool isSound = verification.findings.empty();
         EXPECT_FALSE(verification.isClean()) << place;
         EXPECT_TRUE(bytes.size() == sound.size() || verification.findings.at(0).code == "unreadable");
-        const std::string listing = failureOf([&] { kernelsOf(package); });
+        const std::string listing = failureOf([&] { kernelsOf(package_); });
         const std::string extraction =
-            failureOf([&] { HKPContainerUtils::extractAllKernelsFromKPContainer(package, out, false); });
+            failureOf([&] { HKPContainerUtils::extractAllKernelsFromKPContainer(package_, out, false); });
         EXPECT_TRUE(!isSound || listing + extraction == "nothing thrownnothing thrown")
             << place << extraction;
         if (std::filesystem::exists(out)) {
-            for (const auto& [path, content] : directory.files("out"))
+            for (const auto& [path, content] : directory_.files("out"))
                 EXPECT_TRUE(members.contains(content)) << place << path;
             std::filesystem::remove_all(out);
         }
-        expectPageOrRefusal([&] { return kfab::overview::ofPackage(package); }, place);
+        expectPageOrRefusal([&] { return kfab::overview::ofPackage(package_); }, place);
         failureOf([&] {
             expectUsableFindings(
-                kfab::lint::lintPackage(package),
-                [&](const std::string& member) { return ArchiveSnapshot::open(package)->read(member); },
+                kfab::lint::lintPackage(package_),
+                [&](const std::string& member) { return ArchiveSnapshot::open(package_)->read(member); },
                 place);
         });
-        expectDifferencesTold(original, package, place);
-        expectMergedOrRefused(package, k3.kpPath, place);
-        EXPECT_EQ(directory.files(), before) << place;
+        expectDifferencesTold(original, package_, place);
+        expectMergedOrRefused(package_, k3.kpPath, place);
+        EXPECT_EQ(directory_.files(), before) << place;
         const bool isChanged = failureOf([&] { add(k2); }) == "nothing thrown";
-        EXPECT_TRUE(isChanged ? !isSound || PackageVerification::of(package).isClean()
-                              : TemporaryDirectory::read(package) == bytes)
+        EXPECT_TRUE(isChanged ? !isSound || PackageVerification::of(package_).isClean()
+                              : TemporaryDirectory::read(package_) == bytes)
             << place;
     });
 }
@@ -171,7 +162,7 @@ void expectReadOrRefused(const std::string& document, std::size_t place) {
     }
 }
 
-TEST(HostileDocuments, DamagedExamplesAreReadOrRefused) {
+TEST_F(HostileDocuments, DamagedExamplesAreReadOrRefused) {
     const auto example = [](const char* name) {
         return TemporaryDirectory::read(KP_EXAMPLES_DIR "/vadd/" + std::string(name));
     };
@@ -179,17 +170,15 @@ TEST(HostileDocuments, DamagedExamplesAreReadOrRefused) {
     damage(example("design.xml"), 19, expectReadOrRefused<DesignXML::Profile>);
 }
 
-TEST(HostileDocuments, WhatIsWrongWithADamagedOneIsToldAtItsLine) {
-    const TemporaryDirectory directory;
-    const CapturedMessages messages;
-    std::filesystem::copy(KP_EXAMPLES_DIR "/vadd", directory / "vadd",
+TEST_F(HostileDocuments, WhatIsWrongWithADamagedOneIsToldAtItsLine) {
+    std::filesystem::copy(KP_EXAMPLES_DIR "/vadd", directory_ / "vadd",
                           std::filesystem::copy_options::recursive);
-    const std::string kernel = directory / "vadd/";
+    const std::string kernel = directory_ / "vadd/";
     for (const auto& [name, step] :
          {std::pair("kernel.xml", 5U), {"design.xml", 59U}, {"ip/component.xml", 13U}}) {
         const std::string sound = TemporaryDirectory::read(kernel + name);
         damage(sound, step, [&](const std::string& document, std::size_t place) {
-            directory.file("vadd/" + std::string(name), document);
+            directory_.file("vadd/" + std::string(name), document);
             const std::string failure = failureOf([&] {
                 expectUsableFindings(
                     kfab::lint::lintKernel({kernel + "kernel.xml", kernel + "ip", kernel + "design.xml"}),
@@ -197,18 +186,16 @@ TEST(HostileDocuments, WhatIsWrongWithADamagedOneIsToldAtItsLine) {
             });
             EXPECT_LT(failure.size(), 1000U) << place;
         });
-        directory.file("vadd/" + std::string(name), sound);
+        directory_.file("vadd/" + std::string(name), sound);
     }
 }
 
-TEST(HostilePage, IsWellFormedWhateverADocumentSays) {
-    const TemporaryDirectory directory;
-    const CapturedMessages messages;
+TEST_F(HostilePage, IsWellFormedWhateverADocumentSays) {
     std::string sound = TemporaryDirectory::read(KP_EXAMPLES_DIR "/vadd/kernel.xml");
     const std::string report = TemporaryDirectory::read(KP_EXAMPLES_DIR "/vadd/design.xml");
     sound.insert(sound.find("</root>"), report.substr(report.find("<profile>")));
     const auto expectPage = [&](const std::string& document, std::size_t place) {
-        const std::string path = directory.file("kernel.xml", document);
+        const std::string path = directory_.file("kernel.xml", document);
         expectPageOrRefusal([&] { return kfab::overview::ofDescription(path); }, place);
     };
     damage(sound, 61, expectPage);
@@ -226,20 +213,14 @@ TEST(HostilePage, IsWellFormedWhateverADocumentSays) {
     std::cout << tried << " values and texts replaced\n";
 }
 
-TEST(HostileDocuments, HugeOnesAreReadOrRefused) {
-    constexpr std::size_t million = 1'000'000, huge = 8 * million;
-    const auto repeated = [](std::size_t count, const std::function<std::string(std::size_t)>& piece) {
-        std::string text;
-        while (count-- > 0)
-            text += piece(count);
-        return text;
-    };
+TEST_F(HostileDocuments, HugeOnesAreReadOrRefused) {
+    constexpr int million = 1'000'000, huge = 8 * million;
     const auto kernel = [](const std::string& attributes, const std::string& more = "") {
         return kernelXml(attributes, "<ports/><args/>", more);
     };
-    const auto attribute = [](std::size_t n) { return " a" + std::to_string(n) + "='1'"; };
-    const auto entity = [](std::size_t n) {
-        return "<!ENTITY e" + std::to_string(9 - n) + " '&e" + std::to_string(8 - n) + ";&e8;'>";
+    const auto attribute = [](int n) { return " a" + std::to_string(n) + "='1'"; };
+    const auto entity = [](int n) {
+        return "<!ENTITY e" + std::to_string(n + 1) + " '&e" + std::to_string(n) + ";&e8;'>";
     };
     const std::string documents[] = {
         kernel(repeated(million, attribute)),
@@ -247,8 +228,8 @@ TEST(HostileDocuments, HugeOnesAreReadOrRefused) {
         kernel("name='" + std::string(huge, 'n') + "'"),
         kernel("", "<" + std::string(huge, 'n') + "/>"),
         kernel("", std::string(huge, 't')),
-        kernel("", repeated(100'000, [](std::size_t) { return "<memory>"; })),
-        kernel("", repeated(million, [](std::size_t) { return "<memory name='m'/>"; })),
+        kernel("", repeated(100'000, [](int) { return "<memory>"; })),
+        kernel("", repeated(million, [](int) { return "<memory name='m'/>"; })),
         "<!DOCTYPE root [" + repeated(9, entity) + "]>" + kernel("name='&e9;'"),
         "<!DOCTYPE root SYSTEM 'file:///etc/passwd'>" + kernel(""),
         "<!DOCTYPE root [<!ENTITY x SYSTEM '/dev/zero'>]>" + kernel("name='&x;'"),

@@ -91,10 +91,7 @@ TEST(Lint, HoldsTheComponentAgainstTheSourceOfItsTopModule) {
     const auto with = [&](const std::string& piece, const std::string& other) {
         return std::string(header).replace(header.find(piece), piece.size(), other);
     };
-    const struct {
-        std::string piece, other, name, source;
-        Texts lines;
-    } rows[] = {
+    const std::tuple<std::string, std::string, std::string, std::string, Texts> rows[] = {
         // clang-format off
         {top, top, "vadd.v", header, {}},
         {top, "<ipxact:moduleName>vad<", "", "", {"component.xml:209: no source of the view 'synthesis' defines its top module 'vad'; did you mean 'vadd'? [ip-top]"}},

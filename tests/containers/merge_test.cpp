@@ -21,11 +21,8 @@ class MergeTest : public PackageTest {
 protected:
     /// A package of kernels that have all there can be, and an IP cache.
     std::string packageOf(const std::string& name, const Texts& kernels, const std::string& cache) const {
-        for (const std::string& kernel : kernels) {
-            KernelAddition addition = fullKernel(directory_, kernel);
-            addition.kpPath = directory_ / name;
-            add(addition);
-        }
+        for (const std::string& kernel : kernels)
+            add(into(directory_ / name, fullKernel(directory_, kernel)));
         file(cache + "/one.qmr");
         HKPContainerUtils::appendIPCacheDir(directory_ / name, directory_ / cache);
         return directory_ / name;
@@ -49,9 +46,7 @@ protected:
     }
     /// The kernel k2 as a package of its own, which later has another entry in the manifest.
     std::string forge(const std::string& path, const std::function<void(HKPKernel&)>& change) const {
-        KernelAddition addition = kernel("k2");
-        addition.kpPath = path;
-        add(addition);
+        add(into(path, kernel("k2")));
         changeManifest(path, [&](HKPContainer& all) { change(*all.getKPKernelByName("k2")); });
         HUTZip::attachDigestEn(path);
         return path;
@@ -81,9 +76,9 @@ TEST_F(MergeTest, AKernelGoesWithAllThatIsItsAlone) {
 
     Texts plain;
     for (const char* name : {"k1", "k2"}) {
-        KernelAddition addition = kernel(name);
+        plain.push_back(directory_ / (std::string(name) + ".kp"));
+        KernelAddition addition = into(plain.back(), kernel(name));
         addition.ipRepoLayout = false;
-        plain.push_back(addition.kpPath = directory_ / (std::string(name) + ".kp"));
         add(addition);
     }
     merge(plain);
@@ -158,9 +153,8 @@ TEST_F(MergeTest, WhatOthersHaveOrNobodyCanTellIsNotRemoved) {
 TEST_F(MergeTest, TheBytesFollowFromTheKernelsAndTheirOrderAlone) {
     const std::string a = packageOf("a.kp", {"k3", "k1"}, "c2"), c = directory_ / "c.kp";
     const std::string b = packageOf("b.kp", {"k2"}, "c1");
-    KernelAddition last = kernel("k4");
+    KernelAddition last = into(c, kernel("k4"));
     last.cpuFiles = {file("a.cpp")};
-    last.kpPath = c;
     KernelAddition whole = last;
     whole.pdiFiles = {file("x.pdi")};
     add(whole);
@@ -203,12 +197,10 @@ TEST_F(MergeTest, TheBytesFollowFromTheKernelsAndTheirOrderAlone) {
 
 TEST_F(MergeTest, WhatIsSharedComesOnceHoweverItIsStored) {
     const std::string a = packageOf("a.kp", {"k1"}, "c1"), b = directory_ / "b.kp";
-    KernelAddition twin = kernel("k2", "language='ip' vlnv='v:l:k1:1.0'");
+    KernelAddition twin = into(b, kernel("k2", "language='ip' vlnv='v:l:k1:1.0'"));
     twin.ipDir = directory_ / "k1/ip";
-    KernelAddition other = kernel("k4");
-    twin.kpPath = other.kpPath = b;
     add(twin);
-    add(other);
+    add(into(b, kernel("k4")));
     HKPContainerUtils::appendIPCacheDir(b, directory_ / "c1");
     const std::string anew = "cd '" + directory_.path() +
                              "' && mkdir x k3 && cd x && unzip -q ../b.kp && mv ip_repo/v_l_k1_1_0 "
@@ -234,8 +226,7 @@ TEST_F(MergeTest, ClashesAreRefusedWithBothPackagesAndNothingIsMade) {
     const std::string a = packageOf("a.kp", {"k1"}, "c1"), b = directory_ / "b.kp";
     const auto kernelWith = [&](const std::string& attributes, bool ipRepoLayout = true) {
         return [=, this] {
-            KernelAddition addition = kernel("k2", attributes);
-            addition.kpPath = b;
+            KernelAddition addition = into(b, kernel("k2", attributes));
             addition.ipRepoLayout = ipRepoLayout;
             add(addition);
         };
@@ -256,11 +247,7 @@ TEST_F(MergeTest, ClashesAreRefusedWithBothPackagesAndNothingIsMade) {
     };
     const std::string advice = "; give each IP a VLNV of its own\n";
     const std::pair<std::function<void()>, std::string> rows[] = {
-        {[&] {
-             KernelAddition same = kernel("K1", "vlnv='v:l:other:1'");
-             same.kpPath = b;
-             add(same);
-         },
+        {[&] { add(into(b, kernel("K1", "vlnv='v:l:other:1'"))); },
          "Kernel 'K1' is in both '" + a + "' and '" + b + "'\n"},
         {kernelWith("vlnv='V:l:k1:1.0'"), differs("ip_repo/V_l_k1_1_0", "component.xml") + advice},
         {kernelWith("language='ip'"), differs("ip_repo", "component.xml") + advice},
