@@ -13,6 +13,7 @@
 
 namespace {
 
+using kfab::lint::lintKernel;
 using kfab::lint::Outcome;
 using kfab::lint::Severity;
 using testing::IsEmpty;
@@ -93,9 +94,8 @@ TEST(LintProperties, WhatIsMadeOfAnIpHasNoErrorAndWithItsRegistersNoFinding) {
             const auto made =
                 describeKernel(kfab::ip::readComponent(directory / "ip/component.xml"), request);
             EXPECT_EQ(made.assumed.empty(), hasRegisters) << prototype.text;
-            const Outcome outcome = kfab::lint::lintKernel(
-                {.kernelXml = directory.file("kernel.xml", lmx60::toString(made.description)),
-                 .ipDir = directory / "ip"});
+            const Outcome outcome = lintKernel(
+                {directory.file("kernel.xml", lmx60::toString(made.description)), directory / "ip"});
             EXPECT_THAT(linesOf(outcome), IsEmpty()) << prototype.text;
         }
     }
@@ -110,8 +110,7 @@ TEST(LintProperties, RegistersThatFillAllAddressesHaveAnEnd) {
                                       "<ports><port name='s' mode='slave' range='0x1000' dataWidth='32' "
                                       "portType='addressable'/></ports><args><arg name='x' id='0' port='s' "
                                       "addressQualifier='0' offset='0' size='0xFFFFFFFFFFFFFFFF'/></args>");
-    const Outcome outcome =
-        kfab::lint::lintKernel({.kernelXml = directory.file("kernel.xml", xml), .ipDir = directory / "ip"});
+    const Outcome outcome = lintKernel({directory.file("kernel.xml", xml), directory / "ip"});
     EXPECT_THAT(linesOf(outcome), testing::Contains(testing::EndsWith("[ip-register]")));
 }
 
@@ -145,8 +144,7 @@ TEST(LintProperties, EveryOtherNumberInACleanKernelIsFound) {
                 const auto begin = static_cast<std::size_t>(at->position(2));
                 const std::string text = std::string(clean).replace(
                     begin, static_cast<std::size_t>(at->length(2)), std::to_string(other));
-                const Outcome outcome = kfab::lint::lintKernel(
-                    {.kernelXml = directory.file("kernel.xml", text), .ipDir = directory / "ip"});
+                const Outcome outcome = lintKernel({directory.file("kernel.xml", text), directory / "ip"});
                 EXPECT_THAT(linesOf(outcome),
                             testing::Contains(testing::ContainsRegex("\\[(" + codes + ")\\]")))
                     << attribute << " " << found << " " << other;

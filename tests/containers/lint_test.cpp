@@ -57,9 +57,7 @@ Outcome lintMistaken(const std::string& file, const std::string& right, const st
     const TemporaryDirectory directory;
     std::filesystem::copy(example, directory.path(), std::filesystem::copy_options::recursive);
     directory.file(file, withMistake(TemporaryDirectory::read(directory / file), right, wrong));
-    return kfab::lint::lintKernel({.kernelXml = directory / "kernel.xml",
-                                   .ipDir = directory / "ip",
-                                   .report = directory / "design.xml"});
+    return kfab::lint::lintKernel({directory / "kernel.xml", directory / "ip", directory / "design.xml"});
 }
 
 /// The line of an example, as linesOf has it.
@@ -185,10 +183,7 @@ Texts linesOfRules(const std::set<std::string>& codes) {
 KernelAddition exampleIn(const TemporaryDirectory& directory, const std::string& package) {
     if (!HUTFile::exists(directory / "ip"))
         std::filesystem::copy(example, directory.path(), std::filesystem::copy_options::recursive);
-    return {.kpPath = directory / package,
-            .kernelName = "vadd",
-            .kernelXmlPath = directory / "kernel.xml",
-            .ipDir = directory / "ip"};
+    return {directory / package, "vadd", directory / "kernel.xml", directory / "ip"};
 }
 
 TEST(Lint, LooksAtThePackageAsWellAndAtWhatIsToBeAdded) {
