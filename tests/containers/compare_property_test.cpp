@@ -42,16 +42,17 @@ TEST(CompareProperties, KnowsWhatEveryFieldMeans) {
 
 /// Fills a record with one of everything, and two of each value that may occur more than once, but for one
 /// value, which is another one, or one child, which is missing.
-class OneOdd {
-public:
-    explicit OneOdd(std::size_t odd) : left_(odd) {}
+struct OneOdd {
+    std::size_t left;
+    std::string name = "";  ///< of the field that is odd; empty when there are no more
+    bool isRequired = false;
 
     void fill(void* record, const Table& table, int level = 0) {
         constexpr int deepest = 8;
         for (const Field& field : table) {
             if (field.name == KernelXML::InstListType::element && level > deepest) continue;
-            const bool isOdd = left_-- == 0;
-            if (isOdd) name_ = field.name;
+            const bool isOdd = left-- == 0;
+            if (isOdd) name = field.name;
             const auto addValue = [&](bool isOther) {
                 if (field.parse(record, isOther ? "SYSTEM" : "HW_EMU") != lmx60::ErrorKind::None)
                     field.parse(record, isOther ? "1" : "2");
@@ -60,35 +61,26 @@ public:
                 if (field.occurs == lmx60::Occurs::Any) addValue(false);
                 addValue(isOdd);
             } else if (!isOdd || field.occurs == lmx60::Occurs::Required) {
-                if (isOdd) isRequired_ = true;
+                if (isOdd) isRequired = true;
                 void* const child = field.append(record);
                 if (child != nullptr) fill(child, field.childTable(), level + 1);
             }
         }
     }
-
-    /// The field that is odd; empty when there are no more.
-    std::string name() const { return name_; }
-    bool isRequired() const { return isRequired_; }
-
-private:
-    std::size_t left_;
-    std::string name_;
-    bool isRequired_ = false;
 };
 
 template <class R>
 std::size_t expectEachFieldTold() {
     R plain;
-    OneOdd(static_cast<std::size_t>(-1)).fill(&plain, R::table);
+    OneOdd{static_cast<std::size_t>(-1)}.fill(&plain, R::table);
     for (std::size_t odd = 0;; ++odd) {
         R other;
-        OneOdd filling(odd);
+        OneOdd filling{odd};
         filling.fill(&other, R::table);
-        if (filling.name().empty()) return odd;
+        if (filling.name.empty()) return odd;
         std::vector<Difference> differences;
         RecordComparison("k", differences).compare(plain, other);
-        EXPECT_EQ(differences.empty(), filling.isRequired()) << filling.name();
+        EXPECT_EQ(differences.empty(), filling.isRequired) << filling.name;
     }
 }
 

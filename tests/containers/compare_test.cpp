@@ -32,12 +32,11 @@ struct Edit {
 };
 
 /// The example's inputs, with a description that has a bit of everything.
-class Inputs {
+class Inputs : public TemporaryDirectory {
 public:
     Inputs() {
-        std::filesystem::copy(KP_EXAMPLES_DIR "/vadd", directory_.path(),
-                              std::filesystem::copy_options::recursive);
-        directory_.file("debug/trace.txt", "old");
+        std::filesystem::copy(KP_EXAMPLES_DIR "/vadd", path(), std::filesystem::copy_options::recursive);
+        file("debug/trace.txt", "old");
         edit({"kernel.xml", "</ports>",
               "<port name='s_in' mode='slave' dataWidth='64' portType='stream'/></ports>"});
         edit({"kernel.xml", "</kernel>",
@@ -48,25 +47,22 @@ public:
     }
 
     void edit(const Edit& edit) {
-        std::string text = TemporaryDirectory::read(directory_ / edit.file);
+        std::string text = read(*this / edit.file);
         const std::size_t at = text.find(edit.piece);
         EXPECT_NE(at, std::string::npos) << edit.piece;
-        directory_.file(edit.file, text.replace(at, edit.piece.size(), edit.other));
+        file(edit.file, text.replace(at, edit.piece.size(), edit.other));
     }
 
     KernelAddition addition(const std::string& package) const {
-        return {.kpPath = directory_ / package,
+        return {.kpPath = *this / package,
                 .kernelName = "vadd",
-                .kernelXmlPath = directory_ / "kernel.xml",
-                .ipDir = directory_ / "ip",
-                .cpuFiles = {directory_ / "src/vadd.cpp"},
-                .designXmlPath = directory_ / "design.xml",
+                .kernelXmlPath = *this / "kernel.xml",
+                .ipDir = *this / "ip",
+                .cpuFiles = {*this / "src/vadd.cpp"},
+                .designXmlPath = *this / "design.xml",
                 .projectID = "lab 7",
-                .debugDir = directory_ / "debug"};
+                .debugDir = *this / "debug"};
     }
-
-private:
-    TemporaryDirectory directory_;
 };
 
 using Compare = PackageTest;

@@ -21,18 +21,12 @@ std::string shown(const Number& number) {
 /// The number that an expression in a component with some parameters is worth, or why it is unknown.
 std::string worth(const std::string& expression, const std::string& attributes = "") {
     std::string parameters;
-    for (const auto& [id, value] : {std::pair("W", "32"),
-                                    {"Z", "0"},
-                                    {"NEG", "-3"},
-                                    {"BIG", "2**63"},
-                                    {"REAL", "1.5"},
-                                    {"TEXT", "fast"},
-                                    {"A", "B + 1"},
-                                    {"B", "A + 1"},
-                                    {"BAD", "W / Z"},
-                                    {"TWICE", "1"},
-                                    {"TWICE", "2"}})
-        parameters += named("parameter parameterId='" + std::string(id) + "'", id, tag("value", value));
+    for (const std::string each : {"W=32", "Z=0", "NEG=-3", "BIG=2**63", "REAL=1.5", "TEXT=fast", "A=B + 1",
+                                   "B=A + 1", "BAD=W / Z", "TWICE=1", "TWICE=2"}) {
+        const std::string id = each.substr(0, each.find('='));
+        parameters +=
+            named("parameter parameterId='" + id + "'", id, tag("value", each.substr(id.size() + 1)));
+    }
     const std::string range = tag("range " + attributes, "<![CDATA[", expression, "]]>");
     const IpComponent component = parseComponent(
         componentXml("v:l:n:1", tag("addressSpaces", named("addressSpace", "s", range, tag("width", "1"))) +
