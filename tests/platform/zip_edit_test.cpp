@@ -101,6 +101,7 @@ TEST_F(ZipEdit, RefusalsNameTheMemberAndChangeNothing) {
         {"./a", "a component of it is '.'"},
         {"a/.", "a component of it is '.'"},
         {"k/" + std::string(256, 'n'), "a component of it is longer than 255 bytes"},
+        {"k/" + std::string(4094, 'n'), "its name is longer than a path can be"},
     };
     for (const auto& [name, reason] : unfit)
         EXPECT_EQ(failureOf([&, &name = name] { ArchiveEdit(archive).addBytes(name, ""); }),
