@@ -12,7 +12,7 @@ room=${2:-}
 near=("${@:3}")
 seed=${MUTATE_SEED:-$RANDOM}
 tree=$PWD/build/mutants
-slow='^(kp|lint|show|terminal|disaster|power_loss|install|doors|java|page|python.*)$'
+slow='^(kp|lint|pages|ProgressLine.*|show|terminal|disaster|power_loss|install|doors|java|page|python.*)$'
 jobs=$(nproc)
 
 sources=$(git ls-files 'platform/*.cpp' 'shared/*.cpp' 'cli/*.cpp' | grep "${room:+/\?\b$room/}" || true)
