@@ -3,7 +3,6 @@
 #include "tests/support/Components.h"
 
 #include <sstream>
-#include <string>
 #include <utility>
 
 #include <boost/algorithm/string/replace.hpp>

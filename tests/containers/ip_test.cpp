@@ -9,10 +9,8 @@
 #include "tests/support/TemporaryDirectory.h"
 
 #include <regex>
-#include <string>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 #include <gmock/gmock.h>
 

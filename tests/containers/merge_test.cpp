@@ -107,25 +107,21 @@ TEST_F(MergeTest, WhatOthersHaveOrNobodyCanTellIsNotRemoved) {
                "' cannot be removed: " + reason + "\n";
     };
     const auto setDirectory = &HKPKernel::setDirectory, setIp = &HKPKernel::setIpDir;
-    const struct {
-        const char* kernel;
-        void (HKPKernel::*set)(const std::string&);
-        std::string place;
-        std::string error = nothing;
-    } rows[] = {
-        {"k2", setDirectory, "K1/hls/", kept("directory 'k1'")},
-        {"k1", setDirectory, "k2/hls", kept("directory 'k2/hls'")},
-        {"k2", setIp, "k1/debug", kept("directory 'k1'")},
-        {"k2", setDirectory, "ip_repo/v_l_k1_1_0/hdl", kept("IP 'ip_repo/v_l_k1_1_0'")},
-        {"k1", setIp, "ip_repo", kept("IP 'ip_repo'")},
-        {"k1", setDirectory, "", unfit("", "it is empty")},
-        {"k1", setDirectory, "ip_repo/v_l_k2_1_0",
-         unfit("ip_repo/v_l_k2_1_0", "the name is taken by the package itself")},
-        {"k1", setIp, "kp.xml"},
-        {"k1", setIp, "../elsewhere"},
-        {"k2", setIp, "ip_repo/V_L_k1_1_0/"},
-        {"k1", setIp, "odd"},
-    };
+    const std::tuple<const char*, void (HKPKernel::*)(const std::string&), std::string, std::string> rows[] =
+        {
+            {"k2", setDirectory, "K1/hls/", kept("directory 'k1'")},
+            {"k1", setDirectory, "k2/hls", kept("directory 'k2/hls'")},
+            {"k2", setIp, "k1/debug", kept("directory 'k1'")},
+            {"k2", setDirectory, "ip_repo/v_l_k1_1_0/hdl", kept("IP 'ip_repo/v_l_k1_1_0'")},
+            {"k1", setIp, "ip_repo", kept("IP 'ip_repo'")},
+            {"k1", setDirectory, "", unfit("", "it is empty")},
+            {"k1", setDirectory, "ip_repo/v_l_k2_1_0",
+             unfit("ip_repo/v_l_k2_1_0", "the name is taken by the package itself")},
+            {"k1", setIp, "kp.xml", nothing},
+            {"k1", setIp, "../elsewhere", nothing},
+            {"k2", setIp, "ip_repo/V_L_k1_1_0/", nothing},
+            {"k1", setIp, "odd", nothing},
+        };
     for (const auto& [kernel, set, place, error] : rows) {
         HUTFile::writeFile(package_, whole);
         ArchiveEdit::run(package_, [](ArchiveEdit& edit) { edit.addBytes("odd/top.v", "odd"); });
@@ -287,25 +283,21 @@ TEST_F(MergeTest, ClashesAreRefusedWithBothPackagesAndNothingIsMade) {
 TEST_F(MergeTest, WhatHappensMeanwhileIsNeitherOverwrittenNorMixedIn) {
     const std::string a = packageOf("a.kp", {"k1"}, "c1"), b = packageOf("b.kp", {"k2"}, "c2");
     const std::string bytes = merge({a, b});
-    const struct {
-        const char* call;
-        std::function<void()> act;
-        std::string error = nothing;
-    } events[] = {
-        {"lock", [&] { fs::remove(b); }},
+    const std::tuple<std::string, std::function<void()>, std::string> events[] = {
+        {"lock", [&] { fs::remove(b); }, nothing},
         {"rename", [&] { HUTFile::writeFile(package_, "another's"); },
          "'" + package_ + "' is there already; a merge replaces no file\n"},
         {"lock", [&] { fs::resize_file(a, fs::file_size(a) + 1); },
          "'" + a + "' changed while it was copied"},
     };
     const std::string kept = HUTFile::readFile(b);
-    for (const auto& event : events) {
+    for (const auto& [call, act, error] : events) {
         HUTFile::writeFile(b, kept);
         fs::remove(package_);
-        const disk::DiskFaults faults(once(event.call, [&] { return event.act(), 0; }));
-        EXPECT_EQ(failureOf([&] { HKPContainerUtils::joinPackages({package_, {a, b}}); }), event.error);
-        EXPECT_EQ(fs::exists(package_), event.call == std::string("rename") || event.error == nothing);
-        EXPECT_EQ(fs::exists(package_) && HUTFile::readFile(package_) == bytes, event.error == nothing);
+        const disk::DiskFaults faults(once(call, [&act = act] { return act(), 0; }));
+        EXPECT_EQ(failureOf([&] { HKPContainerUtils::joinPackages({package_, {a, b}}); }), error);
+        EXPECT_EQ(fs::exists(package_), call == "rename" || error == nothing);
+        EXPECT_EQ(fs::exists(package_) && HUTFile::readFile(package_) == bytes, error == nothing);
     }
 }
 
