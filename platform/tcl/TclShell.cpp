@@ -148,8 +148,9 @@ private:
         char buffer[1 << 16];
         const ssize_t got = ::read(results_.reading.number(), buffer, sizeof buffer);
         is_closed_ = got == 0;
-        if (got > 0) received_.append(buffer, static_cast<std::size_t>(got));
-        return got > 0;
+        if (got <= 0) return false;
+        received_.append(buffer, static_cast<std::size_t>(got));
+        return true;
     }
 
     /// The end of the shell is no event of a pipe when a child of its own still holds that; hence the limit.

@@ -108,6 +108,13 @@ TEST(Shell, TellsHowItEnded) {
         EXPECT_EQ(outcome(shell, "foreach f [chan names file*] {catch {puts $f {" + answer + "}; flush $f}}"),
                   "HEXError: The Tcl shell sent what is no answer");
     }
+    tcl_shell dying("exec tclsh8.6");
+    HUTInterrupt::setQuestion([] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        return false;
+    });
+    EXPECT_EQ(outcome(dying, "exec sh -c \"sleep 0.1; kill [pid]\" &; list last words"), "last words");
+    HUTInterrupt::setQuestion({});
     const auto child = std::signal(SIGCHLD, SIG_IGN), hangup = std::signal(SIGHUP, SIG_IGN);
     tcl_shell shell("exec tclsh8.6"), ended("exit 5");
     EXPECT_THAT(shell.evaluate("read [open /proc/self/status]"),
