@@ -137,9 +137,8 @@ std::span<char> Parser::makeRoom(std::size_t size) {
 
 void Parser::parseRoom(std::size_t size) {
     const XML_Status status = XML_ParseBuffer(parser_.get(), static_cast<int>(size), XML_TRUE);
-    if (status == XML_STATUS_OK) return;
     if (failure_) std::rethrow_exception(failure_);
-    fail(ErrorKind::Syntax, XML_ErrorString(XML_GetErrorCode(parser_.get())));
+    if (status != XML_STATUS_OK) fail(ErrorKind::Syntax, XML_ErrorString(XML_GetErrorCode(parser_.get())));
 }
 
 }  // namespace lmx60

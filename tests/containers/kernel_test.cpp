@@ -83,11 +83,15 @@ TEST(HCOKernelXMLReader, RefusesWhatIsNoDescription) {
 }
 
 TEST(CTypes, HaveTheirSizesInCAndInOpenCl) {
-    for (const char* type : {"unsigned", "int signed", "uint_least32_t", "short2", "uchar4"})
-        EXPECT_EQ(kfab::kernel::sizeOfCType(type), 4U) << type;
-    for (const char* type : {"long unsigned int", "short3", "char8", "size_t", "uint64_t", "foo*", "double"})
-        EXPECT_EQ(kfab::kernel::sizeOfCType(type), 8U) << type;
-    EXPECT_EQ(kfab::kernel::sizeOfCType("uchar16"), 16U);
+    const std::pair<std::uint32_t, std::vector<const char*>> cases[] = {
+        {1, {"char", "signed char", "uchar", "bool", "_Bool", "int8_t"}},
+        {2, {"short", "unsigned short int", "ushort", "half", "int_least16_t"}},
+        {4, {"unsigned", "int signed", "int", "uint", "float", "uint_least32_t", "short2", "uchar4"}},
+        {8, {"long", "ulong", "double", "long unsigned int", "long long", "uint64_t", "size_t", "foo*"}},
+        {16, {"uchar16", "float3", "half8"}}};
+    for (const auto& [size, types] : cases)
+        for (const char* type : types)
+            EXPECT_EQ(kfab::kernel::sizeOfCType(type), size) << type;
     for (const char* type :
          {"", "3", "8_t", "int5", "bool2", "int128_t", "int char", "signed unsigned", "int int"})
         EXPECT_FALSE(kfab::kernel::sizeOfCType(type)) << type;

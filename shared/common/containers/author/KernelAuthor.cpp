@@ -15,26 +15,18 @@ using Lacking = KernelRefused::Lacking;
 
 constexpr std::uint64_t pointerBytes = 8;
 
-void requireArgument(const std::string& name, const std::vector<std::string>& names) {
-    if (std::find(names.begin(), names.end(), name) != names.end()) return;
-    const std::string near = nearestSpelling(name, names);
-    throw KernelRefused("The prototype has no argument " + HUTPathUtils::quoted(name) +
-                        (near.empty() ? "" : "; did you mean " + HUTPathUtils::quoted(near) + "?"));
-}
-
 /// What the request names must be there.
-void requireArguments(const Prototype& prototype, const KernelRequest& request) {
+template <class ByArgument>
+void requireArguments(const Prototype& prototype, const ByArgument& byArgument) {
     std::vector<std::string> names;
     for (const Parameter& parameter : prototype.parameters)
         names.push_back(parameter.name);
-    const auto require = [&](const auto&... byArgument) {
-        const auto requireAll = [&](const auto& all) {
-            for (const auto& given : all)
-                requireArgument(given.first, names);
-        };
-        (requireAll(byArgument), ...);
-    };
-    require(request.ports, request.offsets, request.sizes);
+    for (const auto& [name, value] : byArgument) {
+        if (std::find(names.begin(), names.end(), name) != names.end()) continue;
+        const std::string near = nearestSpelling(name, names);
+        throw KernelRefused("The prototype has no argument " + HUTPathUtils::quoted(name) +
+                            (near.empty() ? "" : "; did you mean " + HUTPathUtils::quoted(near) + "?"));
+    }
 }
 
 /// The port that the request gives an argument.
@@ -124,7 +116,9 @@ NewKernel describeKernel(const ip::IpComponent& component, const KernelRequest& 
     const std::string& name = request.name.empty() ? prototype.function : request.name;
     if (!isIdentifier(name))
         throw KernelRefused("The kernel's name " + HUTPathUtils::quoted(name) + " is no C identifier");
-    requireArguments(prototype, request);
+    requireArguments(prototype, request.ports);
+    requireArguments(prototype, request.offsets);
+    requireArguments(prototype, request.sizes);
 
     const std::string vlnv = vlnvOf(component);
     const std::vector<BusPort> ports = busPortsOf(component);

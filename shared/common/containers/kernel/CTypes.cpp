@@ -17,20 +17,17 @@ struct NamedSize {
     std::uint32_t bytes;
 };
 
-// Those of the devices, whatever this program was compiled for.
-constexpr std::uint32_t one = sizeof(std::int8_t), two = sizeof(std::int16_t), four = sizeof(std::int32_t),
-                        eight = sizeof(std::int64_t);
+constexpr std::uint32_t pointerBytes = 8;
 
 /// Integers that are spelled in several words, without "signed", "unsigned" and "int".
-constexpr NamedSize integers[] = {
-    {"", four}, {"char", one}, {"short", two}, {"long", eight}, {"long long", eight}};
+constexpr NamedSize integers[] = {{"", 4}, {"char", 1}, {"short", 2}, {"long", 8}, {"long long", 8}};
 
 /// Those of which OpenCL has vectors.
-constexpr NamedSize elements[] = {{"char", one}, {"uchar", one},  {"short", two},   {"ushort", two},
-                                  {"int", four}, {"uint", four},  {"long", eight},  {"ulong", eight},
-                                  {"half", two}, {"float", four}, {"double", eight}};
+constexpr NamedSize elements[] = {{"char", 1}, {"uchar", 1}, {"short", 2}, {"ushort", 2},
+                                  {"int", 4},  {"uint", 4},  {"long", 8},  {"ulong", 8},
+                                  {"half", 2}, {"float", 4}, {"double", 8}};
 
-constexpr NamedSize booleans[] = {{"bool", one}, {"_Bool", one}};
+constexpr NamedSize booleans[] = {{"bool", 1}, {"_Bool", 1}};
 
 /// Those of the size of a pointer.
 constexpr std::string_view wordSized[] = {"size_t",    "ssize_t",  "ptrdiff_t", "intptr_t",
@@ -38,7 +35,7 @@ constexpr std::string_view wordSized[] = {"size_t",    "ssize_t",  "ptrdiff_t", 
 
 /// Those whose name goes on with their size.
 constexpr std::string_view sized[] = {"int", "uint", "int_least", "uint_least"};
-constexpr NamedSize bits[] = {{"8_t", one}, {"16_t", two}, {"32_t", four}, {"64_t", eight}};
+constexpr NamedSize bits[] = {{"8_t", 1}, {"16_t", 2}, {"32_t", 4}, {"64_t", 8}};
 
 struct VectorLength {
     std::string_view digits;
@@ -86,7 +83,7 @@ std::optional<std::uint32_t> sizeOfInteger(std::vector<std::string> words) {
 }  // namespace
 
 std::optional<std::uint32_t> sizeOfCType(std::string_view type) {
-    if (type.ends_with('*') || isOneOf(wordSized, type)) return eight;
+    if (type.ends_with('*') || isOneOf(wordSized, type)) return pointerBytes;
     for (const auto size : {find(elements, type), find(booleans, type), sizeByDigits(type)})
         if (size) return size;
     std::vector<std::string> words;

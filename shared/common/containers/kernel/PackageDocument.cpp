@@ -16,7 +16,7 @@ std::string readPackageDocument(const std::string& package, const std::string& m
     std::string document;
     document.reserve(source.size());
     std::array<char, 16384> piece{};
-    for (std::streamsize got = 0; (got = source.read(piece.data(), piece.size())) != -1;)
+    for (std::streamsize got = 0; (got = source.read(piece.data(), piece.size())) > 0;)
         document.append(piece.data(), static_cast<std::size_t>(got));
     return document;
 }
