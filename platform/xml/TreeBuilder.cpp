@@ -63,6 +63,7 @@ void ElementTree::Builder::countOneMore() {
 void ElementTree::Builder::endText() {
     if (open_.empty() || open_.back() + 1 != tree_.nodes_.size()) return;
     Piece& text = tree_.nodes_.back().text;
+    tree_.text_.resize(text.begin);
     text.end = text.begin;
 }
 
