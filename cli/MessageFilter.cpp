@@ -44,10 +44,10 @@ MessageLimit::~MessageLimit() {
     for (auto& [numberAndDocument, kind] : kinds_) {
         if (kind.more == 0) continue;
         const std::string& document = numberAndDocument.second;
-        kind.last.text = "... and " + std::to_string(kind.more) + " more of the kind" +
-                         (document.empty() ? "" : " about '" + document + "'");
-        kind.last.detail.clear();
-        filter_.before()(kind.last);
+        kind.firstHidden.text = "... and " + std::to_string(kind.more) + " more of the kind" +
+                                (document.empty() ? "" : " about '" + document + "'");
+        kind.firstHidden.detail.clear();
+        filter_.before()(kind.firstHidden);
     }
 }
 
@@ -57,8 +57,7 @@ void MessageLimit::take(const ComMsg& message, const ComMsgMgr::Sink& pass) {
         ++kind.shown;
         return pass(message);
     }
-    ++kind.more;
-    kind.last = message;
+    if (kind.more++ == 0) kind.firstHidden = message;
 }
 
 }  // namespace cli

@@ -40,7 +40,7 @@ private:
     struct Kind {
         std::uint64_t shown = 0;
         std::uint64_t more = 0;
-        ComMsg last;
+        ComMsg firstHidden;
     };
 
     void take(const ComMsg& message, const ComMsgMgr::Sink& pass);
