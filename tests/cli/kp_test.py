@@ -205,6 +205,14 @@ class KpTest(KpCase):
         self.assertEqual("mine", Path("out/deep/vadd/kernel.xml").read_text())
         self.expect(["extract", "p.kp", "big", "-d", "own", "--own-ip"], 0, "own/big\n")
         self.assertEqual(["example_kernels_big_1_0"], os.listdir("own/ip_repo"))
+        os.makedirs("own/ip_repo/example_kernels_vadd_1_0")
+        for ip, status, out, error in (
+                ("vadd", 0, "own/big\n", ""),
+                ("big", 3, "", "kp: error: 'own/ip_repo/example_kernels_big_1_0/component.xml' exists already and is not what "
+                 "the package holds; --force replaces its files\n")):
+            shutil.rmtree("own/big")
+            Path(f"own/ip_repo/example_kernels_{ip}_1_0/component.xml").write_text("another")
+            self.expect(["extract", "p.kp", "big", "-d", "own", "--own-ip"], status, out, error)
         self.expect(["extract", "p.kp", "-d", "own", "--own-ip"], 2, "", "kp: error: --own-ip requires KERNEL\n")
         self.expect(["extract", "p.kp", "-d", "out/deep", "--force"], 0, "out/deep/vadd\nout/deep/big\n")
         subprocess.run(["unzip", "-q", "p.kp", "-x", "kp.xml", "-d", "by_unzip"], check=True)

@@ -82,6 +82,7 @@ TEST(Reader, RefusesWhatIsNoValidDocument) {
     const std::pair<std::string, std::string> cases[] = {
         {"", "1: no element found"},
         {"<item\0/>"s, "1: not well-formed (invalid token)"},
+        {"<a*b/>", "1: not well-formed (invalid token)"},
         {"\n<!DOCTYPE item [<!ENTITY a 'b'>]>\n<item id='&a;'/>",
          "2: document type declarations are not accepted"},
         {"\n<Item/>", "2: the document element is 'Item', not 'item'"},
@@ -182,6 +183,8 @@ TEST(ElementTree, KeepsOneNamespaceWhateverItsPrefix) {
         {"<p:a xmlns:p='u'><p:b xmlns:p='v'><p:i/></p:b><p:c/></p:a>", "a@1(c@1)"},
         {"<a xmlns='u'><b xmlns=''>x</b>\n<b\n id='2'/></a>", "a@1(b@2 id=2)"},
         {"<a*><b*/></a*>", "a*@1(b*@1)"},
+        {"<?a <b.>?><a*/>", "a*@1"},
+        {"<!--<b.>--><a*/>", "a*@1"},
         {"<a.>*</a.>", "a.@1 '*'"},
         {"<a>gone<b>kept<![CDATA[ <&]]><!-- c -->&#33;</b>gone<c/></a>", "a@1(b@1 'kept <&!' c@1)"},
     };
