@@ -12,8 +12,8 @@ from pathlib import Path
 
 INTRODUCTION = """# Rules of lint
 
-What `kp lint` and `kp add` look for. A code never changes its meaning. An *error* lets the link or the host program
-fail, or reach wrong data; a *warning* is likely a mistake. What cannot be decided is told as unchecked, with the
+What `kp lint` and `kp add` look for. A code never changes its meaning. An `error` lets the link or the host program
+fail, or reach wrong data; a `warning` is likely a mistake. What cannot be decided is told as unchecked, with the
 reason, and is not known to be good: an expression of a component that cannot be worked out, a source that is encrypted
 or made by a tool, a module whose header takes macros.
 

@@ -116,7 +116,7 @@ class ShowTest(KpCase):
                          [(each["use"], each["shared"], each["isBeyond"]) for each in
                           (description["addressMaps"][0]["stretches"][at] for at in (0, 2, 6))])
         text = (HERE / "odd.xml").read_text()
-        for lut, most, bars in ((0, "even, 5", 0), (1, "even, 5 of 1 (500%)", 3)):
+        for lut, most, bars in ((0, "even, 5", 0), ("+1", "even, 5 of 1 (500%)", 3)):
             Path("k.xml").write_text(text.replace("<FF>0</FF>", f"<FF>0</FF><LUT>{lut}</LUT>"))
             page = self.shown("k.xml")
             self.assertIn(f"\n  Most LUT   {most}\n", page)

@@ -225,7 +225,7 @@ class PageTest(KpCase):
         port, argument = (re.search(f' *<{kind} name="{name}".*\n', text)[0] for kind, name in (("port", "s_control"), ("arg", "length")))
         Path("k.xml").write_text(text.replace(port, "".join(port.replace("s_control", f"s{at}") for at in range(1001))).replace(argument, argument * 997))
         page = run("page", "k.xml", "-o", "-")[1]
-        self.assertEqual((["and 969 more", "and 3 more", "and 1 more address maps", "and 1989 more"], 1000, 1000, 1),
+        self.assertEqual((["and 969 more", "and 3 more", "and 1 more of the address maps", "and 1989 more"], 1000, 1000, 1),
                          (re.findall(r">(and \d+ more.*?)<", page), page.count("<h3>Address map of"), page.count("<p>Cure: "), page.count("<svg ")))
         # Of the module nothing is told but its name.
         instance = "<Instance><InstName>i</InstName><ModuleName>m</ModuleName><ID>1</ID>"

@@ -1,7 +1,8 @@
 #include "containers/overview/Parts.h"
 
+#include "platform/xml/LeafText.h"
+
 #include <algorithm>
-#include <charconv>
 #include <unordered_map>
 
 namespace kfab::overview {
@@ -20,11 +21,9 @@ void forEach(Element parent, std::string_view name, const Use& use) {
         if (child.name() == name) use(child);
 }
 
-/// Whoever read the document has seen that it is a number.
 Resources::Count countIn(Element element) {
-    const std::string_view text = element.text();
-    std::uint64_t count = 0;
-    if (std::from_chars(text.data(), text.data() + text.size(), count).ec != std::errc()) return {};
+    std::uint32_t count = 0;
+    if (lmx60::LeafText<std::uint32_t>::parse(element.text(), count) != lmx60::ErrorKind::None) return {};
     return count;
 }
 

@@ -88,7 +88,7 @@ void addMap(Markup& out, const AddressMap& map) {
 void addMaps(Markup& out, const std::vector<AddressMap>& maps) {
     const std::size_t shown = std::min(maps.size(), longestList);
     std::for_each_n(maps.begin(), shown, [&](const AddressMap& map) { addMap(out, map); });
-    if (shown < maps.size()) out.add("p", restText(maps.size() - shown) + " address maps");
+    if (shown < maps.size()) out.add("p", restText(maps.size() - shown) + " of the address maps");
 }
 
 void addArguments(Markup& out, const Kernel& kernel) {
