@@ -146,7 +146,9 @@ TEST(KernelAuthor, TakesWhatTheRequestGives) {
     EXPECT_EQ(
         ports,
         "s slave 0xC0 32; m master 0xFFFFFFFF 512; t slave 0x1000 4096; w master 0xFFFFFFFFFFFFFFFF 8; ");
-    EXPECT_EQ(argumentsOf(componentOf({slave}, "n@10", "'h10"), requestFor("int n")), "n 0 s 0x4 0x20 int; ");
+    const Bus endless{"s", slave.mode, "AWADDR=W ARADDR=W WDATA=31 RDATA=31"};
+    EXPECT_EQ(argumentsOf(componentOf({endless}, "n@10", "'h10"), requestFor("int n")),
+              "n 0 s 0x4 0x20 int; ");
 }
 
 TEST(KernelAuthor, PointsAtWhatIsWrongInPrototypes) {
@@ -242,6 +244,8 @@ TEST(KernelAuthor, RefusesWhatTheIpDoesNotHaveOrTell) {
          "The bus interface 'o' has 24 bits of data, which is no power of two from 8 to 4096"},
         {componentOf({mute}), requestFor(""),
          "The component does not tell the data width of 'q' (no port is mapped to WDATA); give it there"},
+        {componentOf({{"q", "<slave/>", "AWADDR=W WDATA=31"}}), requestFor(""),
+         "The component does not tell the address width of 'q' (there is no parameter 'W'); give it there"},
         {componentOf({slave}, "", "W"), requestFor(""),
          "The component does not tell the base of the address block 'block' (there is no parameter 'W'); "
          "give it there"},
@@ -250,6 +254,12 @@ TEST(KernelAuthor, RefusesWhatTheIpDoesNotHaveOrTell) {
         EXPECT_EQ(failureOf<author::KernelRefused>(
                       [&, &given = request, &from = component] { describeKernel(from, given); }),
                   expected);
+    try {
+        describeKernel(componentOf({slave, {"t", "<slave/>", slave.signals}}), requestFor("int n, int m"));
+        FAIL();
+    } catch (const author::KernelRefused& refused) {
+        EXPECT_EQ(refused.argument(), "n");
+    }
 }
 
 }  // namespace

@@ -29,6 +29,7 @@ bool fits(std::uint64_t bytes, std::uint64_t size) {
 Registers::Registers(const ip::IpComponent& component, const ip::BusInterface& slave)
     : slave_(slave), block_(ip::addressBlock(component, slave)) {
     if (block_.part == nullptr) return;
+    base_ = block_.part->base.value.value();
     for (const ip::Register& reg : block_.part->registers)
         if (reg.offset.value) byOffset_.emplace(*reg.offset.value, &reg);
 }
@@ -44,20 +45,18 @@ Registers::Place Registers::placeOf(const ip::Register& reg, const std::string& 
     const std::string named = " of the register '" + reg.name + "' is not known: ";
     if (!reg.offset.value) refuse("the offset" + named + reg.offset.unknown, argument);
     if (!reg.size.value) refuse("the size" + named + reg.size.unknown, argument);
-    const std::uint64_t base = block_.part->base.value.value_or(0);
     const std::uint64_t bytes = *reg.size.value / 8 + (*reg.size.value % 8 != 0 ? 1 : 0);
     constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
-    if (*reg.offset.value > most - base || bytes > most - base - *reg.offset.value)
+    if (*reg.offset.value > most - base_ || bytes > most - base_ - *reg.offset.value)
         refuse("the register '" + reg.name + "' ends beyond 64 bits", argument);
-    return {base + *reg.offset.value, bytes};
+    return {base_ + *reg.offset.value, bytes};
 }
 
 /// How many bytes the register and those of the argument's name that adjoin it have, until they are enough.
 std::uint64_t Registers::bytesFrom(Place first, const std::string& argument, std::uint64_t size) const {
-    const std::uint64_t base = block_.part->base.value.value_or(0);
     std::uint64_t bytes = first.bytes;
     while (bytes < size) {
-        const auto [begin, end] = byOffset_.equal_range(first.offset - base + bytes);
+        const auto [begin, end] = byOffset_.equal_range(first.offset - base_ + bytes);
         const auto next = std::find_if(
             begin, end, [&](const auto& entry) { return entry.second->name.starts_with(argument); });
         const std::uint64_t added = next == end ? 0 : placeOf(*next->second, argument).bytes;

@@ -14,6 +14,7 @@ namespace kfab::author {
 /// the slave. What cannot be told throws KernelRefused, which lacks the argument's offset.
 class Registers {
 public:
+    /// @param slave whose address block, if any, has a base that is known
     Registers(const ip::IpComponent& component, const ip::BusInterface& slave);
 
     /// Of the register that has the argument's name, or the first one of several that adjoin each other and
@@ -34,6 +35,7 @@ private:
 
     const ip::BusInterface& slave_;
     ip::Found<ip::AddressBlock> block_;
+    std::uint64_t base_ = 0;                                      // of the block
     std::multimap<std::uint64_t, const ip::Register*> byOffset_;  // of the block; of those that are known
 };
 

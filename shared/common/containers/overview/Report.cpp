@@ -1,5 +1,4 @@
 #include "containers/overview/Parts.h"
-
 #include "platform/xml/LeafText.h"
 
 #include <algorithm>
