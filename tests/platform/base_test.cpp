@@ -47,6 +47,7 @@ TEST(HI18N, AnyBytesComeBackAndAnyCharactersCanBeTold) {
         HI18N::convert(L"\xD83D\xDE00\xD800\xDBFF\xDFFF\xDC00\xDC00\xD800\xE000\xD800\xDC00"),
         "\xF0\x9F\x98\x80" + none + "\xF4\x8F\xBF\xBF" + none + none + none + "\xEE\x80\x80\xF0\x90\x80\x80");
     EXPECT_EQ(HI18N::convert(L"\xDFFF" + std::wstring(1, static_cast<wchar_t>(-1))), none + none);
+    EXPECT_EQ(HI18N::convert(std::wstring_view(L"\xD83D\xDE00", 1)), none);
 }
 
 TEST(Threads, GetNoSignalsAndLeaveNothingOpen) {
