@@ -6,6 +6,7 @@
 #include "containers/lint/Lint.h"
 #include "containers/overview/Overview.h"
 #include "containers/page/Page.h"
+#include "platform/base/HUTInterrupt.h"
 #include "platform/files/HUTPathUtils.h"
 #include "platform/xml/ElementTree.h"
 #include "platform/xml/Reader.h"
@@ -211,6 +212,22 @@ TEST_F(HostilePage, IsWellFormedWhateverADocumentSays) {
         expectPage(document.replace(place, static_cast<std::size_t>(text->length(group)), hostile), place);
     }
     std::cout << tried << " values and texts replaced\n";
+}
+
+TEST_F(HostilePackage, WhatIsShownOfManyKernelsCanBeCalledOffAtEach) {
+    const auto questions = [&](int kernels) {
+        pack(package_,
+             {{"kp.xml", "<Root VersionMajor='6' VersionMinor='0'><Kernels>" + repeated(kernels, [](int) {
+                             return "<Kernel Name='k' Dir='k'/>";
+                         }) + "</Kernels></Root>"}});
+        int asked = 0;
+        HUTInterrupt::setQuestion([&] { return ++asked == 0; });
+        kfab::page::pageOf(kfab::overview::ofPackage(package_, {}, kfab::overview::Depth::Descriptions));
+        HUTInterrupt::setQuestion({});
+        return asked;
+    };
+    // Of each is asked what it has to show, what it is, where its description lies, and how it is drawn.
+    EXPECT_EQ(questions(9) - questions(1), 8 * 4);
 }
 
 TEST_F(HostileDocuments, HugeOnesAreReadOrRefused) {

@@ -254,14 +254,16 @@ class PageTest(KpCase):
                 return Math.min(Math.abs(told.left - right), Math.abs(told.right - right)) < 2; })"""), target)
         # Nothing is told of the module at the top; no port, argument and report.
         for document, told in ((text.replace("</root>", "<profile>" + report.replace("<ModuleName>vadd<", "<ModuleName>none<", 1) + "</root>"),
-                                ["The report says nothing of the module at the top.", "LUT", "-", "vadd_reader", "271", "-"]),
-                               (re.sub("(?s)(<ports>|<args>).*?(</ports>|</args>)", r"\1\2", text), ["none"])):
+                                ["Timing: The report says nothing of the module at the top.",
+                                 "Instances: Each with its module and what that takes, those in it included.", "LUT", "-", "vadd_reader", "271", "-"]),
+                               (re.sub("(?s)(<ports>|<args>).*?(</ports>|</args>)", r"\1\2", text), [
+                                   "Ports: none", "Arguments: none", "Figures of synthesis: none: the description carries no report"])):
             Path("k.xml").write_text(document)
             self.show("k.html", "k.xml")
             self.expect_laid_out(widths=(400,))
             self.assertEqual(told, self.ask(
-                "[document.querySelector('h3 + p'), ...(all('table').find((each) => each.caption.textContent.includes('most of it'))?.rows[1].cells || [])]"
-                ".map((each) => each.textContent)"))
+                "all('h3 + p').map((each) => each.previousElementSibling.textContent + ': ' + each.textContent).concat("
+                "[...(all('table').find((each) => each.caption.textContent.includes('most of it'))?.rows[1].cells || [])].map((each) => each.textContent))"))
 
     def test_what_it_replaces(self):
         self.add("vadd.kp")
