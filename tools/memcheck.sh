@@ -35,7 +35,7 @@ check_command() {
     chmod +x "$wrapper"
     rm -f "$logs"/kp-*.log
     KP=$wrapper KP_EXAMPLES_DIR=$PWD/examples KP_PAGES=$bin/kp_pages KP_HANDBOOK=$PWD/docs/cli.md \
-        KP_SANITIZE=memcheck PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=tests/cli python3 -c "$run_cases" "$1_test" || return
+        KP_SANITIZE=memcheck PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=tests/cli:tools python3 -c "$run_cases" "$1_test" || return
     ! grep -h . "$logs"/kp-*.log
 }
 

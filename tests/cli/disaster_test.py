@@ -161,7 +161,3 @@ class DisasterTest(DisasterCase):
         self.assertEqual((0, "", ""), self.run_kp("kernel", "report", "kernel.xml", "-o", "back.xml", before=little))
         self.assertEqual(997, Path("back.xml").read_text().count("<Instance>"))
         self.expect_refusal(edit(998), "nested deeper than 2000")
-
-
-if __name__ == "__main__":
-    unittest.main()

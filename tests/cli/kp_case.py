@@ -1,11 +1,14 @@
 """What the tests of the command kp share: runs of it, also on a terminal, in a directory with a copy of the example."""
 
+import fcntl
 import os
 import pty
 import select
 import shutil
+import struct
 import subprocess
 import tempfile
+import termios
 import time
 import unittest
 import zipfile
@@ -24,37 +27,40 @@ def run(*arguments, stdin="", **environment):
 
 
 class OnTerminal:
-    """A run of kp whose standard error is a terminal of its own, and whose standard input is never at its end."""
+    """A run of kp whose standard error is a terminal of its own, and whose standard input is never at its end.
 
-    def __init__(self, *arguments, **environment):
+    With a width, which is the terminal's, the answer goes to it as well."""
+
+    def __init__(self, *arguments, width=None, **environment):
         self.screen, terminal = pty.openpty()
-        self.process = subprocess.Popen([KP, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                        stderr=terminal, env={**os.environ, "TERM": "xterm", "NO_COLOR": "",
+        fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, width or 0, 0, 0))
+        self.process = subprocess.Popen([KP, *arguments], stdin=subprocess.PIPE, stderr=terminal,
+                                        stdout=subprocess.PIPE if width is None else terminal, env={**os.environ, "TERM": "xterm", "NO_COLOR": "",
                                                               "KP_PROGRESS_DELAY": "0", **environment})
         os.close(terminal)
 
     def read(self):
         """What comes on the screen next; nothing at the end."""
         try:
-            return os.read(self.screen, 1 << 16).decode()
+            return os.read(self.screen, 1 << 16)
         except OSError:  # the other end is closed
-            return ""
+            return b""
 
     def read_until(self, text):
         """The screen up to a text; without one, nothing, once there was time to begin."""
         if text is None:
             time.sleep(0.3)
             return ""
-        shown = ""
-        while text not in shown:
+        shown = b""
+        while text.encode() not in shown:
             assert select.select([self.screen], [], [], 20)[0], f"{text!r} never came: {shown!r}"
             shown += self.read()
-        return shown
+        return shown.decode()
 
     def finish(self):
         """The exit status, standard output, and the rest of the screen."""
-        shown = "".join(iter(self.read, ""))
-        out = self.process.communicate()[0].decode(errors="replace")
+        shown = b"".join(iter(self.read, b"")).decode()
+        out = (self.process.communicate()[0] or b"").decode(errors="replace")
         os.close(self.screen)
         return self.process.returncode, out, shown
 
@@ -75,12 +81,20 @@ class KpCase(unittest.TestCase):
     def add(self, package, *more):
         self.expect(["add", package, "vadd/kernel.xml", "--ip", "vadd/ip", *more], 0)
 
+    def change(self, path, *pieces, into=None):
+        """The path of a document like one that is there, if not of that itself, with pieces of it replaced."""
+        text = Path(path).read_text()
+        for piece, other in pieces:
+            self.assertIn(piece, text)
+            text = text.replace(piece, other)
+        Path(into or path).write_text(text)
+        return into or path
+
     def derive(self, path, vlnv=None):
         """The path of a kernel description like the example's under another name, which ends the path, and VLNV."""
-        text, name = Path(self.directory, "vadd/kernel.xml").read_text(), Path(path).name
-        text = text.replace('name="vadd"', f'name="{name}"').replace(":vadd:", f":{vlnv or name}:")
-        Path(path + ".xml").write_text(text)
-        return path + ".xml"
+        name = Path(path).name
+        return self.change(Path(self.directory, "vadd/kernel.xml"), ('name="vadd"', f'name="{name}"'),
+                           (":vadd:", f":{vlnv or name}:"), into=path + ".xml")
 
     def rewrite(self, package, changes):
         """A package like another one, some members of which are changed by functions."""

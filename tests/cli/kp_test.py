@@ -7,7 +7,6 @@ import random
 import shutil
 import subprocess
 import tempfile
-import unittest
 import xml.etree.ElementTree as ElementTree
 import zipfile
 from pathlib import Path
@@ -51,8 +50,8 @@ class KpTest(KpCase):
             self.expect(["add", package, "--update", self.derive("other"), "--ip", "vadd/ip", "--no-lint"], 0, "", bare + missing)
         parts = [word for part in ("--pdi", "--shim", "--sw-emu", "--cpu-source") for word in (part, "vadd/vadd.qmr")]
         self.expect(["add", *parts, "all.kp", "vadd/kernel.xml", "--ip=vadd/ip", "--debug-dir=vadd/src", "--hls-dir=vadd/src", "-q"], 0)
-        Path("c.xml").write_text(Path("vadd/kernel.xml").read_text().replace('"vadd"', '"c"').replace('"ip"', '"c"'))
-        self.expect(["add", "all.kp", "c.xml", "--cpu-source", "vadd/src/vadd.cpp", "--no-lint"], 0)
+        c = self.change("vadd/kernel.xml", ('"vadd"', '"c"'), ('"ip"', '"c"'), into="c.xml")
+        self.expect(["add", "all.kp", c, "--cpu-source", "vadd/src/vadd.cpp", "--no-lint"], 0)
         self.expect(["list", "all.kp"], 0, "vadd  sw_emu,hw_emu,hw  rtl,debug-dir,hls-dir,pdi,shim,sw-emu\nc     sw_emu            -\n")
 
     def test_update_needs_no_description_and_verify_finds_changes(self):
@@ -105,15 +104,13 @@ class KpTest(KpCase):
     def test_diff(self):
         self.add("a.kp", "--report", "vadd/design.xml")
         self.expect(["diff", "a.kp", "a.kp"], 0, "verdict: same\n")
-        xml = Path("vadd/kernel.xml")
-        xml.write_text(xml.read_text().replace('dataWidth="32"', 'dataWidth="64"', 1))
+        self.change("vadd/kernel.xml", ('0x1000" dataWidth="32"', '0x1000" dataWidth="64"'))
         self.add("wider.kp", "--report", "vadd/design.xml", "--no-lint")
         wider = "vadd: compatible: port 's_control': dataWidth 32 -> 64\n"
         self.expect(["diff", "a.kp", "wider.kp"], 1, wider + "verdict: minor\n")
         self.expect(["diff", "a.kp", "wider.kp", "--breaking"], 0, "verdict: minor\n")
-        xml.write_text(xml.read_text().replace('offset="0x34"', 'offset="0x38"'))
-        report = Path("vadd/design.xml")
-        report.write_text(report.read_text().replace("<LUT>655", "<LUT>1310"))
+        self.change("vadd/kernel.xml", ('offset="0x34"', 'offset="0x38"'))
+        self.change("vadd/design.xml", ("<LUT>655", "<LUT>1310"))
         odd = "\x7f\n" + "x" * 200
         self.add("b.kp", "--report", "vadd/design.xml", "--project", odd, "--no-lint")
         with zipfile.ZipFile("b.kp", "a") as package:
@@ -218,11 +215,10 @@ class KpTest(KpCase):
         subprocess.run(["unzip", "-q", "p.kp", "-x", "kp.xml", "-d", "by_unzip"], check=True)
         self.expect_same("by_unzip", "out/deep")
         self.expect_same("vadd/ip", "out/deep/ip_repo/example_kernels_vadd_1_0")
-        with zipfile.ZipFile("p.kp") as package, zipfile.ZipFile("moved.kp", "w") as moved:
-            for name in package.namelist():
-                moved.writestr(name, package.read(name).replace(b'Dir="vadd"', b'Dir="k"'))
-            moved.writestr("k/kernel.xml", "<r")
-        self.expect(["-q", "extract", "moved.kp", "-d", "m", "--json"], 3, "", "kp: error: Kernel 'vadd' was extracted, but "
+        moved = self.rewrite("p.kp", {"kp.xml": lambda data: data.replace(b'Dir="vadd"', b'Dir="k"')})
+        with zipfile.ZipFile(moved, "a") as package:
+            package.writestr("k/kernel.xml", "<r")
+        self.expect(["-q", "extract", moved, "-d", "m", "--json"], 3, "", "kp: error: Kernel 'vadd' was extracted, but "
                     "its description in 'm' cannot be read: Failed to parse RTL kernel file. Exception: [17-132] "
                     "m/k/kernel.xml:1: unclosed token\n")
         Path("parameters").write_text("kp.enableVersionCheck = true\n")
@@ -586,8 +582,8 @@ class KpTest(KpCase):
     def test_errors_name_the_thing_and_change_nothing(self):
         self.add("p.kp")
         Path("bad.xml").write_text('<root versionMajor="1" versionMinor="10">\n<kernel>\n<ports><port dataWidth="-1"/>')
-        Path("twin.xml").write_text(Path("vadd/kernel.xml").read_text().replace('name="vadd"', 'name="twin"'))
-        self.expect(["add", "p.kp", "twin.xml", "--cpu-source", "vadd/src/vadd.cpp"], 0)
+        twin = self.derive("twin", vlnv="vadd")
+        self.expect(["add", "p.kp", twin, "--cpu-source", "vadd/src/vadd.cpp"], 0)
         self.add("k.kp", "--layout", "kernel")
         customize = ["customize", "-o", "./o.kp", "--name=n"]
         host = ["--board=b", "--host-script", EXAMPLES + "/host/host.tcl"]
@@ -640,7 +636,3 @@ class KpTest(KpCase):
             status, out, err = run(*wrong)
             self.assertEqual((2, ""), (status, out), wrong)
             self.assertRegex(err, r"\Akp: error: .+\n\Z")
-
-
-if __name__ == "__main__":
-    unittest.main()

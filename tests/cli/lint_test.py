@@ -3,7 +3,6 @@
 import json
 import os
 import subprocess
-import unittest
 import zipfile
 from pathlib import Path
 from urllib.parse import unquote_to_bytes
@@ -15,19 +14,11 @@ WHOLE = ["vadd/kernel.xml", "--ip", "vadd/ip", "--report", "vadd/design.xml"]
 
 
 class LintTest(KpCase):
-    def break_kernel(self, *pieces):
-        text = Path("vadd/kernel.xml").read_text()
-        for piece, other in pieces:
-            self.assertIn(piece, text)
-            text = text.replace(piece, other)
-        Path("vadd/kernel.xml").write_text(text)
-
     def test_text_and_json(self):
         self.expect(["lint", *WHOLE], 0)
         self.add("p.kp")
         self.expect(["lint", "p.kp", "VADD", "--json"], 0, '{\n  "findings": [],\n  "unchecked": []\n}\n')
-        text = Path("vadd/kernel.xml").read_text()
-        Path("vadd/kernel.xml").write_text(text.replace('offset="0x34"', 'offset="0xFFE"'))
+        self.change("vadd/kernel.xml", ('offset="0x34"', 'offset="0xFFE"'))
         error = "argument 'length' ends at 0x1002, beyond the 0x1000 bytes of its port 's_control'"
         status, out, _ = run("lint", "vadd/kernel.xml")
         self.assertEqual((1, f"vadd/kernel.xml:13: error: {error} [beyond-range]"), (status, out.splitlines()[0]))
@@ -36,10 +27,10 @@ class LintTest(KpCase):
         finding = json.loads(run("lint", *WHOLE, "--format", "json")[1])["findings"][0]
         self.assertEqual(["beyond-range", "error", "vadd", "vadd/kernel.xml", 13, error],
                          [finding[key] for key in ("code", "severity", "kernel", "document", "line", "text")])
-        Path("vadd/kernel.xml").write_text(text.replace('interrupt="false"', 'interrupt="no"'))
+        self.change("vadd/kernel.xml", ('offset="0xFFE"', 'offset="0x34"'), ('interrupt="false"', 'interrupt="no"'))
         self.assertEqual([0, 1], [run("lint", *WHOLE, *strict)[0] for strict in ([], ["--strict"])])
         self.assertEqual(len(run("lint", "--rules")[1].splitlines()), len(json.loads(run("lint", "--rules", "--json")[1])))
-        self.break_kernel(("<ports>", "<prots>"), ("</ports>", "</prots>"))
+        self.change("vadd/kernel.xml", ("<ports>", "<prots>"), ("</ports>", "</prots>"))
         self.expect(["lint", *WHOLE], 3, "",
                     "kp: error: [17-132] vadd/kernel.xml:4: element 'prots' is not known in 'kernel'\n")
         self.expect(["lint", "none"], 3, "", "kp: error: File not found: 'none'\n")
@@ -79,7 +70,7 @@ class LintTest(KpCase):
 
     def test_sarif(self):
         self.assertEqual((0, "", []), self.sarif(*WHOLE))
-        self.break_kernel(('offset="0x34"', 'offset="0x1000"'), ("false", "no"))
+        self.change("vadd/kernel.xml", ('offset="0x34"', 'offset="0x1000"'), ("false", "no"))
         for arguments in (WHOLE, [os.path.abspath("vadd/kernel.xml")], ["p.kp"]):
             if arguments == ["p.kp"]:
                 self.assertEqual(0, run("add", "p.kp", *WHOLE)[0])
@@ -96,7 +87,7 @@ class LintTest(KpCase):
         os.mkdir("vadd/ip/.git")
         Path("vadd/ip/.git/\u009b31m").touch()
         hostile = "x&#10;error: &#155;31m&lt;/script>'"
-        self.break_kernel(('name="length"', f'name="{hostile}"'), ('type="uint"', f'type="{hostile}*"'))
+        self.change("vadd/kernel.xml", ('name="length"', f'name="{hostile}"'), ('type="uint"', f'type="{hostile}*"'))
         self.expect(["add", "p.kp", *WHOLE[:3], "--no-lint"], 0)
         for arguments in (WHOLE, ["p.kp"]):
             text = run("lint", *arguments)[1]
@@ -110,7 +101,7 @@ class LintTest(KpCase):
             self.assertTrue(any(unquote_to_bytes(uri).endswith(odd[7:]) for uri in uris), uris)
 
     def test_add_warns_of_errors_and_refuses_when_strict(self):
-        self.break_kernel(('offset="0x34"', 'offset="0x1000"'), ("false", "no"))
+        self.change("vadd/kernel.xml", ('offset="0x34"', 'offset="0x1000"'), ("false", "no"))
         line = ("vadd/kernel.xml:13: argument 'length' ends at 0x1004, beyond the 0x1000 bytes of its port 's_control' "
                 "[beyond-range]\n")
         refused = (f"kp: error: {line}kp: warning: vadd/kernel.xml:3: the interrupt 'no' is neither 'true' nor 'false' "
@@ -153,7 +144,3 @@ class LintTest(KpCase):
     def test_the_page_of_rules_is_made_of_the_table(self):
         page = subprocess.run([TREE / "tools/lint-page.py", KP], stdout=subprocess.PIPE, text=True, check=True).stdout
         self.assertEqual(Path(TREE, "docs/lint.md").read_text(), page)
-
-
-if __name__ == "__main__":
-    unittest.main()

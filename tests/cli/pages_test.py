@@ -4,7 +4,6 @@ import os
 import re
 import shutil
 import subprocess
-import unittest
 from pathlib import Path
 
 from kp_case import KP, KpCase, run
@@ -229,7 +228,3 @@ class PagesTest(KpCase):
         head, names, rest = Path(FISH).read_text().partition(FISH_NAMES)
         lines = [f"{line} -d '" + text.replace("'", r"\'") + "'" for line, text in lines]
         self.assertEqual((FISH_NAMES, sorted(lines)), (names, sorted(rest.splitlines())))
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -185,7 +185,3 @@ class PowerLossTest(DisasterCase):
                     self.assertFalse(all(self.is_sound(state, old, new, is_done)
                                          for is_done, state in self.states(old, calls, sync)), calls[sync])
                 print(f"{count} losses of power, {len(unlike)} states, {len(syncs)} syncs: kp {' '.join(operation)}", flush=True)
-
-
-if __name__ == "__main__":
-    unittest.main()

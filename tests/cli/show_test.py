@@ -1,27 +1,18 @@
 """What kp shows to people: the pages of show, the table of list, and what programs get instead."""
 
-import fcntl
 import json
 import os
-import pty
 import re
-import struct
 import subprocess
-import sys
-import termios
 import unicodedata
-import unittest
 import zipfile
 from pathlib import Path
 
 import jsonschema
-
-from kp_case import HERE, KP, KpCase, run
+import pictures
+from kp_case import HERE, KP, KpCase, OnTerminal, run
 
 TREE = HERE.parents[1]
-sys.path.append(str(TREE / "tools"))
-import pictures
-
 SCHEMA = jsonschema.Draft202012Validator(json.loads((TREE / "docs/show.schema.json").read_text()))
 UTF8 = {"LC_ALL": "C.UTF-8"}
 
@@ -33,31 +24,11 @@ def columns(line):
 
 def on_screen(width, *arguments, **environment):
     """What kp writes to a terminal of a width."""
-    screen, terminal = pty.openpty()
-    fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, width, 0, 0))
-    done = subprocess.Popen([KP, *arguments], stdout=terminal, stderr=terminal,
-                            env={**os.environ, "TERM": "xterm", "NO_COLOR": "", **UTF8, **environment})
-    os.close(terminal)
-    shown = b""
-    try:
-        while piece := os.read(screen, 1 << 16):
-            shown += piece
-    except OSError:  # the other end is closed
-        pass
-    os.close(screen)
-    return done.wait(), shown.decode().replace("\r\n", "\n")
+    status, _, shown = OnTerminal(*arguments, width=width, KP_PROGRESS_DELAY="", **UTF8, **environment).finish()
+    return status, shown.replace("\r\n", "\n")
 
 
 class ShowTest(KpCase):
-    def change(self, *pieces):
-        """A description like the example's, with pieces of it replaced."""
-        text = Path("vadd/kernel.xml").read_text()
-        for piece, other in pieces:
-            self.assertIn(piece, text)
-            text = text.replace(piece, other)
-        Path("k.xml").write_text(text)
-        return "k.xml"
-
     def shown(self, *arguments, width=80, **environment):
         """The page, whose lines fit the width and are fit for a terminal."""
         status, out, err = run("show", *arguments, **{**UTF8, "COLUMNS": str(width), **environment})
@@ -115,10 +86,8 @@ class ShowTest(KpCase):
         self.assertEqual([("gap", 0, False), ("value", 2, False), ("value", 1, True)],
                          [(each["use"], each["shared"], each["isBeyond"]) for each in
                           (description["addressMaps"][0]["stretches"][at] for at in (0, 2, 6))])
-        text = (HERE / "odd.xml").read_text()
         for lut, most, bars in ((0, "even, 5", 0), ("+1", "even, 5 of 1 (500%)", 3)):
-            Path("k.xml").write_text(text.replace("<FF>0</FF>", f"<FF>0</FF><LUT>{lut}</LUT>"))
-            page = self.shown("k.xml")
+            page = self.shown(self.change(HERE / "odd.xml", ("<FF>0</FF>", f"<FF>0</FF><LUT>{lut}</LUT>"), into="k.xml"))
             self.assertIn(f"\n  Most LUT   {most}\n", page)
             self.assertEqual(bars, page.count("  " + "█" * 10 + " "))
         for version, told in ((b'SoftwareVersionMajor="1"', " by software 1.0"), (b'SoftwareVersionMinor="1"', " by software 0.1"),
@@ -161,7 +130,7 @@ class ShowTest(KpCase):
         names = ["x" * 200, "計算" * 20, "e\u0301" * 40, "re\u202everse", "\u200bo" + "\u0302" * 10, "two\nlines\x9b2J", "ünï"]
         self.add("p.kp", "--report", "vadd/design.xml")
         for name in names:
-            self.change(('name="vadd"', 'name="' + name.replace("\n", "&#10;") + '"'))
+            self.change("vadd/kernel.xml", ('name="vadd"', 'name="' + name.replace("\n", "&#10;") + '"'), into="k.xml")
             self.expect(["add", "p.kp", "k.xml", "--cpu-source", "vadd/src/vadd.cpp", "--no-lint"], 0)
         table = """
 8 kernels
@@ -234,7 +203,3 @@ class ShowTest(KpCase):
             done = run("show", *arguments)
             self.assertEqual((status, "", True), (done[0], done[1], done[2].startswith("kp: error: ")), arguments)
         self.assertEqual((3, "", "kp: error: File not found: 'none.kp'\n"), run("show", "none.kp"))
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -7,7 +7,6 @@ import re
 import shutil
 import signal
 import subprocess
-import unittest
 from pathlib import Path
 
 from kp_case import KP, KpCase, OnTerminal, run
@@ -150,7 +149,3 @@ class TerminalTest(KpCase):
             for bar in done[2].split("\r\x1b[K"):
                 percents = [int(percent) for percent in re.findall(r"(\d+)%", bar)]
                 self.assertEqual(sorted(percents), percents)
-
-
-if __name__ == "__main__":
-    unittest.main()

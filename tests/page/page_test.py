@@ -2,17 +2,14 @@
 
 import html.parser
 import re
-import sys
-import unittest
 from pathlib import Path
 from xml.sax.saxutils import escape
-
-HERE = Path(__file__).resolve().parent
-sys.path[:0] = [str(HERE.parent / "cli"), str(HERE.parents[1] / "benchmarks")]
 
 import make_inputs
 from browser import Browser
 from kp_case import KpCase, run
+
+HERE = Path(__file__).resolve().parent
 
 ASK = HERE.joinpath("page.js").read_text()
 WIDTHS = (400, 700, 1000, 1600)
@@ -72,18 +69,13 @@ class PageTest(KpCase):
     def pack(self, name, texts):
         """A package with the texts as names of the kernel, of ports, arguments, instances and so on."""
         kernel, vlnv, port, argument, instance, module, kind = (escape(text, {'"': "&quot;"}) for text in texts)
-        description = Path("vadd/kernel.xml").read_text()
-        for old, new in (('name="vadd"', f'name="{kernel}"'), ("example:kernels:vadd:1.0", vlnv), ('"m_read"', f'"{port}"'),
-                         ('name="a"', f'name="{argument}"'), ('type="uint*"', f'type="{kind}"'), ("</ports>", "".join(
-                             f'<port name="s{at}{port}" mode="{mode}" range="0x0" dataWidth="512" portType="stream" base="0x0"/>'
-                             for at, mode in enumerate(("slave", "master", "neither"))) + "</ports>"),
-                         ('offset="0x34"', 'offset="0x20"'), ('size="0x8" offset="0x28"', 'size="0x8" offset="0xFFC"')):
-            self.assertIn(old, description)
-            description = description.replace(old, new)
-        Path("named.xml").write_text(description)
-        report = Path("vadd/design.xml").read_text().replace(">reader_u<", f">{instance}<").replace(
-            ">vadd_reader<", f">{module}<").replace(">sums_u<", f">{instance}<").replace(">2.920<", ">3.92<")
-        Path("named-report.xml").write_text(report)
+        streams = "".join(f'<port name="s{at}{port}" mode="{mode}" range="0x0" dataWidth="512" portType="stream" base="0x0"/>'
+                          for at, mode in enumerate(("slave", "master", "neither")))
+        self.change("vadd/kernel.xml", ('name="vadd"', f'name="{kernel}"'), ("example:kernels:vadd:1.0", vlnv), ('"m_read"', f'"{port}"'),
+                    ('name="a"', f'name="{argument}"'), ('type="uint*"', f'type="{kind}"'), ("</ports>", streams + "</ports>"),
+                    ('offset="0x34"', 'offset="0x20"'), ('size="0x8" offset="0x28"', 'size="0x8" offset="0xFFC"'), into="named.xml")
+        self.change("vadd/design.xml", (">reader_u<", f">{instance}<"), (">vadd_reader<", f">{module}<"), (">sums_u<", f">{instance}<"),
+                    (">2.920<", ">3.92<"), into="named-report.xml")
         self.expect(["add", name, "named.xml", "--cpu-source", "vadd/src/vadd.cpp", "--report", "named-report.xml", "--no-lint"], 0)
         return name
 
@@ -111,11 +103,10 @@ class PageTest(KpCase):
         self.expect_laid_out()
         self.assertEqual(run("page", "-", "-o", "-", stdin=Path("vadd/kernel.xml").read_text())[1].replace("stdin", "kernel.xml").replace(
             "/dev/kernel.xml", "vadd/kernel.xml"), Path("alone.html").read_text())
-        description = Path("vadd/kernel.xml").read_text()
         for attributes, control, lint in (('interrupt="true"', "start_done, interrupt", "1 unchecked"), ("", "start_done", "1 unchecked"),
                                           ('interrupt="no"', "start_done, interrupt &#39;no&#39;", "1 warning")):
-            Path("k.xml").write_text(description.replace('interrupt="false"', attributes))
-            told = run("page", "k.xml", "-o", "-")[1]
+            described = self.change("vadd/kernel.xml", ('interrupt="false"', attributes), into="k.xml")
+            told = run("page", described, "-o", "-")[1]
             self.assertEqual([control, lint], re.findall(r"<dt>(?:Control|Lint)</dt><dd.*?>(.*?)</dd>", told), attributes)
             self.assertIn("<title>k.xml, a kernel description</title>", told)
         # What a style attribute would do to a page: the policy lets only its own style be.
@@ -278,7 +269,3 @@ class PageTest(KpCase):
         for status, *arguments in ((3, "none.kp"), (3, "vadd.kp", "none"), (2, "vadd/kernel.xml", "vadd")):
             self.assertEqual(status, run("page", *arguments, "-o", "p.html")[0])
         self.assertEqual(page, Path("p.html").read_bytes())
-
-
-if __name__ == "__main__":
-    unittest.main()
