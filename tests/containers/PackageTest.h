@@ -8,9 +8,6 @@
 #include "tests/support/Failure.h"
 #include "tests/support/Packages.h"
 
-#include <cstdlib>
-#include <filesystem>
-
 #include <gmock/gmock.h>
 
 /// A directory in which a package "p.kp" is made, and the messages that are posted. At the end of a test no

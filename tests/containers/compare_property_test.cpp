@@ -5,7 +5,6 @@
 #include "tests/support/RandomRecord.h"
 
 #include <set>
-#include <string>
 #include <tuple>
 #include <utility>
 #include <vector>

@@ -4,8 +4,7 @@
 namespace {
 
 using namespace kfab::compare;
-using testing::ElementsAre;
-using testing::ElementsAreArray;
+using namespace testing;
 
 Texts linesOf(const Comparison& comparison) {
     Texts lines;
@@ -257,9 +256,9 @@ TEST_F(Compare, LooksAtAllMembersAndTellsWhatIsNotSure) {
             members);
     };
     EXPECT_THAT(between(crossed("1", "x", "y"), crossed("22", "y", "x"), "c"),
-                testing::Contains("c: inside: file 'ip_repo/x/f': size 1 -> 2"));
+                Contains("c: inside: file 'ip_repo/x/f': size 1 -> 2"));
     EXPECT_THAT(between(directory_ / "1", directory_ / "22"),
-                testing::Contains("c: inside: file 'ip_repo/x/f': size 1 -> 2"));
+                Contains("c: inside: file 'ip_repo/x/f': size 1 -> 2"));
     const Comparison none = comparePackages(written(directory_, "none.kp", "<Kernels/>", {}), now, "K");
     EXPECT_EQ(none.verdict(), Verdict::Minor);
 }
@@ -269,7 +268,7 @@ TEST_F(Compare, NamesWhatCannotBeCompared) {
     const std::string good =
         written(directory_, "good.kp", kernels, {{"k/kernel.xml", kernelXml("name='k'")}});
     const auto expectReason = [&](const std::string& package, const std::string& expected) {
-        EXPECT_THAT(failureOf([&] { comparePackages(good, package); }), testing::HasSubstr(expected));
+        EXPECT_THAT(failureOf([&] { comparePackages(good, package); }), HasSubstr(expected));
     };
     expectReason(written(directory_, "bare.kp", kernels, {}),
                  "bare.kp' has no description: 'k/kernel.xml' is not in the package");

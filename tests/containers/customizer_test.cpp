@@ -1,23 +1,14 @@
 #include "containers/customizer/Customizer.h"
 
-#include "containers/kp/PackageVerification.h"
 #include "platform/files/HUTFile.h"
 #include "platform/tcl/InProcessInterpreter.h"
 #include "platform/tcl/TaskManager.h"
-#include "platform/zip/ArchiveSnapshot.h"
-#include "platform/zip/Iostreams.h"
-#include "tests/support/CapturedMessages.h"
-#include "tests/support/Environment.h"
+#include "tests/containers/PackageTest.h"
 #include "tests/support/Faults.h"
-#include "tests/support/Packages.h"
 
-#include <filesystem>
-#include <functional>
 #include <tuple>
 
 #include <boost/algorithm/string/replace.hpp>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -73,7 +64,7 @@ public:
     std::function<void()> save;
 };
 
-class CustomizerTest : public testing::Test {
+class CustomizerTest : public PackageTest {
 protected:
     CustomizerTest() { add(fullKernel(directory_, "k1", "language='ip' debug='true' vlnv='v:l:k1:1.0'")); }
 
@@ -89,9 +80,6 @@ protected:
         return customizer.getErrorMessage();
     }
 
-    TemporaryDirectory directory_;
-    CapturedMessages messages_;
-    const std::string package_ = directory_ / "p.kp";
     const std::string output_ = directory_ / "out.kp";
     const std::string work_ = directory_ / "work";
     const std::string instance_ =

@@ -12,11 +12,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
 #include <random>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace {
 

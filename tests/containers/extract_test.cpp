@@ -5,8 +5,6 @@
 #include "platform/zip/HUTZip.h"
 #include "tests/containers/PackageTest.h"
 
-#include <map>
-
 #include <boost/algorithm/string/replace.hpp>
 #include <sys/resource.h>
 

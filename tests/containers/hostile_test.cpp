@@ -13,7 +13,6 @@
 #include "platform/xml/Writer.h"
 #include "tests/containers/PackageTest.h"
 
-#include <algorithm>
 #include <set>
 
 namespace {

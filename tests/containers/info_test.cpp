@@ -3,7 +3,6 @@
 #include "tests/containers/PackageTest.h"
 #include "tests/support/Faults.h"
 
-#include <algorithm>
 #include <sstream>
 
 #include <boost/property_tree/json_parser.hpp>
@@ -12,9 +11,7 @@
 
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace testing;
 
 std::string manifest(const Texts& kernels, const std::string& major = "6") {
     std::string text = "<Root VersionMajor=\"" + major + "\" VersionMinor=\"0\"><Kernels>";

@@ -10,7 +10,6 @@
 
 #include <regex>
 #include <tuple>
-#include <utility>
 
 #include <gmock/gmock.h>
 
@@ -305,19 +304,6 @@ TEST(CheckParameter, TellsWhatTheComponentWouldNotTake) {
     };
     for (const auto& [name, value, expected] : cases)
         EXPECT_EQ(checkParameter(component, name, value).value_or(""), expected) << name << "=" << value;
-}
-
-TEST(Example, ComponentAgreesWithItsSource) {
-    const std::string ip = KP_EXAMPLES_DIR "/vadd/ip/";
-    std::string source = TemporaryDirectory::read(ip + "hdl/vadd.v"), ports;
-    for (const Port& port : readComponent(ip + "component.xml").ports) {
-        const std::uint64_t width = port.width.value.value_or(0);
-        ports += std::string(ports.empty() ? "" : ",") +
-                 (port.direction == Direction::In ? "inputwire" : "outputwire") +
-                 (width == 1 ? "" : "[" + std::to_string(width - 1) + ":0]") + port.name;
-    }
-    std::erase_if(source, [](char c) { return c == ' ' || c == '\n'; });
-    EXPECT_THAT(source, testing::HasSubstr("modulevadd#(parameterSUM_FIFO_DEPTH=16)(" + ports + ");"));
 }
 
 }  // namespace

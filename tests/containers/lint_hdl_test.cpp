@@ -1,9 +1,6 @@
 #include "containers/lint/HdlSource.h"
 #include "containers/lint/Lint.h"
 #include "tests/support/Findings.h"
-#include "tests/support/Packages.h"
-
-#include <filesystem>
 
 #include <gtest/gtest.h>
 

@@ -2,12 +2,9 @@
 #include "containers/ip/ComponentReader.h"
 #include "containers/lint/Lint.h"
 #include "platform/xml/Writer.h"
-#include "tests/support/Components.h"
 #include "tests/support/Findings.h"
 
-#include <filesystem>
 #include <random>
-#include <regex>
 
 #include <gmock/gmock.h>
 

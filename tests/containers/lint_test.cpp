@@ -5,10 +5,7 @@
 #include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 #include "tests/support/Findings.h"
-#include "tests/support/Packages.h"
 
-#include <algorithm>
-#include <filesystem>
 #include <set>
 
 #include <gmock/gmock.h>
@@ -18,10 +15,7 @@ namespace {
 using kfab::lint::Example;
 using kfab::lint::Outcome;
 using kfab::lint::Rule;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
+using namespace testing;
 
 const std::string example = KP_EXAMPLES_DIR "/vadd";
 

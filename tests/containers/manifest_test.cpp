@@ -1,21 +1,12 @@
 #include "containers/kernel/HCOContainerKernelXMLReader.h"
 #include "containers/kp/HKPContainerXMLReader.h"
-#include "containers/kp/HKPContainerXMLWriter.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HSTStringUtils.h"
-#include "platform/zip/ArchiveSnapshot.h"
-#include "tests/support/CapturedMessages.h"
-#include "tests/support/Environment.h"
-#include "tests/support/Failure.h"
+#include "tests/containers/PackageTest.h"
 #include "tests/support/Faults.h"
-#include "tests/support/Packages.h"
 
-#include <algorithm>
 #include <random>
 #include <tuple>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -65,23 +56,19 @@ TEST(HKPContainer, NamesAreFoundAfterAnyChanges) {
     }
 }
 
-class Manifest : public testing::Test {
+class Manifest : public PackageTest {
 protected:
-    std::string manifest() const { return ArchiveSnapshot::open(path_)->read("kp.xml"); }
     Texts read() const {
         HKPContainer container;
-        HKPContainerXMLReader(path_, container).parseKPContainer();
+        HKPContainerXMLReader(package_, container).parseKPContainer();
         return shown(container);
     }
 
     const Environment version_{"KP_SOFTWARE_VERSION", "2020.1"};
-    TemporaryDirectory directory_;
-    std::string path_ = directory_ / "k.kp";
-    CapturedMessages messages_;
 };
 
 TEST_F(Manifest, ExactTextOfBothLayouts) {
-    pack(path_, {{"k<1>/kernel.xml", kernelXml("language='IP' debug='TRUE'")}});
+    pack(package_, {{"k<1>/kernel.xml", kernelXml("language='IP' debug='TRUE'")}});
     HKPContainer container;
     container.setVersionMajor(77);  // is not what is written
     HKPKernel* kernel = container.addKPKernel("k<1>", "d", "ip_repo", ".", "p\xC3\xBC",
@@ -99,17 +86,17 @@ TEST_F(Manifest, ExactTextOfBothLayouts) {
   </Kernels>
 </Root>
 )";
-    const HKPContainerXMLWriter writer(container, path_);
+    const HKPContainerXMLWriter writer(container, package_);
     writer.writeKPContainer(false);
     EXPECT_EQ(
-        manifest(),
+        member("kp.xml"),
         start + R"("2" VersionMinor="0" SoftwareVersionMajor="2020" SoftwareVersionMinor="1" IpCache="no">
 )" + end);
     container.addIpCacheIfUnique("ip_cache/a");
     const Environment later("KP_SOFTWARE_VERSION", "2031.12");
     writer.writeKPContainer(true);
     EXPECT_EQ(
-        manifest(),
+        member("kp.xml"),
         start + R"("6" VersionMinor="0" SoftwareVersionMajor="2031" SoftwareVersionMinor="12" IpCache="yes">
   <IpCaches>
     <Cache CacheDir="ip_cache/a"/>
@@ -119,15 +106,15 @@ TEST_F(Manifest, ExactTextOfBothLayouts) {
     EXPECT_EQ(messages_.texts(), Texts{});
 
     kernel->setSupportedFlows({static_cast<HKPKernel::SupportedFlowType>(3)});
-    const std::string before = manifest();
+    const std::string before = member("kp.xml");
     writer.writeKPContainer(true);
-    EXPECT_EQ(manifest(), before);
+    EXPECT_EQ(member("kp.xml"), before);
     EXPECT_EQ(messages_.texts(),
-              Texts{"17-1313: Unknown flow number 3 is left out of the manifest of '" + path_ + "'"});
+              Texts{"17-1313: Unknown flow number 3 is left out of the manifest of '" + package_ + "'"});
 }
 
 TEST_F(Manifest, IsReadLeniently) {
-    pack(path_,
+    pack(package_,
          {{"kp.xml",
            "<Root VersionMajor='9' VersionMinor='3' IpCache='no' Origin='x'>\n<Signature>s<By/></Signature>\n"
            "<Kernels><Kernel Name='b'/><Kernel Name='Z' "
@@ -144,7 +131,7 @@ TEST_F(Manifest, IsReadLeniently) {
     HKPContainer container;
     container.setSoftwareVersionMajor(5);
     Texts described;
-    HKPContainerXMLReader(path_, container).parsePackage([&](const std::string& name, auto&) {
+    HKPContainerXMLReader(package_, container).parsePackage([&](const std::string& name, auto&) {
         described.push_back(name);
     });
     EXPECT_EQ(described, (Texts{"b", "Z", "z"})) << "each once";
@@ -155,8 +142,9 @@ TEST_F(Manifest, IsReadLeniently) {
     EXPECT_TRUE(container.addIpCacheIfUnique("a/") && container.getIsIpCacheDir());
     const auto [first, last] = container.getIpCachesRange();
     EXPECT_EQ(Texts(first, last), (Texts{"a", "", "A", "a/"}));
-    const std::string known = "' is not known; it is ignored", at = "17-2005: " + path_;
-    const std::string flow = "17-1312: Unknown flow number 0 in the manifest of '" + path_ + "' is ignored";
+    const std::string known = "' is not known; it is ignored", at = "17-2005: " + package_;
+    const std::string flow =
+        "17-1312: Unknown flow number 0 in the manifest of '" + package_ + "' is ignored";
     EXPECT_EQ(messages_.texts(),
               (Texts{at + ":1: attribute 'Origin' of element 'Root" + known,
                      at + ":2: element 'Signature' is not known in 'Root'; it is ignored",
@@ -173,14 +161,14 @@ TEST_F(Manifest, WhatCannotBeReadIsRefused) {
         {kernels, "<root>", "1: element 'root' lacks its required attribute 'versionMajor'"},
     };
     for (const auto& [manifest, kernel, error] : cases) {
-        pack(path_, {{"kp.xml", manifest}, {"k/kernel.xml", kernel}});
-        EXPECT_EQ(failureOf<HEXAll>([&] { read(); }), "[17-132] " + path_ + ":" + error);
+        pack(package_, {{"kp.xml", manifest}, {"k/kernel.xml", kernel}});
+        EXPECT_EQ(failureOf<HEXAll>([&] { read(); }), "[17-132] " + package_ + ":" + error);
     }
-    pack(path_, {{"kp.xml", kernels}});
+    pack(package_, {{"kp.xml", kernels}});
     EXPECT_THROW(read(), std::ios_base::failure) << "a kernel without a description";
-    std::filesystem::remove(path_);
+    std::filesystem::remove(package_);
     EXPECT_THROW(read(), HEXAlgException);
-    EXPECT_THROW(HCOContainerKernelXMLReader(path_, "k").getDebug(), HEXFileNotFoundException);
+    EXPECT_THROW(HCOContainerKernelXMLReader(package_, "k").getDebug(), HEXFileNotFoundException);
 }
 
 TEST_F(Manifest, CannotBeWrittenWhereThereIsNoPackage) {
@@ -192,16 +180,16 @@ TEST_F(Manifest, CannotBeWrittenWhereThereIsNoPackage) {
     EXPECT_EQ(TemporaryDirectory::read(path), "no archive");
     for (const char* version : {"x.1", "2020", "-1.0", "2020.1b", "4294967296.0"}) {
         const Environment unusable("KP_SOFTWARE_VERSION", version);
-        EXPECT_THROW(write(path_), std::logic_error) << version;
+        EXPECT_THROW(write(package_), std::logic_error) << version;
     }
-    EXPECT_FALSE(std::filesystem::exists(path_));
-    write(path_);
-    const std::string before = TemporaryDirectory::read(path_);
+    EXPECT_FALSE(std::filesystem::exists(package_));
+    write(package_);
+    const std::string before = TemporaryDirectory::read(package_);
     const disk::DiskFaults faults(always("rename", EROFS));
-    EXPECT_THAT(failureOf<HEXAll>([&] { write(path_); }),
+    EXPECT_THAT(failureOf<HEXAll>([&] { write(package_); }),
                 testing::MatchesRegex("\\[17-1310\\] The package manifest could not be written: "
                                       "Failed to rename '.*': Read-only file system"));
-    EXPECT_EQ(TemporaryDirectory::read(path_), before);
+    EXPECT_EQ(TemporaryDirectory::read(package_), before);
     EXPECT_EQ(messages_.texts(), Texts{"17-1310: The package manifest could not be written"});
 }
 

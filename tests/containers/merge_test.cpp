@@ -5,8 +5,6 @@
 #include "tests/containers/PackageTest.h"
 #include "tests/support/Faults.h"
 
-#include <map>
-
 namespace {
 
 using testing::ElementsAre;

@@ -6,8 +6,6 @@
 #include "tests/containers/PackageTest.h"
 #include "tests/support/Faults.h"
 
-#include <functional>
-
 namespace {
 
 using testing::ElementsAre;

@@ -4,8 +4,6 @@
 #include "platform/zip/HUTZip.h"
 #include "tests/containers/PackageTest.h"
 
-#include <functional>
-
 namespace {
 
 using testing::ElementsAre;

@@ -13,9 +13,7 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <map>
 #include <random>
-#include <string>
 #include <vector>
 
 #include <boost/filesystem.hpp>

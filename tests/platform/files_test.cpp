@@ -14,8 +14,7 @@
 #include <unistd.h>
 
 namespace fs = boost::filesystem;
-using testing::ElementsAre;
-using testing::MatchesRegex;
+using namespace testing;
 
 namespace {
 

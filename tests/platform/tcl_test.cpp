@@ -13,7 +13,6 @@
 #include <typeinfo>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 
 using namespace tkq::tcltasks;

@@ -6,7 +6,6 @@
 #include "tests/support/Faults.h"
 #include "tests/support/TemporaryDirectory.h"
 
-#include <fstream>
 #include <thread>
 
 #include <gtest/gtest.h>

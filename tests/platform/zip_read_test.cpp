@@ -8,9 +8,7 @@
 #include <boost/iostreams/stream.hpp>
 
 namespace io = isl::iostreams;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace testing;
 
 namespace {
 
@@ -131,7 +129,7 @@ TEST_F(ZipRead, FlawsOfMembersAreNamed) {
         EXPECT_EQ(findings()[0].code, code) << text;
         EXPECT_EQ(findings()[0].text, text);
         EXPECT_THAT(failureOf([&] { ArchiveSnapshot::open(archive)->read("deflated"); }),
-                    testing::StartsWith(code == UnsafeName ? "The archive" : start));
+                    StartsWith(code == UnsafeName ? "The archive" : start));
     }
 }
 
@@ -163,7 +161,7 @@ TEST_F(ZipRead, WhatCannotBeTrustedIsFoundAndDropsOutOrIsRefused) {
     ++bytes[bytes.find("PK\1\2") - 1];
     HUTFile::writeFile(archive, bytes);
     EXPECT_EQ(findings().at(0).text, "'f' lacks the sizes behind its data");
-    EXPECT_THAT(findings().at(1).text, testing::StartsWith("16 bytes at offset"));
+    EXPECT_THAT(findings().at(1).text, StartsWith("16 bytes at offset"));
 }
 
 TEST_F(ZipRead, SourcesStreamAndSinksChangeTheArchiveOnlyWhenTheyAreClosed) {

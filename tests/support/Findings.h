@@ -3,9 +3,6 @@
 #include "containers/lint/Outcome.h"
 #include "tests/support/Packages.h"
 
-#include <filesystem>
-#include <string>
-
 /// As "kernel.xml:13: argument ... [code]", the document by its last component.
 inline Texts linesOf(const kfab::lint::Outcome& outcome) {
     Texts lines;

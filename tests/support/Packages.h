@@ -9,9 +9,6 @@
 
 #include <functional>
 #include <regex>
-#include <string>
-#include <utility>
-#include <vector>
 
 using Texts = std::vector<std::string>;
 
