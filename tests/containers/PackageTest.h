@@ -4,7 +4,6 @@
 #include "platform/zip/ArchiveSnapshot.h"
 #include "platform/zip/Iostreams.h"
 #include "tests/support/CapturedMessages.h"
-#include "tests/support/Environment.h"
 #include "tests/support/Failure.h"
 #include "tests/support/Packages.h"
 

@@ -14,8 +14,7 @@ namespace {
 using namespace kfab;
 using author::KernelRequest;
 
-/// An interface whose signals are those of a list, such as "AWADDR=11", with the bits of each from the number
-/// down to 0.
+/// An interface with the signals of a list, such as "AWADDR=11", each of the bits from the number down to 0.
 struct Bus {
     std::string name, mode, signals;
 };

@@ -14,10 +14,7 @@
 namespace {
 
 using namespace kfab::compare;
-using lmx60::Field;
-using lmx60::FieldKind;
-using lmx60::Table;
-using testing::IsEmpty;
+using namespace lmx60;
 
 template <class Use>
 void forEachTable(const Table& table, std::set<const Table*>& met, const Use& use) {
@@ -53,13 +50,13 @@ struct OneOdd {
             const bool isOdd = left-- == 0;
             if (isOdd) name = field.name;
             const auto addValue = [&](bool isOther) {
-                if (field.parse(record, isOther ? "SYSTEM" : "HW_EMU") != lmx60::ErrorKind::None)
+                if (field.parse(record, isOther ? "SYSTEM" : "HW_EMU") != ErrorKind::None)
                     field.parse(record, isOther ? "1" : "2");
             };
             if (field.parse != nullptr) {
-                if (field.occurs == lmx60::Occurs::Any) addValue(false);
+                if (field.occurs == Occurs::Any) addValue(false);
                 addValue(isOdd);
-            } else if (!isOdd || field.occurs == lmx60::Occurs::Required) {
+            } else if (!isOdd || field.occurs == Occurs::Required) {
                 if (isOdd) isRequired = true;
                 void* const child = field.append(record);
                 if (child != nullptr) fill(child, field.childTable(), level + 1);
@@ -107,7 +104,7 @@ TEST(CompareProperties, TellsTheSameWithOldAndNewSwapped) {
         const auto first = RandomRecord(seed).make<KernelXML::Root>();
         const auto second = RandomRecord(seed + 1000).make<KernelXML::Root>();
         EXPECT_EQ(told(first, second, false), told(second, first, true)) << seed;
-        EXPECT_THAT(told(first, first, false), IsEmpty()) << seed;
+        EXPECT_THAT(told(first, first, false), testing::IsEmpty()) << seed;
     }
 }
 

@@ -31,10 +31,9 @@ struct Edit {
 };
 
 /// The example's inputs, with a description that has a bit of everything.
-class Inputs : public TemporaryDirectory {
+class Inputs : public ExampleDirectory {
 public:
     Inputs() {
-        std::filesystem::copy(KP_EXAMPLES_DIR "/vadd", path(), std::filesystem::copy_options::recursive);
         file("debug/trace.txt", "old");
         edit({"kernel.xml", "</ports>",
               "<port name='s_in' mode='slave' dataWidth='64' portType='stream'/></ports>"});

@@ -4,24 +4,20 @@
 #include "containers/explorer/FileExplorer.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/HSTStringUtils.h"
-#include "platform/files/Disk.h"
 #include "platform/zip/Iostreams.h"
 #include "tests/support/Failure.h"
+#include "tests/support/Faults.h"
 #include "tests/support/Members.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <random>
 
 #include <gmock/gmock.h>
 
 namespace {
 
-using kfab::kernel::ArchiveExplorer;
-using kfab::kernel::ExplorerIface;
-using kfab::kernel::FileExplorer;
-using kfab::kernel::KernelDef;
+using namespace kfab::kernel;
 using testing::ElementsAre;
 
 namespace fs = std::filesystem;
@@ -73,7 +69,7 @@ TEST_F(FileExplorerTest, AnswersFromTheKernelsAsRegisteredLast) {
     EXPECT_EQ(explorer_.getHierTopIPPath("K1"), ".");
     EXPECT_EQ(explorer_.getVLNV("k1") + explorer_.getVLNV("K1"), "vlnv");
     EXPECT_EQ(explorer_.getIPCacheRoot("k1") + explorer_.getIPCacheRoot("k3"), "cache");
-    EXPECT_THAT(onlyKernelOf(explorer_).args, ElementsAre(testing::Field(&kfab::kernel::ArgDesc::name, "b")));
+    EXPECT_THAT(onlyKernelOf(explorer_).args, ElementsAre(testing::Field(&ArgDesc::name, "b")));
     EXPECT_TRUE(explorer_.addKernelRootDir("unlisted", directory_ / "k1"));
     EXPECT_EQ(explorer_.getHierTopIPPath("unlisted"), ".");
     EXPECT_TRUE(explorer_.existsDir(directory_ / "k1"));
@@ -108,9 +104,7 @@ TEST_F(FileExplorerTest, FindsFilesAndDirectoriesBelowTheKernelRoot) {
     EXPECT_EQ(explorer_.getPath("k3", "kernel.xml"), "");
 
     const std::string unreadable = directory_ / "k1/a/b";
-    const disk::DiskFaults faults([&](std::string_view call, const std::string& path) {
-        return call == "list" && path == unreadable ? EACCES : 0;
-    });
+    const disk::DiskFaults faults(always("list", EACCES, unreadable));
     EXPECT_EQ(explorer_.getPath("k1", ""), "") << "without a look at the disk";
     EXPECT_THAT(failureOf<HEXAlgException>([&] { explorer_.getPath("k1", "deep.txt"); }),
                 testing::AllOf(testing::HasSubstr("filesystem::recursive_directory_iterator directory error"),
@@ -228,9 +222,7 @@ TEST_F(ArchiveExplorerTest, TheRootIsTheDirectoryOfThePackage) {
     }
     fs::current_path(before);
     EXPECT_FALSE(explorer_.existsDir("k1")) << "not below the root";
-    const disk::DiskFaults faults([&](std::string_view call, const std::string& path) {
-        return call == "inspect" && path == directory_.path() ? EACCES : 0;
-    });
+    const disk::DiskFaults faults(always("inspect", EACCES, directory_.path()));
     EXPECT_EQ(explorer_.getRoot(), before) << "its own cannot be seen";
 }
 

@@ -1,5 +1,4 @@
-// Extracting from real packages in both layouts, reading members, packing IP caches, and verifying what the
-// manifest states.
+// Extracting from real packages, reading members, packing IP caches, verifying what manifests state.
 
 #include "containers/explorer/FileExplorer.h"
 #include "platform/zip/HUTZip.h"

@@ -12,13 +12,10 @@
 
 namespace {
 
-using lmx60::ErrorKind;
-using lmx60::Field;
-using lmx60::FieldKind;
-using lmx60::Occurs;
+using namespace lmx60;
 
 std::string document(const std::string& name) {
-    return lmx60::readBytes(KP_EXAMPLES_DIR "/../docs/" + name);
+    return readBytes(KP_EXAMPLES_DIR "/../docs/" + name);
 }
 
 std::string kindOf(const Field& field, void* record) {
@@ -36,7 +33,7 @@ const char* markOf(Occurs occurs) {
 struct Guide {
     std::string tree, sections;
 
-    void add(std::string_view element, const std::string& occurs, void* record, const lmx60::Table& table,
+    void add(std::string_view element, const std::string& occurs, void* record, const Table& table,
              const std::string& indent = "") {
         tree += indent + std::string(element) + occurs + "\n";
         if (!met.insert(element).second) return;

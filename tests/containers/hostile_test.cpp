@@ -171,22 +171,20 @@ TEST_F(HostileDocuments, DamagedExamplesAreReadOrRefused) {
 }
 
 TEST_F(HostileDocuments, WhatIsWrongWithADamagedOneIsToldAtItsLine) {
-    std::filesystem::copy(KP_EXAMPLES_DIR "/vadd", directory_ / "vadd",
-                          std::filesystem::copy_options::recursive);
-    const std::string kernel = directory_ / "vadd/";
+    const ExampleDirectory kernel;
     for (const auto& [name, step] :
          {std::pair("kernel.xml", 5U), {"design.xml", 59U}, {"ip/component.xml", 13U}}) {
-        const std::string sound = TemporaryDirectory::read(kernel + name);
+        const std::string sound = TemporaryDirectory::read(kernel / name);
         damage(sound, step, [&](const std::string& document, std::size_t place) {
-            directory_.file("vadd/" + std::string(name), document);
+            kernel.file(name, document);
             const std::string failure = failureOf([&] {
                 expectUsableFindings(
-                    kfab::lint::lintKernel({kernel + "kernel.xml", kernel + "ip", kernel + "design.xml"}),
+                    kfab::lint::lintKernel({kernel / "kernel.xml", kernel / "ip", kernel / "design.xml"}),
                     &TemporaryDirectory::read, place);
             });
             EXPECT_LT(failure.size(), 1000U) << place;
         });
-        directory_.file("vadd/" + std::string(name), sound);
+        kernel.file(name, sound);
     }
 }
 

@@ -43,8 +43,7 @@ const Edition editions[] = {
     {2022, "http://www.accellera.org/XMLSchema/IPXACT/1685-2022", "", ""},
 };
 
-/// A component with all kinds of parts, in the words of an edition, and with what only some tool knows in
-/// between.
+/// A component with all kinds of parts, in the words of an edition, and what only some tool knows between.
 std::string everything(const Edition& edition) {
     const bool isOld = edition.year == 2009, isNew = edition.year == 2022;
     const auto in = [&](const std::string& old, const std::string& later) { return isOld ? old : later; };
@@ -249,8 +248,6 @@ TEST(IpComponent, HostileOnesAreReadOrRefusedInTime) {
     const auto refusal = [](const std::string& children) {
         return refusalOf(componentXml("v:l:n:1", children));
     };
-    EXPECT_EQ(refusal(repeated(3000, [](int) { return "<vendorExtensions>"; })),
-              "2: elements are nested deeper than 2000");
     EXPECT_EQ(refusalOf("<!DOCTYPE c [<!ENTITY a 'b'>]>\n" + componentXml("v:l:n:&a;")),
               "1: document type declarations are not accepted");
     const auto chained = [](int i) {

@@ -8,8 +8,6 @@ namespace {
 
 using kfab::lint::Outcome;
 
-const std::string example = KP_EXAMPLES_DIR "/vadd";
-
 /// As "vadd(clk,rst): why there may be more ports; why there may be more modules".
 std::string described(const kfab::lint::HdlSource& source) {
     std::string text;
@@ -61,8 +59,7 @@ TEST(Lint, ReadsTheModulesOfSources) {
 /// The findings and what is unchecked, after one piece of the component and the whole top source changed.
 Texts linesWithTop(const std::string& piece, const std::string& other, const std::string& name,
                    const std::string& source) {
-    const TemporaryDirectory directory;
-    std::filesystem::copy(example, directory.path(), std::filesystem::copy_options::recursive);
+    const ExampleDirectory directory;
     std::string component = TemporaryDirectory::read(directory / "ip/component.xml");
     component.replace(component.find(piece), piece.size(), other);
     directory.file("ip/component.xml", component);
@@ -83,7 +80,7 @@ TEST(Lint, HoldsTheComponentAgainstTheSourceOfItsTopModule) {
     const auto both = [](const std::string& reason) {
         return Texts{reason + " [ip-top]", reason + " [ip-hdl-port]"};
     };
-    std::string header = TemporaryDirectory::read(example + "/ip/hdl/vadd.v");
+    std::string header = TemporaryDirectory::read(KP_EXAMPLES_DIR "/vadd/ip/hdl/vadd.v");
     header.resize(header.find(");") + 2);
     const auto with = [&](const std::string& piece, const std::string& other) {
         return std::string(header).replace(header.find(piece), piece.size(), other);

@@ -10,9 +10,7 @@
 
 namespace {
 
-using kfab::lint::lintKernel;
-using kfab::lint::Outcome;
-using kfab::lint::Severity;
+using namespace kfab::lint;
 using testing::IsEmpty;
 
 struct Type {
@@ -112,9 +110,7 @@ TEST(LintProperties, RegistersThatFillAllAddressesHaveAnEnd) {
 }
 
 TEST(LintProperties, EveryOtherNumberInACleanKernelIsFound) {
-    const TemporaryDirectory directory;
-    std::filesystem::copy(KP_EXAMPLES_DIR "/vadd", directory.path(),
-                          std::filesystem::copy_options::recursive);
+    const ExampleDirectory directory;
     const std::string clean = TemporaryDirectory::read(directory / "kernel.xml");
     const std::string pointers = "<arg name=\"(?:a|b|out)\"", value = "<arg name=\"length\"", args = "<arg",
                       ports = "<port";

@@ -2,7 +2,6 @@
 
 #include "containers/lint/KernelFacts.h"
 #include "platform/base/Exceptions.h"
-#include "platform/files/HUTFile.h"
 #include "platform/files/HUTPathUtils.h"
 #include "tests/support/Findings.h"
 
@@ -12,12 +11,8 @@
 
 namespace {
 
-using kfab::lint::Example;
-using kfab::lint::Outcome;
-using kfab::lint::Rule;
+using namespace kfab::lint;
 using namespace testing;
-
-const std::string example = KP_EXAMPLES_DIR "/vadd";
 
 Texts piecesOf(const std::string& example) {
     Texts pieces;
@@ -29,8 +24,7 @@ Texts piecesOf(const std::string& example) {
     return pieces;
 }
 
-/// The document with a mistake in place of what is right there; a gap " ... " of the right is any text, which
-/// the mistake keeps.
+/// The document with a mistake in place of what is right; a gap " ... " is any text, which the mistake keeps.
 std::string withMistake(std::string text, const std::string& right, const std::string& wrong) {
     const Texts rights = piecesOf(right), wrongs = piecesOf(wrong);
     const std::size_t begin = text.find(rights.front());
@@ -48,10 +42,9 @@ std::string withMistake(std::string text, const std::string& right, const std::s
 
 /// The example with a mistake in one of its files.
 Outcome lintMistaken(const std::string& file, const std::string& right, const std::string& wrong) {
-    const TemporaryDirectory directory;
-    std::filesystem::copy(example, directory.path(), std::filesystem::copy_options::recursive);
+    const ExampleDirectory directory;
     directory.file(file, withMistake(TemporaryDirectory::read(directory / file), right, wrong));
-    return kfab::lint::lintKernel({directory / "kernel.xml", directory / "ip", directory / "design.xml"});
+    return lintKernel({directory / "kernel.xml", directory / "ip", directory / "design.xml"});
 }
 
 /// The line of an example, as linesOf has it.
@@ -90,7 +83,7 @@ void expectFinding(const char* code, const Example& mistake) {
 }
 
 TEST(Lint, NamesTheMistakeOfEachRuleAtItsLine) {
-    for (const Rule& rule : kfab::lint::rules())
+    for (const Rule& rule : rules())
         if (*rule.example.document != '\0')  // otherwise tried with a package
             expectFinding(rule.code, rule.example);
 }
@@ -135,15 +128,19 @@ TEST(Lint, NamesOtherMistakesOfTheRules) {
 
 Outcome lintXml(const std::string& attributes, const std::string& children, bool isComplete = true) {
     const TemporaryDirectory directory;
-    return kfab::lint::lintKernel({.kernelXml = directory.file("kernel.xml", kernelXml(attributes, children)),
-                                   .isComplete = isComplete});
+    return lintKernel({.kernelXml = directory.file("kernel.xml", kernelXml(attributes, children)),
+                       .isComplete = isComplete});
 }
 
 TEST(Lint, FindsNothingInGoodKernelsOfOtherKinds) {
     const std::string slave =
         "mode='slave' range='0x1000' dataWidth='32' portType='addressable' base='0x0'/>";
     const std::string value = "addressQualifier='0' size='4' offset='16' hostSize='4' type='int'/>";
-    EXPECT_THAT(linesOf(lintXml("name='emulated' language='c'", "<ports/><args/>")), IsEmpty());
+    for (const bool isComplete : {false, true})
+        EXPECT_THAT(linesOf(lintXml("name='emulated' language='c'", "<ports/><args/>", isComplete)),
+                    IsEmpty());
+    EXPECT_THAT(linesOf(lintXml("name='bare' language='ip'", "<ports/><args/>", false)),
+                ElementsAre("kernel.xml:2: the kernel has no VLNV [vlnv]"));
     EXPECT_THAT(
         linesOf(lintXml("name='filter' language='ip' vlnv='v:l:n:1'",
                         "<ports><port name='in' mode='read_only' dataWidth='24' portType='stream'/>"
@@ -169,26 +166,24 @@ TEST(Lint, FindsNothingInGoodKernelsOfOtherKinds) {
 /// The lines of rules whose examples are no mistakes of a document.
 Texts linesOfRules(const std::set<std::string>& codes) {
     Texts lines;
-    for (const Rule& rule : kfab::lint::rules())
+    for (const Rule& rule : rules())
         if (codes.contains(rule.code)) lines.push_back(lineOf(rule.code, rule.example));
     return lines;
 }
 
-KernelAddition exampleIn(const TemporaryDirectory& directory, const std::string& package) {
-    if (!HUTFile::exists(directory / "ip"))
-        std::filesystem::copy(example, directory.path(), std::filesystem::copy_options::recursive);
+KernelAddition exampleIn(const ExampleDirectory& directory, const std::string& package) {
     return {directory / package, "vadd", directory / "kernel.xml", directory / "ip"};
 }
 
 TEST(Lint, LooksAtThePackageAsWellAndAtWhatIsToBeAdded) {
-    const TemporaryDirectory directory;
+    const ExampleDirectory directory;
     KernelAddition vmul = exampleIn(directory, "p.kp"), vadd = vmul, bare = exampleIn(directory, "bare.kp");
     const auto expectSame = [](const KernelAddition& addition, const Texts& lines) {
         add(addition);
-        EXPECT_THAT(linesOf(kfab::lint::lintPackage(addition.kpPath)), ElementsAreArray(lines));
+        EXPECT_THAT(linesOf(lintPackage(addition.kpPath)), ElementsAreArray(lines));
     };
     bare.ipDir = directory / "ip/hdl";
-    EXPECT_THAT(linesOf(kfab::lint::lintAddition(bare)),
+    EXPECT_THAT(linesOf(lintAddition(bare)),
                 ElementsAre("kernel.xml:3: the kernel's IP is not there: " +
                             HUTPathUtils::quoted(directory / "ip/hdl/component.xml", 80) +
                             " is missing [ip-missing]"));
@@ -200,9 +195,9 @@ TEST(Lint, LooksAtThePackageAsWellAndAtWhatIsToBeAdded) {
 
     vmul.kernelName = "vmul";
     vmul.kernelXmlPath =
-        directory.file("vmul.xml", withMistake(TemporaryDirectory::read(example + "/kernel.xml"),
+        directory.file("vmul.xml", withMistake(TemporaryDirectory::read(directory / "kernel.xml"),
                                                "<kernel name=\"vadd\"", "<kernel name=\"vmul\""));
-    EXPECT_THAT(linesOf(kfab::lint::lintAddition(vmul)), IsEmpty());
+    EXPECT_THAT(linesOf(lintAddition(vmul)), IsEmpty());
     expectSame(vmul, {});
 
     directory.file("ip/hdl/vadd.v~", "old");
@@ -210,32 +205,25 @@ TEST(Lint, LooksAtThePackageAsWellAndAtWhatIsToBeAdded) {
     vadd.cpuFiles = {directory / "src/vadd.cpp"};
     vadd.hlsDir = directory / "hls";
     directory.file("hls/.git/config", "");
-    EXPECT_THAT(linesOf(kfab::lint::lintAddition(vadd)),
+    EXPECT_THAT(linesOf(lintAddition(vadd)),
                 ElementsAre("p.kp:0: the top IP directory 'top' is not in the package [top-ip]",
                             "kernel.xml:3: the VLNV 'example:kernels:vadd:1.0', and so the IP, is that of "
                             "kernel 'vmul' as well [ip-shared]",
                             "vadd.v~:0: the file is a left-over and no part of the kernel [stray-file]",
                             "config:0: the file is a left-over and no part of the kernel [stray-file]"));
     add(vadd);
-    EXPECT_THAT(linesOf(kfab::lint::lintPackage(vadd.kpPath, "VMUL")),
+    EXPECT_THAT(linesOf(lintPackage(vadd.kpPath, "VMUL")),
                 ElementsAreArray(linesOfRules({"ip-shared", "stray-file"})));
-    EXPECT_EQ(kfab::lint::lintPackage(vadd.kpPath).findings.size(), 6U);
-    EXPECT_THROW(kfab::lint::lintPackage(vadd.kpPath, "third"), HEXAlgException);
-}
-
-TEST(Lint, AsksOnlyAnIpForWhatAnIpMustHave) {
-    const std::string nothing = "<ports/><args/>";
-    EXPECT_THAT(linesOf(lintXml("name='k' language='c'", nothing, false)), IsEmpty());
-    EXPECT_THAT(linesOf(lintXml("name='k' language='ip'", nothing, false)),
-                ElementsAre("kernel.xml:2: the kernel has no VLNV [vlnv]"));
+    EXPECT_EQ(lintPackage(vadd.kpPath).findings.size(), 6U);
+    EXPECT_THROW(lintPackage(vadd.kpPath, "third"), HEXAlgException);
 }
 
 TEST(Lint, KnowsLeftOversByTheirNames) {
     for (const char* path :
          {".git/a", "a/.git/b", "a/.DS_Store", "Thumbs.db", "a/b~", ".a.swp", "a/.b.c.swo"})
-        EXPECT_TRUE(kfab::lint::isStray(path)) << path;
+        EXPECT_TRUE(isStray(path)) << path;
     for (const char* path : {"", "a/~", "a.swp", "a/.swpx", ".gitignore", "git/a", "Thumbs.db2"})
-        EXPECT_FALSE(kfab::lint::isStray(path)) << path;
+        EXPECT_FALSE(isStray(path)) << path;
 }
 
 }  // namespace

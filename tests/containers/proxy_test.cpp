@@ -20,8 +20,7 @@ std::unique_ptr<HCOKernelDefProxy> proxyNamed(const std::string& name) {
     return std::make_unique<HCOKernelDefProxy>(definition);
 }
 
-/// A command as a tool would write it: the name of the kernel that its argument stands for, or why there is
-/// none.
+/// A command as a tool would write it: the name of the kernel that its argument is, or why there is none.
 int kernelName(void*, Tcl_Interp* interpreter, int count, Tcl_Obj* const arguments[]) {
     std::string name;
     const std::string failure =

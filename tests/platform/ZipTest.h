@@ -8,7 +8,6 @@
 #include "tests/support/Environment.h"
 #include "tests/support/Failure.h"
 #include "tests/support/Faults.h"
-#include "tests/support/Jobs.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <algorithm>

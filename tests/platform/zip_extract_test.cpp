@@ -11,8 +11,7 @@ using testing::IsEmpty;
 
 namespace {
 
-/// What lies below a directory: files as their content, directories as "/", links as "-> " and where they
-/// lead.
+/// What lies below a directory: files as their content, directories as "/", links as "-> " and their ends.
 using Tree = Contents;
 
 Tree treeOf(const std::string& directory) {
@@ -120,8 +119,7 @@ TEST_F(ZipExtract, OddNamesAndModesDoNoHarm) {
     EXPECT_EQ(modeOf("x"), fs::perms(0711));
 }
 
-// Every archive begins with a sound member. None may leave anything of itself anywhere, or get into another
-// archive.
+// Each begins with a sound member. None may leave anything of itself anywhere, or get into another archive.
 TEST_F(ZipExtract, HostileArchivesAreRefusedAndTouchNothing) {
     const std::string longName = "k/" + std::string(4094, 'n');
     std::string deepName = "k";

@@ -53,8 +53,8 @@ TEST(OrderedWork, UsesAllInOrderUpToTheFirstFailure) {
 
 class ZipJobs : public ZipTest {
 protected:
-    /// Writes a tree that is worth several threads: files of all kinds, copies of others and large ones among
-    /// them, in folders.
+    /// Writes a tree that is worth several threads: files of all kinds, also copies and large ones, in
+    /// folders.
     void makeTree(unsigned seed, std::size_t largest) const {
         std::mt19937 random(seed);
         std::vector<std::string> contents = {""};

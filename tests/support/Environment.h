@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -20,3 +21,9 @@ private:
     const char* name_;
     std::optional<std::string> before_;
 };
+
+/// How many threads operations are to use: KP_TEST_JOBS, which a second run of some tests sets, else 1.
+inline std::size_t jobsOfTests() {
+    const char* jobs = getenv("KP_TEST_JOBS");
+    return jobs == nullptr ? 1 : std::stoul(jobs);
+}

@@ -18,9 +18,11 @@ inline int callOff(std::string_view) {
     return 0;
 }
 
-/// Lets every call of this name fail.
-inline disk::DiskFaults::Decide always(std::string_view failing, int error) {
-    return [=](std::string_view call, const std::string&) { return call == failing ? error : 0; };
+/// Lets every call of this name fail, or only those for one path.
+inline disk::DiskFaults::Decide always(std::string_view failing, int error, const std::string& where = "") {
+    return [=](std::string_view call, const std::string& path) {
+        return call == failing && (where.empty() || path == where) ? error : 0;
+    };
 }
 
 /// Tries with a disaster at the first call on the disk, then at the second, up to the last one that is made.

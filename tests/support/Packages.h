@@ -3,7 +3,7 @@
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/kp/HKPContainerXMLWriter.h"
 #include "tests/support/Components.h"
-#include "tests/support/Jobs.h"
+#include "tests/support/Environment.h"
 #include "tests/support/Members.h"
 #include "tests/support/TemporaryDirectory.h"
 

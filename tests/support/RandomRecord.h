@@ -5,8 +5,7 @@
 #include <random>
 #include <string>
 
-/// Fills bound records of any type with values that are hard on a writer and a reader, the same ones for a
-/// seed.
+/// Fills bound records of any type with values that are hard on writers and readers, the same for a seed.
 class RandomRecord {
 public:
     explicit RandomRecord(unsigned seed) : random_(seed) {}

@@ -56,3 +56,10 @@ public:
 private:
     std::string path_;
 };
+
+/// One with all that the example kernel is made of.
+struct ExampleDirectory : TemporaryDirectory {
+    ExampleDirectory() {
+        std::filesystem::copy(KP_EXAMPLES_DIR "/vadd", path(), std::filesystem::copy_options::recursive);
+    }
+};
