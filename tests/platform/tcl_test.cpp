@@ -1,4 +1,3 @@
-#include "platform/base/HI18N.h"
 #include "platform/base/HUTInterrupt.h"
 #include "platform/tcl/InProcessInterpreter.h"
 #include "platform/tcl/TaskManager.h"

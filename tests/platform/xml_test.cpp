@@ -3,6 +3,7 @@
 #include "platform/xml/Reader.h"
 #include "platform/xml/Writer.h"
 #include "tests/support/Failure.h"
+#include "tests/support/Faults.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <thread>
@@ -12,37 +13,36 @@
 
 namespace {
 
-using lmx60::ErrorKind;
-using lmx60::parse;
+using namespace lmx60;
 using namespace std::string_literals;
 
-struct Note : lmx60::Record<Note, "note"> {
-    lmx60::Value<std::string> lang;
-    static const lmx60::Table table;
+struct Note : Record<Note, "note"> {
+    Value<std::string> lang;
+    static const Table table;
 };
 
-struct Item : lmx60::Record<Item, "item"> {
-    lmx60::Value<std::uint32_t> id;
-    lmx60::Value<std::string> title;
-    lmx60::Leaves<std::uint32_t> count;
-    lmx60::Leaves<float> weight;
-    lmx60::Leaves<std::string> text;
-    lmx60::Optional<Note> note;
-    lmx60::Markers loop;
-    lmx60::List<Item> item;
-    static const lmx60::Table table;
+struct Item : Record<Item, "item"> {
+    Value<std::uint32_t> id;
+    Value<std::string> title;
+    Leaves<std::uint32_t> count;
+    Leaves<float> weight;
+    Leaves<std::string> text;
+    Optional<Note> note;
+    Markers loop;
+    List<Item> item;
+    static const Table table;
 };
 
-constinit const lmx60::Table Note::table{lmx60::attribute<&Note::lang>("lang")};
-constinit const lmx60::Table Item::table{
-    lmx60::attribute<&Item::id>("id", lmx60::Occurs::Required),
-    lmx60::child<&Item::title>("title"),
-    lmx60::child<&Item::count>("count"),
-    lmx60::child<&Item::weight>("weight"),
-    lmx60::child<&Item::text>("text"),
-    lmx60::child<&Item::note>(),
-    lmx60::child<&Item::loop>("Loop*"),
-    lmx60::child<&Item::item>(),
+constinit const Table Note::table{attribute<&Note::lang>("lang")};
+constinit const Table Item::table{
+    attribute<&Item::id>("id", Occurs::Required),
+    child<&Item::title>("title"),
+    child<&Item::count>("count"),
+    child<&Item::weight>("weight"),
+    child<&Item::text>("text"),
+    child<&Item::note>(),
+    child<&Item::loop>("Loop*"),
+    child<&Item::item>(),
 };
 
 /// An item with the given children behind its title, the first on line 2.
@@ -54,7 +54,7 @@ std::string with(const std::string& children) {
 std::string failureOfReading(const std::function<void()>& read) {
     try {
         read();
-    } catch (const lmx60::ReadError& failure) {
+    } catch (const ReadError& failure) {
         return std::to_string(failure.error().line) + ": " + failure.error().text;
     }
     return "nothing";
@@ -124,9 +124,9 @@ TEST(Reader, PassesOverNamespacesAndWhatHasNoMeaning) {
 template <class T>
 std::string rewritten(const std::string& text) {
     T value = 42;
-    const ErrorKind kind = lmx60::LeafText<T>::parse(text, value);
+    const ErrorKind kind = LeafText<T>::parse(text, value);
     std::string written;
-    lmx60::LeafText<T>::append(value, written);
+    LeafText<T>::append(value, written);
     if (kind == ErrorKind::None) return written;
     EXPECT_EQ(written, "42") << "a value that could not be read was changed";
     if (kind == ErrorKind::Lexical) return "no literal";
@@ -157,18 +157,18 @@ TEST(Reader, StarredNamesAreReadInTagsOnly) {
         "<text>a*b </text><text><![CDATA[<Loop*/>]]></text><!-- <Loop*/> - ></Loop*> --><?pi <Loop*/>?>\n"
         "<Loop*/><Loop* /><Loop*></Loop*><Loop*\n></Loop*\t><!----><Loop*/><!--><x.> -->"));
     EXPECT_EQ(item.loop.size(), 5U);
-    EXPECT_EQ(item.text, (lmx60::Leaves<std::string>{"a*b ", "<Loop*/>"}));
+    EXPECT_EQ(item.text, (Leaves<std::string>{"a*b ", "<Loop*/>"}));
 }
 
 /// A tree as text: "name@line", attributes, then children or the text.
-std::string shown(lmx60::Element element) {
+std::string shown(Element element) {
     std::string text = std::string(element.name()) + "@" + std::to_string(element.line());
     for (const char* name : {"id", "lang"})
         if (const auto value = element.attribute(name))
             text += " " + std::string(name) + "=" + std::string(*value);
     if (!element.text().empty()) text += " '" + std::string(element.text()) + "'";
     std::string children;
-    for (const lmx60::Element child : element.children())
+    for (const Element child : element.children())
         children += (children.empty() ? "" : " ") + shown(child);
     return children.empty() ? text : text + "(" + children + ")";
 }
@@ -187,8 +187,8 @@ TEST(ElementTree, KeepsOneNamespaceWhateverItsPrefix) {
         {"<a>gone<b>kept<![CDATA[ <&]]><!-- c -->&#33;</b>gone<c/></a>", "a@1(b@1 'kept <&!' c@1)"},
     };
     for (const auto& [document, expected] : cases)
-        EXPECT_EQ(shown(lmx60::ElementTree(document).root()), expected) << document;
-    const lmx60::ElementTree tree("<a><b/><c/></a>"), root("<a xmlns='u'/>");
+        EXPECT_EQ(shown(ElementTree(document).root()), expected) << document;
+    const ElementTree tree("<a><b/><c/></a>"), root("<a xmlns='u'/>");
     EXPECT_EQ(root.namespaceName() + shown(tree[tree.size() - 1]) + shown(tree.root().child("c")), "uc@1c@1");
     EXPECT_FALSE(tree.root().child("d"));
 }
@@ -200,7 +200,7 @@ TEST(ElementTree, RefusesWhatNoDocumentMayBe) {
             text += " xmlns:p" + std::to_string(count) + "='u'";
         return text + "/>";
     };
-    const std::string many = repeated(lmx60::maximumElements / 2, "<a b=''/>");
+    const std::string many = repeated(maximumElements / 2, "<a b=''/>");
     const std::pair<std::string, std::string> cases[] = {
         {"<a><p:b/></a>", "1: unbound prefix"},
         {"<xml:a/>", "1: unbound prefix"},
@@ -212,10 +212,10 @@ TEST(ElementTree, RefusesWhatNoDocumentMayBe) {
         {"<a xmlns:o='o'>" + repeated(2000, "<o:b>"), "1: elements are nested deeper than 2000"},
         {repeated(1999, "<b>") + repeated(1999, "</b>"), "nothing"},
         {"<a>\n" + many + "</a>", "2: there are too many elements and attributes"},
-        {"<a xmlns:o='o'>" + repeated(lmx60::maximumElements, "<o:b/>") + "</a>", "nothing"},
+        {"<a xmlns:o='o'>" + repeated(maximumElements, "<o:b/>") + "</a>", "nothing"},
     };
     for (const auto& [document, expected] : cases)
-        EXPECT_EQ(failureOfReading([text = document] { lmx60::ElementTree{text}; }), expected)
+        EXPECT_EQ(failureOfReading([text = document] { ElementTree{text}; }), expected)
             << document.substr(0, 80);
 }
 
@@ -238,15 +238,15 @@ TEST(Writer, ExactTextOfEveryKindOfField) {
 </item>
 )";
     std::stringstream stream(text);
-    const Item item = lmx60::parseStream<Item>(stream);
+    const Item item = parseStream<Item>(stream);
     EXPECT_EQ(item.title.get(), "\t\n\r\"'&<>]]> *");
     stream.str("");
-    lmx60::write(item, stream);
+    write(item, stream);
     EXPECT_EQ(stream.str(), text);
 }
 
 std::string failureOfWriting(const Item& item, const std::string& path) {
-    return failureOf<lmx60::WriteError>([&] { lmx60::writeFile(item, path); });
+    return failureOf<WriteError>([&] { writeFile(item, path); });
 }
 
 TEST(Writer, RefusesWhatXmlCannotCarry) {
@@ -268,28 +268,32 @@ TEST(Writer, ReplacesAFileAsAWholeOrNotAtAll) {
     EXPECT_EQ(failureOfWriting(item, path), "element 'item' lacks its required element 'title'");
     item.title.set("t");
     item.loop.append();
+    for (const std::string_view failing : {"write", "rename"}) {
+        const disk::DiskFaults faults(always(failing, ENOSPC));
+        EXPECT_THROW(writeFile(item, path), disk::Failure);
+    }
     EXPECT_EQ(directory.files(), (std::map<std::string, std::string>{{"item.xml", "before"}}));
     EXPECT_EQ(failureOfWriting(item, path), "nothing thrown");
-    EXPECT_EQ(lmx60::parseFile<Item>(path), item);
-    EXPECT_EQ(failureOfReading([&] { lmx60::parseFile<Item>(path + "/x"); }),
+    EXPECT_EQ(parseFile<Item>(path), item);
+    EXPECT_EQ(failureOfReading([&] { parseFile<Item>(path + "/x"); }),
               "0: Failed to open '" + path + "/x': Not a directory");
     const std::string pipe = directory.path() + "/pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    std::thread writer([&] { std::ofstream(pipe) << lmx60::readBytes(path); });
-    EXPECT_EQ(lmx60::parseFile<Item>(pipe), item);
+    std::thread writer([&] { std::ofstream(pipe) << readBytes(path); });
+    EXPECT_EQ(parseFile<Item>(pipe), item);
     writer.join();
 }
 
 TEST(Limits, HoldForReadingAndWritingAlike) {
     Item most = parse<Item>(with(""));  // two elements
-    most.loop.set(lmx60::maximumElements - 3);
-    EXPECT_EQ(parse<Item>(lmx60::toString(most)), most);
+    most.loop.set(maximumElements - 3);
+    EXPECT_EQ(parse<Item>(toString(most)), most);
     Item deepest = parse<Item>(nested(1999)), wrapped = parse<Item>(with("")), largest = wrapped;
-    EXPECT_EQ(parse<Item>(lmx60::toString(deepest)), deepest);
+    EXPECT_EQ(parse<Item>(toString(deepest)), deepest);
     most.loop.append();
     wrapped.item.append(deepest);
-    largest.title.set(std::string(lmx60::maximumDocument - lmx60::toString(largest).size() + 1, 't'));
-    const auto written = [](const Item& item) { return failureOf([&] { lmx60::toString(item); }); };
+    largest.title.set(std::string(maximumDocument - toString(largest).size() + 1, 't'));
+    const auto written = [](const Item& item) { return failureOf([&] { toString(item); }); };
     const std::string size = "the document is larger than 256 MiB",
                       elements = "the document has more than 2,000,000 elements",
                       depth = "elements are nested deeper than 2000";
@@ -300,31 +304,31 @@ TEST(Limits, HoldForReadingAndWritingAlike) {
     EXPECT_EQ(written(largest), size);
     EXPECT_EQ(failureOfReading(with(repeated(most.loop.size(), "<Loop*/>"))), "2: " + elements);
     EXPECT_EQ(failureOfReading(nested(2000)), "1: " + depth);
-    EXPECT_EQ(failureOfReading(std::string(lmx60::maximumDocument, ' ')), "1: no element found");
-    EXPECT_EQ(failureOfReading(std::string(lmx60::maximumDocument + 1, ' ')), "0: " + size);
+    EXPECT_EQ(failureOfReading(std::string(maximumDocument, ' ')), "1: no element found");
+    EXPECT_EQ(failureOfReading(std::string(maximumDocument + 1, ' ')), "0: " + size);
     const TemporaryDirectory directory;
     const std::string file = directory.file("large.xml", "");
-    std::filesystem::resize_file(file, lmx60::maximumDocument + 1);
-    EXPECT_EQ(failureOf([&] { lmx60::parseFile<Item>(file); }), size);
-    EXPECT_EQ(failureOf([&] { lmx60::parseFile<Item>("/dev/zero"); }), size);
+    std::filesystem::resize_file(file, maximumDocument + 1);
+    EXPECT_EQ(failureOf([&] { parseFile<Item>(file); }), size);
+    EXPECT_EQ(failureOf([&] { parseFile<Item>("/dev/zero"); }), size);
 }
 
 TEST(Lists, TakeTheirOwnValuesAndGrow) {
     const std::string text = "a text that is too long to be held in place";
-    lmx60::Leaves<std::string> leaves{text};
+    Leaves<std::string> leaves{text};
     leaves.set(100, leaves.get(0));
     leaves.append(leaves.get(0));
     leaves.insert(0, leaves.get(0));
     EXPECT_EQ(leaves.size(), 103U);
     EXPECT_EQ(std::count(leaves.begin(), leaves.end(), text), 103);
 
-    lmx60::Markers markers;
+    Markers markers;
     markers.set(2);
     markers.assign(2, markers.get(2));
     EXPECT_EQ(markers.size(), 3U);
     EXPECT_THROW(markers.get(3), std::out_of_range);
     EXPECT_THROW(markers.remove(3), std::out_of_range);
-    lmx60::List<Note> notes;
+    List<Note> notes;
     EXPECT_THROW(notes.get(SIZE_MAX), std::length_error);
     EXPECT_FALSE(notes.get(1).lang.isPresent());
 }

@@ -45,21 +45,13 @@ private:
     }
 
     std::string value() {
-        static const char* const values[] = {
-            "",
-            "17",
-            "4294967295",
-            "NaN",
-            "-INF",
-            "-0",
-            "1e-45",
-            "3.4028235e38",
-            "16777217",
-            "SYSTEM",
-            "  blanks around  ",
-            "\ttab\nfeed\rreturn\r\n",
-            "<a b=\"c\" d='e'/> </Loop*> & &amp; ]]>",
-            "gr\xC3\xBC\xC3\x9F \xE6\xBC\xA2\xE5\xAD\x97 \xF0\x9F\x98\x80 \x7F"};
+        constexpr const char* markup = "<a b=\"c\" d='e'/> </Loop*> & &amp; ]]>";
+        constexpr const char* letters = "gr\xC3\xBC\xC3\x9F \xE6\xBC\xA2\xE5\xAD\x97 \xF0\x9F\x98\x80 \x7F";
+        constexpr const char* blanks = "  blanks around  ";
+        constexpr const char* controls = "\ttab\nfeed\rreturn\r\n";
+        constexpr const char* values[] = {"",     "17",     "4294967295",   "NaN",      "-INF",
+                                          "-0",   "1e-45",  "3.4028235e38", "16777217", "SYSTEM",
+                                          blanks, controls, markup,         letters};
         return values[below(std::size(values))];
     }
 
