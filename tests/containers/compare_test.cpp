@@ -35,20 +35,13 @@ class Inputs : public ExampleDirectory {
 public:
     Inputs() {
         file("debug/trace.txt", "old");
-        edit({"kernel.xml", "</ports>",
-              "<port name='s_in' mode='slave' dataWidth='64' portType='stream'/></ports>"});
-        edit({"kernel.xml", "</kernel>",
-              "<string_table><format_string id='1' value='n: %d'/></string_table></kernel>"
-              "<memory name='shared' size='4096' linkage='external'/>"
-              "<pipe name='p' width='32' depth='16' linkage='external'/>"
-              "<connection srcInst='vadd' srcPort='m_read' dstInst='mem' dstPort='s' srcType='kernel'/>"});
-    }
-
-    void edit(const Edit& edit) {
-        std::string text = read(*this / edit.file);
-        const std::size_t at = text.find(edit.piece);
-        EXPECT_NE(at, std::string::npos) << edit.piece;
-        file(edit.file, text.replace(at, edit.piece.size(), edit.other));
+        edit("kernel.xml", "</ports>",
+             "<port name='s_in' mode='slave' dataWidth='64' portType='stream'/></ports>");
+        edit("kernel.xml", "</kernel>",
+             "<string_table><format_string id='1' value='n: %d'/></string_table></kernel>"
+             "<memory name='shared' size='4096' linkage='external'/>"
+             "<pipe name='p' width='32' depth='16' linkage='external'/>"
+             "<connection srcInst='vadd' srcPort='m_read' dstInst='mem' dstPort='s' srcType='kernel'/>");
     }
 
     KernelAddition addition(const std::string& package) const {
@@ -70,8 +63,8 @@ Texts changed(const std::vector<Edit>& edits, const std::function<void(KernelAdd
     Inputs inputs;
     const KernelAddition old = inputs.addition("old.kp");
     add(old);
-    for (const Edit& edit : edits)
-        inputs.edit(edit);
+    for (const auto& [file, piece, other] : edits)
+        inputs.edit(file, piece, other);
     KernelAddition addition = inputs.addition("new.kp");
     if (change) change(addition);
     add(addition);

@@ -60,9 +60,7 @@ TEST(Lint, ReadsTheModulesOfSources) {
 Texts linesWithTop(const std::string& piece, const std::string& other, const std::string& name,
                    const std::string& source) {
     const ExampleDirectory directory;
-    std::string component = TemporaryDirectory::read(directory / "ip/component.xml");
-    component.replace(component.find(piece), piece.size(), other);
-    directory.file("ip/component.xml", component);
+    directory.edit("ip/component.xml", piece, other);
     if (!name.empty()) directory.file("ip/hdl/" + name, source);
     const Outcome outcome =
         kfab::lint::lintKernel({.kernelXml = directory / "kernel.xml", .ipDir = directory / "ip"});

@@ -62,4 +62,10 @@ struct ExampleDirectory : TemporaryDirectory {
     ExampleDirectory() {
         std::filesystem::copy(KP_EXAMPLES_DIR "/vadd", path(), std::filesystem::copy_options::recursive);
     }
+
+    /// Puts another piece in the place of one that must be there.
+    void edit(const std::string& name, const std::string& piece, const std::string& other) const {
+        std::string text = read(*this / name);
+        file(name, text.replace(text.find(piece), piece.size(), other));
+    }
 };
