@@ -118,7 +118,7 @@ TEST(HCOKernelXMLReader, NamesFromTheIdentifierAndPortsByTheirRole) {
     EXPECT_THAT(names, testing::ElementsAre("before", "m1", "", "s", "m1", "s", "all", ""));
 }
 
-TEST(HCOKernelXMLWriter, AddsCompileOptionsAfterABlank) {
+TEST(HCOKernelXMLWriter, AddsToADocumentIfThereIsOne) {
     Root root;
     root.kernel.reset();
     HCOKernelXMLWriter writer(&root);
@@ -126,8 +126,13 @@ TEST(HCOKernelXMLWriter, AddsCompileOptionsAfterABlank) {
         writer.addCompileOptions(added);
         EXPECT_EQ(root.kernel->compileOptions.get(), options);
     }
+    writer.addProfileType("stalls");
+    EXPECT_EQ(root.kernel->profileType.get(), "stalls");
     HCOKernelXMLWriter none(nullptr);
     none.addCompileOptions("-g");
+    none.addDebug("true");
+    none.addProfileType("stalls");
+    none.addDesignXML("");
     EXPECT_EQ(failureOf<HEXAll>([&] { none.write(""); }),
               "[17-1377] Failed to write XML: ./kernel.xml - there is no document");
 }
