@@ -102,6 +102,9 @@ TEST_F(FileExplorerTest, FindsFilesAndDirectoriesBelowTheKernelRoot) {
     for (const char* absent : {"hidden.txt", "Deep.txt", "b/deep.txt"})
         EXPECT_EQ(explorer_.getPath("k1", absent), "") << absent;
     EXPECT_EQ(explorer_.getPath("k3", "kernel.xml"), "");
+    HUTInterrupt::request();
+    EXPECT_THROW(explorer_.getPath("k1", "deep.txt"), HEXInterrupted);
+    HUTInterrupt::clear();
 
     const std::string unreadable = directory_ / "k1/a/b";
     const disk::DiskFaults faults(always("list", EACCES, unreadable));
