@@ -56,7 +56,8 @@ public:
 
 private:
     bool holds(const std::string& path) const {
-        return (path + "/").starts_with(directory_.path() + "/") && path.find("/..") == std::string::npos;
+        const std::string whole = path + "/";
+        return whole.starts_with(directory_.path() + "/") && whole.find("/../") == std::string::npos;
     }
 
     const ScratchDirectory directory_{std::filesystem::temp_directory_path().string(), ".kp-fuzz"};
