@@ -45,7 +45,8 @@ std::optional<PackedContents::Stored> PackedContents::find(const Key& key, std::
     writer_.readBack(place->begin, {bytes, place->size});
     std::copy(finalBlock.begin(), finalBlock.end(), bytes + place->size);
     const std::string_view stored(bytes, place->size);
-    const std::string_view stream(bytes, stored.size() + (key.form == Form::Piece ? finalBlock.size() : 0));
+    // Ends a piece; behind a whole stream nobody reads it.
+    const std::string_view stream(bytes, place->size + finalBlock.size());
     // Checksums alone prove nothing.
     const bool isSame =
         place->method == ArchiveEntry::Stored ? stored == content : inflater.inflatesTo(content, stream);

@@ -21,13 +21,12 @@ std::uint16_t clamp16(std::uint64_t value) {
 std::string extraWithout(std::string_view extra, std::uint16_t unwanted) {
     std::string kept;
     FieldReader fields(extra);
-    while (fields.rest().size() >= 4) {
+    while (fields.ok() && fields.rest().size() >= 4) {
         const std::string_view whole = fields.rest();
         const std::uint16_t id = fields.u16();
         const std::uint16_t size = fields.u16();
         fields.take(size);
-        if (!fields.ok()) break;
-        if (id != unwanted) kept.append(whole.substr(0, 4 + std::size_t{size}));
+        if (fields.ok() && id != unwanted) kept.append(whole.substr(0, 4 + std::size_t{size}));
     }
     return kept;
 }

@@ -171,7 +171,7 @@ TEST_F(ZipEdit, ArchivesOfOtherProgramsAreEdited) {
     write("tree/a/b", "content of b, content of b");
     write("tree/c", "content of c");
     // The second is written to a pipe: its sizes stand behind the data. The third has sizes of 64 bits that
-    // it does not need, and a field of some program before them.
+    // it does not need, a field of some program before them, and behind them one that ends too early.
     const std::string commands[] = {"zip -qr '" + archive + "' . && zip -qz '" + archive + "' < c",
                                     "zip -qr - . | tee '" + archive + "'",
                                     "python3 -c \"import zipfile\n"
@@ -181,7 +181,7 @@ TEST_F(ZipEdit, ArchivesOfOtherProgramsAreEdited) {
         i = zipfile.ZipInfo(name)
         i.extra = bytes((0xfe, 0xca, 1, 0, 7))
         with z.open(i, 'w', force_zip64=True) as f: f.write(open(name, 'rb').read())
-        i.extra += bytes((1, 0, 8, 0)) + bytes(8)")x"};
+        i.extra += bytes((1, 0, 8, 0)) + bytes(8) + bytes((2, 0, 99, 0)) + bytes(8)")x"};
     for (const std::string& command : commands) {
         fs::remove(archive);
         ASSERT_EQ(run("cd '" + at("tree") + "' && " + command), 0);

@@ -47,6 +47,10 @@ TEST_F(ZipFault, WorkThatIsCalledOffLeavesTheOldArchiveOrTheWholeNewOne) {
         EXPECT_THAT(filesBeside(), ElementsAre("a.kp")) << calledOff;
     });
     EXPECT_GT(calledOff, 10);
+    HUTFile::writeFile(archive, old);
+    const disk::DiskFaults asItSyncs(once("sync", [] { return callOff("sync"); }));
+    EXPECT_THROW(change(), HEXInterrupted);
+    HUTInterrupt::clear();
 }
 
 TEST_F(ZipFault, AComparisonEndsWhenItIsCalledOff) {

@@ -88,6 +88,7 @@ TEST_F(ZipRead, MalformedDirectoriesAreRefused) {
         {large, end + 32, "\4", counts},
         {large, end + 40, "\1", "its end of directory records contradict each other"},
         {large, end + 76 + 8, {"\4\0\4\0", 4}, "its end of directory records contradict each other"},
+        {large, end + 64, {static_cast<char>(end + 1)}, end64 + "lies outside the file"},
         {large, end + 64 + 3, "\1", end64 + "lies outside the file"},
         {large, end + 72, "\2", parts},
     };
@@ -99,6 +100,10 @@ TEST_F(ZipRead, MalformedDirectoriesAreRefused) {
         EXPECT_EQ(failureOf([&] { add("x"); }), expected) << offset;
         EXPECT_EQ(bytesOfArchive(), damaged) << offset;
     }
+    constexpr std::uint64_t huge = (std::uint64_t{1} << 30) + 1;
+    std::ofstream(archive).seekp(huge) << zip_format::endRecords(1, 0, huge) << std::string(2, '\0');
+    EXPECT_EQ(failureOfOpen(),
+              "'" + archive + "' is not a readable archive: its central directory is larger than 1 GiB");
 }
 
 TEST_F(ZipRead, FlawsOfMembersAreNamed) {
