@@ -166,6 +166,7 @@ void ArchiveEdit::requireNoClash(const std::string& name) {
         if (added_.contains(folder) || (snapshot_ && isKept(snapshot_->positionsNamed(folder))))
             refuse(folder, "file");
     }
+    if (name.ends_with('/')) return;  // a folder itself, whatever lies in it
     const auto below = added_.lower_bound(name + "/");
     const bool isAddedFolder = below != added_.end() && below->first.starts_with(name + "/");
     if (isAddedFolder || (snapshot_ && isKept(snapshot_->positionsInFolder(name)))) refuse(name, "folder");

@@ -49,22 +49,30 @@ TEST_F(ZipEdit, WhatIsAddedReadsBackEqual) {
 
 TEST_F(ZipEdit, EditsKeepTheRestInItsOrderWhereLinksLead) {
     edit([](ArchiveEdit& edit) {
-        for (const char* name : {"a/1", "a/2", "A/1", "ab", "b", "a/", "kp.xml"})
+        for (const char* name : {"a/1", "a/2", "A/1", "ab", "b", "a/", "e/", "kp.xml"})
             edit.addBytes(name, name);
     });
     fs::permissions(archive, fs::perms(0640));
     fs::create_symlink("a.kp", at("out/link"));
     fs::create_symlink(at("out/link"), at("far"));
-    ArchiveEdit::run(at("far"), [](ArchiveEdit& edit) {
+    fs::create_directory(at("empty"));
+    ArchiveEdit::run(at("far"), [this](ArchiveEdit& edit) {
         edit.deleteFolder("a");
         edit.deleteFile("missing"), edit.deleteFolder("missing/");
         edit.addBytes("a/3", "new"), edit.addLast("kp.xml", "replaced");
+        edit.addTree("e", at("empty")), edit.addTree("A", at("empty"));
         edit.addBytes("gone/x", "x"), edit.deleteFile("gone/x");
         edit.addBytes("gone", "x"), edit.deleteFile("gone");
         edit.addBytes("folder/gone", "x"), edit.deleteFolder("folder");
     });
-    expectSound({{"A/1", "A/1"}, {"ab", "ab"}, {"b", "b"}, {"a/3", "new"}, {"kp.xml", "replaced"}});
-    EXPECT_THAT(names(), ElementsAre("A/1", "ab", "b", "a/3", "kp.xml"));
+    expectSound({{"A/1", "A/1"},
+                 {"ab", "ab"},
+                 {"b", "b"},
+                 {"a/3", "new"},
+                 {"e/", ""},
+                 {"A/", ""},
+                 {"kp.xml", "replaced"}});
+    EXPECT_THAT(names(), ElementsAre("A/1", "ab", "b", "a/3", "e/", "A/", "kp.xml"));
     EXPECT_EQ(fs::status(archive).permissions(), fs::perms(0640));
     EXPECT_TRUE(fs::is_symlink(at("far")) && fs::is_symlink(at("out/link")));
     EXPECT_THAT(filesBeside(), ElementsAre("a.kp", "link"));
