@@ -83,6 +83,8 @@ TEST(Reader, RefusesWhatIsNoValidDocument) {
         {"<a*b/>", "1: not well-formed (invalid token)"},
         {"\n<!DOCTYPE item [<!ENTITY a 'b'>]>\n<item id='&a;'/>",
          "2: document type declarations are not accepted"},
+        {"<!DOCTYPE item SYSTEM 'file:///dev/zero'><item/>",
+         "1: document type declarations are not accepted"},
         {"\n<Item/>", "2: the document element is 'Item', not 'item'"},
         {with("<note><lang/></note>"), "2: element 'lang' is not known in 'note'"},
         {with("<note Lang='x'/>"), "2: attribute 'Lang' of element 'note' is not known"},
