@@ -393,6 +393,10 @@ class KpTest(KpCase):
         self.expect(["verify", "m.kp"], 0, "digest: valid\n")
         self.expect(["-q", "remove", "b.kp", "b", "--reseal"], 0)
         self.expect(["verify", "b.kp"], 0, "digest: valid\n")
+        broken = self.rewrite("m.kp", {"b/kernel.xml": lambda data: data[:99]})
+        self.expect(["-q", "remove", broken, "b", "--reseal"], 0)
+        self.expect(["verify", broken], 0, "digest: valid\n")
+        self.expect(["list", broken], 0, "a  hw_emu,hw  rtl\n")
         self.expect(["remove", "m.kp", "a", "bb"], 3, "", "kp: error: Kernel 'bb' was not found inside KP container 'm.kp'; "
                     "did you mean 'b'?\n")
         self.expect(["merge", "-o", "n.kp", "m.kp", "--check-version"], 3, "", "kp: error: The KP file 'm.kp' was created in version "

@@ -30,7 +30,7 @@ public:
     Removal(const KernelRemoval& request, ArchiveEdit& edit) : request_(request), edit_(edit) {}
 
     Kernels stage() {
-        HKPContainerXMLReader(request_.kpPath, container_, edit_.snapshot()).parseKPContainer();
+        HKPContainerXMLReader(request_.kpPath, container_, edit_.snapshot()).parseEntries();
         const std::uint32_t major = container_.getVersionMajor(), minor = container_.getVersionMinor();
         const PackageSeal seal{request_.kpPath, edit_.snapshot(), major, minor};
         if (seal.isRenewed(request_.brokenSeal)) edit_.seal();

@@ -67,20 +67,43 @@ void HKPContainerXMLReader::parseKPContainer() {
 
 std::shared_ptr<const ArchiveSnapshot> HKPContainerXMLReader::parsePackage(
     const OnDescription& onDescription) {
+    return parse_([&](const std::string& name, const Package& package) {
+        return describe_(name, package, onDescription);
+    });
+}
+
+void HKPContainerXMLReader::parseEntries() {
+    parse_([&](const std::string& name, const Package& package) -> Described {
+        try {
+            return describe_(name, package);
+        } catch (const HEXInterrupted&) {
+            throw;
+        } catch (const std::exception&) {
+            return {};
+        }
+    });
+}
+
+HKPContainerXMLReader::Package HKPContainerXMLReader::parse_(
+    const std::function<Described(const std::string& kernelName, const Package&)>& describe) {
     auto package = version_ ? version_ : openPackage(path_);
     const KPContainer::Root root = parseManifest(path_, package);
     container_.setVersionMajor(root.VersionMajor.get());
     container_.setVersionMinor(root.VersionMinor.get());
     container_.setSoftwareVersionMajor(presentOrZero(root.SoftwareVersionMajor));
     container_.setSoftwareVersionMinor(presentOrZero(root.SoftwareVersionMinor));
-    parseRoot_(root, [&](const std::string& name) {
-        HCOContainerKernelXMLReader description(path_, name, package);
-        const Described described{description.getDebug(), description.isRtl()};
-        if (onDescription) onDescription(name, description);
-        return described;
-    });
+    parseRoot_(root, [&](const std::string& name) { return describe(name, package); });
     container_.setIsIpCacheDir(isYes(root.IpCache));
     return package;
+}
+
+HKPContainerXMLReader::Described HKPContainerXMLReader::describe_(const std::string& kernelName,
+                                                                  const Package& package,
+                                                                  const OnDescription& onDescription) const {
+    HCOContainerKernelXMLReader description(path_, kernelName, package);
+    const Described described{description.getDebug(), description.isRtl()};
+    if (onDescription) onDescription(kernelName, description);
+    return described;
 }
 
 void HKPContainerXMLReader::parseRoot_(const KPContainer::Root& root, const Describe& describe) {

@@ -39,6 +39,9 @@ public:
     /// @return the version of the package that was read; none when the manifest is a file of its own
     std::shared_ptr<const ArchiveSnapshot> parsePackage(const OnDescription& onDescription = {});
 
+    /// As parseKPContainer, but a description that is missing or cannot be read is as one that says nothing.
+    void parseEntries();
+
     /// The manifest alone, as its document has it. Throws what parseKPContainer throws, but looks at no
     /// description.
     /// @param version of the package; none for what is at the path
@@ -53,8 +56,12 @@ private:
         bool isDebug;
         bool isRtl;
     };
+    using Package = std::shared_ptr<const ArchiveSnapshot>;
     using Describe = std::function<Described(const std::string& kernelName)>;
 
+    Package parse_(const std::function<Described(const std::string& kernelName, const Package&)>& describe);
+    Described describe_(const std::string& kernelName, const Package& package,
+                        const OnDescription& onDescription = {}) const;
     void parseRoot_(const KPContainer::Root& root, const Describe& describe);
     void parseKPKernels_(const KPContainer::Kernels& kernels, const Describe& describe);
     std::vector<HKPKernel::SupportedFlowType> parseSupportedFlows_(const KPContainer::SupportedFlows& flows);
