@@ -15,7 +15,7 @@ tree=$PWD/build/mutants
 slow='^(kp|lint|pages|ProgressLine.*|show|terminal|disaster|power_loss|install|doors|java|page|python.*)$'
 jobs=$(nproc)
 
-sources=$(git ls-files 'platform/*.cpp' 'shared/*.cpp' 'cli/*.cpp' | grep "${room:+/\?\b$room/}" || true)
+sources=$(git ls-files 'platform/*.cpp' 'shared/*.cpp' 'cli/*.cpp' 'python/*.cpp' | grep "${room:+/\?\b$room/}" || true)
 [[ -n $sources ]] || { echo "mutate: no room '$room'" >&2; exit 2; }
 
 mkdir -p "$tree"
@@ -47,10 +47,11 @@ tests() {
     jail ctest --test-dir "$out" -j "$jobs" --stop-on-failure --timeout 120 "$@" >"$log" 2>&1
 }
 
-# What noticed faults before does most often. The command's own sources are in none of the quick programs.
+# What noticed faults before does most often. The sources of the command and of the module are in none of the
+# quick programs.
 killers=''
 tests_notice() {
-    { [[ $killers ]] && ! tests -R "^(${killers#|})\$"; } || { [[ ${1:-} != cli/* ]] && ! tests -E "$slow"; } ||
+    { [[ $killers ]] && ! tests -R "^(${killers#|})\$"; } || { [[ ${1:-} != @(cli|python)/* ]] && ! tests -E "$slow"; } ||
         ! tests -R "$slow" -E '^(disaster|install|doors)$'
 }
 
