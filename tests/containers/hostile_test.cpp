@@ -218,7 +218,10 @@ TEST_F(HostilePackage, WhatIsShownOfManyKernelsCanBeCalledOffAtEach) {
                              return "<Kernel Name='k' Dir='k'/>";
                          }) + "</Kernels></Root>"}});
         int asked = 0;
-        HUTInterrupt::setQuestion([&] { return ++asked == 0; });
+        HUTInterrupt::setQuestion([&] {
+            ++asked;
+            return false;
+        });
         kfab::page::pageOf(kfab::overview::ofPackage(package_, {}, kfab::overview::Depth::Descriptions));
         HUTInterrupt::setQuestion({});
         return asked;
