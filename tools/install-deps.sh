@@ -16,7 +16,7 @@ build=(
 tests=(
     libgtest-dev libgmock-dev libbenchmark-dev clang-format
     zip unzip 7zip pigz libarchive-tools make openssl python3 python3-jsonschema strace tcl tdom
-    python3-pytest python3-mypy python3-tqdm
+    python3-pytest python3-mypy python3-tqdm zsh fish
     chromium chromium-driver fonts-dejavu-core
 )
 declare -A more=(

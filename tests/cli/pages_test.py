@@ -6,6 +6,7 @@ import shutil
 import subprocess
 from pathlib import Path
 
+import shells
 from kp_case import KP, KpCase, run
 
 HANDBOOK = Path(os.environ["KP_HANDBOOK"]).read_text()
@@ -14,14 +15,7 @@ PAGES = {title.replace(" ", "-"): title[3:] for title in ["kp", "kp kernel", *SE
 CHECKS = re.findall(r"`(\w+)`", re.search(r"^\| 1 \|.*", SECTIONS["Exit status"], re.M)[0])
 USUAL = {"add --top-ip": " [.]", "lint --format": " [text]"}
 HELP = ".TP\n-h, --help\nPrint this help and exit.\n"
-BASH, ZSH, FISH = "made/bash-completion/completions/kp", "made/zsh/site-functions/_kp", "made/fish/vendor_completions.d/kp.fish"
-ZSH_VALUES = {"DIR": "_files -/", "NAME": "_kp_names"}
-FISH_VALUES = {"": "", "DIR": " -x -a '(__fish_complete_directories)'"}
-# Neither shell may be here to be asked.
-ZSH_NAMES = ('_kp_names() {\n    local -a names=(${(f)"$(command kp __complete "${(@Q)words[1,CURRENT-1]}" "" 2>/dev/null)"})\n'
-             '    (($#names)) && compadd -a names\n}\n')
-FISH_NAMES = ("function __kp_names\n    set -l words (commandline -opc)\n    command kp __complete $words[2..-1] \"\" 2>/dev/null\nend\n"
-              "complete -c kp -f -n '__kp_names >/dev/null' -a '(__kp_names)'\n")
+SCRIPTS = {"bash": "made/bash-completion/completions/kp", "zsh": "made/zsh/site-functions/_kp", "fish": "made/fish/vendor_completions.d/kp.fish"}
 
 
 def make_pages(*arguments):
@@ -59,9 +53,9 @@ class Option:
     def __init__(self, term, text, synopses):
         names, self.value = re.fullmatch(r"(-[\w-]+(?:, -[\w-]+)?)(?: (\S+))?", term).groups("")
         self.names, self.text, self.words = names.split(", "), text, self.value.split("|") if "|" in self.value else []
-        found = re.search(rf"(\[?){self.names[-1]}(?: ([A-Z=]+|[\w|]+\|\w+))?\]?(\.\.\.)?(?![\w-])", synopses)
+        found = re.search(rf"(\[?){self.names[-1]}(?: ([A-Z=]+|[\w|]+\|\w+))?(?![\w-])", synopses)
         self.stated = (found[2] or "") if found else self.value
-        self.isNeeded, self.isRepeated = bool(found and self.value and not found[1]), bool(found and found[3])
+        self.isNeeded = bool(found and self.value and not found[1])
 
 
 class Command:
@@ -150,19 +144,28 @@ class PagesTest(KpCase):
             self.assertEqual((3, "", f"kp_pages: {text}\n"), make_pages("odd.md", "odd"))
         self.assertEqual((2, "", "usage: kp_pages HANDBOOK DIRECTORY\n"), make_pages("odd.md"))
 
-    def test_bash_completes_every_subcommand_option_and_value(self):
-        script = ('source "$0"; compopt() { printf "directories: "; }; while read -ra COMP_WORDS; do COMP_WORDS=("${COMP_WORDS[@]/#_/}"); '
-                  'COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _kp; echo "${COMPREPLY[@]}"; done')
-        rows = {}
+    def test_shells_complete_every_subcommand_option_value_and_name(self):
+        self.add("p.kp")
+        Path("vax").touch()
+        rows = {"kp extract p.kp ": ["vadd"], "kp cat p.kp vadd/k": ["vadd/kernel.xml"], "kp help kernel r": ["report"], "kp list va": ["vadd", "vax"],
+                "kp add --layout=": ["kernel", "repo"], "kp add --pdi vax --pd": ["--pdi"]}
+        names = {}
         for command in self.commands:
             line = f"kp {command.line}".strip()
-            rows[line + " -"] = " ".join(name for option in command.options for name in option.names)
-            rows |= {line + " _": " ".join(command.below)} if command.below else {}
+            names[line] = [name for option in command.options for name in option.names]
+            rows |= {line + " ": [*command.below]} if command.below else {}
             for option in command.options:
-                answer = " ".join(option.words) or ("directories: vadd" if option.value == "DIR" else "")
-                rows |= {f"{line} {name} " + ("_" if option.words else "va"): answer for name in option.names if option.value}
-        answers = subprocess.run(["bash", "-c", script, BASH], input="".join(row + "\n" for row in rows), capture_output=True, text=True)
-        self.assertEqual((rows, ""), (dict(zip(rows, answers.stdout.split("\n"))), answers.stderr))
+                answer = option.words or (["vadd"] if option.value == "DIR" else ["vadd", "vax"])
+                rows |= {f"{line} {name} " + "va" * (not option.words): answer for name in option.names if option.value not in ("", "NAME")}
+        environment = {**os.environ, "HOME": self.directory, "PATH": f"{Path(KP).parent}:{os.environ['PATH']}"}
+        for shell, script in SCRIPTS.items():
+            everywhere = names["kp"] * (shell == "fish")
+            expected = rows | {line + " -": {*own, *everywhere} for line, own in names.items()}
+            answers = dict(zip(expected, shells.completed(shell, script, expected, environment)))
+            self.assertEqual({line: sorted(answer) for line, answer in expected.items()}, answers, shell)
+            told = Path(script).read_text().replace("'\\''", "'").replace("\\", "")
+            texts = [text for command in self.commands for text in (*command.below.values(), *(option.text for option in command.options))]
+            self.assertEqual([], [text for text in texts if text not in told] * (shell != "bash"), shell)
 
     def test_bash_completes_names_and_quotes_them(self):
         script = ('source "$0"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); compopt() { :; }; _kp; '
@@ -185,46 +188,9 @@ class PagesTest(KpCase):
                 (["remove", "p\\ q.kp", "--dry-run", "v"], "vadd"), (["help", "ker"], "kernel"), (["help", "kernel", "r"], "report"),
                 (["remove", "--", "p\\ q.kp", ""], "vadd\n-k")]
         for words, expected in rows:
-            completed = subprocess.run(["bash", "-c", script, BASH, "kp", *words], capture_output=True, text=True, env={
+            completed = subprocess.run(["bash", "-c", script, SCRIPTS["bash"], "kp", *words], capture_output=True, text=True, env={
                 **os.environ, "HOME": self.directory, "PATH": f"{Path(KP).parent}:{os.environ['PATH']}"})
             self.assertEqual((expected + "\n", ""), (completed.stdout, completed.stderr), words)
         self.assertFalse(os.path.exists("hit"))
         # What fish asks for: whether a name belongs there.
         self.assertEqual([(0, "vadd\n", ""), (1, "", "")], [run("__complete", "files", *words) for words in (["p q.kp", ""], [""])])
-
-    def test_zsh_is_told_every_subcommand_option_and_value(self):
-        functions = [ZSH_NAMES]
-        for command in self.commands:
-            entries = []
-            for option in command.options:
-                action = f"({' '.join(option.words)})" if option.words else ZSH_VALUES.get(option.value, "_files")
-                value = f":{option.value}:{action}" if option.value else ""
-                once, text = "*" if option.isRepeated else f"({' '.join(option.names)})", re.sub(r"([][:])", r"\\\1", option.text)
-                entries += [once + name + ("=" if name.startswith("--") and value else "") + f"[{text}]{value}" for name in option.names]
-            for name in command.positionals:
-                kind = "NAME" if name.strip("[].") in ("KERNEL", "MEMBER", "SUBCOMMAND") else "DIR" if name == "DIR" else "FILE"
-                entries.append(("*" if "..." in name else "") + f":{kind}:{ZSH_VALUES.get(kind, '_files')}")
-            entries += ["1:subcommand:->subcommand", "*::argument:->argument"] if command.below else []
-            name = "_".join(["_kp", *command.words]).replace("-", "_")
-            entries, below = ([each.replace("'", r"'\''") for each in quoted] for quoted in (
-                entries, (f"{word}:{text}" for word, text in command.below.items())))
-            arguments, below = "".join(f" \\\n        '{each}'" for each in entries), "".join(f"\n                '{each}'" for each in below)
-            functions.append(f"{name}() {{\n" + (f"    _arguments -s -S{arguments}\n" if not below else (
-                f"    local curcontext=$curcontext state line\n    _arguments -s -S -C{arguments}\n    case $state in\n        subcommand)\n"
-                f"            local -a subcommands=({below})\n            _describe subcommand subcommands ;;\n"
-                f"        argument) {name}_${{words[1]//-/_}} ;;\n    esac\n")) + "}\n")
-        self.assertEqual(sorted(functions), sorted(re.findall(r"^_kp\w*\(\) \{\n.*?^\}\n", Path(ZSH).read_text(), re.M | re.S)))
-
-    def test_fish_is_told_every_subcommand_option_and_value(self):
-        lines = []
-        for command in self.commands:
-            seen = [f"__fish_seen_subcommand_from {word}" for word in command.words]
-            for option in command.options:
-                value = f" -x -a '{' '.join(option.words)}'" if option.words else FISH_VALUES.get(option.value, " -r")
-                names = "".join(f" -l {name[2:]}" if name.startswith("--") else f" -s {name[1:]}" for name in option.names)
-                lines.append(("complete -c kp" + f" -n '{'; and '.join(seen)}'" * bool(seen) + f"{names}{value}", option.text))
-            below = "; and ".join([*seen, f"not __fish_seen_subcommand_from {' '.join(command.below)}"])
-            lines += [(f"complete -c kp -f -n '{below}' -a {word}", text) for word, text in command.below.items()]
-        head, names, rest = Path(FISH).read_text().partition(FISH_NAMES)
-        lines = [f"{line} -d '" + text.replace("'", r"\'") + "'" for line, text in lines]
-        self.assertEqual((FISH_NAMES, sorted(lines)), (names, sorted(rest.splitlines())))
