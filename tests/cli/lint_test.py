@@ -7,9 +7,9 @@ import zipfile
 from pathlib import Path
 from urllib.parse import unquote_to_bytes
 
-from kp_case import KP, KpCase, run
+from kp_case import HERE, KP, KpCase, run
 
-TREE = Path(__file__).resolve().parents[2]
+TREE = HERE.parents[1]
 WHOLE = ["vadd/kernel.xml", "--ip", "vadd/ip", "--report", "vadd/design.xml"]
 
 
@@ -39,33 +39,16 @@ class LintTest(KpCase):
             self.assertEqual(2, run(*wrong)[0], wrong)
 
     def sarif(self, *arguments):
-        """A run of lint, which says what the one in JSON does, and its results as lines of text."""
+        """A run of lint, and its results as lines of text."""
         status, out, err = run("lint", *arguments, "--format", "sarif")
-        told, rules = (json.loads(run("lint", *more, "--json")[1]) for more in (arguments, ["--rules"]))
-        log, codes = json.loads(out), [rule["code"] for rule in rules]
-        (self.run,), documents = log["runs"], ["p.kp"] * (arguments[0] == "p.kp")
-
-        def location(kernel, **places):
-            return [{**places, "logicalLocations": [{"name": kernel, "kind": "module"}]}]
-
-        results, lines = [], []
-        for each in told["findings"]:
-            documents += [each["document"]] * (each["document"] not in documents)
-            index, line = documents.index(each["document"]), each["line"]
-            uri = self.run["artifacts"][index]["location"]["uri"]
+        self.log, lines = json.loads(out), []
+        self.uris = [artifact["location"]["uri"] for artifact in self.log["runs"][0]["artifacts"]]
+        for each in self.log["runs"][0]["results"]:
+            place = each["locations"][0]["physicalLocation"]
+            uri, line = place["artifactLocation"]["uri"], place.get("region", {"startLine": 0})["startLine"]
+            self.assertEqual(uri, self.uris[place["artifactLocation"]["index"]])
             self.assertRegex(uri, r"\A(file://)?([\w./~-]|%[0-9A-F]{2})+\Z")
-            place = {"artifactLocation": {"uri": uri, "index": index}, **({"region": {"startLine": line}} if line else {})}
-            results.append({"ruleId": each["code"], "ruleIndex": codes.index(each["code"]), "level": each["severity"],
-                            "message": {"text": each["text"]}, "locations": location(each["kernel"], physicalLocation=place)})
-            lines.append(f"{uri}{f':{line}' if line else ''}: {each['severity']}: {each['text']} [{each['code']}]")
-        notes = [{"level": "note", "message": {"text": "unchecked: " + each["reason"]}, "locations": location(each["kernel"]),
-                  "associatedRule": {"id": each["code"], "index": codes.index(each["code"])}} for each in told["unchecked"]]
-        driver = {"name": "kp lint", "version": run("--version")[1].split()[1], "rules": [
-            {"id": rule["code"], "shortDescription": {"text": rule["meaning"]}, "fullDescription": {"text": rule["explanation"]},
-             "help": {"text": rule["cure"]}, "defaultConfiguration": {"level": rule["severity"]}} for rule in rules]}
-        self.assertEqual({"tool": {"driver": driver}, "invocations": [{"executionSuccessful": True, "toolExecutionNotifications": notes}],
-                          "artifacts": self.run["artifacts"], "results": results}, self.run)
-        self.assertEqual(("2.1.0", ["$schema", "version", "runs"]), (log["version"], list(log)))
+            lines.append(f"{uri}{f':{line}' if line else ''}: {each['level']}: {each['message']['text']} [{each['ruleId']}]")
         return status, err, lines
 
     def test_sarif(self):
@@ -78,7 +61,14 @@ class LintTest(KpCase):
             prefix = "file://" if arguments[0].startswith("/") else ""
             self.assertEqual((1, "", [prefix + line for line in text if "unchecked:" not in line]), self.sarif(*arguments))
         self.assertEqual([{"location": {"uri": "p.kp"}}, {"location": {"uri": "vadd/kernel.xml"}, "parentIndex": 0}],
-                         self.run["artifacts"])
+                         self.log["runs"][0]["artifacts"])
+        self.assertEqual(1, self.sarif("vadd/kernel.xml")[0])
+        driver, codes = self.log["runs"][0]["tool"]["driver"], json.loads(run("lint", "--rules", "--json")[1])
+        self.assertEqual(run("--version")[1].split()[1], driver.pop("version"))
+        self.assertEqual([[rule[key] for key in ("code", "meaning", "explanation", "cure", "severity")] for rule in codes], [
+            [rule["id"], *(rule[key]["text"] for key in ("shortDescription", "fullDescription", "help")),
+             rule["defaultConfiguration"]["level"]] for rule in driver.pop("rules")])
+        self.assertEqual(json.loads((HERE / "lint.sarif").read_text()), self.log)
         self.assertEqual(2, run("lint", "--rules", "--format", "sarif")[0])
 
     def test_hostile_names_are_escaped_in_every_form(self):
@@ -97,8 +87,7 @@ class LintTest(KpCase):
             self.assertIn(r"'x\x0aerror: \xc2\x9b31m</script>''", text)
             self.assertNotIn(":0:", text)
             self.assertEqual(len(text.splitlines()), len(self.sarif(*arguments)[2]))
-            uris = [artifact["location"]["uri"] for artifact in self.run["artifacts"]]
-            self.assertTrue(any(unquote_to_bytes(uri).endswith(odd[7:]) for uri in uris), uris)
+            self.assertTrue(any(unquote_to_bytes(uri).endswith(odd[7:]) for uri in self.uris), self.uris)
 
     def test_add_warns_of_errors_and_refuses_when_strict(self):
         self.change("vadd/kernel.xml", ('offset="0x34"', 'offset="0x1000"'), ("false", "no"))
