@@ -78,7 +78,8 @@ function(kp_test name)
     kp_objects(objects ${test_ROOMS})
     add_executable(${name} ${test_SOURCES})
     target_link_libraries(${name} PRIVATE ${objects} GTest::gtest_main GTest::gmock)
-    target_compile_definitions(${name} PRIVATE KP_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
+    target_compile_definitions(${name} PRIVATE KP_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples"
+        KP_TESTS_DIR="${PROJECT_SOURCE_DIR}/tests")
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 600)
 endfunction()
 

@@ -33,7 +33,7 @@ std::string refusalOf(const std::string& document) {
 
 /// A component with all kinds of parts, in the words of an edition, and what only some tool knows between.
 IpComponent everythingOf(const std::string& edition) {
-    return readComponent(KP_EXAMPLES_DIR "/../tests/containers/component-" + edition + ".xml");
+    return readComponent(KP_TESTS_DIR "/containers/component-" + edition + ".xml");
 }
 
 TEST(IpComponent, IsTheSameInAllEditions) {
