@@ -20,38 +20,14 @@ namespace {
 using KernelXML::Root;
 using kfab::kernel::KernelDef;
 
-const std::string everything =
-    R"(<?xml version="1.0" encoding="UTF-8"?>
-<root versionMajor="2" versionMinor="0">
-  <kernel name="k" language="ip" vlnv="v:l:k:1.0" attributes="a &quot;b&quot;" hash="h")"
-    R"( preferredWorkGroupSizeMultiple="0" workGroupSize="1" debug="d")"
-    R"( compileOptions=" -g " profileType="t" interrupt="u" hwControlProtocol="c">
-    <ports>
-      <port name="p" mode="m" range="r" dataWidth="4294967295" portType="t" base="b"/>
-    </ports>
-    <args>
-      <arg name="a" addressQualifier="4294967295" id="i" port="p" size="s" offset="0x10" hostOffset="ho")"
-    R"( hostSize="hs" type="map&lt;int&gt;*" memSize="ms" origName="on" origUse="ou"/>
-    </args>
-    <compileWorkGroupSize x="1" y="2" z="3"/>
-    <compileWorkGroupSize x="4"/>
-    <maxWorkGroupSize x="5" y="6" z="7"/>
-    <string_table>
-      <format_string id="1" value="%d"/>
-    </string_table>
-  </kernel>
-  <memory name="m" size="16" linkage="internal"/>
-  <pipe name="q" width="4" depth="8" linkage="external"/>
-  <connection srcInst="a" srcPort="b" dstInst="c" dstPort="d" srcType="core" dstType="kernel"/>
-  <profile>
-    <FIFOInformation/>
-  </profile>
-</root>
-)";
+/// A description that has all there is.
+std::string everything() {
+    return TemporaryDirectory::read(KP_TESTS_DIR "/containers/kernel.xml");
+}
 
 TEST(KernelRecords, ExactTextAndDefinition) {
-    const auto root = lmx60::parse<Root>(everything);
-    EXPECT_EQ(lmx60::toString(root), everything);
+    const auto root = lmx60::parse<Root>(everything());
+    EXPECT_EQ(lmx60::toString(root), everything());
     KernelDef def = HCOKernelXMLReader::convertToKernelDef(&root);
     const auto shown = [&](const KernelDef& assigned) {
         def = assigned;
@@ -149,7 +125,7 @@ TEST(HCOKernelXMLWriter, WritesIntoADirectory) {
     EXPECT_EQ(failure("out/a"), "[17-1377] Failed to write XML: " + path +
                                     " - element 'root' lacks its required attribute 'versionMajor'");
     EXPECT_FALSE(std::filesystem::exists(directory / "out"));
-    root = lmx60::parse<Root>(everything);
+    root = lmx60::parse<Root>(everything());
     for (const char* where : {"out/a/", "out/a"}) {
         writer.addDebug(where);
         EXPECT_EQ(failure(where), "nothing thrown");
