@@ -41,6 +41,11 @@ protected:
     }
     std::string file(const std::string& name) const { return inputFile(directory_, name); }
 
+    /// What is expected, as a file beside the tests has it.
+    static std::string expected(const std::string& name) {
+        return TemporaryDirectory::read(KP_TESTS_DIR "/containers/" + name);
+    }
+
     Texts members() const { return isl::iostreams::zip::get_files(package_); }
     std::string member(const std::string& name) const { return ArchiveSnapshot::open(package_)->read(name); }
 

@@ -48,11 +48,6 @@ protected:
     }
 };
 
-/// What is expected, as a file has it. The texts of JSON documents have their slashes escaped.
-std::string expected(const std::string& name) {
-    return TemporaryDirectory::read(KP_TESTS_DIR "/containers/" + name);
-}
-
 void expectUsualLayout(const std::string& json) {
     std::istringstream in(json);
     boost::property_tree::ptree tree;
