@@ -37,6 +37,11 @@ inline std::string_view text(const std::uint8_t* data, std::size_t size) {
     return {reinterpret_cast<const char*>(data), size};
 }
 
+/// Whether names or contents from the input may be refused because they look like the end of an archive.
+inline bool mayEndArchive(std::string_view input) {
+    return input.find("PK\5\6") != input.npos || input.find("PK\6\7") != input.npos;
+}
+
 /// A directory for the whole run, below that of TMPDIR. While it lives, the program ends as soon as the
 /// library reaches for anything outside: each of its calls on the disk goes through the seam that is guarded
 /// here.

@@ -221,6 +221,7 @@ const std::vector<Tree>& Session::trees() {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const auto before = ComMsgMgr::setSink([](const ComMsg&) {});
+    if (fuzz::mayEndArchive(fuzz::text(data, size))) return -1;
     Session(data, size);
     return 0;
 }

@@ -32,7 +32,7 @@ build() {
 
 # A source that is a room of its own is built one directory above.
 object_of() {
-    find "$out/$(dirname "$1")" "$out/$(dirname "$(dirname "$1")")" -name "$(basename "$1").o" | sed -n 1p
+    find "$out/$(dirname "$1")" "$out/$(dirname "$(dirname "$1")")" -name "$(basename "$1").o" 2>/dev/null | sed -n 1p
 }
 
 # A faulty program may remove, write and kill what it likes: it sees a file system that is read-only but for its own copy

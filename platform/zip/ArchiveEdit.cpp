@@ -9,6 +9,7 @@
 #include "platform/messages/ComMsgMgr.h"
 #include "platform/zip/ArchiveComparison.h"
 #include "platform/zip/ArchiveLock.h"
+#include "platform/zip/ArchiveReader.h"
 #include "platform/zip/ArchiveWriter.h"
 #include "platform/zip/DigestBeside.h"
 #include "platform/zip/EntryAttributes.h"
@@ -277,7 +278,7 @@ void ArchiveEdit::requireMembersUntouched() const {
 void ArchiveEdit::commit() {
     if (changesAnything()) {
         PendingFile pending(target_, exists() ? std::optional(lock_->status()) : std::nullopt);
-        write(pending.file());
+        requireReadableArchive(pending.file(), write(pending.file()), target_);
         disk::sync(pending.file());
         HUTInterrupt::check();
         putInPlace(pending);
@@ -285,7 +286,8 @@ void ArchiveEdit::commit() {
     lock_.reset();
 }
 
-void ArchiveEdit::write(const disk::FileDescriptor& file) {
+/// Returns the size of the new archive.
+std::uint64_t ArchiveEdit::write(const disk::FileDescriptor& file) {
     const HUTProgress progress([this] { return contentSize() * (seal_ ? 2 : 1); });  // packed, and hashed
     requireMembersCopyable();
     ArchiveWriter writer(file);
@@ -293,7 +295,8 @@ void ArchiveEdit::write(const disk::FileDescriptor& file) {
     if (!seal_) {
         pack(writer);
         writer.finish();
-        return writer.putComment(exists() ? snapshot_->comment() : std::string_view());
+        writer.putComment(exists() ? snapshot_->comment() : std::string_view());
+        return writer.position();
     }
     DigestBeside digest = digestOf(file, keptPrefix);
     if (jobs_ > 1) writer.tellSettled([&](std::uint64_t end) { digest.reach(end); });
@@ -302,6 +305,7 @@ void ArchiveEdit::write(const disk::FileDescriptor& file) {
     writer.tellSettled({});
     progress.remains(digest.untold(end));
     writer.putComment(digest.finish(end).comment());
+    return writer.position();
 }
 
 /// The digest of the new archive, with what is known of the bytes that both begin with.

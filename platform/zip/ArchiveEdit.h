@@ -122,7 +122,7 @@ private:
     void requireMembersUntouched() const;
     std::map<const ArchiveSnapshot*, std::vector<std::uint32_t>> membersAdded() const;
     bool isThere(const Addition& addition, std::span<const std::uint32_t> positions) const;
-    void write(const disk::FileDescriptor& file);
+    std::uint64_t write(const disk::FileDescriptor& file);
     std::uint64_t contentSize() const;
     std::vector<std::uint32_t> keptPositions() const;
     std::time_t timeOfBytes() const;

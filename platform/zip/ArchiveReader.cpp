@@ -44,8 +44,9 @@ std::size_t endRecordAtOrBefore(std::string_view tail, std::size_t last) {
 
 class DirectoryReader {
 public:
-    DirectoryReader(const disk::FileDescriptor& file, std::uint64_t fileSize)
-        : file_(file), fileSize_(fileSize) {}
+    /// What is refused is told with the reason behind `refusal`.
+    DirectoryReader(const disk::FileDescriptor& file, std::uint64_t fileSize, std::string refusal)
+        : file_(file), fileSize_(fileSize), refusal_(std::move(refusal)) {}
 
     ArchiveDirectory run() {
         const EndRecord end = findEnd();
@@ -56,7 +57,7 @@ public:
 
 private:
     [[noreturn]] void refuse(const std::string& reason) const {
-        throw HEXAlgException(HUTPathUtils::quoted(file_.path()) + " is not a readable archive: " + reason);
+        throw HEXAlgException(refusal_ + ": " + reason);
     }
 
     std::string bytesAt(std::uint64_t offset, std::uint64_t size) const {
@@ -197,11 +198,18 @@ private:
 
     const disk::FileDescriptor& file_;
     std::uint64_t fileSize_;
+    std::string refusal_;
     ArchiveDirectory result_;
 };
 
 }  // namespace
 
 ArchiveDirectory readArchiveDirectory(const disk::FileDescriptor& file, std::uint64_t fileSize) {
-    return DirectoryReader(file, fileSize).run();
+    return DirectoryReader(file, fileSize, HUTPathUtils::quoted(file.path()) + " is not a readable archive")
+        .run();
+}
+
+void requireReadableArchive(const disk::FileDescriptor& file, std::uint64_t fileSize,
+                            const std::string& path) {
+    DirectoryReader(file, fileSize, HUTPathUtils::quoted(path) + " would not be readable afterwards").run();
 }

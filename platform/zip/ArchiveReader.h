@@ -20,3 +20,8 @@ struct ArchiveDirectory {
 /// Reads an archive's directory with every number checked. Throws HEXAlgException for what is not an archive,
 /// and for one whose parts lie outside the file or contradict each other.
 ArchiveDirectory readArchiveDirectory(const disk::FileDescriptor& file, std::uint64_t fileSize);
+
+/// That an archive which was written to a file, to become the one at `path`, can be read as one; else throws
+/// HEXAlgException. A name or the content of a file may look like the records that end an archive.
+void requireReadableArchive(const disk::FileDescriptor& file, std::uint64_t fileSize,
+                            const std::string& path);

@@ -121,6 +121,25 @@ TEST_F(ZipEdit, RefusalsNameTheMemberAndChangeNothing) {
     EXPECT_THAT(filesBeside(), ElementsAre("a.kp", "same"));
 }
 
+TEST_F(ZipEdit, WhatLooksLikeTheEndOfAnArchiveIsRefused) {
+    edit([](ArchiveEdit& edit) { edit.addBytes("a", "a"); });
+    const std::string before = bytesOfArchive(), end = "PK\5\6" + std::string(16, 'x');
+    const std::string two = "it has two end of directory records";
+    const std::tuple<std::string, std::string, std::string> rows[] = {
+        {"f", end + std::string("\x74\0", 2), two},  // behind it 2 records of 47 bytes, and the end
+        {end + "\1\1/" + std::string(234, 'n'), "", two},
+        {"PK\6\7" + std::string(16, 'x'), "", "it is one part of several"},
+    };
+    for (const auto& [name, bytes, reason] : rows) {
+        EXPECT_EQ(failureOf([&, &name = name, &bytes = bytes] {
+                      edit([&](ArchiveEdit& edit) { edit.addBytes(name, bytes); });
+                  }),
+                  "'" + archive + "' would not be readable afterwards: " + reason);
+        EXPECT_EQ(bytesOfArchive(), before) << name;
+    }
+    EXPECT_THAT(filesBeside(), ElementsAre("a.kp"));
+}
+
 TEST_F(ZipEdit, DigestsTellOfEveryChange) {
     EXPECT_EQ(HUTZip::checkIntegrityEn(archive), 3);
     HUTZip::compress(archive, {write("f", "f")}, "");
