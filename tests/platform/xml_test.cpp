@@ -222,23 +222,7 @@ TEST(ElementTree, RefusesWhatNoDocumentMayBe) {
 }
 
 TEST(Writer, ExactTextOfEveryKindOfField) {
-    const std::string text = R"(<?xml version="1.0" encoding="UTF-8"?>
-<item id="4294967295">
-  <title>	
-&#13;"'&amp;&lt;&gt;]]&gt; *</title>
-  <count>0</count>
-  <count>1</count>
-  <weight>1.5</weight>
-  <text></text>
-  <text> a </text>
-  <note lang="&#9;&#10;&#13;&quot;'&amp;&lt;&gt;]]&gt; *"/>
-  <Loop*/>
-  <Loop*/>
-  <item id="1">
-    <title></title>
-  </item>
-</item>
-)";
+    const std::string text = TemporaryDirectory::read(KP_TESTS_DIR "/platform/item.xml");
     std::stringstream stream(text);
     const Item item = parseStream<Item>(stream);
     EXPECT_EQ(item.title.get(), "\t\n\r\"'&<>]]> *");

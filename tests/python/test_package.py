@@ -124,8 +124,10 @@ def test_records_say_what_kp_says(package: Package) -> None:
     assert found[0].code == "digest" and "does not hold" in found[0].text
     agree({"digest": "mismatch", "findings": [each.as_dict() for each in found[1:]]}, "verify", "damaged.kp", status=1)
 
-    old = Package("old.kp")
-    old.add("vadd/kernel.xml", ip="vadd/ip")
+    old, slower = Package("old.kp"), Path("vadd/design.xml").read_text().replace("<EstimatedClockPeriod>2.920", "<EstimatedClockPeriod>3.125")
+    Path("slower.xml").write_text(slower)
+    old.add("vadd/kernel.xml", ip="vadd/ip", report="slower.xml")
+    assert (3.125, 2.92) in [(each.old, each.new) for each in old.diff(package)]
     difference = old.diff(package)
     told = difference.as_dict()
     told["differences"] = [{key: value for key, value in each.as_dict().items()
@@ -165,6 +167,8 @@ def test_failures_say_what_kind_they_are(package: Package) -> None:
     failures: list[tuple[type[KernelPackageError], str, Callable[[], object]]] = [
         (NotFoundError, "File not found: 'no.kp'", lambda: len(Package("no.kp"))),
         (NotFoundError, "File not found: 'no.xml'", lambda: package.add("no.xml")),
+        (NotFoundError, "File not found: 'no.xml'", lambda: KernelDescription.load("no.xml")),
+        (NotFoundError, "File not found: 'no.kp'", lambda: Package("no.kp").add_caches("vadd")),
         (NotFoundError, "'vadd.kp' holds no file 'vadd/no'", lambda: package.read("vadd/no")),
         (KernelNotFoundError, "'no' was not found", lambda: package["no"]),
         (KernelNotFoundError, "'no' was not found", lambda: package.lint("no")),
@@ -261,6 +265,12 @@ def test_messages_are_logged(package: Package, caplog: pytest.LogCaptureFixture,
     assert ("WARNING", "17-1406", "[17-1406] The IP directory 'empty' holds no files; no IP is packaged") in logged
     assert ("INFO", "17-1667", "[17-1667] Packaging the HLS directory 'vadd/src'") in logged
     assert [level for level, number, text in logged if "component.xml" in text] == ["WARNING"]
+    caplog.clear()
+    package.replace("vadd/kernel.xml", ip="vadd/ip")
+    Path("later.xml").write_text("<root/>")
+    with pytest.raises(InvalidDocumentError):
+        package.add("later.xml", name="later")
+    assert [getattr(record, "number") for record in caplog.records] == ["17-1525"]  # nothing that is asked for or raised
 
     def raising(record: logging.LogRecord) -> None:
         raise LookupError("no handler of mine")

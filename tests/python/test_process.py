@@ -49,6 +49,7 @@ def test_progress_is_told_and_may_end_the_work(package: Package, large: Path, di
     before = Path("vadd.kp").read_bytes()
 
     def give_up(done: int, total: int) -> None:
+        package.names()  # an operation within another
         if done:
             raise StopIteration(f"at {done}")
 
@@ -100,8 +101,10 @@ def work():
 threading.Thread(target=work, daemon=True).start()
 time.sleep(0.2)
 """
+    begin = time.monotonic()
     done = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, timeout=30)
     assert done.returncode == 0 and "Fatal" not in done.stderr and "terminate" not in done.stderr
+    assert time.monotonic() - begin < 4  # and not only once it waited long enough
     assert package.verify() == [] and no_left_overs(directory)
 
 
