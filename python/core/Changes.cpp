@@ -5,7 +5,6 @@
 #include "containers/kp/HKPContainerUtils.h"
 #include "containers/lint/Lint.h"
 #include "platform/base/Exceptions.h"
-#include "platform/base/HUTInterrupt.h"
 
 #include <optional>
 #include <string>
@@ -119,13 +118,11 @@ std::vector<Extracted> extractKernels(KernelExtraction request, bool all) {
     requireThere(request.kpPath);
     if (!all) {
         const ExtractedKernel kernel = HKPContainerUtils::extractKernel(request);
-        HUTInterrupt::check();  // the explorer takes work that is called off for what it cannot read
         return {extractedOf(kernel.name, *kernel.explorer)};
     }
     HKPContainer container;
     request.version = HKPContainerUtils::openKPContainer_(request.kpPath, container);
     const auto explorer = HKPContainerUtils::extractAllKernels(request);
-    HUTInterrupt::check();
     std::vector<Extracted> extracted;
     const auto [first, last] = container.getKPKernelRange();
     for (auto kernel = first; kernel != last; ++kernel)

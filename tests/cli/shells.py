@@ -70,5 +70,4 @@ def completed(shell, script, lines, environment):
     """What completes each of the lines."""
     if shell == "zsh":
         return ask_zsh(script, lines, environment)
-    command = {"bash": ["bash", "-c", BASH, "bash"], "fish": ["fish", "--no-config", "-c", FISH]}[shell]
-    return ask(command, script, lines, environment)
+    return ask({"bash": ["bash", "-c", BASH, "bash"], "fish": ["fish", "--no-config", "-c", FISH]}[shell], script, lines, environment)

@@ -169,6 +169,7 @@ def test_failures_say_what_kind_they_are(package: Package) -> None:
         (NotFoundError, "File not found: 'no.xml'", lambda: package.add("no.xml")),
         (NotFoundError, "File not found: 'no.xml'", lambda: KernelDescription.load("no.xml")),
         (NotFoundError, "File not found: 'no.kp'", lambda: Package("no.kp").add_caches("vadd")),
+        (NotFoundError, "File not found: 'no'", lambda: package.add_caches("no")),
         (NotFoundError, "'vadd.kp' holds no file 'vadd/no'", lambda: package.read("vadd/no")),
         (KernelNotFoundError, "'no' was not found", lambda: package["no"]),
         (KernelNotFoundError, "'no' was not found", lambda: package.lint("no")),
