@@ -83,7 +83,7 @@ public:
     }
     void assign(std::size_t index, T value = T()) { values_.at(index) = std::move(value); }
     void remove(std::size_t index) {
-        values_.at(index);
+        static_cast<void>(get(index));
         values_.erase(place(index));
     }
     void clear() { values_.clear(); }
