@@ -55,14 +55,10 @@ void spoolStandardInput() {
     if (::dup2(spool.number(), STDIN_FILENO) < 0) fail();
 }
 
-}  // namespace
-
-namespace {
-
 bool holdsPackage(const std::string& path) {
     constexpr std::string_view signature = "PK\3\4";
     std::array<char, signature.size()> begin{};
-    if (!HUTFile::isFile(path)) return false;
+    if (path.empty() || !HUTFile::isFile(path)) return false;
     const std::size_t size = disk::readAt(disk::open(path, O_RDONLY), 0, begin.data(), begin.size());
     if (std::string_view(begin.data(), size) != signature) return false;
     try {
