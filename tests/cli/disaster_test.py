@@ -50,9 +50,10 @@ class DisasterTest(DisasterCase):
             opens = call == "openat"
             for fault in (["error=EIO", *["error=ENOENT", "error=EMFILE"] * opens] if reads else
                           ["signal=KILL", "error=EIO", "error=ENOSPC", *["retval=0"] * (call == "pwrite64")]):
-                starves = fault == "error=EMFILE"  # which leaves no way to look for what there is to remove
+                # What there is to remove cannot be looked for, or is said to be gone.
+                starves, hides = fault == "error=EMFILE", fault == "error=ENOENT" and re.search(LITTER, line)
                 lasts = "+" * (starves or fault == "error=ENOSPC" and not opens)
-                yield Disaster(call, f"{fault}:when={numbers[call]}{lasts}", removes or starves)
+                yield Disaster(call, f"{fault}:when={numbers[call]}{lasts}", removes or starves or hides)
 
     def suffer(self, arguments, old, new, disaster):
         self.restore(old)

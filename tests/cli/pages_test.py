@@ -147,9 +147,8 @@ class PagesTest(KpCase):
     def test_shells_complete_every_subcommand_option_value_and_name(self):
         self.add("p.kp")
         Path("vax").touch()
-        rows = {"kp extract p.kp ": ["vadd"], "kp cat p.kp vadd/k": ["vadd/kernel.xml"], "kp help kernel r": ["report"], "kp list va": ["vadd", "vax"],
+        names, rows = {}, {"kp extract p.kp ": ["vadd"], "kp cat p.kp vadd/k": ["vadd/kernel.xml"], "kp help kernel r": ["report"], "kp list va": ["vadd", "vax"],
                 "kp add --layout=": ["kernel", "repo"], "kp add --pdi vax --pd": ["--pdi"]}
-        names = {}
         for command in self.commands:
             line = f"kp {command.line}".strip()
             names[line] = [name for option in command.options for name in option.names]
