@@ -278,7 +278,8 @@ void ArchiveEdit::requireMembersUntouched() const {
 void ArchiveEdit::commit() {
     if (changesAnything()) {
         PendingFile pending(target_, exists() ? std::optional(lock_->status()) : std::nullopt);
-        requireReadableArchive(pending.file(), write(pending.file()), target_);
+        const std::uint64_t size = write(pending.file());
+        requireReadableArchive(pending.file(), size, target_);
         disk::sync(pending.file());
         HUTInterrupt::check();
         putInPlace(pending);

@@ -42,9 +42,11 @@ class LintTest(KpCase):
         """A run of lint, and its results as lines of text."""
         status, out, err = run("lint", *arguments, "--format", "sarif")
         self.log, lines = json.loads(out), []
-        self.uris = [artifact["location"]["uri"] for artifact in self.log["runs"][0]["artifacts"]]
-        for each in self.log["runs"][0]["results"]:
-            place = each["locations"][0]["physicalLocation"]
+        (self.run,), rules = self.log["runs"], self.log["runs"][0]["tool"]["driver"]["rules"]
+        self.uris = [artifact["location"]["uri"] for artifact in self.run["artifacts"]]
+        for each in self.run["results"]:
+            (location,), place = each["locations"], each["locations"][0]["physicalLocation"]
+            self.assertEqual((each["ruleId"], [{"name": "vadd", "kind": "module"}]), (rules[each["ruleIndex"]]["id"], location["logicalLocations"]))
             uri, line = place["artifactLocation"]["uri"], place.get("region", {"startLine": 0})["startLine"]
             self.assertEqual(uri, self.uris[place["artifactLocation"]["index"]])
             self.assertRegex(uri, r"\A(file://)?([\w./~-]|%[0-9A-F]{2})+\Z")
@@ -61,9 +63,9 @@ class LintTest(KpCase):
             prefix = "file://" if arguments[0].startswith("/") else ""
             self.assertEqual((1, "", [prefix + line for line in text if "unchecked:" not in line]), self.sarif(*arguments))
         self.assertEqual([{"location": {"uri": "p.kp"}}, {"location": {"uri": "vadd/kernel.xml"}, "parentIndex": 0}],
-                         self.log["runs"][0]["artifacts"])
+                         self.run["artifacts"])
         self.assertEqual(1, self.sarif("vadd/kernel.xml")[0])
-        driver, codes = self.log["runs"][0]["tool"]["driver"], json.loads(run("lint", "--rules", "--json")[1])
+        driver, codes = self.run["tool"]["driver"], json.loads(run("lint", "--rules", "--json")[1])
         self.assertEqual(run("--version")[1].split()[1], driver.pop("version"))
         self.assertEqual([[rule[key] for key in ("code", "meaning", "explanation", "cure", "severity")] for rule in codes], [
             [rule["id"], *(rule[key]["text"] for key in ("shortDescription", "fullDescription", "help")),

@@ -41,12 +41,6 @@ def answers_of(text):
     return [sorted({word.rpartition("=")[2].rstrip("/") for word in answer.split("\n") if word}) for answer in text.split("--\n")[:-1]]
 
 
-def ask(shell, script, lines, environment):
-    done = subprocess.run([*shell, script], input="".join(line + "\n" for line in lines), capture_output=True, text=True, env=environment)
-    assert (done.returncode, done.stderr) == (0, ""), done
-    return answers_of(done.stdout)
-
-
 def ask_zsh(script, lines, environment):
     Path("answers").touch()
     process, terminal = pty.fork()
@@ -69,4 +63,7 @@ def completed(shell, script, lines, environment):
     """What completes each of the lines."""
     if shell == "zsh":
         return ask_zsh(script, lines, environment)
-    return ask({"bash": ["bash", "-c", BASH, "bash"], "fish": ["fish", "--no-config", "-c", FISH]}[shell], script, lines, environment)
+    command = {"bash": ["bash", "-c", BASH, "bash"], "fish": ["fish", "--no-config", "-c", FISH]}[shell]
+    done = subprocess.run([*command, script], input="\n".join([*lines, ""]), capture_output=True, text=True, env=environment)
+    assert (done.returncode, done.stderr) == (0, ""), done
+    return answers_of(done.stdout)

@@ -21,13 +21,11 @@ using KernelXML::Root;
 using kfab::kernel::KernelDef;
 
 /// A description that has all there is.
-std::string everything() {
-    return TemporaryDirectory::read(KP_TESTS_DIR "/containers/kernel.xml");
-}
+const std::string everything = TemporaryDirectory::read(KP_TESTS_DIR "/containers/kernel.xml");
 
 TEST(KernelRecords, ExactTextAndDefinition) {
-    const auto root = lmx60::parse<Root>(everything());
-    EXPECT_EQ(lmx60::toString(root), everything());
+    const auto root = lmx60::parse<Root>(everything);
+    EXPECT_EQ(lmx60::toString(root), everything);
     KernelDef def = HCOKernelXMLReader::convertToKernelDef(&root);
     const auto shown = [&](const KernelDef& assigned) {
         def = assigned;
@@ -125,7 +123,7 @@ TEST(HCOKernelXMLWriter, WritesIntoADirectory) {
     EXPECT_EQ(failure("out/a"), "[17-1377] Failed to write XML: " + path +
                                     " - element 'root' lacks its required attribute 'versionMajor'");
     EXPECT_FALSE(std::filesystem::exists(directory / "out"));
-    root = lmx60::parse<Root>(everything());
+    root = lmx60::parse<Root>(everything);
     for (const char* where : {"out/a/", "out/a"}) {
         writer.addDebug(where);
         EXPECT_EQ(failure(where), "nothing thrown");

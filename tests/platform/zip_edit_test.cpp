@@ -123,8 +123,8 @@ TEST_F(ZipEdit, RefusalsNameTheMemberAndChangeNothing) {
 
 TEST_F(ZipEdit, WhatLooksLikeTheEndOfAnArchiveIsRefused) {
     edit([](ArchiveEdit& edit) { edit.addBytes("a", "a"); });
-    const std::string before = bytesOfArchive(), end = "PK\5\6" + std::string(16, 'x');
-    const std::string two = "it has two end of directory records";
+    const std::string before = bytesOfArchive(), end = "PK\5\6" + std::string(16, 'x'),
+                      two = "it has two end of directory records";
     const std::tuple<std::string, std::string, std::string> rows[] = {
         {"f", end + std::string("\x74\0", 2), two},  // behind it 2 records of 47 bytes, and the end
         {end + "\1\1/" + std::string(234, 'n'), "", two},

@@ -101,10 +101,8 @@ def work():
 threading.Thread(target=work, daemon=True).start()
 time.sleep(0.2)
 """
-    begin = time.monotonic()
-    done = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, timeout=30)
+    done = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, timeout=4)  # it waits 5 s at most
     assert done.returncode == 0 and "Fatal" not in done.stderr and "terminate" not in done.stderr
-    assert time.monotonic() - begin < 4  # and not only once it waited long enough
     assert package.verify() == [] and no_left_overs(directory)
 
 
