@@ -25,7 +25,7 @@ std::string uriOf(const std::string& path) {
         const bool isPlain = byte < 0x80 && (std::isalnum(byte) != 0 ||
                                              std::string_view("/-._~").find(c) != std::string_view::npos);
         char escaped[4];
-        std::snprintf(escaped, sizeof escaped, "%%%02X", byte);
+        (void)std::snprintf(escaped, sizeof escaped, "%%%02X", byte);
         uri += isPlain ? std::string(1, c) : escaped;
     }
     return uri;

@@ -98,7 +98,7 @@ std::string absolute(const std::string& path) {
 }
 
 std::string canonical(const std::string& path) {
-    const std::string whole = absolute(path);
+    std::string whole = absolute(path);
     if (whole.size() >= PATH_MAX) return whole;
     if (const auto found = textOf("resolve", whole, [&] { return ::realpath(whole.c_str(), nullptr); }))
         return *found;

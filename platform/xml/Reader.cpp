@@ -52,7 +52,7 @@ struct Frame {
 };
 static_assert(Table::maximumFields <= 32);
 
-class Reader final : private Parser {
+class Reader final : private Parser {  // NOLINT(*-virtual-class-destructor): it is final
 public:
     Reader(void* record, const Table& table, std::string_view element, const UnknownListener& onUnknown,
            ElementTree* tree = nullptr);

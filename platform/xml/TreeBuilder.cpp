@@ -11,7 +11,7 @@ namespace lmx60 {
 namespace {
 
 /// Takes a document in as a tree and as nothing else.
-class TreeParser final : private Parser {
+class TreeParser final : private Parser {  // NOLINT(*-virtual-class-destructor): it is final
 public:
     explicit TreeParser(ElementTree& tree) : builder_(tree) {}
     using Parser::parse;

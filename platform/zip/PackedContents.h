@@ -38,7 +38,7 @@ public:
         std::uint32_t crc = 0;
         Form form = Form::Whole;
 
-        auto operator<=>(const Key&) const = default;
+        auto operator<=>(const Key&) const = default;  // NOLINT(modernize-use-nullptr): there is none
     };
     /// Where the stored bytes are, in the archive and to stay.
     struct Place {

@@ -40,7 +40,7 @@ TEST(CompareProperties, KnowsWhatEveryFieldMeans) {
 /// value, which is another one, or one child, which is missing.
 struct OneOdd {
     std::size_t left;
-    std::string name = "";  ///< of the field that is odd; empty when there are no more
+    std::string name = {};  ///< of the field that is odd; empty when there are no more
     bool isRequired = false;
 
     void fill(void* record, const Table& table, int level = 0) {

@@ -242,7 +242,7 @@ TEST_F(ExtractTest, TheOwnIpAloneAndASealAreWhatOnlyTheNamedExtractionAsksFor) {
     request.requireSeal = false;
     for (const auto& [ip, files, error] : rows) {
         fs::remove_all(out_);
-        k1With([&](HKPKernel& entry) { entry.setIpDir(ip); })();
+        k1With([ip = ip](HKPKernel& entry) { entry.setIpDir(ip); })();
         EXPECT_EQ(failureOf([&] { HKPContainerUtils::extractKernel(request); }), error);
         EXPECT_EQ(fs::exists(out_) ? directory_.files("out/ip_repo").size() : 0, files) << ip;
     }

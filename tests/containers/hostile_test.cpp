@@ -175,7 +175,7 @@ TEST_F(HostileDocuments, WhatIsWrongWithADamagedOneIsToldAtItsLine) {
     for (const auto& [name, step] :
          {std::pair("kernel.xml", 5U), {"design.xml", 59U}, {"ip/component.xml", 13U}}) {
         const std::string sound = TemporaryDirectory::read(kernel / name);
-        damage(sound, step, [&](const std::string& document, std::size_t place) {
+        damage(sound, step, [&, name = name](const std::string& document, std::size_t place) {
             kernel.file(name, document);
             const std::string failure = failureOf([&] {
                 expectUsableFindings(

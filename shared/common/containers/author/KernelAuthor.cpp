@@ -103,7 +103,7 @@ Argument describe(const Parameter& parameter, const KernelRequest& request,
 }
 
 std::string vlnvOf(const ip::IpComponent& component) {
-    const std::string vlnv = component.vlnv.text();
+    std::string vlnv = component.vlnv.text();
     if (std::count(vlnv.begin(), vlnv.end(), ':') == 3) return vlnv;
     throw KernelRefused("The component's VLNV " + HUTPathUtils::quoted(vlnv) +
                         " has a ':' in one of its four fields");

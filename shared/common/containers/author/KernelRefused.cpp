@@ -9,7 +9,7 @@ namespace {
 /// "column 6: ", or "line 2, column 6: " in a text of several lines.
 std::string placeIn(const std::string& text, std::size_t at) {
     const std::string before = text.substr(0, at);
-    const std::string column = "column " + std::to_string(at - (before.rfind('\n') + 1) + 1) + ": ";
+    std::string column = "column " + std::to_string(at - (before.rfind('\n') + 1) + 1) + ": ";
     if (text.find('\n') == std::string::npos) return column;
     return "line " + std::to_string(std::count(before.begin(), before.end(), '\n') + 1) + ", " + column;
 }

@@ -87,7 +87,7 @@ private:
 
     std::string takeName(const std::string& what) {
         if (!isIdentifier(token_) || isOneOf(typeWords, token_)) fail(what + " is expected");
-        const std::string name(token_);
+        std::string name(token_);
         advance();
         return name;
     }

@@ -57,6 +57,7 @@ std::vector<Placed> movedAmong(std::vector<Placed> items) {
     std::sort(items.begin(), items.end(),
               [](const Placed& a, const Placed& b) { return a.before < b.before; });
     std::vector<std::size_t> places;
+    places.reserve(items.size());
     for (const Placed& item : items)
         places.push_back(item.now);
     const std::vector<bool> stays = longestAscent(places);

@@ -60,7 +60,7 @@ void ArchiveExplorer::getKernelDefNames(std::set<std::string>& out) const {
 }
 
 std::string ArchiveExplorer::getRoot() const {
-    const std::string directory = fs::path(root_).parent_path().string();
+    std::string directory = fs::path(root_).parent_path().string();
     if (!directory.empty() && isThere(directory)) return directory;
     return HUTPathUtils::parent(disk::absolute(std::string(HUTPathUtils::lastComponent(root_))));
 }

@@ -22,7 +22,7 @@ std::optional<std::uint64_t> numberOf(std::string_view text) {
 
 std::string hexadecimal(std::uint64_t number) {
     std::array<char, 2 + 16 + 1> text{};
-    std::snprintf(text.data(), text.size(), "0x%" PRIX64, number);
+    (void)std::snprintf(text.data(), text.size(), "0x%" PRIX64, number);
     return text.data();
 }
 

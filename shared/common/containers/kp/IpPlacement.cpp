@@ -43,7 +43,7 @@ void IpPlacement::removeIpOf(const HKPKernel& replaced) {
 }
 
 std::string IpPlacement::makeRoom(const std::string& vlnv, const std::string& vlnvAsFolder) {
-    const std::string folder = folderOf(vlnv, vlnvAsFolder);
+    std::string folder = folderOf(vlnv, vlnvAsFolder);
     requireNoNesting(folder);
     std::map<std::string, std::vector<std::string>> users;  // other kernels, by the spelling of the folder
     const auto [first, last] = container_.getKPKernelRange();

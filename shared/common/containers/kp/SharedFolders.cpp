@@ -51,6 +51,7 @@ std::vector<PackageFolder> SharedFolders::foldersOf(
         }
     }
     std::vector<PackageFolder> all;
+    all.reserve(folders.size());
     for (auto& [name, folder] : folders)
         all.push_back(std::move(folder));
     return all;
