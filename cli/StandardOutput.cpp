@@ -26,7 +26,8 @@ int StandardOutput::sync() {
     for (const char* unwritten = pbase(); error_ == 0 && unwritten < pptr();) {
         const ssize_t put = ::write(STDOUT_FILENO, unwritten, static_cast<std::size_t>(pptr() - unwritten));
         if (put > 0) unwritten += put;
-        if (put < 0 && (errno != EINTR || HUTInterrupt::isRequested())) error_ = errno;
+        if (put < 0 && errno != EINTR) error_ = errno;
+        if (unwritten < pptr() && HUTInterrupt::isRequested()) error_ = EINTR;
     }
     setp(buffer_.data(), buffer_.data() + buffer_.size());
     return error_ == 0 ? 0 : -1;

@@ -80,7 +80,7 @@ function(kp_test name)
     target_link_libraries(${name} PRIVATE ${objects} GTest::gtest_main GTest::gmock)
     target_compile_definitions(${name} PRIVATE KP_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples"
         KP_TESTS_DIR="${PROJECT_SOURCE_DIR}/tests")
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 600)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 1800)
 endfunction()
 
 # kp_fuzzer(NAME ROOMS rooms...): the fuzzing program NAME_fuzzer, part of the target fuzzers.
