@@ -254,10 +254,10 @@ void ArchiveSnapshot::requireReadable(const ArchiveEntry& entry) const {
     if ((entry.flags & ArchiveEntry::IsEncrypted) != 0) refuse(*this, entry, "it is encrypted");
     if (entry.method != ArchiveEntry::Stored && entry.method != ArchiveEntry::Deflated)
         refuse(*this, entry, "its compression method " + std::to_string(entry.method) + " is unknown");
-    const std::uint64_t expansion = entry.method == ArchiveEntry::Stored ? 1 : maximumExpansion;
-    if (entry.size / expansion > entry.storedSize ||
-        (entry.method == ArchiveEntry::Stored && entry.size != entry.storedSize))
-        refuse(*this, entry, "it states a size that its data cannot have");
+    const bool isPossible = entry.method == ArchiveEntry::Stored
+                                ? entry.size == entry.storedSize
+                                : entry.size / maximumExpansion <= entry.storedSize;
+    if (!isPossible) refuse(*this, entry, "it states a size that its data cannot have");
 }
 
 std::string ArchiveSnapshot::read(const ArchiveEntry& entry) const {

@@ -87,7 +87,7 @@ class ShowTest(KpCase):
                          [(each["use"], each["shared"], each["isBeyond"]) for each in
                           (description["addressMaps"][0]["stretches"][at] for at in (0, 2, 6))])
         for lut, most, bars in ((0, "even, 5", 0), ("+1", "even, 5 of 1 (500%)", 3)):
-            page = self.shown(self.change(HERE / "odd.xml", ("<FF>0</FF>", f"<FF>0</FF><LUT>{lut}</LUT>"), into="k.xml"))
+            page = self.shown(self.change(HERE / "odd.xml", ("<FF>1</FF><URAM>", f"<FF>1</FF><LUT>{lut}</LUT><URAM>"), into="k.xml"))
             self.assertIn(f"\n  Most LUT   {most}\n", page)
             self.assertEqual(bars, page.count("  " + "█" * 10 + " "))
         for version, told in ((b'SoftwareVersionMajor="1"', " by software 1.0"), (b'SoftwareVersionMinor="1"', " by software 0.1"),

@@ -63,11 +63,12 @@ std::string wideRegister(int fieldWidth) {
            std::to_string(fieldWidth) + "</ipxact:bitWidth></ipxact:field>";
 }
 
-/// Nor of the example customized, with the report of the original.
+/// Nor of the example customized, with the report of the original or of another of the IP's modules.
 TEST(Lint, HasNothingToSayOfTheExample) {
     const std::tuple<const char*, std::string, std::string> rows[] = {
         {"kernel.xml", "", ""},
         {"kernel.xml", R"(<kernel name="vadd")", R"(<kernel name="vadd_deep")"},
+        {"design.xml", "<ModuleName>vadd< ... <Name>vadd<", "<ModuleName>vadd_tb< ... <Name>vadd_tb<"},
         {"ip/component.xml", lengthRegister, wideRegister(32)}};
     for (const auto& [file, piece, other] : rows) {
         const Outcome outcome = lintMistaken(file, piece, other);
