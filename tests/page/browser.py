@@ -1,5 +1,6 @@
 """A real browser without a screen: Chromium, asked through chromedriver in the WebDriver protocol."""
 
+import atexit
 import json
 import re
 import subprocess
@@ -14,6 +15,7 @@ class Browser:
     def __init__(self):
         self.profile = tempfile.TemporaryDirectory(prefix="kp-browser-", ignore_cleanup_errors=True)
         self.driver = subprocess.Popen(["chromedriver", "--port=0"], stdout=subprocess.PIPE, text=True)
+        atexit.register(self.driver.terminate)  # should it never get a session
         port = next(found[1] for line in self.driver.stdout if (found := re.search(r"successfully on port (\d+)", line)))
         self.open_url = urllib.request.build_opener(urllib.request.ProxyHandler({})).open
         self.session = f"http://127.0.0.1:{port}/session"
