@@ -93,6 +93,7 @@ class TerminalTest(KpCase):
             self.assertEqual([], [name for name in os.listdir(".") if ".kp-" in name or name == "new.kp"])
         with self.assertRaises(ProcessLookupError):
             os.kill(int(Path("shell.pid").read_text()), 0)
+
         if not os.environ["KP_SANITIZE"]:  # which do not work in what is traced
             with open("copy", "wb") as copy:  # that takes every piece whole
                 at_second_piece = ["strace", "-qqo/dev/null", "-einject=write:signal=TERM:when=2"]

@@ -34,9 +34,8 @@ class Browser:
         try:
             self.open_url(urllib.request.Request(self.session, method="DELETE"), timeout=60).close()
         finally:
-            self.driver.terminate()
-            self.driver.wait()
-            self.driver.stdout.close()
+            with self.driver:
+                self.driver.terminate()
             self.profile.cleanup()
 
     def load(self, path):
