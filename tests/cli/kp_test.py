@@ -389,7 +389,8 @@ class KpTest(KpCase):
         for arguments in merge, ["remove", "b.kp", "b"]:
             self.expect(arguments, 3, "", UNSEALED.format("b.kp"))
         self.expect([*merge, "--reseal"], 0, "", left)
-        self.expect([*merge, "--dry-run"], 3, "", refused)
+        for arguments in merge, [*merge, "--dry-run"]:
+            self.expect(arguments, 3, "", refused)
         self.expect(["verify", "m.kp"], 0, "digest: valid\n")
         self.expect(["-q", "remove", "b.kp", "b", "--reseal"], 0)
         self.expect(["verify", "b.kp"], 0, "digest: valid\n")

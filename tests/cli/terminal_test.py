@@ -96,8 +96,7 @@ class TerminalTest(KpCase):
 
         if not os.environ["KP_SANITIZE"]:  # which do not work in what is traced
             with open("copy", "wb") as copy:  # that takes every piece whole
-                at_second_piece = ["strace", "-qqo/dev/null", "-einject=write:signal=TERM:when=2"]
-                self.assertEqual(143, subprocess.call([*at_second_piece, KP, *rows[4][0]], stdout=copy))
+                self.assertEqual(143, subprocess.call(["strace", "-qqo/dev/null", "-einject=write:signal=TERM:when=2", KP, *rows[4][0]], stdout=copy))
             self.assertLess(os.path.getsize("copy"), 1_000_000)
         ignoring = subprocess.run(["sh", "-c", 'trap "" INT; "$KP" verify large.kp & sleep 0.05; kill -INT $!; wait $!'],
                                   capture_output=True, text=True)
